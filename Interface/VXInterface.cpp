@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The texts of Qt's own windows and menus. Qt goes by the locale of the environment; the program by the user's languages.
+// Translates Qt's own windows and menus. Qt uses the locale of the environment, the program the user's languages.
 void translateQt()
 {
     const QStringList languages = VXBundle::preferredLanguages();

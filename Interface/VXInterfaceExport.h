@@ -1,4 +1,4 @@
 #pragma once
 
-/** Marks what libVornixInterface shows to applications and plugins; all else is hidden. */
+/** Marks what libVornixInterface exports to applications and plugins; everything else is hidden. */
 #define VX_INTERFACE_EXPORT [[gnu::visibility("default")]]

@@ -1,4 +1,4 @@
 #pragma once
 
-/** Marks what libVornixObjectStore shows to the floors above it; all else is hidden. */
+/** Marks what libVornixObjectStore exports to the layers above; everything else is hidden. */
 #define VX_STORE_EXPORT [[gnu::visibility("default")]]

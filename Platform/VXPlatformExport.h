@@ -1,4 +1,4 @@
 #pragma once
 
-/** Marks what libVornixPlatform shows to the floors above it; all else is hidden. */
+/** Marks what libVornixPlatform exports to the layers above; everything else is hidden. */
 #define VX_PLATFORM_EXPORT [[gnu::visibility("default")]]

@@ -15,9 +15,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype portion = 1000; // calls that are saved at once
+constexpr qsizetype portion = 1000; // calls per save
 
-// Seconds, or "1:30" and "0:01:30" as spreadsheets write it. None for what is no duration.
+// Parses seconds, or "1:30" and "0:01:30" as written by spreadsheets. None for what is no duration.
 std::optional<double> secondsIn(const QString &text)
 {
     const QStringList parts = text.split(u':');
@@ -32,7 +32,7 @@ std::optional<double> secondsIn(const QString &text)
     return parts.size() <= 3 ? std::optional(seconds) : std::nullopt;
 }
 
-// As the keys of records are written, whatever the case.
+// The keys of records that the columns name, ignoring case.
 QStringList keysOf(const QStringList &columns)
 {
     static const QStringList known{u"date"_s,     u"from"_s,          u"to"_s,         u"direction"_s,
@@ -54,7 +54,7 @@ bool fail(const QString &text, VXError *error)
 
 } // namespace
 
-// What of the row is no value of its column is told, and the rest is taken.
+// A value that does not fit its column is reported, and the rest of the row is used.
 VXCallRecord VXCallImport::recordOf(const QStringList &columns, const QStringList &row, qsizetype line)
 {
     QVariantMap map;
@@ -101,7 +101,7 @@ bool VXCallImport::run(QFile &file, const QString &name, VXError *error)
         const qsizetype line = table.line();
         const QStringList row = table.next();
         if (row == QStringList{QString()})
-            continue; // an empty line
+            continue; // for an empty line
         const VXCallRecord record = recordOf(columns, row, line);
         if (!table.isWhole())
             _problems.append(u"line %1: a quotation mark has no end"_s.arg(line));
@@ -129,7 +129,8 @@ bool VXCallImport::add(const QList<VXCallRecord> &records, VXError *error)
         const std::optional<VXManagedObjectPtr> same = _store.find(record, context, error);
         if (!same)
             return false;
-        // Two short calls may be near each other in one table: of those only the same is left out.
+        // Two short calls may be close to each other in one table: of those added from the table, only an identical one
+        // counts as the same.
         const bool isKnown =
             *same && (!(*same)->isInserted() || (*same)->valueForKey(u"date"_s).toDateTime() == record.start());
         if (isKnown) {

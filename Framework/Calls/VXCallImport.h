@@ -6,8 +6,9 @@
 #include <QtCore/QStringList>
 
 /**
- * Takes calls from a table of comma-separated values (RFC 4180; semicolons and tabs are taken too) whose first line names the
- * columns by the keys of call records. A call that is in the store already is left out. Saved in portions. On one thread.
+ * Imports calls from a table of comma-separated values (RFC 4180; semicolons and tabs are accepted, too), whose first
+ * line names the columns by the keys of call records. A call that is already in the store is left out. Saved in
+ * portions. On one thread.
  */
 class VX_EXPORT VXCallImport
 {
@@ -16,12 +17,12 @@ public:
 
     /** False, with an error, when the file cannot be read at all or the calls cannot be saved. */
     [[nodiscard]] bool run(const QString &path, VXError *error = nullptr);
-    /** The same of one that is open, and which errors call so. */
+    /** The same for an open file, whose name in errors is `name`. */
     [[nodiscard]] bool run(QFile &file, const QString &name, VXError *error = nullptr);
 
     qsizetype addedCount() const { return _addedCount; }
     qsizetype knownCount() const { return _knownCount; }
-    /** What could not be read, with its line. */
+    /** What could not be read, with line numbers. */
     const QStringList &problems() const { return _problems; }
 
 private:

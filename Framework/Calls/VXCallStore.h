@@ -5,7 +5,10 @@
 #include "VXFrameworkExport.h"
 #include "VXManagedObjectContext.h"
 
-/** The store "calls" of the plugin that ships, for those that bring calls which have ended. Any thread; contexts on theirs. */
+/**
+ * The store "calls" of the plugin that ships with the program, for adding calls that have ended. Any thread; contexts
+ * on their own.
+ */
 class VX_EXPORT VXCallStore
 {
 public:
@@ -15,15 +18,15 @@ public:
     explicit VXCallStore(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
     const VXPersistentStoreCoordinator::Ptr &coordinator() const { return _coordinator; }
 
-    /** The same call as the record's: of the same phone (of any, when either does not tell), way and party, which began within two
-     *  minutes of it: phones' clocks and ours differ. Null for none; none when it cannot be told. */
+    /** Finds the same call as the record's: with the same phone (any, if one of them names none), direction and party,
+     *  begun within two minutes of it, since the clocks of phones differ. Null for none; no value on failure. */
     [[nodiscard]] std::optional<VXManagedObjectPtr> find(const VXCallRecord &record, VXManagedObjectContext &context,
                                                          VXError *error = nullptr) const;
-    /** The call that a phone calls by that name. Null for none; none when it cannot be told. */
+    /** Finds the call by the phone's own ID of it. Null for none; no value on failure. */
     [[nodiscard]] std::optional<VXManagedObjectPtr> find(const QString &deviceURL, const QString &callID,
                                                          VXManagedObjectContext &context,
                                                          VXError *error = nullptr) const;
-    /** A new call that has ended; unsaved. */
+    /** Adds a call that has ended; unsaved. */
     static VXManagedObjectPtr insert(const VXCallRecord &record, VXManagedObjectContext &context);
 
 private:

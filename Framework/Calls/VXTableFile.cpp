@@ -24,7 +24,7 @@ QStringList VXTableFile::next()
             field += _text[_at++];
         if (field.endsWith(u'\r'))
             field.chop(1);
-        // What spreadsheets would take for a formula was written with an apostrophe before it.
+        // An apostrophe protects text that spreadsheets would take for a formula.
         if (field.size() > 1 && field.startsWith(u'\'') && u"=+-@\t\r"_s.contains(field[1]))
             field.remove(0, 1);
         fields.append(field);
@@ -32,14 +32,15 @@ QStringList VXTableFile::next()
         ++_at;
         if (isEndOfRow)
             break;
-        if (isAtEnd()) // behind a last separator
+        if (isAtEnd()) // after a trailing separator
             fields.append(QString());
     }
     ++_line;
     return fields;
 }
 
-// Without an end nothing is taken: the mark is a part of the text, and the rows below are rows.
+// Reads nothing if the closing mark is missing: then the quotation mark is part of the text, and the rows below are
+// rows.
 QString VXTableFile::quotedField()
 {
     QString field;

@@ -9,7 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Where the value begins: the first colon outside quotation marks; or the first of all, where those have no end.
+// The position of the colon before the value: the first colon outside quotation marks, or, if a quotation has no end,
+// the first colon.
 qsizetype colonOf(const QByteArray &line)
 {
     bool isQuoted = false;
@@ -44,7 +45,7 @@ bool isName(const QByteArray &name)
     });
 }
 
-// A word alone is a type, or an encoding, as 2.1 has them.
+// A single word is a type, or an encoding, as in version 2.1.
 std::pair<QString, QString> parameterOf(const QByteArray &part)
 {
     const qsizetype equals = part.indexOf('=');
@@ -139,7 +140,7 @@ std::optional<VXCardLine> VXCardLine::parse(const VXRawCardLine &raw, QString *p
         octets = VXDecodedQuotedPrintable(octets);
     const QStringList charsets = line.words(u"CHARSET"_s);
     line.value = VXDecodedText(octets, charsets.value(0).toLatin1());
-    if (line.value.isNull()) { // the most frequent mistake is a charset that is not told
+    if (line.value.isNull()) { // the most frequent mistake is a missing charset
         const QString utf8 = VXDecodedText(octets, {});
         line.value = utf8.isNull() ? VXDecodedText(octets, "WINDOWS-1252") : utf8;
         if (line.value.isNull())
@@ -148,7 +149,7 @@ std::optional<VXCardLine> VXCardLine::parse(const VXRawCardLine &raw, QString *p
             line.name, charsets.isEmpty() ? u"UTF-8"_s : charsets.constFirst().toUpper(),
             utf8.isNull() ? u"Western"_s : u"UTF-8"_s);
     }
-    if (isQuoted) // line ends that were encoded are text
+    if (isQuoted) // encoded line ends are text
         line.value.replace("\r\n"_L1, "\\n"_L1).replace(u'\n', "\\n"_L1).replace(u'\r', "\\n"_L1);
     line.value.removeIf([](QChar each) { return (each.unicode() < 0x20 && each != u'\t') || each.unicode() == 0x7f; });
     return line;

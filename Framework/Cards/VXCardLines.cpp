@@ -5,9 +5,9 @@
 
 namespace {
 
-constexpr qint64 chunk = 64 * 1024;             // octets that are read at once
+constexpr qint64 chunk = 64 * 1024;             // octets per read
 constexpr qsizetype shortestBeginning = 1024;   // octets
-constexpr QByteArrayView mark = "\xef\xbb\xbf"; // of UTF-8
+constexpr QByteArrayView mark = "\xef\xbb\xbf"; // the byte order mark of UTF-8
 
 bool isQuotedPrintable(const QByteArray &line)
 {
@@ -34,7 +34,7 @@ bool carriesBase64(const QByteArray &line)
 
 } // namespace
 
-// Enough to tell the form of the file by.
+// Reads enough to determine the form of the file.
 void VXCardLines::begin()
 {
     while (_octets.size() < shortestBeginning && fill()) {
@@ -42,7 +42,7 @@ void VXCardLines::begin()
     if (_octets.startsWith(mark)) {
         _at = mark.size();
     } else if (_octets.startsWith("\xff\xfe") || _octets.startsWith("\xfe\xff")) {
-        _fromUTF16.emplace(QStringDecoder::Utf16); // takes the mark
+        _fromUTF16.emplace(QStringDecoder::Utf16); // skips the mark
         _octets = _toUTF8(_fromUTF16->decode(_octets));
     }
     if (!_octets.contains('\n') && _octets.contains('\r'))
@@ -62,7 +62,7 @@ bool VXCardLines::fill()
     return true;
 }
 
-// Into _ahead, without its end; the rest of one that is too long is passed over.
+// Reads a physical line into _ahead, without its end; skips the rest of a line that is too long.
 bool VXCardLines::readPhysical()
 {
     if (!std::exchange(_hasBegun, true))
@@ -85,7 +85,8 @@ bool VXCardLines::readPhysical()
     ++_aheadNumber;
     while (_ahead.endsWith('\n') || _ahead.endsWith('\r'))
         _ahead.chop(1);
-    if (_ahead.startsWith(mark) && _ahead.mid(mark.size(), 6).toUpper() == "BEGIN:") // of a file put behind another one
+    // where a file was appended to another
+    if (_ahead.startsWith(mark) && _ahead.mid(mark.size(), 6).toUpper() == "BEGIN:")
         _ahead.remove(0, mark.size());
     return true;
 }
@@ -94,7 +95,7 @@ bool VXCardLines::isContinued(const VXRawCardLine &line) const
 {
     if (_ahead.startsWith(' ') || _ahead.startsWith('\t'))
         return true;
-    return line.octets.size() > 60 && isBase64(_ahead) && carriesBase64(line.octets); // folded without the blank
+    return line.octets.size() > 60 && isBase64(_ahead) && carriesBase64(line.octets); // folded, but without the blank
 }
 
 void VXCardLines::append(VXRawCardLine &line, QByteArrayView octets)
@@ -111,7 +112,7 @@ bool VXCardLines::next(VXRawCardLine &line)
     append(line, _ahead);
     bool isQuoted = isQuotedPrintable(line.octets);
     while ((_hasAhead = readPhysical())) {
-        if (isQuoted && line.octets.endsWith('=')) { // its soft line end; the next line counts as it is
+        if (isQuoted && line.octets.endsWith('=')) { // a soft line end; the next line follows unchanged
             line.octets.chop(1);
             append(line, _ahead);
         } else if (isContinued(line)) {

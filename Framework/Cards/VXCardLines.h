@@ -6,25 +6,25 @@
 
 #include <optional>
 
-/** A line of a vCard as it is meant: folds undone, and what quoted-printable carries on. */
+/** A logical line of a vCard: unfolded, and with the continuation lines of quoted-printable. */
 struct VXRawCardLine
 {
     QByteArray octets = {};
     qint64 number = 0;      // where it begins, from 1
-    bool isTooLong = false; // its end is left out
+    bool isTooLong = false; // the rest is left out
 };
 
 /**
- * Reads the lines of a file one by one, whatever ends them; the longest is bounded. A file in UTF-16 that begins with a byte
- * order mark gives lines in UTF-8. Used on one thread.
+ * Reads the lines of a file one by one, whatever the line end; their length is limited. Lines of a UTF-16 file with a
+ * byte order mark are converted to UTF-8. Used on one thread.
  */
 class VXCardLines
 {
 public:
-    /** The device is open, and outlives this. */
+    /** The device must be open, and outlive this object. */
     explicit VXCardLines(QIODevice &device) : _device(device) {}
 
-    /** False at the end, and when reading failed, which the device tells. */
+    /** False at the end, and when reading failed; the device knows which. */
     bool next(VXRawCardLine &line);
 
     static constexpr qsizetype longestLine = 16 * 1024 * 1024; // octets
@@ -38,13 +38,13 @@ private:
 
     QIODevice &_device;
     std::optional<QStringDecoder> _fromUTF16;
-    QStringEncoder _toUTF8{QStringEncoder::Utf8}; // keeps half a character until its other half comes
-    QByteArray _octets;                           // of the device, read but not taken from _at on
+    QStringEncoder _toUTF8{QStringEncoder::Utf8}; // keeps an incomplete surrogate pair until the rest comes
+    QByteArray _octets;                           // read from the device; taken up to _at
     qsizetype _at = 0;
     bool _hasBegun = false;
     char _lineEnd = '\n';
 
-    QByteArray _ahead; // the line read last, not used yet
+    QByteArray _ahead; // the physical line read last, not used yet
     bool _hasAhead = false;
     bool _aheadIsTooLong = false;
     qint64 _aheadNumber = 0;

@@ -20,7 +20,7 @@ bool isMark(const VXRawCardLine &raw, const QByteArray &name)
 {
     const QByteArrayView beginning = QByteArrayView(raw.octets).first(std::min<qsizetype>(raw.octets.size(), 100));
     if (const QByteArrayView word = beginning.trimmed(); word.isEmpty() || (word.back() | 0x20) != 'd')
-        return false; // as nearly all
+        return false; // true of nearly all lines
     const QByteArray plain = beginning.toByteArray().trimmed().toUpper().replace(' ', "").replace('\t', "");
     return plain == name + ":VCARD" || (plain.count(':') == 1 && plain.endsWith('.' + name + ":VCARD"));
 }
@@ -37,7 +37,7 @@ unsigned typeOf(const VXCardLine &line)
     for (const QString &word : words) {
         location |= word == "home"_L1 ? unsigned(VXPhonebookTypeHome) : 0U;
         location |= word == "work"_L1 ? unsigned(VXPhonebookTypeWork) : 0U;
-        kind = kind == 0 ? kinds.value(word, 0) : kind; // a value, not a set of bits
+        kind = kind == 0 ? kinds.value(word, 0) : kind; // a single value, not a set of bits
     }
     const bool isPreferred = words.contains(u"pref"_s) || line.words(u"PREF"_s).contains(u"1"_s);
     return location | (kind == 0 && isPreferred ? unsigned(VXPhonebookTypePrimary) : kind);
@@ -51,7 +51,7 @@ QString labelOf(const VXCardLine &line)
     return words.contains(u"msg"_s) || words.contains(u"text"_s) ? u"messaging"_s : QString();
 }
 
-// "_$!<Other>!$_", as some address books write what they have a translation for
+// "_$!<Other>!$_" is how some address books write a label that they translate
 QString plainLabel(const QString &label)
 {
     const bool isWrapped = label.startsWith("_$!<"_L1) && label.endsWith(">!$_"_L1);
@@ -70,7 +70,7 @@ bool isNumberURI(const QString &value)
     return value.startsWith("tel:"_L1, Qt::CaseInsensitive);
 }
 
-// A URI's number: "tel:+1-555-0100;ext=12"
+// The number in a URI: "tel:+1-555-0100;ext=12"
 QString numberOf(const QString &value)
 {
     if (!isNumberURI(value))
@@ -78,7 +78,7 @@ QString numberOf(const QString &value)
     return QUrl::fromPercentEncoding(value.sliced(4).section(u';', 0, 0).toUtf8());
 }
 
-// "ext. 12"; null for none. It is not dialled before the call is taken, and no part of the number.
+// "ext. 12"; null for none. An extension is dialled after the call is answered, and no part of the number.
 QString extensionOf(const QString &value)
 {
     static const QString mark = u";ext="_s;
@@ -86,7 +86,7 @@ QString extensionOf(const QString &value)
     return at < 0 ? QString() : u"ext. "_s + value.sliced(at + mark.size()).section(u';', 0, 0);
 }
 
-// Several names in one place, "Jean,Marie", as people write them. A comma before a blank is part of a name.
+// Separates several names in one field, "Jean,Marie", by blanks. A comma before a blank is part of a name.
 QString withBlanksBetweenNames(QString value)
 {
     for (qsizetype index = 0; index + 1 < value.size(); ++index) {
@@ -105,7 +105,7 @@ QString nullIfEmpty(const QString &text)
 
 } // namespace
 
-/** A card in the making. */
+/** A card that is being built. */
 class VXCardReader::Building
 {
 public:
@@ -138,7 +138,7 @@ public:
             tell(_card.line, u"the card that begins here has no end; it is left out"_s);
         if (_isGroup)
             return finishedGroup(isWhole);
-        for (const VXCardLine &member : std::as_const(_members)) // of no group
+        for (const VXCardLine &member : std::as_const(_members)) // the card is no group
             keepUnknown(member, _card.line);
         finishNames();
         finishLabels();
@@ -185,7 +185,7 @@ private:
             keepParameters(line, number);
     }
 
-    // Of what is known the parameters that are not; by `_kept` it is known again when it is written.
+    // Keeps the unknown parameters of a known property; `_kept` identifies the property again when it is written.
     void keepParameters(const VXCardLine &line, qint64 number)
     {
         const QString further = line.parametersBut(knownParameters());
@@ -235,7 +235,7 @@ private:
         static const QString mark = u";base64,"_s;
         const qsizetype comma = line.value.indexOf(mark, 0, Qt::CaseInsensitive);
         if (!line.value.startsWith("data:"_L1, Qt::CaseInsensitive) || comma < 0 || !_card.contact.image.isEmpty())
-            return false; // somewhere on the net: kept
+            return false; // an address on the net: kept as it is
         takeImage(QByteArray::fromBase64(QStringView(line.value).sliced(comma + mark.size()).toLatin1()), _number);
         return true;
     }
@@ -284,7 +284,7 @@ private:
         return true;
     }
 
-    // VXCardWriter takes them apart again.
+    // VXCardWriter splits them again.
     static QString joinedParts(const QString &value, QChar separator)
     {
         QStringList parts = VXCardValueParts(value, separator);
@@ -295,9 +295,9 @@ private:
     bool takeBirthday(const VXCardLine &line)
     {
         const QDate date = birthdayOf(line.value);
-        constexpr int noYear = 1604; // as some address books write it
+        constexpr int noYear = 1604; // stands for a missing year in some address books
         if (!date.isValid() || date.year() == noYear || _card.contact.birthday.isValid())
-            return false; // without a year, as text
+            return false; // a date without a year is kept as text
         _card.contact.birthday = date;
         _kept = u""_s;
         return true;
@@ -324,7 +324,7 @@ private:
     {
         QStringList parts = VXCardValueParts(line.value, u';');
         parts.resize(std::max<qsizetype>(parts.size(), 7));
-        QStringList street{parts[2], parts[1], parts[0]}; // behind it the extended address and the box
+        QStringList street{parts[2], parts[1], parts[0]}; // followed by the extended address and the box
         street.removeAll(u""_s);
         street.removeAll(QString());
         VXContactRecord::PostalAddress address{.street = nullIfEmpty(street.join(u'\n')),
@@ -388,7 +388,8 @@ private:
         return _card;
     }
 
-    // The name as a whole counts where its parts are not known, and is no company's. One that the parts would not give is kept.
+    // The whole name is used if its parts are unknown, and it is not a company's. A whole name that the parts would not
+    // give is kept.
     void finishNames()
     {
         VXContactRecord &contact = _card.contact;
@@ -400,7 +401,8 @@ private:
         if (hasParts || contact.name == contact.company || contact.name == contact.nickname)
             contact.name = QString();
         contact.name = nullIfEmpty(contact.name);
-        const QList<Address> first = contact.numbers + contact.emails; // that is no name but stands in for one
+        // a number or address may stand in for a missing name
+        const QList<Address> first = contact.numbers + contact.emails;
         if (!first.isEmpty() && contact.name == first.constFirst().value)
             contact.name = QString();
     }
@@ -431,14 +433,15 @@ private:
     VXCard _card;
     QHash<QString, VXCardLine> _labels; // by group
     QList<Labelled> _labelled;
-    QStringList _unknownGroups; // of properties that are kept as they are
-    QList<VXCardLine> _members; // if it is a group
+    QStringList _unknownGroups; // of properties that are kept unchanged
+    QList<VXCardLine> _members; // if the card is a group
     std::optional<VXCardLine> _fullName;
     bool _isGroup = false;
     qsizetype _propertyCount = 0;
     qsizetype _unknownSize = 0;
-    qint64 _number = 0; // the line that is being taken
-    QString _kept;      // what was taken of it, as far as others of its name differ by it; null for nothing to be kept
+    qint64 _number = 0; // of the property being taken
+    // what was taken of the property that distinguishes it from others of its name; null if nothing is to be kept
+    QString _kept;
     bool _hasName = false;
 };
 
@@ -459,7 +462,8 @@ bool VXCardReader::findBegin()
     return _begin != 0;
 }
 
-// A card within a card, as 2.1 has it for agents, follows its property at once; any other BEGIN tells that an END is missing.
+// A card within a card, used for agents in version 2.1, directly follows its property; any other BEGIN means that an
+// END is missing.
 std::optional<VXCard> VXCardReader::next()
 {
     if (!findBegin())

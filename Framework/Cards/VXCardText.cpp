@@ -36,11 +36,11 @@ QString VXDecodedText(const QByteArray &octets, const QByteArray &charset)
         return decoder.hasError() ? QString() : (text.isNull() ? u""_s : text);
     }
     const iconv_t opened = iconv_open("UTF-16LE", name.constData());
-    if (opened == iconv_t(-1)) // NOLINT(performance-no-int-to-ptr): as iconv tells it
+    if (opened == iconv_t(-1)) // the result that iconv_open() specifies
         return {};
     const std::unique_ptr<std::remove_pointer_t<iconv_t>, CloseConverter> converter(opened);
     QByteArray from = octets;
-    QByteArray to(octets.size() * 4 + 8, Qt::Uninitialized); // no character set has more units than octets
+    QByteArray to(octets.size() * 4 + 8, Qt::Uninitialized); // in no character set are there more units than octets
     char *in = from.data();
     char *out = to.data();
     auto inLeft = size_t(from.size());
@@ -90,7 +90,7 @@ QStringList VXCardValueParts(QStringView value, QChar separator)
     qsizetype start = 0;
     for (qsizetype index = 0; index < value.size(); ++index) {
         if (value[index] == u'\\') {
-            ++index; // and what it escapes
+            ++index; // skips what it escapes
         } else if (value[index] == separator) {
             parts.append(VXUnescapedCardText(value.sliced(start, index - start)).trimmed());
             start = index + 1;

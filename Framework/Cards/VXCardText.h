@@ -4,15 +4,18 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// What stands in the values of vCards. Any thread.
+// The encodings of vCard values. Any thread.
 
-/** The octets in a character set by its name; null when that is not known, or the octets are not of it. */
+/** Decodes octets in the character set of that name; null when it is unknown, or the octets are not valid in it. */
 QString VXDecodedText(const QByteArray &octets, const QByteArray &charset);
 
-/** Quoted-printable, its soft line ends gone before. What is no escape stands for itself. */
+/** Decodes quoted-printable without soft line ends. Invalid escapes are kept. */
 QByteArray VXDecodedQuotedPrintable(const QByteArray &octets);
 
-/** Without escapes: "\n" is a line end, a backslash before anything else nothing. */
+/**
+ * Removes escapes: "
+ * " becomes a line end, any other backslash is dropped.
+ */
 QString VXUnescapedCardText(QStringView value);
-/** The parts between unescaped separators, without escapes and blanks around them. */
+/** The parts between unescaped separators, unescaped and without surrounding blanks. */
 QStringList VXCardValueParts(QStringView value, QChar separator);

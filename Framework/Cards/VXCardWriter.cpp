@@ -14,14 +14,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The parts of a structured value.
+// Joins the parts of a structured value.
 QString joined(QStringList parts)
 {
     std::transform(parts.cbegin(), parts.cend(), parts.begin(), VXContentLines::escapedText);
     return parts.join(u';');
 }
 
-// The same of what the reader has joined: of each part a blank follows the separator.
+// Joins what the reader had joined with a blank after each separator.
 QString separated(const QString &text, QChar separator)
 {
     QStringList parts = text.split(QString(separator) + u' ');
@@ -29,7 +29,7 @@ QString separated(const QString &text, QChar separator)
     return parts.join(separator);
 }
 
-// The URI of a stored contact, of a number or address its person's.
+// The URI of a stored contact; for a number or address, that of its person.
 QString uriOf(const QVariant &object)
 {
     const QVariant person = VXValueForKey(object, u"person"_s);
@@ -81,7 +81,7 @@ QByteArray VXCardWriter::card(const VXContactRecord &contact, Version version)
     VXContactRecord rest = contact;
     rest.removeFullNameLines();
     rest.properties.removeIf([&](const QString &line) {
-        const bool isBirthday = line.startsWith("BDAY:"_L1) || line.startsWith("BDAY;"_L1); // without a year
+        const bool isBirthday = line.startsWith("BDAY:"_L1) || line.startsWith("BDAY;"_L1); // a birthday without a year
         return line.startsWith(VXCardLine::furtherParameters) || (isBirthday && contact.birthday.isValid());
     });
     writer.addProperties(rest.properties);
@@ -133,7 +133,7 @@ QString VXCardWriter::furtherParameters(const QString &name, const QString &valu
     return _parameters.take(VXCardLine::mark(name, value));
 }
 
-// As address books that have such labels write them.
+// In the form that address books with such labels use.
 QString VXCardWriter::labelled(const QString &property, const QString &label)
 {
     const bool isType = property == "TEL"_L1 && (label == "video"_L1 || label == "messaging"_L1);
@@ -149,7 +149,7 @@ void VXCardWriter::addName()
     const QStringList parts{_contact.lastName, _contact.firstName, _contact.middleName, _contact.namePrefix,
                             _contact.nameSuffix};
     const bool isEmpty = std::ranges::all_of(parts, [](const QString &part) { return part.isEmpty(); });
-    if (!isEmpty || _version == Version::V3) // which does not go without
+    if (!isEmpty || _version == Version::V3) // version 3 requires N
         _lines.add(u"N"_s + furtherParameters(u"N"_s), joined(parts));
 }
 
@@ -162,7 +162,7 @@ void VXCardWriter::addAddresses(const QString &property, const QList<VXContactRe
     }
 }
 
-// Section 6.3.1; the whole of an address whose parts are not known goes where the street belongs.
+// Section 6.3.1. The text of an address whose parts are unknown is written as the street.
 void VXCardWriter::addPostalAddresses()
 {
     for (const VXContactRecord::PostalAddress &address : _contact.addresses) {
@@ -173,7 +173,7 @@ void VXCardWriter::addPostalAddresses()
     }
 }
 
-// As they are, also one that is no complete URL: readers take it apart.
+// Written unchanged, even if it is no complete URL: readers expect that.
 void VXCardWriter::addLinks()
 {
     for (const VXContactRecord::Address &link : _contact.urls)
@@ -213,7 +213,7 @@ void VXCardWriter::addBirthday()
 void VXCardWriter::addProperties(const QStringList &lines)
 {
     for (const QString &line : lines) {
-        if (const qsizetype colon = line.indexOf(u':'); colon > 0) // any: the parts are put together as they were
+        if (const qsizetype colon = line.indexOf(u':'); colon > 0) // the parts were joined the same way
             _lines.add(line.first(colon), line.sliced(colon + 1));
     }
 }

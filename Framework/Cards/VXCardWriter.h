@@ -14,19 +14,21 @@ class VX_EXPORT VXCardWriter
 public:
     enum class Version { V3, V4 };
 
-    /** Of a number or address its person's; on the object's thread. Null for an object with no name, number or address: no
-     * contact. A stored one without a UID gets its URI as UID. */
+    /** The card of a contact; for a number or address, of its person; on the object's thread. Null for an object
+     *  without name, number and address, which is no contact. A stored contact without UID gets its URI as UID. */
     static QByteArray card(const QVariant &object, Version version = Version::V4);
-    /** The same of a record. */
+    /** The same for a record. */
     static QByteArray card(const VXContactRecord &contact, Version version = Version::V4);
 
 private:
     VXCardWriter(const VXContactRecord &contact, Version version);
 
-    /** Those that the property had when it was read, and nobody here knows; not again for another of the same value. */
+    /** The unknown parameters that the property had when it was read; each is used only once, even if another property
+     *  has the same value. */
     QString furtherParameters(const QString &name, const QString &value = {});
     QString typeParameters(unsigned mask, const QString &label) const;
-    /** The name of a property, in a group of its own with its label, which is added, where no type says that. */
+    /** The name of the property; with a label that no type expresses, in a group of its own with the label, which is
+     *  added. */
     QString labelled(const QString &property, const QString &label);
     void addName();
     void addAddresses(const QString &property, const QList<VXContactRecord::Address> &addresses);

@@ -4,9 +4,9 @@
 
 namespace {
 
-constexpr qsizetype mostCards = 250;          // of a portion
+constexpr qsizetype mostCards = 250;          // per portion
 constexpr qsizetype largestPortion = 4 << 20; // octets
-constexpr size_t mostPortions = 4;            // that wait
+constexpr size_t mostPortions = 4;            // waiting
 
 } // namespace
 

@@ -9,8 +9,10 @@
 #include <optional>
 #include <thread>
 
-/** The cards of a reader, some of which a thread of its own reads while the others are worked on. While it lives nobody else uses the
- *  reader, nor its device. On one thread. */
+/**
+ * The cards of a reader, which a thread of its own reads ahead while others are processed. During its lifetime nobody
+ * else may use the reader or its device. On one thread.
+ */
 class VXCardsAhead
 {
 public:
@@ -28,12 +30,12 @@ private:
     bool isOver();
 
     VXCardReader &_reader;
-    QList<VXCard> _cards; // being given out
+    QList<VXCard> _cards; // the portion being returned
     qsizetype _next = 0;
     VXMutex _lock;
     VXCondition _changed;
     std::deque<QList<VXCard>> _portions VX_GUARDED_BY(_lock);
     bool _isAtEnd VX_GUARDED_BY(_lock) = false;
-    bool _isOver VX_GUARDED_BY(_lock) = false; // nobody wants more
+    bool _isOver VX_GUARDED_BY(_lock) = false; // no more cards are wanted
     std::thread _thread;
 };

@@ -31,7 +31,7 @@ void VXContentLines::add(const QString &nameAndParameters, const QString &value)
             --end;
         _bytes.append(rest.first(end)).append("\r\n ");
         rest = rest.sliced(end);
-        room = longestLine - 1; // the blank counts
+        room = longestLine - 1; // without the blank
     }
     _bytes.append(rest).append("\r\n");
 }

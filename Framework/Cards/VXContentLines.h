@@ -6,17 +6,17 @@
 #include <QtCore/QString>
 
 /**
- * Lines "NAME;PARAMETER=VALUE:VALUE" as vCards (RFC 6350) and calendars (RFC 5545) have them: UTF-8, CRLF, folded so that
- * none is longer than 75 octets, never within a character. Used on one thread.
+ * Writes lines "NAME;PARAMETER=VALUE:VALUE" as in vCards (RFC 6350) and calendars (RFC 5545): UTF-8, CRLF, folded to at
+ * most 75 octets, never within a character. Used on one thread.
  */
 class VX_EXPORT VXContentLines
 {
 public:
-    /** The value stands as it is; control characters are left out. */
+    /** Adds the value unchanged, except that control characters are left out. */
     void add(const QString &nameAndParameters, const QString &value);
-    /** The value as text: backslashes, commas, semicolons and line ends escaped. */
+    /** Adds the value as text: with backslashes, commas, semicolons and line ends escaped. */
     void addText(const QString &nameAndParameters, const QString &text);
-    /** Nothing for an empty text. */
+    /** Adds nothing for an empty text. */
     void addTextIfAny(const QString &nameAndParameters, const QString &text);
 
     static QString escapedText(const QString &text);

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// One random number for the process, and a count: a random number each time would cost a system call.
+// A random number for the process, to which a count is appended: a random number for each would cost a system call.
 const QString &processPrefix()
 {
     static const QString prefix = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + u'-';

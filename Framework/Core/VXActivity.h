@@ -12,19 +12,20 @@
 #include <memory>
 
 /**
- * A titled progress item for work that runs for a while: its owner updates it, the interface shows it. Made through
- * VXActivityManager and shared by all who hold it. Any thread may read and update.
+ * A titled progress item for work that takes a while: its owner updates it, the user interface shows it. Made by
+ * VXActivityManager and shared by its users. Any thread may read and update.
  */
 class VX_EXPORT VXActivity
 {
 public:
     using Ptr = std::shared_ptr<VXActivity>;
 
-    /** Who an activity is: most are never asked for their identifier, so a fresh one is a number until it is. */
+    /** Identifies an activity. Most activities are never asked for their identifier, so a new key is a number until its
+     *  identifier is needed. */
     class Key
     {
     public:
-        /** A fresh one. */
+        /** A new, unique key. */
         Key();
         explicit Key(const QString &identifier);
         QString identifier() const;
@@ -36,8 +37,8 @@ public:
         }
 
     private:
-        quint64 _number = 0; // of a fresh one
-        QString _name;       // of another
+        quint64 _number = 0; // of a new key; 0 for others
+        QString _name;       // the identifier of other keys
     };
 
     VXActivity(const Key &key, const QString &title, QObject *delegate = nullptr);
@@ -48,21 +49,22 @@ public:
     /** Unique among the running activities. */
     QString identifier() const { return _key.identifier(); }
 
-    /** The first and the second line to show; null when not set. */
+    /** The first and the second line to show; null if not set. */
     QString title() const;
     void setTitle(const QString &title);
     QString subtitle() const;
     void setSubtitle(const QString &subtitle);
 
-    /** Progress so far, and the value at which the activity is complete; in a unit of the owner's choice. */
+    /** Progress so far, and the value at which the activity is complete; in a unit chosen by the owner. */
     double doubleValue() const { return _doubleValue.load(std::memory_order_relaxed); }
     void setDoubleValue(double value) { _doubleValue.store(value, std::memory_order_relaxed); }
     double maxValue() const { return _maxValue.load(std::memory_order_relaxed); }
     void setMaxValue(double value) { _maxValue.store(value, std::memory_order_relaxed); }
-    /** Adds 1 to the value. Meant for one updating thread: two at once may count as one. */
+    /** Adds 1 to the value. For one updating thread: of two concurrent increments one may be lost. */
     void increment() { setDoubleValue(doubleValue() + 1.0); }
 
-    /** Who is responsible; not owned, null when gone or none. Cleared when the activity leaves the registry. */
+    /** The object responsible; not owned, null when gone or none. Cleared when the activity is removed from the
+     *  registry. */
     QObject *delegate() const;
     void setDelegate(QObject *delegate);
 

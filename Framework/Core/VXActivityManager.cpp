@@ -15,7 +15,7 @@ const VXNotificationName
 
 namespace {
 
-// Once the main thread has ended nobody watches the registry, and nothing is to be done.
+// Once the main thread has ended nobody observes the registry, so nothing has to be done.
 void onMainThread(const std::function<void()> &work)
 {
     static_cast<void>(VXMainThread::performAndWait(work));
@@ -76,7 +76,7 @@ void VXActivityManager::removeActivity(const VXActivity::Ptr &activity)
     onMainThread([this, &activity] {
         if (const auto there = _activities.constFind(activity->key());
             there != _activities.cend() && *there == activity)
-            remove(VXActivity::Ptr(activity)); // whatever observers do with the caller's
+            remove(VXActivity::Ptr(activity)); // a copy of the pointer, as observers may change the caller's
     });
 }
 
@@ -96,7 +96,7 @@ void VXActivityManager::remove(const VXActivity::Ptr &leaving)
     if (_leaving.contains(leaving))
         return;
     _leaving.append(leaving);
-    // Whatever observers do: throw, remove it themselves, or put another one in its place.
+    // Observers may throw, remove the activity themselves, or register another one in its place.
     const auto end = qScopeGuard([&] {
         _leaving.removeOne(leaving);
         leave(leaving);

@@ -12,8 +12,8 @@ VX_EXPORT extern const VXNotificationName VXActivityManagerDidAddActivityNotific
 VX_EXPORT extern const VXNotificationName VXActivityManagerWillRemoveActivityNotification;
 
 /**
- * The registry of running activities. The registry lives on the main thread: adding and removing from another thread
- * wait until the main thread has done it. Looking up is for the main thread.
+ * The registry of running activities. It belongs to the main thread: adding and removing on another thread wait until
+ * the main thread has done it. Look-ups are for the main thread.
  */
 class VX_EXPORT VXActivityManager
 {
@@ -25,17 +25,17 @@ public:
 
     /** All running activities, in no particular order. */
     QList<VXActivity::Ptr> activities() const;
-    /** Null when none runs under that identifier. */
+    /** Null when no activity with that identifier is running. */
     VXActivity::Ptr activityWithIdentifier(const QString &identifier) const;
 
-    /** Registers a new activity of that delegate under a fresh identifier. Never null. */
+    /** Registers a new activity with that delegate and a new identifier. Never null. */
     VXActivity::Ptr addActivityWithTitle(const QString &title, QObject *delegate = nullptr);
-    /** Registers a new activity; one that runs under this identifier is removed first, with an error in the log.
-     *  A null identifier fails an assertion. */
+    /** Registers a new activity; one that is already running with this identifier is removed first, with an error in
+     *  the log. A null identifier fails an assertion. */
     VXActivity::Ptr addActivityWithTitle(const QString &title, const QString &identifier);
 
-    /** Does nothing when the activity, or the identifier, is not registered; another activity that took the place of the
-     *  given one stays. */
+    /** Does nothing when the activity, or the identifier, is not registered; another activity that has replaced the
+     *  given one is kept. */
     void removeActivity(const VXActivity::Ptr &activity);
     void removeActivityWithIdentifier(const QString &identifier);
 
@@ -46,6 +46,6 @@ private:
     void remove(const VXActivity::Ptr &leaving);
     void leave(const VXActivity::Ptr &activity);
 
-    QHash<VXActivity::Key, VXActivity::Ptr> _activities; // this and what follows: main thread only
-    QList<VXActivity::Ptr> _leaving;                     // while observers are told
+    QHash<VXActivity::Key, VXActivity::Ptr> _activities; // this and _leaving: main thread only
+    QList<VXActivity::Ptr> _leaving;                     // being removed, while observers are notified
 };

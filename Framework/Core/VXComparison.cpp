@@ -31,7 +31,7 @@ int order(const T &a, const T &b)
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
-// What kind of value it is, for its order, its equality and its hash alike. In the order of the kinds.
+// The kind of a value, which determines its order, equality and hash. Kinds are listed in ascending order.
 enum class Kind { None, Number, Text, AttributedText, Date, Data, Set, List, Dictionary, Other };
 
 Kind kindOf(const QVariant &value)
@@ -63,7 +63,7 @@ Kind kindOf(const QVariant &value)
     }
 }
 
-// What is no number comes first, and is equal to itself.
+// NaN comes first, and equals itself.
 int compareNumbers(const QVariant &a, const QVariant &b)
 {
     const std::partial_ordering result = VXCompareValues(a, b);
@@ -108,7 +108,7 @@ size_t hashOfOther(const QVariant &value, size_t seed)
         return qHash(value.toString(), seed);
     if (type.flags().testFlag(QMetaType::IsPointer))
         return qHash(*static_cast<void *const *>(value.constData()), seed);
-    return seed; // equality decides
+    return seed; // all the same hash: equality decides
 }
 
 } // namespace
@@ -158,7 +158,7 @@ size_t qHash(const VXHashableValue &hashable, size_t seed)
     case Kind::Data:
         return qHash(value.toByteArray(), seed);
     case Kind::Set:
-        return qHash(value.value<VXValueSet>(), seed); // whatever the order
+        return qHash(value.value<VXValueSet>(), seed); // does not depend on the order
     case Kind::List:
         return hashOfList(value.toList(), seed);
     case Kind::Dictionary:
@@ -224,7 +224,7 @@ QByteArray VXArchivedData(const QVariant &value)
 
 QVariantList vx_sortedArrayUsingKey(const QVariantList &elements, const QString &key)
 {
-    // Each value is asked for once, not once per comparison.
+    // Asks each value once rather than once per comparison.
     std::vector<std::pair<QVariant, QVariant>> keyed;
     keyed.reserve(size_t(elements.size()));
     for (const QVariant &element : elements)

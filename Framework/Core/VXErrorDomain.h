@@ -14,9 +14,9 @@ VX_EXPORT extern const QString VXErrorDomainActionNameKey;
 
 /** Codes of VXErrorDomain. */
 enum VXErrorCode : int {
-    VXErrorGeneral = 1,         // what VXMakeError gives
-    VXErrorCouldNotExecute = 2, // nothing would do what was asked
-    VXErrorTextOnly = 3,        // somebody else's failure, known by its text alone
+    VXErrorGeneral = 1,         // the code of VXMakeError
+    VXErrorCouldNotExecute = 2, // nothing could carry out the request
+    VXErrorTextOnly = 3,        // a failure reported by somebody else, of which only a text is known
     VXErrorCancelled = 34,      // aborted or cancelled
 };
 
@@ -28,5 +28,5 @@ enum VXErrorCode : int {
 VX_EXPORT VXError VXMakeError(const QString &description, const char *suggestionFormat = nullptr, ...)
     Q_ATTRIBUTE_FORMAT_PRINTF(2, 3);
 
-/** As VXMakeError, about a file: the path goes under VXFilePathErrorKey, a null suggestion is left out. */
+/** Same as VXMakeError, for a file: its path is stored under VXFilePathErrorKey; a null suggestion is left out. */
 VX_EXPORT VXError VXMakeFileError(const QString &description, const QString &suggestion, const QString &path);

@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The logger stands on these, so their problems go to the console.
+// The logger uses these functions, so their own problems go to the console.
 
 using namespace Qt::StringLiterals;
 
@@ -23,7 +23,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr float largestLogFile = 2.0F; // megabytes
-constexpr auto longestWait = 1s;       // for one who rotates the log; it may be stopped
+constexpr auto longestWait = 1s;       // for another process that rotates the log; it may be stopped
 
 float megabytes(off_t size)
 {
@@ -32,7 +32,7 @@ float megabytes(off_t size)
 
 enum class Rotation { Done, KeptInUse, Failed };
 
-// False when another one has rotated it meanwhile.
+// False when another process has rotated the file meanwhile.
 bool isStillTooLarge(int descriptor, const QByteArray &name)
 {
     struct stat held
@@ -51,12 +51,12 @@ Rotation rotate(const QString &path)
     const QString backup = path + ".1"_L1;
     const QByteArray backupName = QFile::encodeName(backup);
     const VXFileDescriptor file(::open(name.constData(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
-    const VXFileLock lock(file.number(), longestWait); // of many threads and processes one rotates it
+    const VXFileLock lock(file.number(), longestWait); // only one of several threads and processes rotates it
     if (lock.isTimedOut())
         return Rotation::KeptInUse;
     if (!isStillTooLarge(file.number(), name) || ::rename(name.constData(), backupName.constData()) == 0)
         return Rotation::Done;
-    // A backup that is no file, or may not be changed, is what is in the way.
+    // These errors mean that the backup is no file, or must not be changed.
     const bool isBlocked = errno == EISDIR || errno == EACCES || errno == EPERM || errno == EROFS;
     if (isBlocked && QFileInfo::exists(backup)) {
         VXConsoleLog(u"Could not remove backup log: %1"_s.arg(backup));
@@ -66,18 +66,18 @@ Rotation rotate(const QString &path)
     return Rotation::KeptInUse;
 }
 
-// False for what must not be opened: a pipe, for one, would be waited for until somebody reads it.
+// False for files that must not be opened: opening a pipe, for example, would block until somebody reads it.
 bool mayBeAppendedTo(const QByteArray &name, const struct stat &status)
 {
     const bool takesLines = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
-    // It may be gone by now: another process moves it away when it is too large.
+    // It may no longer exist: another process moves it away when it is too large.
     return takesLines && (::faccessat(AT_FDCWD, name.constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT);
 }
 
 bool createLogFile(const QString &path)
 {
-    // Not truncated: another process may have made it and written to it since. For the user alone: numbers and names
-    // of people are in it.
+    // Not truncated: another process may have created it and written to it. Readable for the user only, as it contains
+    // people's names and numbers.
     const int descriptor = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (descriptor < 0) {
         VXConsoleLog(u"Unable to create log file: %1"_s.arg(VXDescription(path)));

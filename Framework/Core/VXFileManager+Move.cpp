@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Of what is on its way: copies beside their destination, and sources that are being removed.
+// Names unfinished copies beside their destination, and sources that are being removed.
 const QString asidePrefix = u".vornix-move."_s;
 
 struct SharedError
@@ -65,20 +65,20 @@ bool isTaken(const fs::path &path)
     return VXFileManager::itemExistsAtPath(QFile::decodeName(path.c_str()));
 }
 
-// Renames without replacing anything.
+// Renames, but does not replace anything.
 std::error_code renameToFreePath(const fs::path &from, const fs::path &to)
 {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return {};
     if (errno != EINVAL && errno != ENOSYS)
         return systemError();
-    // A file system that cannot promise it: look first.
+    // For a file system that cannot guarantee that: check first.
     if (isTaken(to))
         return std::make_error_code(std::errc::file_exists);
     return ::rename(from.c_str(), to.c_str()) == 0 ? std::error_code() : systemError();
 }
 
-// The copy grows in a folder of its own beside the destination, so that this is either free or holds all.
+// Copies into a temporary folder beside the destination, so that the destination either does not exist or is complete.
 std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
 {
     const QString folder = folderOf(to);
@@ -98,8 +98,8 @@ std::error_code copyIntoPlace(const fs::path &from, const fs::path &to)
     return error;
 }
 
-// The source goes at once or not at all: a folder is first given a name under which nobody looks for it. It is locked, as
-// what a killed process leaves of it goes with the next move.
+// Removes the source completely or not at all: a folder is first renamed to a hidden name. It is locked, since the next
+// move removes what a killed process has left of it.
 std::error_code removeSource(const fs::path &from)
 {
     std::error_code error;
@@ -123,7 +123,7 @@ std::error_code removeSource(const fs::path &from)
     return error;
 }
 
-// True for a destination below the source: seen from there it would be on another file system only through a mount.
+// Whether the destination is below the source: then it can be on another file system only because of a mount.
 bool leadsIntoItself(const fs::path &from, const fs::path &to)
 {
     std::error_code error;
@@ -142,7 +142,7 @@ std::error_code moveAcrossFileSystems(const fs::path &from, const fs::path &to)
         return std::make_error_code(std::errc::file_exists);
     if (!fs::is_symlink(from) && leadsIntoItself(from, to))
         return std::make_error_code(std::errc::invalid_argument);
-    // What cannot be removed afterwards is better not copied.
+    // What could not be removed afterwards is not copied at all.
     std::error_code error = VXCheckRemovable(from);
     if (!error)
         error = copyIntoPlace(from, to);
@@ -173,7 +173,7 @@ VXError VXFileManager::recordMoveError(const QString &reason, const QString &pat
 {
     const QVariantMap errorInfo{{u"Error"_s, reason}, {u"Path"_s, path}};
     shouldProceedAfterError(errorInfo);
-    return moveError(errorInfo); // not the shared one, which another thread may have replaced
+    return moveError(errorInfo); // not the shared error, which another thread may have replaced
 }
 
 bool VXFileManager::shouldProceedAfterError(const QVariantMap &errorInfo)
@@ -194,7 +194,7 @@ bool VXFileManager::itemExistsAtPath(const QString &path)
     return VXExistsAtPath(path);
 }
 
-// A link with a slash behind it would stand for what it leads to.
+// A symbolic link with a trailing slash would mean its target.
 QString VXFileManager::withoutTrailingSlashes(const QString &path)
 {
     qsizetype length = path.size();

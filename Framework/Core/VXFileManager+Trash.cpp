@@ -21,7 +21,7 @@ namespace {
 
 constexpr auto infoExtension = ".trashinfo"_L1;
 
-// A folder for the user alone, as the trash is to be. 0 or an errno.
+// Makes a folder readable for the user only, as the trash has to be. Returns 0 or an errno.
 int makePrivateFolder(const QString &path)
 {
     if (::mkdir(QFile::encodeName(path).constData(), 0700) == 0)
@@ -40,7 +40,7 @@ QByteArray trashInfo(const QString &originalPath)
     return "[Trash Info]\nPath=" + QUrl::toPercentEncoding(originalPath, "/") + "\nDeletionDate=" + date.data() + '\n';
 }
 
-// Writes a file that nobody else has made; after a failure none is left. 0 or an errno, EEXIST if taken.
+// Writes a file that does not exist yet; removes it after a failure. Returns 0 or an errno, EEXIST if it exists.
 int writeNewFile(const QString &path, const QByteArray &contents)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -56,7 +56,7 @@ int writeNewFile(const QString &path, const QByteArray &contents)
     return error;
 }
 
-// A trash folder: its items, and for each a file that says where it came from.
+// A trash folder: items, each with an info file that says where it came from.
 class Trash
 {
 public:
@@ -66,7 +66,7 @@ public:
 
     QString parentFolder() const { return QFileInfo(_folder).path(); }
 
-    // 0 or an errno.
+    // Returns 0 or an errno.
     int makeFolders() const
     {
         for (const QString &folder : {_folder, _files, _info}) {
@@ -79,7 +79,7 @@ public:
     QString filePath(const QString &name) const { return _files + u'/' + name; }
     QString infoPath(const QString &name) const { return _info + u'/' + name + infoExtension; }
 
-    // Takes a name, by making its info file: two processes cannot both succeed. EEXIST when it is taken.
+    // Reserves a name by creating its info file, which only one process can do. EEXIST when it is taken.
     int reserve(const QString &name, const QString &originalPath) const
     {
         return VXFileManager::itemExistsAtPath(filePath(name)) ? EEXIST
@@ -94,8 +94,8 @@ private:
     QString _info;
 };
 
-// The name with a number behind it; without its last characters where the file that says where it came from could not
-// have such a long name. That file has the whole one.
+// The name with a number appended. A name that is too long for an info file is truncated; the file itself has the whole
+// name.
 QString nameInTrash(const QString &ownName, int number)
 {
     const QByteArray suffix = number == 0 ? QByteArray() : '.' + QByteArray::number(number);
@@ -103,14 +103,14 @@ QString nameInTrash(const QString &ownName, int number)
     QByteArray name = QFile::encodeName(ownName);
     if (name.size() > longest) {
         qsizetype end = longest;
-        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) // not amid a character
+        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U) // not within a character
             --end;
         name.truncate(end);
     }
     return QFile::decodeName(name + suffix);
 }
 
-// Takes the item's own name or, when that is taken, the first free one with a number behind it. 0 or an errno.
+// Reserves the item's own name or, if that is taken, the first free one with a number. Returns 0 or an errno.
 int reserveFreeName(const Trash &trash, const QString &originalPath, QString *name)
 {
     const QString ownName = QFileInfo(originalPath).fileName();
@@ -122,7 +122,7 @@ int reserveFreeName(const Trash &trash, const QString &originalPath, QString *na
     return error;
 }
 
-// Where the item lies, without links on the way, which may lead elsewhere when it is put back.
+// The item's path with links in the folders above resolved, as these may lead elsewhere when it is restored.
 QString placeOf(const QString &item)
 {
     const QFileInfo info(item);
@@ -130,7 +130,7 @@ QString placeOf(const QString &item)
     return folder.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : QDir(folder).filePath(info.fileName());
 }
 
-// 0 when there is an item that can go by a name, else an errno.
+// Returns 0 when the path names an existing item by a proper name, otherwise an errno.
 int checkItem(const QString &path)
 {
     const QString name = QFileInfo(path).fileName();
@@ -162,7 +162,7 @@ VXError VXFileManager::safelyTrashFileAtPath(const QString &path, QString *trash
     if (const int error =
             reserveFreeName(trash, placeOf(origin.isNull() ? item : withoutTrailingSlashes(origin)), &name))
         return fail(qt_error_string(error));
-    VXError error = moveItemAtPath(item, trash.filePath(name)); // which logs its failures
+    VXError error = moveItemAtPath(item, trash.filePath(name)); // logs its failures
     if (error && !itemExistsAtPath(trash.filePath(name)))
         trash.release(name);
     if (!error && trashedPath != nullptr)

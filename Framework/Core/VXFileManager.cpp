@@ -32,7 +32,7 @@ VXError folderError(const QString &path)
              {u"Path"_s, path}}};
 }
 
-// Below the home folder, and the user's other folders where they lie elsewhere.
+// Whether the path is below the home folder, or one of the user's other folders outside of it.
 bool isUsersOwn(const QString &path)
 {
     const auto isBelow = [&path](const QString &folder) {
@@ -46,9 +46,9 @@ bool isUsersOwn(const QString &path)
 
 bool makeFolder(const QString &path)
 {
-    // For the user alone, as the XDG folders are to be: contacts, calls and messages are kept there.
+    // Readable for the user only, as the XDG folders should be: they hold contacts, calls and messages.
     const mode_t mode = isUsersOwn(path) ? 0700 : 0777;
-    // Another thread or process may make it at the same moment.
+    // Another thread or process may create it at the same moment.
     return ::mkdir(QFile::encodeName(path).constData(), mode) == 0 || QFileInfo(path).isDir();
 }
 
@@ -97,7 +97,7 @@ QString VXFileManager::pathToUserDesktopFolder() const
 
 QString VXFileManager::pathToUserCachedDataFolder() const
 {
-    // Never the caches of all applications: a caller may empty this folder.
+    // Never the cache folder of all applications, as callers may empty the result.
     const QString identifier = VXBundle::mainBundle()->bundleIdentifier();
     return pathToFolder(VXFolderType::Caches, VXFolderDomain::User) + u'/' +
            (identifier.isEmpty() ? VXFrameworkIdentifier : identifier);
@@ -130,7 +130,7 @@ QString VXFileManager::createUniqueTemporaryFolder(const QString &baseName) cons
     if (baseName.isNull())
         return {};
     QByteArray path = QFile::encodeName(QDir::tempPath() + u'/' + baseName + ".XXXXXX"_L1);
-    // A name with a slash would lead out of the temporary folder.
+    // With a slash in its name the folder would not be in the temporary folder.
     const int error = baseName.contains(u'/') ? EINVAL : (::mkdtemp(path.data()) == nullptr ? errno : 0);
     if (error != 0) {
         VXLogMethod(VXLogError, "createUniqueTemporaryFolder", u"errno: %1"_s.arg(error));

@@ -21,7 +21,7 @@ public:
     VXFileManager(const VXFileManager &) = delete;
     VXFileManager &operator=(const VXFileManager &) = delete;
 
-    /** A folder the platform knows; not created. One that cannot be found fails an assertion. */
+    /** A folder known to the platform; not created. If it cannot be found, an assertion fails. */
     QString pathToFolder(VXFolderType type, VXFolderDomain domain) const;
 
     QString pathToLocalApplicationsFolder() const;
@@ -32,50 +32,49 @@ public:
     QString pathToUserMetadataFolder() const;
     QString pathToUserTrashFolder() const;
 
-    /** The folder of the application's log files, made if needed; null, with a line on the console, on failure. */
+    /** The folder of the application's log files, created if need be; null, with a line on the console, on failure. */
     QString pathToUserVNXLogsFolder() const;
     /** Size in megabytes (1048576 bytes), following links; -1 when it cannot be read. */
     float fileSizeAtPath(const QString &path) const;
-    /** True when the log file may be appended to. Creates it; rotates it once it exceeds 2 MB. */
+    /** Whether the log file can be appended to. Creates it if need be; rotates it once it exceeds 2 MB. */
     bool verifyLogFileAtPath(const QString &path) const;
 
     /** Makes each missing folder along the path. @return no error, or which folder could not be created. */
     VXError verifyPathExists(const QString &path) const;
-    /** A new folder "<base name>.XXXXXX" in the temporary folder, for this user only; null on failure or
-     * without a base name. */
+    /** Makes a new folder "<base name>.XXXXXX" in the temporary folder, for this user only; null on failure or without
+     *  a base name. */
     QString createUniqueTemporaryFolder(const QString &baseName) const;
 
     /**
-     * Moves an item into the user's trash (freedesktop.org Trash specification) under its own name, or that
-     * name with ".1", ".2", ... when taken; nothing there is replaced. A name too long for the trash's notes loses its end.
-     * @param trashedPath if given, is where it then lies.
-     * @param origin where it is to be put back to, when that is another place than the one it is moved from.
-     * @return no error, or why it did not move; it is logged.
+     * Moves an item into the user's trash (freedesktop.org Trash specification) under its own name, or that name with
+     * ".1", ".2", ... if taken; nothing there is replaced. A name too long for the trash's info file is truncated.
+     * @param trashedPath if given, receives the path in the trash. @param origin where to restore it to, if that is not
+     * where it is moved from. @return no error, or why it was not moved; that is logged.
      */
     VXError safelyTrashFileAtPath(const QString &path, QString *trashedPath = nullptr, const QString &origin = {});
 
-    /** True for whatever has that name, a link that leads nowhere too. */
+    /** Whether anything has that name, including a dangling link. */
     static bool itemExistsAtPath(const QString &path);
 
     /**
-     * Moves a file, folder or link to a path that is free. To another file system it is copied, with what belongs to it
-     * (VXItemCopy.h), and removed when the copy is on the disk; what may not be removed is not moved. @return no error,
-     * or why it did not move: then it is where it was, and nothing is at the destination. It is logged.
+     * Moves a file, folder or link to a path where nothing is. To another file system it is copied, with its metadata
+     * (VXItemCopy.h), and removed when the copy is on disk; what cannot be removed is not moved. @return no error, or
+     * why it was not moved; that is logged. Then the item is where it was, and nothing is at the destination.
      */
     VXError moveItemAtPath(const QString &source, const QString &destination);
 
     /**
-     * The handler of failed moves: records an error made of the entries "Error" and "Path" as the last one
-     * and answers false, for the move must not proceed.
+     * Handles a failed move: records an error made of the entries "Error" and "Path" as the last one and returns false,
+     * as the move must not proceed.
      */
     bool shouldProceedAfterError(const QVariantMap &errorInfo);
 
-    /** The error of the last failed move or trashing in the process; none after a success. */
+    /** The error of the last failed move or trashing in this process; none after a success. */
     static VXError lastError();
 
 private:
     VXError recordMoveError(const QString &reason, const QString &path);
     static QString withoutTrailingSlashes(const QString &path);
 
-    VXRecursiveMutex _lock; // one trashing at a time
+    VXRecursiveMutex _lock; // serializes trashing
 };

@@ -17,7 +17,7 @@ void VXIdleTime::setSource(Source given)
     source = std::move(given);
 }
 
-// The desktop is asked with no lock held.
+// Asks the desktop without holding the lock.
 std::optional<double> VXIdleTime::seconds()
 {
     Source asked;

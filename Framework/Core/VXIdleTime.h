@@ -5,15 +5,15 @@
 #include <functional>
 #include <optional>
 
-/** For how long nobody has touched keyboard or mouse, as the session knows it. Any thread. */
+/** How long the user has not touched keyboard or mouse, as reported by the session. Any thread. */
 class VX_EXPORT VXIdleTime
 {
 public:
-    /** Seconds; none when it cannot be told. Called on any thread, and waited for. */
+    /** Returns the seconds; none when unknown. Called on any thread; the caller waits for it. */
     using Source = std::function<std::optional<double>()>;
-    /** Given by a program that is connected to the desktop; an empty one takes it back. */
+    /** Set by a program that is connected to the desktop; an empty source removes it. */
     static void setSource(Source source);
-    /** None without a source, too. */
+    /** The seconds; none when unknown or without a source. */
     static std::optional<double> seconds();
 
     VXIdleTime() = delete;

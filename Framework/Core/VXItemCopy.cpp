@@ -21,7 +21,7 @@ std::error_code systemError()
     return {errno, std::generic_category()};
 }
 
-// Also what neither the file system nor the user's rights allow is no failure; a lack of room is one.
+// What the file system or the user's rights do not allow is no failure; a full disk is one.
 std::error_code keepExtendedAttributes(const fs::path &from, const fs::path &to)
 {
     std::vector<char> names(64 * 1024); // the kernel's limit
@@ -37,19 +37,19 @@ std::error_code keepExtendedAttributes(const fs::path &from, const fs::path &to)
     return {};
 }
 
-// Owner, permissions and times.
+// Copies owner, permissions and times.
 void keepStatus(const fs::path &path, const struct stat &original)
 {
     const bool ownerKept = ::lchown(path.c_str(), original.st_uid, original.st_gid) == 0;
     if (!S_ISLNK(original.st_mode)) {
-        // Never a program that runs as somebody it was not owned by.
+        // Drops set-user-ID and set-group-ID unless the owner was kept.
         [[maybe_unused]] const int mode = ::chmod(path.c_str(), original.st_mode & (ownerKept ? 07777 : 01777));
     }
     const std::array times{original.st_atim, original.st_mtim};
     ::utimensat(AT_FDCWD, path.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
 }
 
-// The bytes from `start` to `end`, at the same place.
+// Copies the bytes from `start` to `end` to the same place.
 std::error_code copyBytes(int source, int copy, off_t start, off_t end)
 {
     std::vector<char> buffer(128 * 1024);
@@ -61,7 +61,7 @@ std::error_code copyBytes(int source, int copy, off_t start, off_t end)
         if (length < 0)
             return systemError();
         if (length == 0)
-            return {}; // somebody cut it
+            return {}; // the source was truncated meanwhile
         for (ssize_t done = 0; done < length;) {
             const ssize_t written = ::pwrite(copy, &buffer[size_t(done)], size_t(length - done), start + done);
             if (written < 0 && errno != EINTR)
@@ -73,7 +73,7 @@ std::error_code copyBytes(int source, int copy, off_t start, off_t end)
     return {};
 }
 
-// Only what is not in holes. Where the file system cannot tell them, nothing is.
+// Copies only data, and skips holes. A file system that does not support this reports no holes.
 std::error_code copyContents(int source, int copy, off_t size)
 {
     off_t start = 0;
@@ -103,7 +103,7 @@ std::error_code copyFile(const fs::path &from, const fs::path &to, off_t size)
     std::error_code error = copyContents(source, copy, size);
     if (!error && ::fsync(copy) != 0)
         error = systemError();
-    // Some file systems tell only now that they are full.
+    // Some file systems report only now that they are full.
     return ::close(copy) == 0 || error ? error : systemError();
 }
 
@@ -111,7 +111,8 @@ std::error_code syncFolder(const fs::path &folder)
 {
     const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
-        return errno == EACCES ? std::error_code() : systemError(); // who may only write there cannot ask
+        // a folder that may only be written to cannot be opened, and so not synced
+        return errno == EACCES ? std::error_code() : systemError();
     const auto close = qScopeGuard([descriptor] { ::close(descriptor); });
     return ::fsync(descriptor) == 0 || errno == EINVAL ? std::error_code() : systemError();
 }
@@ -136,7 +137,7 @@ std::error_code copyFolder(const fs::path &from, const fs::path &to)
     return error ? error : syncFolder(to);
 }
 
-// A folder that others may write to as well can keep its entries for their owners.
+// Whether the folder is writable for others but sticky, so that only owners can remove their entries.
 bool isKeptForOwners(const fs::path &folder, const struct stat &entry)
 {
     struct stat status
@@ -216,5 +217,5 @@ void VXRemoveCopy(const fs::path &copy)
              entry.increment(error))
             VXRemoveCopy(entry->path());
     }
-    fs::remove(copy, error); // what stays is only in the way of nobody
+    fs::remove(copy, error); // what cannot be removed is in nobody's way
 }

@@ -32,7 +32,7 @@ constexpr std::array<std::string_view, 8> levelNames{"FATAL",   "ALERT",  "CRITI
                                                      "WARNING", "NOTICE", "INFO",     "DEBUG"};
 
 VXMutex writeLock; // held while any logger writes a message
-// Kept from line to line, so that a line needs no allocation; never freed, for threads that log during exit.
+// Reused, so that a line needs no allocation; never freed, as threads may log during exit.
 QByteArray &lineBuffer VX_GUARDED_BY(writeLock) = *new QByteArray;
 constexpr qsizetype largestKeptBuffer = 64 * 1024;
 std::atomic<int> echoDescriptor{-1};
@@ -40,7 +40,7 @@ std::atomic<QDateTime (*)()> currentTime{&QDateTime::currentDateTimeUtc};
 
 using LoggerTable = QHash<QString, std::shared_ptr<VXLog>>;
 
-// The thread's loggers by path; nullptr when the thread is past the point where it had any.
+// The thread's loggers by path; nullptr when they have been destroyed as the thread ends.
 LoggerTable *loggersOfThread()
 {
     thread_local bool gone = false;
@@ -53,7 +53,7 @@ LoggerTable *loggersOfThread()
     return gone ? nullptr : &owner.table;
 }
 
-// "Nov 15 22:04:32", made once a second: finding the local time takes longer than all the rest of a line.
+// "Nov 15 22:04:32", made once per second: computing the local time takes longer than all the rest of a line.
 const char *localTimeText(std::time_t seconds)
 {
     static constexpr std::array months{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
@@ -70,8 +70,8 @@ const char *localTimeText(std::time_t seconds)
     return cachedText.data();
 }
 
-// A line up to the message: "Nov 15 22:04:32.118 [311:2] <ERROR>". Put together by hand: this is half of what
-// a line costs besides writing it.
+// The part of a line before the message: "Nov 15 22:04:32.118 [311:2] <ERROR>". Composed by hand, as this is half of
+// the cost of a line apart from writing it.
 class LinePrefix
 {
 public:
@@ -104,16 +104,16 @@ private:
     void put(std::string_view text) { _end = std::copy(text.begin(), text.end(), _end); }
     void put(std::integral auto number) { _end = std::to_chars(_end, _text.data() + _text.size(), number).ptr; }
 
-    std::array<char, 96> _text; // the parts, at their longest, take 80
+    std::array<char, 96> _text; // the parts take at most 80
     char *_end = _text.data();
 };
 
-// The message in UTF-8 behind what the line has; what has no encoding is left out.
+// Appends the message in UTF-8; what cannot be encoded is left out.
 void appendLossy(QByteArray &line, QStringView message)
 {
     const bool clean = message.isValidUtf16();
     const qsizetype start = line.size();
-    line.resize(start + message.size() * 3); // the most that UTF-8 takes for one UTF-16 unit
+    line.resize(start + message.size() * 3); // a UTF-16 unit takes at most 3 bytes in UTF-8
     char *end = line.data() + start;
     QStringEncoder encoder(QStringEncoder::Utf8, QStringConverter::Flag::Stateless);
     if (clean) {
@@ -131,7 +131,7 @@ void appendLossy(QByteArray &line, QStringView message)
     line.truncate(end - line.constData());
 }
 
-// Behind each line feed a tab; the message itself where there is none.
+// Inserts a tab after each line feed.
 QString withMarkedLines(const QString &message)
 {
     if (!message.contains(u'\n')) // nearly always
@@ -140,7 +140,7 @@ QString withMarkedLines(const QString &message)
     return marked.replace(u'\n', "\n\t"_L1);
 }
 
-// The encoded line, valid until the next one.
+// Returns the encoded line, valid until the next call.
 const QByteArray &makeLine(unsigned level, const QString &message) VX_REQUIRES(writeLock)
 {
     if (lineBuffer.capacity() > largestKeptBuffer)
@@ -163,7 +163,7 @@ void VXLog::log(unsigned level, const QString &message)
         VXConsoleLog(u"[%1] %2"_s.arg(logLevelString(level), VXDescription(message)));
     else if (VXLog *const logger = logWithFilePath({}))
         logger->logMessage(level, message);
-    else // the thread's loggers have ended before what logs now
+    else // the thread's loggers are destroyed already
         initWithSystemLog(std::make_unique<VXSystemLogClient>())->logMessage(level, message);
 }
 
@@ -274,7 +274,7 @@ void VXLog::writeLine(const QByteArray &line)
     }
     if (const int descriptor = echoDescriptor.load(std::memory_order_relaxed); descriptor >= 0) {
         const QByteArray visible = VXVisibleText(QString::fromUtf8(line)).toUtf8();
-        // Nobody is left to tell when the terminal is gone.
+        // If the terminal is gone, nobody can be told.
         [[maybe_unused]] const ssize_t written = ::write(descriptor, visible.constData(), size_t(visible.size()));
     }
 }

@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// "0x%08x": the low 32 bits, as log lines have always shown them.
+// "0x%08x" of the low 32 bits, the established form of log lines.
 QString addressText(const void *address)
 {
     return QString::asprintf("0x%08x", static_cast<unsigned>(reinterpret_cast<quintptr>(address)));

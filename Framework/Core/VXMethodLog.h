@@ -11,8 +11,8 @@
 #include <typeinfo>
 
 /**
- * A family of debug traces with a four-letter tag, written only while the boolean user default "debug." + tag is
- * true. Asking costs one atomic load. Any thread.
+ * A category of debug traces with a four-letter tag, written only while the boolean user default "debug." + tag is
+ * true. The check costs one atomic load. Any thread.
  */
 class VX_EXPORT VXDebugCategory
 {
@@ -33,13 +33,16 @@ private:
     const VXLiveSwitch _switch;
 };
 
-/** Who logs: the object (or class) address, whether its class speaks, the class name and the operation. */
+/**
+ * The origin of a log line: the address of the object (or class), whether it is an instance or class operation, the
+ * class name, and the operation.
+ */
 struct VXLogOrigin
 {
     const void *address;
     char kind; // '-' for an instance operation, '+' for a class operation
     QString className;
-    const char *operation; // as "loadPlugins" or "postEventWithName:subtype:object:"
+    const char *operation; // for example "loadPlugins" or "postEventWithName:subtype:object:"
 };
 
 /** "-[VXPluginManager loadPlugins]" */
@@ -70,13 +73,13 @@ VXLogOrigin VXClassOrigin(const char *operation)
     return {&typeid(T), '+', VXClassName(typeid(T)), operation};
 }
 
-/** Inside an instance operation: logs the text with the method's prefix. */
+/** For instance operations: logs the text with the method's prefix. */
 #define VXLogMethod(level, operation, text) VXLogFrom(VXInstanceOrigin(this, operation), level, text)
 
-/** Inside a class operation: the same. */
+/** For class operations: the same. */
 #define VXLogClassMethod(level, Class, operation, text) VXLogFrom(VXClassOrigin<Class>(operation), level, text)
 
-/** Inside an instance operation: a trace. The text is not made while the category is off. */
+/** For instance operations: a trace. The text is not composed while the category is off. */
 #define VXTraceMethod(category, operation, text)                                                                       \
     do {                                                                                                               \
         if (Q_UNLIKELY((category).isEnabled()))                                                                        \

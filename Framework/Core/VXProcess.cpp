@@ -20,8 +20,8 @@ namespace {
 
 constexpr qsizetype keptMessages = 2048; // bytes
 
-// The archivers take options from these variables, and write names in the user's locale: what they do shall
-// depend on their arguments alone, and names are UTF-8 here.
+// Drops variables from which the archivers take options, and the user's locale, in which they write names: their work
+// must depend on their arguments only, and names are UTF-8 here.
 std::vector<char *> childEnvironment()
 {
     static constexpr std::array dropped{
@@ -38,7 +38,7 @@ std::vector<char *> childEnvironment()
     return environment;
 }
 
-// How the child is set up between fork and exec: files, folder, session, signals.
+// The setup of the child between fork and exec: files, folder, session, signals.
 class SpawnSetup
 {
 public:
@@ -64,7 +64,7 @@ public:
     SpawnSetup(const SpawnSetup &) = delete;
     SpawnSetup &operator=(const SpawnSetup &) = delete;
 
-    // Both descriptors above those of the standard streams.
+    // Both descriptors must be above those of the standard streams.
     void setOutput(int output, int messages)
     {
         posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
@@ -77,7 +77,7 @@ public:
     posix_spawnattr_t attributes{};
 };
 
-// A pipe whose ends the program does not inherit; its end for writing is no standard stream.
+// A pipe that the program does not inherit; its write end is never a standard stream.
 class Pipe
 {
 public:
@@ -90,7 +90,7 @@ public:
     Pipe(const Pipe &) = delete;
     Pipe &operator=(const Pipe &) = delete;
 
-    // 0 or an errno.
+    // Returns 0 or an errno.
     int open()
     {
         std::array<int, 2> ends{-1, -1};
@@ -144,7 +144,7 @@ int VXProcess::launch(bool capturesOutput)
     setup.setOutput(capturesOutput ? output.writing() : messages.writing(), messages.writing());
     if (!_workingFolder.isEmpty())
         posix_spawn_file_actions_addchdir_np(&setup.files, _workingFolder.constData());
-    // A limit that holds from the start is set by a program that then becomes the other one.
+    // A limit that applies from the start is set by prlimit, which then executes the program.
     QByteArrayList words{_program};
     if (_largestFile >= 0)
         words = {"/usr/bin/prlimit", "--fsize=" + QByteArray::number(_largestFile), _program};
@@ -174,7 +174,7 @@ int VXProcess::waitUntilExit(QByteArray *output, qsizetype maximumOutput)
     if (identifier == 0)
         return -1;
     readAll(output, maximumOutput);
-    // The number stays the program's until it is reaped, so that terminate() never hits another one.
+    // The process ID stays valid until the child is reaped, so terminate() never hits another process.
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(identifier), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR)
         continue;
@@ -187,7 +187,7 @@ int VXProcess::waitUntilExit(QByteArray *output, qsizetype maximumOutput)
     return WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status);
 }
 
-// Both pipes at once, for the program waits while one is full.
+// Reads both pipes at the same time, since the program blocks while one is full.
 void VXProcess::readAll(QByteArray *output, qsizetype maximumOutput)
 {
     std::array<char, 65536> buffer{};
@@ -199,7 +199,7 @@ void VXProcess::readAll(QByteArray *output, qsizetype maximumOutput)
             const bool isReady = pipe.fd >= 0 && std::exchange(pipe.revents, 0) != 0;
             const ssize_t count = isReady ? ::read(pipe.fd, buffer.data(), buffer.size()) : -1;
             if (isReady && (count == 0 || (count < 0 && errno != EINTR)))
-                pipe.fd = -1; // which poll passes over
+                pipe.fd = -1; // poll ignores it
             else if (count > 0 && &pipe == pipes.data())
                 _messages.append(buffer.data(), std::min<qsizetype>(count, keptMessages - _messages.size()));
             else if (count > 0 && output != nullptr && output->size() + count <= maximumOutput)

@@ -10,36 +10,37 @@
 #include <sys/types.h>
 
 /**
- * A program run without a shell, in a session of its own: it has no terminal and no input, so that it cannot
- * wait for a person. One thread launches and waits; any thread may terminate it.
+ * Runs a program without a shell, in a session of its own: it has no terminal and no input, so it cannot wait for a
+ * person. One thread launches it and waits; any thread may terminate it.
  */
 class VXProcess
 {
 public:
-    /** `workingFolder` may be null: the folder of this process. */
+    /** `workingFolder` may be null, which means that of this process. */
     VXProcess(const QString &program, const QList<QByteArray> &arguments, const QString &workingFolder = {});
     ~VXProcess();
     VXProcess(const VXProcess &) = delete;
     VXProcess &operator=(const VXProcess &) = delete;
 
-    /** Files that it writes may not become larger than so many bytes: it is ended then. */
+    /** Limits the size of files that the program writes; if it exceeds the limit, it is ended. */
     void setLargestFile(qint64 bytes) { _largestFile = bytes; }
 
-    /** Starts the program; output that is not captured counts as messages. @return 0, or the errno when it does not
-     * start. */
+    /** Starts the program; output that is not captured is treated as messages. @return 0, or an errno when it cannot be
+     *  started. */
     [[nodiscard]] int launch(bool capturesOutput);
 
     /**
-     * Reads the captured output and waits for the end. More output than `maximumOutput` bytes ends the program.
-     * @return the exit status, or the number of the signal that ended it; -1 when nothing ran or it is not known.
+     * Reads the captured output and waits for the end. If the output exceeds `maximumOutput` bytes, the program is
+     * ended. @return the exit status, or the number of the signal that ended it; -1 when nothing ran or the status is
+     * unknown.
      */
     int waitUntilExit(QByteArray *output = nullptr, qsizetype maximumOutput = std::numeric_limits<qsizetype>::max());
 
-    /** What the program said, on one line: the beginning of its standard error, and of its output when that was not
-     *  captured. After waitUntilExit. */
+    /** The program's messages on one line: the beginning of its standard error, and of its output when that was not
+     *  captured. Valid after waitUntilExit. */
     QString messages() const;
 
-    /** Asks the program to end; does nothing when it does not run. */
+    /** Asks the program to end; does nothing when it is not running. */
     void terminate();
 
 private:
@@ -49,10 +50,10 @@ private:
     const QList<QByteArray> _arguments;
     const QByteArray _workingFolder;
     qint64 _largestFile = -1;
-    int _outputDescriptor = -1; // this and what follows: the launching thread's
+    int _outputDescriptor = -1; // this and _messageDescriptor, _messages: the launching thread only
     int _messageDescriptor = -1;
     QByteArray _messages;
 
     VXMutex _lock;
-    pid_t _identifier VX_GUARDED_BY(_lock) = 0; // 0 when it does not run
+    pid_t _identifier VX_GUARDED_BY(_lock) = 0; // 0 when not running
 };

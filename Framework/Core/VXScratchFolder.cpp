@@ -48,8 +48,8 @@ VXScratchFolder::VXScratchFolder(const QString &folder, const QString &prefix)
             _reason = qt_error_string(errno);
             return;
         }
-        // Before it was locked another process may have taken it for one left behind: it has been removed, or is just
-        // about to be by whoever holds its lock.
+        // Before it was locked, another process may have taken the folder for an abandoned one: then it has been
+        // removed, or is about to be removed by the holder of its lock.
         bool isBeingRemoved = false;
         _lock = lock(QFile::decodeName(path), &isBeingRemoved);
         if (_lock.isOpen() || (!isBeingRemoved && QFile::exists(QFile::decodeName(path))))

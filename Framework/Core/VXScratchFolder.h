@@ -7,33 +7,35 @@
 #include <functional>
 
 /**
- * A folder with a hidden name in which something grows, for this user only. It is locked while the object lives, so that
- * what a process left behind that was killed can be told from what is in use: the kernel ends the lock with the process.
- * Where a file system knows no locks, nothing counts as left behind. Private to the framework; one thread at a time.
+ * A hidden temporary folder in which something is prepared, for this user only. It is locked while the object lives, so
+ * that folders left by killed processes can be told from those in use: the kernel releases a lock when the process
+ * ends. On file systems without locks no folder counts as abandoned. Private to the framework; one thread at a time.
  */
 class VXScratchFolder
 {
 public:
     /** Makes "FOLDER/PREFIXxxxxxx". */
     VXScratchFolder(const QString &folder, const QString &prefix);
-    /** Removes it with all that is in it. */
+    /** Removes the folder with everything in it. */
     ~VXScratchFolder();
     VXScratchFolder(const VXScratchFolder &) = delete;
     VXScratchFolder &operator=(const VXScratchFolder &) = delete;
 
-    /** Null when it could not be made; `reason` tells why. */
+    /** Null when the folder could not be made; then `reason` says why. */
     QString path() const { return _path; }
     QString reason() const { return _reason; }
-    /** It stays, as what it holds is still of use; the lock ends with the object. */
+    /** Keeps the folder, since its contents are still needed; the lock is still released with the object. */
     void keep() { _isKept = true; }
 
-    /** Calls with each folder of such a name that belongs to the user and to no living process; locked meanwhile. */
+    /** Visits each folder with such a name that belongs to this user and to no living process; it is locked during the
+     *  visit. */
     static void visitAbandoned(const QString &folder, const QString &prefix,
                                const std::function<void(const QString &path)> &visit);
-    /** Removes those, with all that is in them. */
+    /** Removes those folders with everything in them. */
     static void removeAbandoned(const QString &folder, const QString &prefix);
 
-    /** Locks a folder until the descriptor is closed; none is open when somebody else has it, or it is not there any more. */
+    /** Locks a folder until the descriptor is closed. Not open when somebody else holds the lock, or the folder is
+     *  gone. */
     [[nodiscard]] static VXFileDescriptor lock(const QString &path, bool *isHeldElsewhere = nullptr);
 
 private:

@@ -18,7 +18,7 @@ fs::path systemPath(const QString &path)
     return QFile::encodeName(path).toStdString();
 }
 
-// A folder that may not be written to cannot change its parent.
+// A read-only folder is made writable meanwhile: moving it to another parent changes its ".." entry.
 std::error_code renameItem(const fs::path &from, const fs::path &to)
 {
     std::error_code error;
@@ -34,7 +34,7 @@ std::error_code renameItem(const fs::path &from, const fs::path &to)
     return error;
 }
 
-// What stands at the destination of an item: nothing, a folder to go on in, a file, or what is in the way.
+// What is at the destination of an item: nothing, a folder to merge with, a file, or an obstacle.
 enum class Place { Free, Folder, OlderFile, NewerFile, Blocked };
 
 Place placeFor(const fs::directory_entry &item, const fs::path &to)
@@ -51,7 +51,7 @@ Place placeFor(const fs::directory_entry &item, const fs::path &to)
                : Place::NewerFile;
 }
 
-// Moves what is in a folder into another one; without `moves` only looks whether that would go.
+// Moves the contents of one folder into another; without `moves` only checks whether that is possible.
 std::error_code merge(const fs::path &from, const fs::path &to, bool moves)
 {
     std::error_code error;
@@ -59,7 +59,7 @@ std::error_code merge(const fs::path &from, const fs::path &to, bool moves)
     while (!error && item != fs::directory_iterator()) {
         const fs::directory_entry entry = *item;
         const fs::path target = to / entry.path().filename();
-        item.increment(error); // before the entry goes
+        item.increment(error); // before the entry is moved
         if (error)
             break;
         switch (placeFor(entry, target)) {
@@ -79,7 +79,7 @@ std::error_code merge(const fs::path &from, const fs::path &to, bool moves)
     return error;
 }
 
-// The destination itself, or the folder above that is there.
+// The destination, or the nearest existing folder above it.
 QString nearestFolder(QString folder)
 {
     while (!VXFileManager::itemExistsAtPath(folder) && QFileInfo(folder).path() != folder)

@@ -7,28 +7,29 @@
 #include <memory>
 
 /**
- * A folder that grows beside its destination (in it, when it is there already), and then moves into it: so that what is not
- * finished is not found there. It goes with the object; one that a killed process left goes before the next is made.
- * Private to VXZipFile; one thread at a time.
+ * A folder that is filled beside its destination (inside, if the destination exists), and then moved into it, so that
+ * unfinished contents are not seen there. Removed with the object; one that a killed process left is removed before the
+ * next is made. Private to VXZipFile; one thread at a time.
  */
 class VXStagedFolder
 {
 public:
     explicit VXStagedFolder(const QString &destination);
 
-    /** Null when the folder could not be made; `reason` tells why. */
+    /** Null when the folder could not be made; then `reason` says why. */
     QString path() const { return _scratch->path(); }
     QString reason() const { return _scratch->reason(); }
 
-    /** Bytes in the files so far. */
+    /** The size of the files so far, in bytes. */
     qint64 usedBytes() const;
 
-    /** Bytes that the user may still write there. */
+    /** How many bytes the user can still write there. */
     qint64 freeBytes() const;
 
     /**
-     * Moves all into the destination, which is made if need be: into folders that are there, over files that are older, not
-     * over others. @return null, or why not; when a file stands where a folder is to be, or the other way round, nothing was moved.
+     * Moves everything into the destination, which is created if need be: merges folders and replaces older files, but
+     * no others. @return null, or the reason for a failure. When a file is where a folder has to go, or the other way
+     * round, nothing was moved.
      */
     QString moveIntoPlace();
 

@@ -77,8 +77,8 @@ void VXTask::start(std::function<void()> work, std::function<void()> completion)
         } catch (const std::exception &exception) {
             self->setError(VXMakeError(QString::fromUtf8(exception.what())));
         }
-        // What the work holds goes before the hand-over, and the reference goes along with it: from there on
-        // all belongs to the main thread, and a task that nobody else holds ends there.
+        // What the work owns is destroyed before the hand-over, which also takes this reference: from then on
+        // everything belongs to the main thread, and a task without other owners is destroyed there.
         work = nullptr;
         handOver(std::move(self), std::move(completion));
     };
@@ -95,7 +95,7 @@ void VXTask::handOver(Ptr task, std::function<void()> completion)
     const std::weak_ptr<VXTask> weak = task;
     if (VXMainThread::perform([task = std::move(task), done = std::move(completion)] { task->finish(done); }))
         return;
-    // The program ends, and nobody is told. Whoever looks finds that out.
+    // The program is ending, and nobody is notified; those who ask see that it no longer runs.
     if (const Ptr left = weak.lock()) {
         const VXMutexLocker lock(left->_lock);
         left->_isRunning = false;
@@ -107,7 +107,7 @@ void VXTask::handOver(Ptr task, std::function<void()> completion)
 void VXTask::finish(const std::function<void()> &completion)
 {
     {
-        // Before the completion: the delegate may start the next work. Not earlier, or that could replace the
+        // Before the completion, since the delegate may start the next work. Not earlier, since that could replace the
         // result before the delegate has seen it.
         const VXMutexLocker lock(_lock);
         _isRunning = false;
@@ -121,7 +121,7 @@ int VXTask::runProgram(const Run &run)
     process->setLargestFile(run.largestFile);
     int startError = 0;
     {
-        const VXMutexLocker lock(_lock); // so that cancelling finds either the mark unread or the program running
+        const VXMutexLocker lock(_lock); // so that cancelling finds either the flag unread or the program running
         if (_didCancel)
             return SIGTERM;
         startError = process->launch(run.output != nullptr);

@@ -17,8 +17,8 @@
 class VXProcess;
 
 /**
- * Work done by other programs on a thread of its own, which keeps the task alive. It ends with a message to
- * the delegate on the main thread. Any thread may ask and cancel; the delegate belongs to the main thread.
+ * Work done by other programs on a thread of its own, which keeps the task alive. At the end the delegate is notified
+ * on the main thread. Any thread may query and cancel; the delegate belongs to the main thread.
  */
 class VX_EXPORT VXTask : public std::enable_shared_from_this<VXTask>
 {
@@ -29,22 +29,22 @@ public:
     VXTask(const VXTask &) = delete;
     VXTask &operator=(const VXTask &) = delete;
 
-    /** Why the last work failed; none while it runs and after a success. */
+    /** Why the last work failed; none while it is running and after a success. */
     VXError error() const;
 
-    /** Where the result goes, set before the work starts, and afterwards the result itself. */
+    /** Where to put the result, set before the work starts; afterwards the path of the result. */
     QString destinationPath() const;
     void setDestinationPath(const QString &path);
 
-    /** Who is told at the end; not owned, null when gone or none. Main thread only. */
+    /** The object to be notified at the end; not owned, null when gone or none. Main thread only. */
     QObject *delegate() const { return _delegate; }
     void setDelegate(QObject *delegate) { _delegate = delegate; }
 
-    /** From the start of the work until the delegate is about to be told; it is not once the application object is
-     *  gone, and the error is then the cancelled one, unless the work had one. */
+    /** True from the start of the work until the delegate is about to be notified; false once the application object is
+     *  gone, and then the error is the cancelled one, unless the work had another. */
     bool isRunning() const;
 
-    /** Ends the running program, or the next one that the work would start. The delegate is told as ever. */
+    /** Ends the running program, or the next one that the work would start. The delegate is notified nevertheless. */
     void cancel();
     bool didCancel() const;
 
@@ -55,12 +55,12 @@ protected:
     VXTask();
 
     /**
-     * Runs `work` on a new thread, then `completion` on the main thread. Asserts "Task already running";
-     * clears the error and the mark of cancelling.
+     * Runs `work` on a new thread, then `completion` on the main thread. Clears the error and the cancelled flag.
+     * Asserts "Task already running".
      */
     void start(std::function<void()> work, std::function<void()> completion);
 
-    /** A program to run. Output, if asked for, is limited to so many bytes, and each file that it writes too. */
+    /** A program to run. Limits the output, if asked for, and each file that the program writes, in bytes. */
     struct Run
     {
         QString program;
@@ -68,16 +68,16 @@ protected:
         QString workingFolder = {};
         QByteArray *output = nullptr;
         qsizetype maximumOutput = std::numeric_limits<qsizetype>::max();
-        qint64 largestFile = -1; // -1 for any
+        qint64 largestFile = -1; // -1 for unlimited
     };
 
-    /** On the worker: runs a program to its end. A failure is logged, with what the program said.
-     *  @return its exit status, the signal that ended it, or couldNotStart. */
+    /** Runs a program to its end, on the worker. A failure is logged with the program's messages. @return its exit
+     *  status, the signal that ended it, or couldNotStart. */
     int runProgram(const Run &run);
 
     void setError(const VXError &error);
 
-    /** Main thread: calls the delegate's operation with that argument, if it responds to it. */
+    /** Main thread: calls the delegate's operation with that argument, if it has one. */
     void tellDelegate(const QByteArray &operation, const QVariant &argument) const;
 
 private:
@@ -87,7 +87,7 @@ private:
     QPointer<QObject> _delegate; // main thread only
 
     mutable VXMutex _lock;
-    std::shared_ptr<VXProcess> _process VX_GUARDED_BY(_lock); // the program that runs now
+    std::shared_ptr<VXProcess> _process VX_GUARDED_BY(_lock); // the running program
     VXError _error VX_GUARDED_BY(_lock);
     QString _destinationPath VX_GUARDED_BY(_lock);
     bool _didCancel VX_GUARDED_BY(_lock) = false;

@@ -45,16 +45,16 @@ int VXThread::vx_threadIndex()
     return -1;
 }
 
-// Not idle: the thread may hold a lock that one of the usual priority waits for, and would keep it from going on for as long
-// as others want the processors.
+// Not idle priority: an idle thread that holds a lock could block a thread of normal priority for as long as others use
+// the processors.
 void VXThread::vx_lowerPriority()
 {
-    // As in linux/ioprio.h, which glibc does not show.
-    constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, whose 0 is the calling thread
+    // From linux/ioprio.h, which glibc does not expose.
+    constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS; 0 means the calling thread
     constexpr int lastOfUsualClass = (2 << 13) | 7;
     constexpr int lowest = 19;
     const sched_param parameter = {};
     ::pthread_setschedparam(::pthread_self(), SCHED_BATCH, &parameter);
-    ::setpriority(PRIO_PROCESS, id_t(::gettid()), lowest); // of this thread alone
+    ::setpriority(PRIO_PROCESS, id_t(::gettid()), lowest); // affects this thread only
     ::syscall(SYS_ioprio_set, thisThread, 0, lastOfUsualClass);
 }

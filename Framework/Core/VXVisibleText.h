@@ -5,8 +5,8 @@
 #include <QtCore/QString>
 
 /**
- * The text with everything that could steer a terminal shown instead: control characters as "^[" (escape) and "<U+009B>",
- * marks that turn the direction of writing as "<U+202E>". Line feeds and tabs stay, of a
- * carriage return before a line feed nothing is shown.
+ * The text with everything that could control a terminal made visible: control characters as "^[" (escape) and
+ * "<U+009B>", characters that change the writing direction as "<U+202E>". Line feeds and tabs are kept; a carriage
+ * return before a line feed is dropped.
  */
 VX_EXPORT QString VXVisibleText(const QString &text);

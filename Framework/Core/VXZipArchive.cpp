@@ -20,10 +20,9 @@ constexpr auto zipinfo = "/usr/bin/zipinfo"_L1;
 constexpr auto unzip = "/usr/bin/unzip"_L1;
 constexpr qsizetype maximumListing = qsizetype{1} << 30;
 constexpr qsizetype longestLinkTarget = PATH_MAX - 1;
-constexpr qsizetype maximumArgumentBytes = 262'144; // in one call, far below what the kernel takes
+constexpr qsizetype maximumArgumentBytes = 262'144; // per call, far below the kernel's limit
 
-// A text as a pattern that only this text matches. Outside brackets unzip does not take a backslash for an
-// escape everywhere, within them it does.
+// A pattern that matches only this text. unzip treats a backslash as an escape reliably only within brackets.
 QByteArray literalPattern(const QByteArray &text)
 {
     QByteArray pattern;
@@ -41,11 +40,11 @@ QByteArray literalPattern(const QByteArray &text)
 QList<QByteArray> lines(const QByteArray &text)
 {
     QList<QByteArray> result = text.split('\n');
-    result.removeLast(); // behind the last line feed
+    result.removeLast(); // after the last line feed
     return result;
 }
 
-// A status of 1 is a warning, as long as there are entries.
+// Status 1 is only a warning if entries were listed.
 bool isRead(int status, const QByteArray &list)
 {
     return status == 0 || (status == VXZipArchive::warned && !list.isEmpty());
@@ -65,8 +64,8 @@ bool isUtf8(const QByteArray &text)
     return !decoder.hasError() && !decoded.isNull();
 }
 
-// Going up is allowed only at the start and as far as the unpacked folder's top: behind a component, which
-// may be a link too, nobody can tell where ".." leads.
+// ".." is allowed only at the start, and up to the top of the unpacked folder: after a component, which may be a link,
+// its meaning is unknown.
 bool targetLeadsOutside(const QByteArray &target, qsizetype depth)
 {
     if (target.isEmpty() || target.startsWith('/') || target.contains('\0'))
@@ -88,7 +87,7 @@ VXZipArchive::VXZipArchive(QString path, Runner run) : _path(std::move(path)), _
 
 QByteArray VXZipArchive::pathArgument() const
 {
-    // Only in the last component are wildcards taken for such, but one anywhere makes that a pattern.
+    // Wildcards work only in the last component, but a wildcard anywhere makes that component a pattern.
     const qsizetype name = _path.lastIndexOf(u'/') + 1;
     const QByteArray folder = QFile::encodeName(_path.left(name));
     return (folder.startsWith('-') ? "./" : "") + folder + literalPattern(QFile::encodeName(_path.mid(name)));
@@ -99,7 +98,7 @@ int VXZipArchive::read()
     QByteArray names;
     QByteArray details;
     int status = _run(zipinfo, {"-1", pathArgument()}, &names, maximumListing);
-    if (isRead(status, names)) // with a pattern there are no lines but the entries'
+    if (isRead(status, names)) // with a pattern, only entries are listed
         status = _run(zipinfo, {"-s", pathArgument(), "*"}, &details, maximumListing);
     if (!isRead(status, details))
         return status;
@@ -112,7 +111,7 @@ int VXZipArchive::read()
         _entries[index].name = nameLines[index];
         _isUnderstood = _isUnderstood && readEntry(nameLines[index], detailLines[index], &_entries[index]);
     }
-    return _isUnderstood ? 0 : status; // what was no list, but a warning, has its status
+    return _isUnderstood ? 0 : status; // the status of a warning instead of a list
 }
 
 qint64 VXZipArchive::totalSize() const
@@ -144,7 +143,7 @@ bool VXZipArchive::readEntry(const QByteArray &name, const QByteArray &details, 
     const QByteArray &host = fields[fields.size() - 6];
     bool isNumber = false;
     entry->size = fields[fields.size() - 5].toLongLong(&isNumber);
-    // The list does not tell links of VMS from files, but unzip makes links of them.
+    // The list does not mark VMS links, but unzip creates them as links.
     entry->isLink = details.startsWith('l') || host == "vms";
     QByteArray path = name;
     if (host == "fat")
@@ -195,7 +194,7 @@ const VXZipArchive::Entry *VXZipArchive::entryThroughLink() const
     QSet<QByteArray> seenLinks;
     for (const Entry &entry : _entries) {
         const QByteArray &name = entry.normalName;
-        // A second entry of a link's name would take its place or go through it.
+        // A second entry with the name of a link would replace the link or be written through it.
         if (links.contains(name) && (seenLinks.contains(name) || !entry.isLink))
             return &entry;
         if (entry.isLink)
@@ -214,7 +213,7 @@ const VXZipArchive::Entry *VXZipArchive::linkThatLeadsOutside() const
     for (const Entry &entry : _entries) {
         if (!entry.isLink)
             continue;
-        // The name must be the true one, for the link is read by it.
+        // The exact name is needed, since the link is read by it.
         if (entry.size > longestLinkTarget || !isUtf8(entry.name))
             return &entry;
         links.append(&entry);
@@ -230,7 +229,7 @@ const VXZipArchive::Entry *VXZipArchive::linkThatLeadsOutside() const
             argumentBytes += arguments.last().size();
             expected += links[next]->size;
         }
-        // The targets come one behind the other, in the order of the archive.
+        // The targets are concatenated in the order of the archive.
         QByteArray targets;
         if (_run(unzip, arguments, &targets, expected) != 0 || targets.size() != expected)
             return links[first];

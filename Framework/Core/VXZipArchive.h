@@ -8,13 +8,13 @@
 #include <functional>
 
 /**
- * What an archive holds, as the system's unzip sees it, so that it can be judged before anything is written.
+ * The contents of an archive as the system's unzip sees them, so that they can be checked before anything is written.
  * Private to VXZipFile; one thread at a time.
  */
 class VXZipArchive
 {
 public:
-    /** Runs a program with its output captured up to a number of bytes; answers its exit status. */
+    /** Runs a program and captures its output up to a number of bytes; returns its exit status. */
     using Runner = std::function<int(const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
                                      qsizetype maximumOutput)>;
 
@@ -23,21 +23,23 @@ public:
 
     VXZipArchive(QString path, Runner run);
 
-    /** The archive's path as an argument of unzip and zipinfo, which take wildcards and options there. */
+    /** The archive's path as an argument for unzip and zipinfo, which would otherwise interpret wildcards and options
+     *  in it. */
     QByteArray pathArgument() const;
 
-    /** Lists the entries. @return 0, or zipinfo's exit status; all else is valid only after 0. Archives that have
-     *  something in front, as those that unpack themselves, are read all the same. */
+    /** Lists the entries. @return 0, or zipinfo's exit status; everything else is valid only after 0. Archives with
+     *  something in front, such as self-extracting ones, can be read. */
     int read();
 
-    /** By the list, in bytes: what all entries take when unpacked, at most the largest number, and the largest of them. */
+    /** According to the list, in bytes: the unpacked size of all entries (capped at the largest number), and the size
+     *  of the largest. */
     qint64 totalSize() const;
     qint64 largestSize() const;
 
     /** Null for an archive without entries. Unprintable characters are shown as zipinfo shows them. */
     QString firstEntryName() const;
 
-    /** Why the archive must not be unpacked, as a localized sentence that names the entry; null when it may be. */
+    /** Why the archive must not be unpacked, as a localized sentence that names the entry; null if it may be. */
     QString refusal() const;
 
 private:

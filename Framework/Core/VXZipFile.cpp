@@ -19,13 +19,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Null stays null.
+// Keeps null.
 QString standardized(const QString &path)
 {
     return path.isNull() ? QString() : QDir::cleanPath(VXExpandTilde(path));
 }
 
-// A relative path is not to be taken for an option.
+// Makes sure that a relative path is not taken for an option.
 QByteArray argument(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -38,7 +38,7 @@ bool hasZipExtension(const QString &path)
     return name.size() > 4 && name.endsWith(".zip"_L1);
 }
 
-// A control character in a name is "^" and a letter in the list, and unzip leaves it out.
+// zipinfo shows a control character in a name as "^" and a letter; unzip drops the character.
 QString unpackedName(const QString &folder, QString name)
 {
     static const QRegularExpression shownControl(u"\\^[@-_]"_s);
@@ -84,10 +84,10 @@ void VXZipFile::zip(const QStringList &sourcePaths)
     if (destination.isNull()) {
         const VXFileManager &files = VXFileManager::defaultManager();
         destination = files.pathToUserDesktopFolder();
-        // Without the folder its name would become the archive's; where it cannot be made the archiver will tell.
+        // Without the folder, the archive would get the folder's name. If it cannot be made, the archiver reports that.
         static_cast<void>(files.verifyPathExists(destination));
     }
-    // Absolute, for the archiver may run in another folder.
+    // Absolute, as the archiver may run in another folder.
     destination = QDir::current().absoluteFilePath(destination);
     if (sources.size() == 1)
         sources.first() = QDir::cleanPath(QDir::current().absoluteFilePath(sources.first()));
@@ -131,7 +131,7 @@ void VXZipFile::unzip(const QString &zipPath)
 void VXZipFile::unzipFile(const QString &zipPath, const QString &destinationFolder)
 {
     const QFileInfo info(zipPath);
-    if (info.exists() && !info.isFile() && !info.isDir()) // the archivers would wait for a pipe without an end
+    if (info.exists() && !info.isFile() && !info.isDir()) // the archivers would block on a pipe
         return refuse(zipPath, VXLocalizedString(u"It is no regular file."_s));
     VXZipArchive archive(zipPath, [this](const QString &program, const QList<QByteArray> &arguments, QByteArray *output,
                                          qsizetype maximumOutput) {
@@ -156,7 +156,7 @@ void VXZipFile::unpack(const VXZipArchive &archive, const QString &zipPath, cons
     if (archive.totalSize() > staged.freeBytes())
         return refuse(zipPath, VXLocalizedString(u"The archive holds %1, and only %2 are free."_s)
                                    .arg(sizeText(archive.totalSize()), sizeText(staged.freeBytes())));
-    // The limit is for what an archive holds beyond its list.
+    // Limits what an archive contains beyond its list.
     const int status =
         runProgram({.program = u"/usr/bin/unzip"_s,
                     .arguments = {"-u", "-o", "-qq", archive.pathArgument(), "-d", argument(staged.path())},

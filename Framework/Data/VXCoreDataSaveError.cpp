@@ -47,7 +47,7 @@ bool isObject(const QVariant &value)
            value.metaType() == QMetaType::fromType<VXManagedObjectPtr>();
 }
 
-// An object is itself here and its ID there, and many objects are in no order.
+// Makes values comparable: one side may hold an object and the other its ID, and lists of objects have no order.
 QVariant comparable(const QVariant &value)
 {
     if (isObject(value))

@@ -4,7 +4,8 @@
 #include "VXFrameworkExport.h"
 
 /**
- * Writes what collided in a failed save to the log, at level 6: for each object in conflict, the values that differ between
- * the object, the context's last reading ("context") and the store. @return false, with nothing logged, for any other error.
+ * Logs, at level 6, what conflicted in a failed save: for each object in conflict the values that differ between the
+ * object, what the context read last ("context"), and the store. @return false, with nothing logged, for any other
+ * error.
  */
 VX_EXPORT bool VXLogCoreDataSaveError(const VXError &error);

@@ -26,20 +26,21 @@ const QString VXStoreFileExtension = u"vxdatastore"_s;
 
 namespace {
 
-// No data: what locks lie on, and others wait for by their turn (VXStoreWorkLock), and what is being written (VXAtomicFile).
+// Whether the file is temporary and no data: a lock file, the file that others queue on for it (VXStoreWorkLock), or a
+// file being written (VXAtomicFile).
 bool isPassing(const QString &name)
 {
     const QString lock = name.endsWith(".turn"_L1) ? name.chopped(5) : name;
     return lock == VXStoreWorkLock::syncName || lock == VXStoreWorkLock::savingName || name.startsWith(".vornix-"_L1);
 }
 
-// A name that only begins with a dot has none.
+// A name whose only dot is its first character has no extension.
 QString extensionOf(const QString &fileName)
 {
     return fileName.lastIndexOf(u'.') > 0 ? QFileInfo(fileName).suffix() : QString();
 }
 
-// Extensions are compared as they are written: capitals make another one.
+// Extensions are case sensitive.
 QStringList entriesWithExtensions(const QString &folder, const QStringList &extensions)
 {
     QStringList names =
@@ -48,9 +49,10 @@ QStringList entriesWithExtensions(const QString &folder, const QStringList &exte
     return names;
 }
 
-constexpr std::chrono::seconds longestWait(10); // for who replaces a store
+constexpr std::chrono::seconds longestWait(10); // for a process that is replacing the store
 
-// Folders whole, links to files as files: what they lead to may not be there where the copy is taken to.
+// Copies folders with their contents. Symbolic links become the files they lead to, which may not exist where the copy
+// is taken.
 bool copyEntry(const QFileInfo &entry, const QString &path, VXError *error)
 {
     QString reason;
@@ -120,7 +122,7 @@ VXPersistentStoreCoordinator::Ptr VXCoreDataStore::persistentStoreCoordinator(VX
         return _persistentStoreCoordinator;
     }
     VXError problem;
-    // From before the models are read, so that they and the data are of one store.
+    // Lock before the models are read, so that they and the data belong to the same store.
     const auto purpose = _isReadOnly ? VXStoreLock::Purpose::Read : VXStoreLock::Purpose::Use;
     const VXStoreLock::Ptr lock = VXStoreLock::take(_path, purpose, longestWait, &problem);
     if (!lock) {
@@ -147,7 +149,7 @@ VXPersistentStoreCoordinator::Ptr VXCoreDataStore::openStores(VXStoreType type, 
     return isAttached ? coordinator : nullptr;
 }
 
-// Every data file of the kind, not only the one that is named; without any the named one is made.
+// Attaches every data file of the same kind, not only the named one. If there is none, creates the named one.
 bool VXCoreDataStore::attachDataFiles(VXPersistentStoreCoordinator &coordinator, VXStoreType type, VXError *error)
 {
     const QStringList names = VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path);
@@ -195,14 +197,14 @@ bool VXCoreDataStore::copyDataTo(const QString &path, VXError *error)
                path, [&](const QString &name) { return models.contains(name); }, error);
 }
 
-// `copied`: with what SQLite keeps beside them, and the lock of an XML file.
+// `copied` also lists the files that SQLite keeps beside them, and the lock file of an XML store.
 bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VXError *error)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = persistentStoreCoordinator(error);
     if (!coordinator)
         return false;
     const QStringList names = VXCoreDataStoreClass::dataFilesLike(_dataFileName, _path);
-    if (names.isEmpty()) { // it was moved away since it was opened
+    if (names.isEmpty()) { // the store was moved away after it was opened
         VXSetError(error, VXMakeFileError(VXLocalizedString(u"Missing data store"_s), {}, _path));
         return false;
     }
@@ -221,7 +223,8 @@ bool VXCoreDataStore::copyDataFiles(const QString &path, QStringList *copied, VX
 bool VXCoreDataStore::copyEntries(const QString &path, const std::function<bool(const QString &name)> &isWanted,
                                   VXError *error) const
 {
-    std::error_code problem; // which QDir does not tell: a folder that cannot be listed has models all the same
+    // used because QDir does not report errors: an unlistable folder must not pass for one without models
+    std::error_code problem;
     for (std::filesystem::directory_iterator each(QFile::encodeName(_path).toStdString(), problem), end;
          !problem && each != end; each.increment(problem)) {
         const QFileInfo entry(QFile::decodeName(each->path().c_str()));

@@ -14,27 +14,28 @@
 /** Keys of every store's metadata: the plugin that owns it, and the version of the data it was written for. */
 VX_EXPORT extern const QString VXStoreOwnerIdentifierKey; // "$$__VXStoreOwnerIdentifierKey__$$"
 VX_EXPORT extern const QString VXStoreVersionKey;         // "$$__VXStoreVersionKey__$$"
-/** The version of the smart filters' model, in a store that has it ("1" where there is none). */
+/** The version of the smart filters' model in a store that uses it; a store without this key has version "1". */
 VX_EXPORT extern const QString VXStoreSmartFilterVersionKey; // "$$__VXStoreSmartFilterVersionKey__$$"
-/** Of store folders: "vxdatastore". */
+/** The extension of store folders: "vxdatastore". */
 VX_EXPORT extern const QString VXStoreFileExtension;
 
 class VXCoreDataStoreClass;
 
 /**
- * A store folder, "NAME.vxdatastore": the models that describe a store's objects beside the one file that holds them; or a
- * store in memory. Model and coordinator are made when they are first asked for; a failure is logged, and the next call tries
- * again. Nothing is closed: data files stay open as long as the coordinator lives. One thread at a time.
+ * A store folder, "NAME.vxdatastore", which holds the models that describe the store's objects beside the file that
+ * holds the objects; or a store in memory. Model and coordinator are made when first asked for; a failure is logged,
+ * and the next call tries again. There is no close: data files stay open as long as the coordinator lives. One thread
+ * at a time.
  */
 class VX_EXPORT VXCoreDataStore
 {
 public:
     using Ptr = std::shared_ptr<VXCoreDataStore>;
 
-    /** For the class operations: what store folders hold, and how stores are made of them. */
+    /** The operations that need no instance: what store folders hold, and how stores are made of them. */
     static const VXCoreDataStoreClass &storeClass();
 
-    /** Both null for a store in memory. */
+    /** For a store in memory both are null. */
     VXCoreDataStore(const QString &path, const QString &dataFileName);
     virtual ~VXCoreDataStore();
     VXCoreDataStore(const VXCoreDataStore &) = delete;
@@ -43,31 +44,32 @@ public:
     const QString &storePath() const { return _path; }
     /** The name, not the path, of the data file. */
     const QString &dataFileName() const { return _dataFileName; }
-    /** Before the store is opened: its objects are plain ones, whatever class its models name. */
+    /** Makes all objects plain managed objects, whatever classes the models name. To be called before the store is
+     *  opened. */
     void usePlainObjects() { _objectClasses = VXObjectClasses::Plain; }
-    /** Before the store is opened: nothing is written to it, nor left beside it. */
+    /** Has nothing written to the store, nor left beside it. To be called before the store is opened. */
     void openReadOnly() { _isReadOnly = true; }
 
-    /** All models of the folder that can be read, as one; null when there is none. */
+    /** All readable models of the folder, merged into one; null when there is none. */
     VXManagedObjectModel::Ptr managedObjectModel(VXError *error = nullptr);
-    /** With every data file of the folder attached that is of the data file's kind; without any the named one is made. Null
-     * on failure. A name of neither kind, or none, gives a store in memory. As long as it lives, the folder is locked as one in
-     * use (VXStoreLock). */
+    /** Attaches every data file of the folder that has the same kind as the named one; if there is none, creates the
+     *  named one. Null on failure. A name of neither kind, or none, gives a store in memory. As long as the coordinator
+     *  lives, the folder is locked as one in use (VXStoreLock). */
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
     /**
-     * Copies the folder to a path that is free: the data files that are opened, as of one moment, though others write to them;
-     * everything else, folders too, as it is. False on failure, which leaves a part there.
+     * Copies the folder to a path where nothing is. The open data files are copied as of one moment, even while others
+     * write to them; everything else, including folders, as it is. False on failure, which leaves a partial copy.
      */
     bool copyTo(const QString &path, VXError *error = nullptr);
-    /** The same of models and data alone: enough to read them. */
+    /** The same, but copies only models and data: enough to read them. */
     bool copyDataTo(const QString &path, VXError *error = nullptr);
-    /** Of the first attached store that names an owner; empty when none does. */
+    /** The metadata of the first attached store that names an owner; empty when none does. */
     QVariantMap metadata();
 
 protected:
     friend class VXCoreDataStoreClass;
 
-    /** The class operations that this object's class stands for. */
+    /** The class operations that belong to this object's class. */
     virtual const VXCoreDataStoreClass &classOperations() const { return storeClass(); }
 
 private:
@@ -87,23 +89,24 @@ private:
     VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
 };
 
-/** The class operations of VXCoreDataStore; subclasses of both go together. Reentrant. */
+/** The class operations of VXCoreDataStore; whoever subclasses one subclasses both. Reentrant. */
 class VX_EXPORT VXCoreDataStoreClass
 {
 public:
     virtual ~VXCoreDataStoreClass();
 
-    /** The store of a folder; null when nothing is there or it holds no data file, which is logged. */
+    /** The store of a folder. Null, logged, when nothing is there or the folder holds no data file. */
     VXCoreDataStore::Ptr storeWithPath(const QString &path) const;
     VXCoreDataStore::Ptr memoryStoreWithModel(const VXManagedObjectModel::Ptr &model) const;
     /** Names of the folder's entries with the extension "mom", sorted. */
     virtual QStringList modelFilesForStorePath(const QString &path) const;
     /** Names of the folder's entries with the extension "sqlite" or "xml", sorted. */
     virtual QStringList dataFilesForStorePath(const QString &path) const;
-    /** Names of the folder's entries that are opened together with a data file: those with its extension, itself too. */
+    /** Names of the folder's entries that are opened together with a data file: all with its extension, including
+     *  itself. */
     static QStringList dataFilesLike(const QString &dataFileName, const QString &path);
-    /** By its extension; of any other than "sqlite" and "xml" in memory. */
+    /** The type that the extension stands for; memory for any other than "sqlite" and "xml". */
     static VXStoreType typeOfDataFile(const QString &dataFileName);
-    /** A store of this class. */
+    /** Makes a store of this class. */
     virtual VXCoreDataStore::Ptr makeStore(const QString &path, const QString &dataFileName) const;
 };

@@ -26,8 +26,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto untilBegin = 100ms; // the window is there by then
-constexpr auto untilShown = 100ms; // how often progress is looked at
+constexpr auto untilBegin = 100ms; // the window has appeared by then
+constexpr auto untilShown = 100ms; // interval of progress updates
 
 VXError cancelledError()
 {
@@ -49,13 +49,13 @@ QString titleFor(const QString &format, VXDataPlugin &plugin)
 
 } // namespace
 
-/** Lets the copying thread wait for the main thread as long as that wants its results. */
+/** Lets the copying thread wait for the main thread, as long as the main thread still wants its results. */
 class Controller::Handover
 {
 public:
     enum class State { Waiting, Done, Given };
 
-    // On the copying thread. False when nobody wants it any more.
+    // On the copying thread. False when the results are no longer wanted.
     bool perform(const std::shared_ptr<Handover> &self, const std::function<void()> &work)
     {
         {
@@ -64,7 +64,7 @@ public:
                 return false;
             _isDone = false;
         }
-        // By reference: as long as this waits, both are there; and afterwards nothing is run.
+        // By reference is safe: while this waits, both exist; afterwards nothing is run.
         if (!VXMainThread::perform([self, &work] { self->run(work); }))
             return false;
         const VXMutexLocker locker(_lock);
@@ -118,7 +118,8 @@ std::unique_ptr<Controller> Controller::importStore(const StorePtr &source, cons
 {
     std::unique_ptr<Controller> controller(new Controller(titleFor(u"Importing %1 data file..."_s, plugin), plugin));
     controller->setStores(source, destination);
-    controller->_migration.setIntoNewStore(false); // what was saved cannot be taken back by then
+    // by the time of a failure part of it may be saved, which cannot be undone
+    controller->_migration.setIntoNewStore(false);
     controller->_migration.setMerge(true);
     return controller;
 }
@@ -145,7 +146,7 @@ std::unique_ptr<Controller> Controller::rehearse(const StorePtr &source, const S
 void Controller::setStores(const StorePtr &source, const StorePtr &destination)
 {
     _srcStore = source;
-    _srcStore->usePlainObjects(); // today's classes expect today's properties
+    _srcStore->usePlainObjects(); // the present classes expect the present properties
     _dstStore = destination;
 }
 
@@ -156,7 +157,7 @@ void Controller::closeStores()
         const VXPersistentStoreCoordinator::Ptr coordinator = each ? each->persistentStoreCoordinator() : nullptr;
         if (!coordinator)
             continue;
-        for (const auto &store : coordinator->persistentStores()) // whoever else may hold the coordinator
+        for (const auto &store : coordinator->persistentStores()) // others may hold the coordinator, too
             coordinator->removePersistentStore(store);
     }
     _srcStore = nullptr;
@@ -181,7 +182,7 @@ VXError Controller::runModal()
     const VXProgressWindow::Result result = _window->runModal();
     progress.stop();
     begin.stop();
-    if (result == VXProgressWindow::Result::Cancelled && !_error) // the application quits
+    if (result == VXProgressWindow::Result::Cancelled && !_error) // the application is terminating
         _error = cancelledError();
     waitForThread();
     _migration.forgetNewObjects();
@@ -192,7 +193,7 @@ VXError Controller::runModal()
 
 VXError Controller::finish()
 {
-    if (_migration.isIntoNewStore()) // its files are whole when it is closed
+    if (_migration.isIntoNewStore()) // its files are whole only when it is closed
         closeStores();
     return {};
 }
@@ -215,7 +216,7 @@ void Controller::showProgress()
     }
 }
 
-// What the hooks of a plugin are at ends first; they may need the main thread for that.
+// Lets the hooks finish what they are doing; they may need the main thread for that.
 void Controller::waitForThread()
 {
     if (!_thread.joinable())
@@ -244,7 +245,7 @@ bool Controller::performOnMainThread(const std::function<void()> &work)
 
 void Controller::performMigrationThreaded()
 {
-    // Foreign code may throw what migrateStore lets pass; a thread must not end by that.
+    // Foreign code may throw what migrateStore() does not catch; that must not terminate the process.
     try {
         const VXStoreMigration::Scope scope(_migration);
         migrate();
@@ -256,7 +257,7 @@ void Controller::performMigrationThreaded()
         performOnMainThread([&] { migrationDidComplete(error); });
     }
     _hasThreadEnded = true;
-    VXMainThread::perform([] {}); // so that who waits for events looks
+    VXMainThread::perform([] {}); // wakes the event loop that waits for the end
 }
 
 void Controller::migrate()
@@ -287,7 +288,7 @@ void Controller::migrate()
     performOnMainThread([&] { migrationDidComplete(error); });
 }
 
-// The hooks want nothing saved, which counts as success. Who misses something then finds the reason here.
+// The hooks want nothing saved, which counts as success. Logs the reason, for those who miss their data.
 void Controller::tellOfNothing()
 {
     QString text = u"nothing is saved"_s;
@@ -302,7 +303,7 @@ void Controller::tellOfNothing()
 
 // -- Back on the main thread
 
-// What is saved nobody can cancel any more: where nothing comes after it, that is the end.
+// After the last save nothing can be cancelled any more.
 void Controller::contextDidMigrate(VXManagedObjectContext &context, bool isLast)
 {
     _saveError = cancelledError();
@@ -310,7 +311,8 @@ void Controller::contextDidMigrate(VXManagedObjectContext &context, bool isLast)
         return;
     _migration.begin(VXStoreMigration::Phase::Saving);
     showProgress();
-    _saveError = VXMakeError(VXLocalizedString(u"The data could not be copied"_s)); // should the plugin's classes throw
+    // in case the plugin's classes throw
+    _saveError = VXMakeError(VXLocalizedString(u"The data could not be copied"_s));
     if (context.save(&_saveError)) {
         _saveError = {};
         if (isLast)
@@ -324,7 +326,7 @@ void Controller::contextDidMigrate(VXManagedObjectContext &context, bool isLast)
 
 void Controller::migrationDidComplete(const VXError &error)
 {
-    if (std::exchange(_isComplete, true)) // the user was faster
+    if (std::exchange(_isComplete, true)) // the user has cancelled first
         return;
     setError(error);
     if (error)

@@ -15,9 +15,11 @@ class VXDataPlugin;
 class VXManagedObjectContext;
 
 /**
- * Copies one store into another with the hooks of a plugin, on a thread of its own, while a window shows how far it is and lets
- * the user cancel. What the hooks made is held against the source (VXSourceComparison), and saved on the main thread. A store of
- * its own is then read from its file and compared with what was to be saved (VXStoreVerification). Both unless the preference "migration.verify" is off. Main thread only, but for what says otherwise.
+ * Copies one store into another by the hooks of a plugin, on a thread of its own, while a window shows the progress and
+ * lets the user cancel. What the hooks made is compared with the source (VXSourceComparison) and saved on the main
+ * thread. A destination of its own is then read back from its file and compared with what was to be saved
+ * (VXStoreVerification). The preference "migration.verify" turns both comparisons off. Main thread only, unless stated
+ * otherwise.
  */
 class VX_EXPORT VXCoreDataStoreMigrationWindowController
 {
@@ -30,7 +32,8 @@ public:
     static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
     exportStore(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin);
 
-    /** Into a store in memory, to see what would become of the objects, in a merge or else an upgrade. */
+    /** Copies into a store in memory, to see what would become of the objects in a merge or (not `isMerge`) an upgrade.
+     *  */
     static std::unique_ptr<VXCoreDataStoreMigrationWindowController>
     rehearse(const StorePtr &source, const StorePtr &destination, VXDataPlugin &plugin, bool isMerge);
 
@@ -38,28 +41,29 @@ public:
     VXCoreDataStoreMigrationWindowController(const VXCoreDataStoreMigrationWindowController &) = delete;
     VXCoreDataStoreMigrationWindowController &operator=(const VXCoreDataStoreMigrationWindowController &) = delete;
 
-    /** Shows the window, and returns when the copy is done, has failed or was cancelled, and its thread has ended. Once.
-     * @return the outcome. */
+    /** Shows the window, and returns when the copy is done, has failed or was cancelled, and its thread has ended. To
+     *  be called once. @return the outcome. */
     VXError runModal();
-    /** None means success. */
+    /** The outcome; none means success. */
     const VXError &error() const { return _error; }
     void setError(const VXError &error) { _error = error; }
-    /** How far it is, and what became of the objects. */
+    /** The progress, and what became of the objects. */
     VXStoreMigration &migration() { return _migration; }
     VXProgressWindow &window() { return *_window; }
 
-    /** Begins; called by itself a moment after the window has appeared. */
+    /** Starts the copy; runModal() has it called shortly after the window has appeared. */
     virtual void performMigration();
-    /** Makes the outcome the cancelled error, and closes the window: what the user's button does. Nothing once it is done. */
+    /** Makes the outcome the cancelled error and closes the window, as the user's button does. Without effect once the
+     *  copy is done. */
     void cancel();
 
 protected:
     VXCoreDataStoreMigrationWindowController(const QString &title, VXDataPlugin &plugin);
 
-    /** After the copy was saved and the thread has ended: the last step, whose failure becomes the outcome. */
+    /** The last step, after the copy was saved and the thread has ended; its failure becomes the outcome. */
     virtual VXError finish();
     void setStores(const StorePtr &source, const StorePtr &destination);
-    /** Lets go of both stores, and with that closes their files. */
+    /** Releases both stores, which closes their files. */
     void closeStores();
     VXDataPlugin &plugin() { return _dataPlugin; }
 

@@ -45,7 +45,7 @@ QString VXDataManager::smartFilterDataModelPath()
     return VXFrameworkBundle()->pathForResource(u"smart-filters"_s, u"mom"_s);
 }
 
-// Raised with each change of smart-filters.vxmodel.
+// To be raised with each change of smart-filters.vxmodel.
 QString VXDataManager::smartFilterModelVersion()
 {
     return u"1"_s;
@@ -107,7 +107,7 @@ CoordinatorPtr VXDataManager::sharedCoordinatorForDataStore(const QString &store
     return wasAsked ? found : nullptr;
 }
 
-// On the main thread, where plugins are.
+// On the main thread, which plugins belong to.
 CoordinatorPtr VXDataManager::findCoordinator(const QString &storeName, VXError *error)
 {
     constexpr const char *operation = "sharedCoordinatorForDataStore:";

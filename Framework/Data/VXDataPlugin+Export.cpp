@@ -46,14 +46,14 @@ void VXDataPlugin::exportStoreAction()
         tellOfEmptyExport(chosen.path);
 }
 
-// Or the user takes it for a copy.
+// So that the user does not take the empty file for a copy.
 void VXDataPlugin::tellOfEmptyExport(const QString &path) const
 {
     VXAlert alert;
     alert.message = VXLocalizedString(u"Nothing was copied: the new data file is empty, as the plugin wants it."_s);
     alert.informativeText = path;
     alert.defaultButton = VXGlobalString(u"OK"_s);
-    std::ignore = VXApplication::sharedApplication().userInterface().runAlert(alert); // there is but one answer
+    std::ignore = VXApplication::sharedApplication().userInterface().runAlert(alert); // there is only one answer
 }
 
 VXError VXDataPlugin::exportStoreTo(const QString &path, bool validates)
@@ -100,7 +100,7 @@ VXError VXDataPlugin::exportPlain(const QString &folder, const QString &path, co
 VXError VXDataPlugin::exportValidated(const QString &folder)
 {
     VXError problem;
-    VXFolderInMaking aside(dataStorePath()); // others go on writing to the store
+    VXFolderInMaking aside(dataStorePath()); // a copy, as others keep writing to the store
     problem = aside.problem();
     const StorePtr store = problem ? nullptr : storeToExport(&problem);
     const StorePtr source = store ? snapshotOf(*store, aside.path(), &problem) : nullptr;
@@ -109,11 +109,11 @@ VXError VXDataPlugin::exportValidated(const QString &folder)
         return problem;
     const QString dataFile = folder + u'/' + destination->dataFileName();
     problem = run(*VXCoreDataStoreMigrationWindowController::exportStore(source, destination, *this));
-    QFile::remove(dataFile + ".lock"_L1); // of an XML file, when it was written
+    QFile::remove(dataFile + ".lock"_L1); // left from when the XML file was written
     return aside.errorAbout(problem, dataStorePath());
 }
 
-// The live folder, opened a second time: what is exported is what lies there.
+// Opens the live folder a second time: what is on disk is exported.
 StorePtr VXDataPlugin::storeToExport(VXError *error) const
 {
     StorePtr store = coreDataStoreClass().storeWithPath(dataStorePath());
@@ -123,7 +123,7 @@ StorePtr VXDataPlugin::storeToExport(VXError *error) const
     return store;
 }
 
-// What the program keeps there, or around it, must not go to the trash for a file that is to replace it.
+// The program's own data there, or around it, must not go to the trash when the file is replaced.
 VXError VXDataPlugin::problemWithPlace(const QString &path) const
 {
     const QFileInfo chosen(path);
@@ -146,5 +146,5 @@ VXError VXDataPlugin::problemWithPlace(const QString &path) const
 VXError VXDataPlugin::prepareBackupPlace(const QString &path) const
 {
     const VXError problem = problemWithPlace(path);
-    return problem ? problem : VXFolderInMaking(path).problem(); // which is gone again
+    return problem ? problem : VXFolderInMaking(path).problem(); // the folder is removed again at once
 }

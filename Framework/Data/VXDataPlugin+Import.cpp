@@ -40,7 +40,7 @@ VXUserInterface &user()
     return VXApplication::sharedApplication().userInterface();
 }
 
-/** Sees whether anybody of this process saves to a store, from its making on. */
+/** Watches, from its construction on, whether anything in this process saves to a store. */
 class SaveWatch
 {
 public:
@@ -61,7 +61,7 @@ public:
     bool hasSeenOne() const { return *_hasSeenOne; }
 
 private:
-    // Others save on their threads, and may be in a last call when the observation ends.
+    // Shared: other threads save, too, and may still be in a last call when the observation ends.
     const std::shared_ptr<std::atomic_bool> _hasSeenOne = std::make_shared<std::atomic_bool>(false);
     const VXNotificationCenter::ObserverID _observer;
 };
@@ -77,7 +77,7 @@ StorePtr VXDataPlugin::createStoreFromFileAtPath(const QString &path, VXError *e
         VXSetError(error, errorOf(u"Not a recognized data file."_s, path));
         return nullptr;
     }
-    store->usePlainObjects(); // it may be of any version
+    store->usePlainObjects(); // the store may be of any version
     store->openReadOnly();
     return store;
 }
@@ -124,7 +124,7 @@ VXOpenPanel VXDataPlugin::importPanel() const
     return panel;
 }
 
-// It can be opened, is of this plugin, as far as it says, and not too new.
+// A store that can be opened, belongs to this plugin as far as it says, and is not too new.
 StorePtr VXDataPlugin::ownStoreAt(const QString &path, VXError *error)
 {
     StorePtr store = createStoreFromFileAtPath(path, error);
@@ -143,7 +143,8 @@ StorePtr VXDataPlugin::ownStoreAt(const QString &path, VXError *error)
     return nullptr;
 }
 
-// Whether it has anything that the plugin's own model names: who made it does not say whose it is.
+// Whether the store has an entity that the plugin's own model names. Its creator alone does not say whose data it
+// holds.
 bool VXDataPlugin::hasEntityOf(VXCoreDataStore &store) const
 {
     const VXManagedObjectModel::Ptr own = ownModel(nullptr);
@@ -155,7 +156,7 @@ bool VXDataPlugin::hasEntityOf(VXCoreDataStore &store) const
 
 StorePtr VXDataPlugin::storeToImport(const QString &path, QString *description, VXError *error)
 {
-    if (isStoreItself(path, error)) // which would have each object twice
+    if (isStoreItself(path, error)) // importing it would duplicate each object
         return nullptr;
     StorePtr store = ownStoreAt(path, error);
     if (!store)
@@ -199,7 +200,7 @@ bool VXDataPlugin::importStoreAtPath(const QString &path, VXError *error)
         alert.message = VXLocalizedString(u"Unable to import data."_s);
         alert.informativeText = problem.localizedDescription();
         alert.defaultButton = VXGlobalString(u"OK"_s);
-        std::ignore = user().runAlert(alert); // there is but one answer
+        std::ignore = user().runAlert(alert); // there is only one answer
         return false;
     };
     VXError problem;
@@ -237,7 +238,8 @@ VXAlertButton VXDataPlugin::askHowToImport(const QString &description) const
 VXError VXDataPlugin::mergeStore(const StorePtr &store)
 {
     VXAssert(_sharedStoreController != nullptr, u"Can not import before plugin has loaded"_s);
-    // As of one moment: somebody may be writing to it. The copy lies where there is room for the data anyway.
+    // A snapshot, as somebody may be writing to it. It is made beside the store, where there has to be room for the
+    // data anyway.
     VXFolderInMaking folder(dataStorePath());
     VXError problem = folder.problem();
     const StorePtr snapshot = problem ? nullptr : snapshotOf(*store, folder.path(), &problem);
@@ -257,17 +259,17 @@ VXError VXDataPlugin::mergeStore(const StorePtr &store)
     return folder.errorAbout(problem, store->storePath());
 }
 
-// Beside the store where it cannot go to the trash.
+// The copy stays beside the store if it cannot go to the trash.
 void VXDataPlugin::keepMerged(const QString &before)
 {
-    if (!VXFileManager::itemExistsAtPath(before)) // one in memory has none
+    if (!VXFileManager::itemExistsAtPath(before)) // a store in memory has none
         return;
     if (const VXError problem = VXStorePast::keep(dataStorePath(), before, u"merged"_s, &_oldStore))
         VXLogMethod(VXLogError, "importStoreAtPath:error:", problem.description());
 }
 
-// The store as it is, so that the merge can be taken back. It is noted before the first object is saved: also a merge that the
-// end of the program cuts off, or whose hooks save by themselves and then fail.
+// Copies the store, so that the merge can be taken back. The copy is listed before the first object is saved: so a
+// merge can be taken back even if the program ends during it, or its hooks save by themselves and then fail.
 VXError VXDataPlugin::copyBeforeMerge(const QString &place)
 {
     if (_sharedStoreController->storePath().isNull()) // in memory
@@ -290,10 +292,10 @@ StorePtr VXDataPlugin::snapshotOf(VXCoreDataStore &store, const QString &path, V
     return snapshot;
 }
 
-// Under the live store's name, whatever the file is called; there when it is whole.
+// The copy gets the live store's name, whatever the file is called, and appears only when it is whole.
 VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
 {
-    _hasSavedNothing = false; // of what was merged before
+    _hasSavedNothing = false; // in an earlier merge
     const QString place = waitingPath();
     VXFileManager &files = VXFileManager::defaultManager();
     if (VXError problem = files.verifyPathExists(VXDataManager::sharedDataInstallPath()))
@@ -301,7 +303,7 @@ VXError VXDataPlugin::stageStore(VXCoreDataStore &store)
     VXFolderInMaking folder(place);
     VXError problem = folder.problem();
     const bool isCopied = !problem && store.copyTo(folder.path(), &problem);
-    if (isCopied && VXFileManager::itemExistsAtPath(place)) { // which may be the one that was copied
+    if (isCopied && VXFileManager::itemExistsAtPath(place)) { // this may be the store that was copied
         if (VXError inTheWay = withdrawWaitingStore(nullptr))
             return inTheWay;
     }

@@ -31,7 +31,8 @@ bool areEqual(const QVariant &a, const QVariant &b)
     return *static_cast<const T *>(a.constData()) == *static_cast<const T *>(b.constData());
 }
 
-// Whether a hook gave back what it was given, as most do with most values. False means no more than that it takes a closer look.
+// Whether a hook returned what it was given, as most do with most values. False only means that a closer look is
+// needed.
 bool isHandedBack(const QVariant &value, const QVariant &given)
 {
     if (value.metaType() != given.metaType())
@@ -52,14 +53,14 @@ bool isHandedBack(const QVariant &value, const QVariant &given)
         return areEqual<bool>(value, given);
     case QMetaType::QDateTime:
         return areEqual<QDateTime>(value, given);
-    case QMetaType::Double: // not a number is the same, too
+    case QMetaType::Double: // so that NaN equals itself
         return std::memcmp(value.constData(), given.constData(), sizeof(double)) == 0;
     default:
         return false;
     }
 }
 
-// What the plugin's check has done, before any hook copies.
+// Notes what the plugin's check has changed, before any hook copies.
 void noteRepaired(const VXManagedObjectContext &source)
 {
     VXStoreMigration *const run = VXStoreMigration::current();
@@ -111,7 +112,7 @@ bool VXDataPlugin::migrateObjectAttribute(const QString &attribute, const VXMana
         return true;
     }
     VXStoreMigration *const run = VXStoreMigration::current();
-    const bool isChanged = value != before && !VXIsSameValue(value, before); // not a number is the same, too
+    const bool isChanged = value != before && !VXIsSameValue(value, before); // NaN equals itself
     if (run != nullptr && isChanged)
         ++run->entity(oldObject->entity().name()).changedValues[attribute];
     if (value.isValid())
@@ -181,7 +182,7 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
     QList<const VXEntityDescription *> entities = oldContext.persistentStoreCoordinator()->model().entities();
     entities.removeIf([](const VXEntityDescription *entity) { return entity->isAbstract(); });
     VXStoreMigration *const run = VXStoreMigration::current();
-    QSet<const VXEntityDescription *> found; // those that have objects
+    QSet<const VXEntityDescription *> found; // entities that have objects
     qint64 total = 0;
     for (const VXEntityDescription *const entity : std::as_const(entities)) {
         VXFetchRequest request(*entity);
@@ -221,13 +222,14 @@ bool VXDataPlugin::migrateManagedObjectContext(VXManagedObjectContext &oldContex
 
 namespace {
 
-// Values that reading would make others of; the source would be the last to have them.
+// Finds values that reading would change: the source is the last place that has them unchanged.
 VXError unfitValues(const VXPersistentStoreCoordinator &source)
 {
     VXError error;
     QStringList found;
     for (const auto &store : source.persistentStores()) {
-        auto *const database = dynamic_cast<VXSQLiteStore *>(store.get()); // of others those are read as errors
+        // other stores report them as errors when read
+        auto *const database = dynamic_cast<VXSQLiteStore *>(store.get());
         if (database != nullptr && !database->findUnfitValues(&found, &error))
             return error;
     }
@@ -259,7 +261,7 @@ bool VXDataPlugin::comparesProperty(const VXPropertyDescription &, int) const
 
 namespace {
 
-// The number that the version of a store begins with; none when it begins with another character.
+// The number that the version of a store begins with; none when it does not begin with a digit.
 std::optional<int> leadingNumber(const QVariant &version)
 {
     const QString text = version.toString();

@@ -21,7 +21,7 @@ void noteNotFound(const VXManagedObjectPtr &oldObject, const QString &relationsh
 
 using Members = QHash<QString, QList<VXManagedObjectID>>; // by relationship
 
-// What relationships that are to-many at both ends lead to though it is gone, by source. They are read without it.
+// By source object: the members of many-to-many relationships that no longer exist. Objects are read without these.
 std::optional<QHash<VXManagedObjectID, Members>> missingMembers(const VXEntityDescription &entity,
                                                                 const VXManagedObjectContext &context, VXError *error)
 {
@@ -50,7 +50,7 @@ const VXRelationshipDescription *relationshipOf(const VXManagedObjectPtr &object
     return object ? object->entity().relationshipForName(name) : nullptr;
 }
 
-// False where the way back leads to another object by now, and to one only: nothing is taken away from that.
+// False where the inverse is to-one and already leads to another object, from which it must not be taken.
 bool hasRoomFor(const VXRelationshipDescription &made, const VXManagedObjectPtr &target,
                 const VXManagedObjectPtr &source)
 {
@@ -58,14 +58,14 @@ bool hasRoomFor(const VXRelationshipDescription &made, const VXManagedObjectPtr 
     return !taken || taken == source;
 }
 
-// Whether new objects can lead to one object only where several of the old ones led to it.
+// Whether the inverse is to-one now and was not before, so that there may be no room for all sources.
 bool canLackRoom(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
 {
     const bool wasOneOfSeveral = old.inverse() == nullptr || old.inverse()->isToMany() || !made.isToMany();
     return wasOneOfSeveral && made.inverse() != nullptr && !made.inverse()->isToMany();
 }
 
-// Sets a relationship to one object, where nothing stands against it. False where there is more to look at.
+// Sets a to-one relationship if nothing is in the way. False if a closer look is needed.
 bool isConnected(const VXManagedObject &oldObject, const VXRelationshipDescription &old, VXManagedObject &newObject,
                  const VXRelationshipDescription &made, const VXMigratedObjects &newObjects)
 {
@@ -80,7 +80,7 @@ bool isConnected(const VXManagedObject &oldObject, const VXRelationshipDescripti
     return bool(target);
 }
 
-// The new objects, by their names, of what an old object leads to.
+// The new objects for the members of an old one's relationship, as a text of their names.
 QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedObjects &newObjects,
                       const VXRelationshipDescription *made)
 {
@@ -94,12 +94,13 @@ QString textOfMembers(const QList<VXManagedObjectID> &oldIDs, const VXMigratedOb
     return u":\n(%1)\n(%2)"_s.arg(oldNames.join(", "_L1), newNames.join(", "_L1));
 }
 
-// What stands for several old objects leads to what any of them led to; what was there before keeps what it leads to.
+// An object that stands for several old ones leads to what any of them led to; an object that was in the store before
+// keeps what it leads to.
 QList<VXManagedObjectPtr> withMembersOfOthers(const VXManagedObject &newObject, const VXRelationshipDescription &made,
                                               const QList<VXManagedObjectPtr> &related)
 {
     const VXStoreMigration *const run = VXStoreMigration::current();
-    const bool wasThere = newObject.objectID().store() != nullptr; // else it has a temporary ID
+    const bool wasThere = newObject.objectID().store() != nullptr; // new objects have temporary IDs
     if (run == nullptr || (!wasThere && !run->standsForSeveral(newObject)))
         return related;
     QList<VXManagedObjectPtr> members = newObject.relatedObjects(made.index());
@@ -192,7 +193,7 @@ bool VXDataPlugin::migrateEntityRelationships(const VXEntityDescription &entity,
     const std::optional<qsizetype> count = oldContext.countForFetchRequest(VXFetchRequest(entity), error);
     if (!count)
         return false;
-    // To-many ones are read for a batch at once.
+    // To-many relationships are read for a whole batch at once.
     const auto read = [&](const QList<VXManagedObjectPtr> &oldObjects) {
         return std::ranges::all_of(relationships, [&](const VXRelationshipDescription *relationship) {
             return relationship->isTransient() || !relationship->isToMany() ||

@@ -24,7 +24,7 @@ bool VXDataPlugin::migratesAttribute(const VXAttributeDescription &, int) const
 
 namespace {
 
-// Copies the rows, and holds them against the old ones. False without an error: it was cancelled.
+// Copies the rows, and compares them with the old ones. False without an error when cancelled.
 bool performCopy(VXStoreRowCopy &copy, VXStoreMigration &run, const VXStoreRowCopy::Progress &progress, VXError *error)
 {
     QString difference;
@@ -53,7 +53,7 @@ void tellOfCopied(VXStoreMigration &run, const VXStoreRowCopy::Entity &entity)
     told.droppedProperties = entity.dropped;
 }
 
-// Whether hooks gave an object all that rows did not: what has no changes is not looked at when it is saved.
+// Whether the hooks gave an object all values that the rows lack: a save does not check objects without changes.
 bool hasValues(const VXManagedObject &object, const QStringList &attributes, VXError *error)
 {
     const auto lacking = std::ranges::find_if(attributes, [&](const QString &name) {
@@ -84,7 +84,7 @@ bool migrateLeftAttributes(VXDataPlugin &plugin, const VXStoreRowCopy::Entity &c
     if (!copies || !walk.find(error))
         return false;
     VXError problem;
-    qsizetype place = 0; // of the copy, as both stores give objects in the order of their numbers
+    qsizetype place = 0; // position in the copy: both stores return objects in the order of their numbers
     const auto migrate = [&](const VXManagedObjectPtr &oldObject) {
         const VXManagedObjectID objectID(made, store, oldObject->objectID().number());
         VXManagedObjectPtr object = place < copies->size() ? copies->at(place++) : VXManagedObjectPtr();
@@ -101,14 +101,14 @@ bool migrateLeftAttributes(VXDataPlugin &plugin, const VXStoreRowCopy::Entity &c
     const auto noBatch = [](const QList<VXManagedObjectPtr> &) { return true; };
     if (walk.forEach(noBatch, migrate, &problem))
         return true;
-    // The rows are saved: there is no copy with nothing in it, as hooks may want without an error otherwise.
+    // Always an error: the rows are saved already, so that hooks cannot have nothing saved here.
     VXSetError(error, problem ? problem
                               : VXMakeError(VXLocalizedString(u"The data could not be copied"_s), "%s",
                                             qUtf8Printable(copied.name)));
     return false;
 }
 
-// Of all entities.
+// For all entities.
 bool migrateLeftAttributes(VXDataPlugin &plugin, const QList<VXStoreRowCopy::Entity> &entities,
                            VXManagedObjectContext &oldContext, int version, VXManagedObjectContext &newContext,
                            VXError *error)
@@ -131,7 +131,7 @@ bool migrateLeftAttributes(VXDataPlugin &plugin, const QList<VXStoreRowCopy::Ent
             return false;
     }
     run.setNewObjects(newObjects);
-    const auto isCompared = [&](const VXPropertyDescription &old) { // where rows lead was compared
+    const auto isCompared = [&](const VXPropertyDescription &old) { // what rows refer to was compared already
         return old.asAttribute() != nullptr && plugin.comparesProperty(old, version);
     };
     return VXIsLikeSource(oldContext, newContext, isCompared, error);
@@ -139,8 +139,8 @@ bool migrateLeftAttributes(VXDataPlugin &plugin, const QList<VXStoreRowCopy::Ent
 
 } // namespace
 
-// Empty when objects have to be copied one by one. The rows are saved at once, and so only into a store that nobody sees yet;
-// what hooks make of attributes is saved with the context.
+// Returns empty when the objects have to be copied one by one. Rows are saved at once, so this is only for a store that
+// nobody can see yet; attributes set by hooks are saved with the context.
 std::optional<bool> VXDataPlugin::copyRows(VXManagedObjectContext &oldContext, int version,
                                            VXManagedObjectContext &newContext, VXError *error)
 {

@@ -82,7 +82,7 @@ StorePtr VXDataPlugin::createStoreAtPath(const QString &path, const QString &ext
         if (updateMetaDataForStore(*store, error))
             return store;
     }
-    if (isNew) // half a store would be taken for a damaged one
+    if (isNew) // an incomplete store would be taken for a damaged one
         QDir(path).removeRecursively();
     return nullptr;
 }
@@ -100,7 +100,7 @@ bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error
 {
     constexpr const char *operation = "updateMetaDataForStore:error:";
     const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
-    if (!coordinator) // which was logged
+    if (!coordinator) // logged already
         return false;
     const QStringList names = coreDataStoreClass().dataFilesForStorePath(store.storePath());
     if (names.isEmpty()) {
@@ -130,7 +130,7 @@ bool VXDataPlugin::_validateAndSaveStoreController(VXCoreDataStore &store, VXErr
 {
     constexpr const char *operation = "_validateAndSaveStoreController:";
     const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
-    if (!coordinator) // which was logged
+    if (!coordinator) // logged already
         return false;
     tellOfChangedModel(coordinator->model());
     VXManagedObjectContext context(coordinator);
@@ -177,11 +177,11 @@ VXManagedObjectModel::Ptr VXDataPlugin::ownModel(VXError *error) const
 StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
 {
     const QString path = dataStorePath();
-    do { // again when an upgrade was cut short that this waited for
+    do { // repeated if it waited for an upgrade that was then cut short
         _openingLock = nullptr;
         if (!bringBackLoneUpgradingFile(path, error) || !installWaitingStore(path, false, error))
             return nullptr;
-        // From here on nobody replaces the store: once it is open it holds such a lock itself.
+        // From here on nobody can replace the store; once it is open it holds a lock of its own.
         if (!takeOpeningLock(path, error))
             return nullptr;
     } while (isUpgradingFileLone());
@@ -201,7 +201,7 @@ StorePtr VXDataPlugin::_loadBundleStoreController(VXError *error)
     return store;
 }
 
-// Of two processes that make it at once one takes the other's.
+// If two processes create it at once, one uses the other's.
 StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
 {
     VXFolderInMaking folder(path);
@@ -213,7 +213,7 @@ StorePtr VXDataPlugin::createBundleStore(const QString &path, VXError *error)
         const StorePtr store = createStoreAtPath(folder.path(), {}, error);
         if (!store || !VXManagedObjectContext(store->persistentStoreCoordinator()).save(error))
             return nullptr;
-    } // and is closed
+    } // closes the store
     bool isTaken = false;
     return folder.moveIntoPlace(&isTaken, error) || isTaken ? _loadBundleStoreFile(path, error) : nullptr;
 }
@@ -258,7 +258,7 @@ bool VXDataPlugin::moveInWaitingStore(const QString &waiting, const QString &pat
     return false;
 }
 
-// In the log and to who started the program: what was imported is not there yet.
+// Tells, in the log and to the user who started the program, that the imported data is not in use yet.
 void VXDataPlugin::tellOfWaitingStore() const
 {
     if (!VXExistsAtPath(waitingPath()))
@@ -285,7 +285,7 @@ QString VXDataPlugin::changedEntity(const VXManagedObjectModel &stored) const
     return {};
 }
 
-// Whoever changes the model and not the version learns it here, and not when a key turns out to be missing.
+// Warns developers who changed the model but not the version, before keys turn out to be missing.
 void VXDataPlugin::tellOfChangedModel(const VXManagedObjectModel &stored) const
 {
     const QString entity = changedEntity(stored);

@@ -27,7 +27,7 @@ using StorePtr = VXCoreDataStore::Ptr;
 
 namespace {
 
-constexpr std::chrono::seconds longestWait(10); // for who replaces the store
+constexpr std::chrono::seconds longestWait(10); // for a process that is replacing the store
 constexpr std::chrono::seconds waitForUsers(1);
 
 bool exists(const QString &path)
@@ -69,7 +69,8 @@ StorePtr VXDataPlugin::_loadBundleStoreFile(const QString &path, VXError *error)
         problem = VXMakeError(VXLocalizedString(u"Unable to read data file"_s));
     if (!problem)
         removeUpgradingFile();
-    else if (!_hasUpgradeFailed || _hasUpgradeBegun) // else the store is as it was, and what lies aside is older
+    // otherwise the store is unchanged, and what is set aside is from an earlier upgrade
+    else if (!_hasUpgradeFailed || _hasUpgradeBegun)
         restoreUpgradingFile();
     VXSetError(error, problem);
     return problem ? nullptr : store;
@@ -82,7 +83,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
         return nullptr;
     if (const VXError problem =
             problemOfOwner(metadataOfStore(path, nullptr).value_or(QVariantMap()), store->dataFileName())) {
-        VXSetError(error, problem); // what cannot be read fails later
+        VXSetError(error, problem); // a store that cannot be read fails later
         return nullptr;
     }
     if (dataStoreVersion().isNull())
@@ -110,7 +111,7 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
     return coreDataStoreClass().storeWithPath(path);
 }
 
-// A store of another version is not opened, so that nothing of it is touched.
+// Reads the metadata without opening the store, so that a store of another version is not touched.
 std::optional<QVariantMap> VXDataPlugin::metadataOfStore(const QString &path, VXError *error) const
 {
     const QStringList names = coreDataStoreClass().dataFilesForStorePath(path);
@@ -133,8 +134,8 @@ std::optional<QVariantMap> VXDataPlugin::metadataOfStore(const QString &path, VX
     return QVariantMap();
 }
 
-// The identifiers of plugins may change, and their stores stay theirs. But of two plugins that are there only one can have a
-// store, that which its data file is named after.
+// Plugins may change their identifiers and keep their stores. But of two existing plugins only one can own a store, the
+// one its data file is named after.
 VXError VXDataPlugin::problemOfOwner(const QVariantMap &metadata, const QString &dataFileName) const
 {
     const QString owner = metadata.value(VXStoreOwnerIdentifierKey).toString();
@@ -162,10 +163,10 @@ VXDataPlugin::Age VXDataPlugin::ageOf(const QVariantMap &metadata) const
 {
     if (dataStoreVersion().isNull())
         return Age::Same;
-    const QString stored = metadata.value(VXStoreVersionKey).toString(); // none: older than any
+    const QString stored = metadata.value(VXStoreVersionKey).toString(); // without a version it is older than any
     int order = stored.isNull() ? -1 : vx_compareVersion(stored, dataStoreVersion());
     if (order > 0 && !beginsWithNumber(stored) && beginsWithNumber(dataStoreVersion()))
-        order = -1; // nobody knows which it is; what a later version writes begins as those before
+        order = -1; // the order is unknown; later versions will begin with a number as those before
     if (order == 0) {
         const QString ownFilters = smartFilterVersion();
         const QString filters = metadata.value(VXStoreSmartFilterVersionKey, u"1"_s).toString();
@@ -176,7 +177,7 @@ VXDataPlugin::Age VXDataPlugin::ageOf(const QVariantMap &metadata) const
 
 // -- Upgrading
 
-// Alone with the store, so that nobody writes into what is set aside or goes to the trash.
+// Locks the store exclusively, so that nobody writes into what is set aside or goes to the trash.
 VXError VXDataPlugin::upgradeStore(const QString &path)
 {
     VXError error;
@@ -186,21 +187,21 @@ VXError VXDataPlugin::upgradeStore(const QString &path)
         const VXStoreLock::Ptr lock = VXStoreLock::take(path, VXStoreLock::Purpose::Replace, waitForUsers, &error);
         if (!lock)
             return error;
-        const std::optional<Age> age = ageOfStore(path, &error); // another process may have done it meanwhile
+        const std::optional<Age> age = ageOfStore(path, &error); // another process may have upgraded it meanwhile
         if (!age)
             return error;
         if (*age == Age::Older) {
-            const VXPluginMarker::Scope nobody; // whoever ends the program now has not crashed in the plugin
+            const VXPluginMarker::Scope nobody; // if the program ends now, that is no crash in the plugin
             auto controller = VXStoreUpgradeWindowController::upgradeStoreForPlugin(*this);
             error = run(*controller);
             _hasUpgradeBegun = controller->hasSetAside();
-            controller = nullptr; // which closes the stores
+            controller = nullptr; // closes the stores
             if (error && _hasUpgradeBegun)
                 putUpgradingFileBack();
         }
     }
     if (!error && takeOpeningLock(path, &error) && ageOfStore(path, &error) != Age::Same && !error)
-        error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s)); // somebody has replaced it since
+        error = VXMakeError(VXLocalizedString(u"Unable to read data file"_s)); // somebody has replaced it meanwhile
     return error;
 }
 
@@ -212,7 +213,7 @@ VXError VXDataPlugin::run(VXCoreDataStoreMigrationWindowController &controller)
     return error;
 }
 
-// What waits replaces what is there; an old store that is alone was left by an upgrade that was cut short.
+// A waiting store replaces the present one; an old store alone was left by an interrupted upgrade.
 QString VXDataPlugin::storeToOpen() const
 {
     const QStringList places{waitingPath(), dataStorePath(), upgradingPath()};
@@ -262,7 +263,8 @@ StorePtr VXDataPlugin::earlierStoreAt(const QString &path, VXError *error)
     return isStoreItself(path, error) ? nullptr : ownStoreAt(path, error);
 }
 
-// By way of the install folder: whoever ends the program meanwhile, one of both stores is found, and the next start goes on.
+// Goes by way of the install folder: if the program ends meanwhile, one of both stores is still found, and the next
+// start continues.
 VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
 {
     VXAssert(_sharedStoreController == nullptr, u"Cannot take a store back while the plugin has it open"_s);
@@ -282,7 +284,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     *isWaiting = !error && exists(waitingPath());
     if (error || *isWaiting)
         VXStorePast::noteTakenBack(dataStorePath(), from, false);
-    // But for a store that has gone already, and is replaced by the next start, what failed is over.
+    // After a failure nothing stays staged, unless the store is gone already and the next start has to replace it.
     if (error && exists(dataStorePath()) && !QDir(waitingPath()).removeRecursively())
         VXLogMethod(VXLogError, "takeBack", "still waits: "_L1 + waitingPath());
     if (isOld && !error && !*isWaiting)
@@ -290,7 +292,7 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     return error;
 }
 
-// The store is a copy of it, and it would pass for the old one of another upgrade.
+// The old store is now in use as a copy, and would be taken for the old store of another upgrade.
 void VXDataPlugin::removeTakenBack() const
 {
     VXFileManager &files = VXFileManager::defaultManager();
@@ -319,7 +321,7 @@ VXError VXDataPlugin::withdrawWaitingStore(QString *trashed) const
     return files.moveItemAtPath(waiting, place) ? problem : VXError();
 }
 
-// The stamp is on the disk before the first object is.
+// The stamp is on disk before the first object.
 bool VXDataPlugin::saveStamp(VXCoreDataStore &store, VXError *error)
 {
     const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
@@ -328,7 +330,7 @@ bool VXDataPlugin::saveStamp(VXCoreDataStore &store, VXError *error)
 
 // -- Settling
 
-// The program ended in the midst of an upgrade: nothing but the old store is there, and a new one would hide it.
+// The program ended during an upgrade and only the old store exists; creating a new one would hide it.
 bool VXDataPlugin::bringBackLoneUpgradingFile(const QString &path, VXError *error)
 {
     if (!isUpgradingFileLone())
@@ -352,7 +354,7 @@ bool VXDataPlugin::restoreUpgradingFile()
     if (!exists(upgradingPath()))
         return true;
     _openingLock = nullptr;
-    VXError problem; // what others have open, or are upgrading, stays where it is
+    VXError problem; // if others have the store open, or upgrade it, it stays where it is
     const VXStoreLock::Ptr lock = VXStoreLock::take(dataStorePath(), VXStoreLock::Purpose::Replace, {}, &problem);
     if (lock)
         return putUpgradingFileBack();
@@ -360,7 +362,7 @@ bool VXDataPlugin::restoreUpgradingFile()
     return false;
 }
 
-// For who has the store's place alone.
+// Requires the exclusive lock of the store's place.
 bool VXDataPlugin::putUpgradingFileBack()
 {
     constexpr const char *operation = "restoreUpgradingFile";
@@ -408,14 +410,14 @@ bool VXDataPlugin::removeUpgradingFile()
 bool VXDataPlugin::trashUpgradingFile(const QString &upgrading)
 {
     const VXError problem = VXStorePast::trash(dataStorePath(), upgrading, u"upgraded"_s, &_oldStore);
-    if (!problem || !exists(upgrading)) // another process did it
+    if (!problem || !exists(upgrading)) // another process has done it
         return true;
     VXLogMethod(VXLogError, "removeUpgradingFile", "trash: "_L1 + problem.description());
     VXApplication::sharedApplication().presentError(problem);
     return false;
 }
 
-// Cancelled, it stays, and the question comes back at the next open.
+// If the user cancels, the copy stays, and the question is asked again at the next open.
 bool VXDataPlugin::saveUpgradingFileAsBackup(const QString &upgrading)
 {
     VXSavePanel panel;

@@ -21,14 +21,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Some data plugin could not open its store, and the user knows: the application is about to end.
+// A data plugin could not open its store, and the user was told: the application is about to end.
 bool hasFailed = false;
 
 // The name of the store that is not to be opened; null for none.
 QString heldBack;
 bool isEveryStoreHeldBack = false;
 
-// Without the numbers, which the log has.
+// Without error codes, which are in the log.
 QString textForPeople(const VXError &error)
 {
     QStringList texts{error.localizedDescription(), error.localizedRecoverySuggestion(), error.filePath()};
@@ -96,7 +96,7 @@ void VXDataPlugin::holdBackAllStores()
     isEveryStoreHeldBack = true;
 }
 
-// A store that cannot be opened must not keep the plugin manager from going on to the end of the application.
+// If the store cannot be opened, the plugin manager must not continue until the application ends.
 void VXDataPlugin::_pluginWillLoad()
 {
     VXCallPlugin(*this, "persistentStoreCoordinator", [this] { persistentStoreCoordinator(); });
@@ -113,14 +113,14 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
         return refuse(u"The store of a data plugin could not be opened"_s);
     if (isEveryStoreHeldBack || heldBack == dataStoreName())
         return refuse(u"The store is left alone for now"_s);
-    if (_isOpening) { // by a call that has not returned, as when it asks the user something
+    if (_isOpening) { // by a call that has not returned, for example because it asks the user
         VXLogMethod(VXLogWarning, "persistentStoreCoordinator", "the store is being opened: "_L1 + dataStoreName());
         return refuse(u"The store is being opened"_s);
     }
     if (_sharedStoreController)
         return _sharedStoreController->persistentStoreCoordinator(outcome);
     VXError error;
-    VXError reason; // where there is no better error
+    VXError reason; // used when there is no better error
     QString thrown;
     bool isOpen = false;
     _isOpening = true;
@@ -148,13 +148,13 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
     return nullptr;
 }
 
-// What the user may want to know of the stores from before; null when there is nothing.
+// What the user may want to know about former stores; null when there is nothing.
 QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
 {
     const QList<VXStorePast::Entry> earlier = earlierStores();
     const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
-    // Those from before are older than the one that is back in its place.
-    const bool isOfUser = !VXStorePast::isUnused(dataStorePath()); // else it only took the place of what the user had
+    // They are older than the store that is back in its place.
+    const bool isOfUser = !VXStorePast::isUnused(dataStorePath()); // false: it only took the place of the user's store
     if (isOfUser && (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged)))
         return _hasUpgradeBegun && VXExistsAtPath(upgradingPath()) ? QString()
                                                                    : VXLocalizedString(u"The store is as it was."_s);
@@ -190,6 +190,6 @@ void VXDataPlugin::endApplication(const VXError &error, const VXError &reason)
         alert.details += u' ' + text;
     alert.defaultButton = VXGlobalString(u"Quit"_s);
     VXApplication &application = VXApplication::sharedApplication();
-    std::ignore = application.userInterface().runAlert(alert); // there is but one answer
+    std::ignore = application.userInterface().runAlert(alert); // there is only one answer
     application.terminate();
 }

@@ -21,8 +21,9 @@ class VXStoreLock;
 
 /**
  * The base of plugins that own a store of objects: contacts, calls, messages. The bundle's Info.plist names the store;
- * it is opened, or made, when the plugin loads. The first plugin whose store cannot be opened ends the application,
- * after the user was told who and why. As long as it is open nobody replaces its folder (VXStoreLock). Main thread only.
+ * it is opened, or created, when the plugin loads. The first plugin whose store cannot be opened ends the application,
+ * after the user was told which and why. While a store is open nobody can replace its folder (VXStoreLock). Main thread
+ * only.
  */
 class VX_EXPORT VXDataPlugin : public VXPlugin
 {
@@ -36,208 +37,217 @@ public:
 
     /** "VXDataStoreName": unique among all plugins. */
     QString dataStoreName() const;
-    /** "VXDataStoreType": "sqlite", "xml", or "memory" for a store that is gone with the process. */
+    /** "VXDataStoreType": "sqlite", "xml", or "memory" for a store that exists only during the process. */
     QString dataStoreTypeExtension() const;
-    /** "VXDataStoreVersion": of the layout of the store. Null: a store of any version is taken as it is. */
+    /** "VXDataStoreVersion": the version of the store's layout. Null: a store of any version is used as it is. */
     QString dataStoreVersion() const;
-    /** The store folder, which a store in memory does without. */
+    /** The store folder; a store in memory has none. */
     QString dataStorePath() const;
 
     // -- What a subclass may provide
     /** The compiled models of the store: the bundle's resource "NAME.mom", if there is one. */
     virtual QStringList dataModelPaths() const;
-    /** The class of store objects. */
+    /** The class operations of the plugin's stores. */
     virtual const VXCoreDataStoreClass &coreDataStoreClass() const;
     /**
-     * Repairs or seeds a store that was just opened; what it changes is saved after. False, with an error, refuses the
-     * store.
+     * Repairs or fills a store that was just opened; its changes are saved afterwards. False, with an error, refuses
+     * the store.
      */
     virtual bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error);
-    /** Opens the object for the user. False, as in the base: it cannot be opened. */
+    /** Opens the object for the user. False, as in the base, when it cannot be opened. */
     Q_INVOKABLE virtual bool openManagedObjectWithURIRepresentation(const QUrl &uri);
 
     /**
-     * The open store's, which the first call opens. Null when that failed, here or in another data plugin before, and, as
-     * long as that call has not returned, to whoever asks meanwhile. The error then tells why.
+     * The coordinator of the open store; the first call opens the store. Null, with the reason as error, when that
+     * failed here or in another data plugin before, and for calls made while the first has not returned.
      */
     VXPersistentStoreCoordinator::Ptr persistentStoreCoordinator(VXError *error = nullptr);
 
-    /** Nobody gets the store of that name (null: holds back none), nor is it opened when its plugin loads: for who looks at it
-     * first, or puts another in its place. Of one that is open already nothing changes. */
+    /** Has nobody get the store of that name, and its plugin not open it on loading: for callers that inspect the store
+     *  first, or put another in its place. Null: holds back none. A store that is already open is not affected. */
     static void holdBackStore(const QString &storeName);
-    /** The same of all stores, for good. */
+    /** Holds back all stores, permanently. */
     static void holdBackAllStores();
 
     // -- Making store folders
     /**
-     * Makes a folder with the plugin's models and an empty data file, which bears the plugin's identifier and version.
-     * `extension`: of the data file, null for the plugin's own type. @return null on failure.
+     * Makes a folder with the plugin's models and an empty data file with the plugin's identifier and version.
+     * `extension`: of the data file; null for the plugin's own type. @return null on failure.
      */
     [[nodiscard]] VXCoreDataStore::Ptr createStoreAtPath(const QString &path, const QString &extension,
                                                          VXError *error = nullptr);
-    /** The same in a new temporary folder, for this user only. */
+    /** The same in a new temporary folder that only this user can read. */
     [[nodiscard]] VXCoreDataStore::Ptr createStore(VXError *error = nullptr);
-    /** Writes the plugin's identifier and version into the store's metadata; they are saved with the next save. */
+    /** Writes the plugin's identifier and version into the store's metadata; the next save stores them. */
     bool updateMetaDataForStore(VXCoreDataStore &store, VXError *error = nullptr);
-    /** Has the store validated, and saves what that changed. False, logged, on failure. */
+    /** Has the store validated, and saves the resulting changes. False, logged, on failure. */
     bool _validateAndSaveStoreController(VXCoreDataStore &store, VXError *error = nullptr);
 
-    // -- Copying stores, to upgrade, import and export them (VXDataPlugin+Migrate.cpp). Not on the main thread, unless a test
-    // does it. `version` is the number that the source's version begins with, 0 for none.
+    // -- Copying stores, to upgrade, import and export them (VXDataPlugin+Migrate.cpp). Not on the main thread, except
+    // in tests. `version` is the number that the source's version begins with, 0 for none.
     /**
-     * Whether the objects of a store of that version may be copied as the rows they are, where the models allow it: many times
-     * faster, but none of the hooks below is called, nor the classes of objects. So what those make of other values must be in
-     * the old store already. The base says no: override it where there are no hooks, or none that such a store needs, but those
-     * that migratesAttribute tells of.
+     * Whether the objects of a store of that version may be copied as rows, where the models allow it. That is many
+     * times faster, but calls none of the hooks below, nor the classes of the objects: so what those would derive from
+     * other values must be in the old store already. The base returns false; override it if the plugin has no hooks, or
+     * none that such a store needs except for attributes named by migratesAttribute().
      */
     virtual bool copiesRows(int version) const;
     /**
-     * Of a store whose rows may be copied: whether the new objects are to have something else for an attribute than what the old
-     * ones have. Those of an entity with such attributes then get all else as rows, keep their numbers, and are given to
-     * migrateObjectAttribute, once for each of these attributes; no other hook is called but by that. The base says no. An
-     * inherited attribute is that of the entity that names it.
+     * For a store whose rows may be copied: whether an attribute gets another value in the new objects than in the old
+     * ones. The objects of an entity with such attributes get everything else as rows, keep their numbers, and are
+     * passed to migrateObjectAttribute() once for each of these attributes; other hooks are only called by that. The
+     * base returns false. An inherited attribute is asked for with the entity that declares it.
      */
     virtual bool migratesAttribute(const VXAttributeDescription &old, int version) const;
     /**
-     * The object that stands for an old one in the new store. Null, as in the base where the new model has no entity of that
-     * name: it is left out. Of an entity with relationships that takes the whole copy with it: then nothing is saved, and that
-     * counts as success; such a plugin overrides migrateEntityAttributes and migrateEntityRelationships for that entity.
+     * Makes the object that stands for an old one in the new store. Null leaves the old object out, as the base does if
+     * the new model has no entity of that name. But for an entity with relationships, null ends the whole copy: nothing
+     * is saved, which counts as success; a plugin that wants to leave out such objects overrides
+     * migrateEntityAttributes() and migrateEntityRelationships() for that entity.
      */
     virtual VXManagedObjectPtr insertNewObjectForOldObject(const VXManagedObjectPtr &oldObject, int version,
                                                            VXManagedObjectContext &newContext, VXError *error);
-    /** What the new object is to have in place of the old value: here the same. None leaves it as it is; with an error set, it
-     * fails. */
+    /** The value for the new object; the base returns the old one. None leaves the new object's value as it is; with an
+     *  error set, the copy fails. */
     virtual QVariant migrateObjectValue(const QVariant &value, const QString &attribute,
                                         const VXManagedObjectPtr &oldObject, int version,
                                         const VXManagedObjectPtr &newObject, VXError *error);
-    /** One attribute, by name; one that the new object has not is left out. */
+    /** Copies one attribute, by name; one that the new object does not have is left out. */
     virtual bool migrateObjectAttribute(const QString &attribute, const VXManagedObjectPtr &oldObject, int version,
                                         const VXManagedObjectPtr &newObject, VXError *error);
-    /** All attributes that are stored. */
+    /** Copies all stored attributes. */
     virtual bool migrateObjectAttributes(const VXManagedObjectPtr &oldObject, int version,
                                          const VXManagedObjectPtr &newObject, VXError *error);
-    /** The objects of an entity, not of those that inherit from it. @return empty on failure. */
+    /** Copies the objects of exactly this entity, not of those that inherit from it. @return empty on failure. */
     virtual std::optional<VXMigratedObjects> migrateEntityAttributes(const VXEntityDescription &entity,
                                                                      VXManagedObjectContext &oldContext, int version,
                                                                      VXManagedObjectContext &newContext,
                                                                      VXError *error);
-    /** One relationship, by name. @return the new object; null fails the copy. */
+    /** Copies one relationship, by name. @return the new object; null fails the copy. */
     virtual VXManagedObjectPtr migrateObjectRelationship(const QString &relationship,
                                                          const VXManagedObjectPtr &oldObject, int version,
                                                          const VXMigratedObjects &newObjects, VXError *error);
-    /** All relationships of the objects of an entity. */
+    /** Copies all relationships of the objects of an entity. */
     virtual bool migrateEntityRelationships(const VXEntityDescription &entity, VXManagedObjectContext &oldContext,
                                             int version, VXManagedObjectContext &newContext,
                                             const VXMigratedObjects &newObjects, VXError *error);
-    /** Both passes over all entities that the old model has. */
+    /** Makes both passes over all entities of the old model. */
     virtual bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
                                              VXManagedObjectContext &newContext, VXError *error);
     /**
-     * Whether a property of the old model is held against what the new objects have under the same name, before they are saved:
-     * each value, but where migrateObjectValue gave another one, and each reference to what was copied. False for what other
-     * hooks change.
+     * Whether a property of the old model is compared with what the new objects have under the same name before they
+     * are saved: each value except those that migrateObjectValue() changed, and each reference to an object that was
+     * copied. False for what other hooks change.
      */
     virtual bool comparesProperty(const VXPropertyDescription &old, int version) const;
-    /** A context with copies of all objects of the source, not saved; of rows that were copied as they are it knows nothing, they
-     * are in the new store already. Null on failure, or, without an error, when the hooks want
-     * nothing saved. What the hooks throw becomes the error, if it is a VXException or std::exception. */
+    /** A context with unsaved copies of all objects of the source, except those that were copied as rows: these are in
+     *  the new store already. Null on failure, or, without an error, when the hooks want nothing saved. A VXException
+     *  or std::exception that a hook throws becomes the error. */
     std::unique_ptr<VXManagedObjectContext> migrateStore(VXCoreDataStore &source, VXCoreDataStore &destination,
                                                          VXError *error);
 
     // -- Upgrading (VXDataPlugin+Upgrade.cpp)
-    /** Where the old store lies from the beginning of an upgrade until the user has decided what becomes of it. */
+    /** Where the old store is kept from the beginning of an upgrade until the user has decided what becomes of it. */
     QString upgradingPath() const;
-    /** Settles a pre-upgrade copy, if there is one, after a failed or a successful open: brings it back, or offers it as a
-     * backup. False, logged, when that failed; also when the user put off the decision on the backup. */
+    /** Settles the copy from before an upgrade, if there is one: after a failed open brings it back, after a successful
+     *  one offers it as a backup. False, logged, on failure; false as well when the user put off the decision. */
     bool restoreUpgradingFile();
     bool removeUpgradingFile();
-    /** Decides beforehand what becomes of the old store, and nobody is asked: null for the trash, else where it goes as a backup. */
+    /** Decides in advance what becomes of the old store, so that the user is not asked: null for the trash, otherwise
+     *  the path of the backup. */
     void setUpgradeBackup(const QString &path) { _upgradeBackup = path; }
-    /** Where the old store of the last upgrade went, once that is settled, or what the store was before a merge; null when it
-     * could not be kept. */
+    /** Where the old store of the last upgrade went, once that is settled, or where the copy from before a merge is;
+     *  null when it could not be kept. */
     const QString &oldStore() const { return _oldStore; }
-    /** The store that the next start opens, wherever it lies now; null when there is none. */
+    /** The path of the store that the next start opens; null when there is none. */
     QString storeToOpen() const;
-    /** Whether that one is of an older version. Empty, with an error, when it cannot be told, or is of a newer one. */
+    /** Whether that store is of an older version. Empty, with an error, when this cannot be determined, or it is of a
+     *  newer one. */
     std::optional<bool> isUpgradeDue(VXError *error = nullptr) const;
-    /** Whether a store that takes that one's place would be upgraded. */
+    /** Whether that store would be upgraded if it took the place of the plugin's own. */
     bool isOlder(VXCoreDataStore &store) const { return ageOf(store.metadata()) == Age::Older; }
-    /** An entity of the plugin's model that is another one in that store, though of the same version, as when VXDataStoreVersion
-     * was not raised; null for none. */
+    /** The name of an entity that the plugin's model and that store define differently although their versions are
+     *  equal, which happens when VXDataStoreVersion was not raised; null for none. */
     QString changedEntityOfStoreToOpen() const;
-    /** Copies a store into one that is gone afterwards, to see what an upgrade or a merge would do. Nothing is written. */
+    /** Copies a store into a temporary one, to see what an upgrade or a merge would do. Nothing is written. */
     VXError rehearse(const StorePtr &source, bool isMerge);
     /** What became of the objects in the last upgrade, merge, validated export or rehearsal. */
     const QList<VXEntityMigration> &lastMigration() const { return _lastMigration; }
-    /** Whether the hooks wanted nothing saved in that, which counts as success. */
+    /** Whether the hooks wanted nothing saved in that run, which counts as success. */
     bool hasSavedNothing() const { return _hasSavedNothing; }
-    /** Whether the plugin's own store lies at a path, told as an error, whoever links to it. */
+    /** Whether the plugin's own store is at that path, even by way of a link; if so, an error is set. */
     bool isStoreItself(const QString &path, VXError *error) const;
-    /** One that can be taken back: as ownStoreAt, and not the present one. */
+    /** A store that can be taken back: same as ownStoreAt(), but not the present store. */
     StorePtr earlierStoreAt(const QString &path, VXError *error);
-    /** The stores from before, the last one first; with that of an upgrade that is not settled. */
+    /** The former stores, the latest first, including that of an upgrade that is not settled. */
     QList<VXStorePast::Entry> earlierStores() const;
     /**
-     * Has a copy of an earlier store, or of a backup, take the place of the present one, which goes to the trash, or
-     * beside its place. The store must not be open here (holdBackStore). While others have it open, it waits for the next start: `isWaiting`.
+     * Replaces the present store by a copy of a former one, or of a backup; the present one goes to the trash, or
+     * beside its place. The store must not be open in this process (holdBackStore). While others have it open, the copy
+     * waits for the next start: `isWaiting`.
      */
     VXError takeBack(const QString &from, bool *isWaiting);
-    /** Where a store lies that is to replace the present one at the next start. */
+    /** The path of a store that waits to replace the present one at the next start. */
     QString waitingPath() const;
-    /** That one goes to the trash, or beside where it waited as "NAME.vxdatastore.withdrawn", and the present one stays. */
+    /** Withdraws the waiting store: it goes to the trash, or stays beside its place as "NAME.vxdatastore.withdrawn".
+     *  The present store is kept. */
     VXError withdrawWaitingStore(QString *trashed) const;
 
     // -- Importing (VXDataPlugin+Import.cpp); what asks the user runs modally
-    /** The store of a folder of whatever version, to be read only. Null when it is none. */
+    /** Opens a store folder of any version for reading only. Null when it is no store. */
     StorePtr createStoreFromFileAtPath(const QString &path, VXError *error = nullptr);
-    /** For subclasses: what an import of that store would bring in, for the user; null, as in the base, for nothing. The objects
-     * are plain ones of the model that the store was written with. */
+    /** For subclasses: describes to the user what an import of that store would bring in; null, as in the base, for
+     *  nothing. The objects are plain ones of the model that the store was written with. */
     virtual QString importDescriptionFromStore(VXCoreDataStore &store);
-    /** A store folder with a data file whose name begins as the store's own. */
+    /** Whether the path is a store folder with a data file whose name begins like that of the plugin's own. */
     bool isValidStoreAtPath(const QString &path) const;
     VXOpenPanel importPanel() const;
-    /** Asks for a file and imports it. False, too, when the user cancels. */
+    /** Asks for a file and imports it. False as well when the user cancels. */
     bool importStore(VXError *error = nullptr);
-    /** Asks whether to merge the file's objects with the store's, or to replace these at the next start. Failures are shown. */
+    /** Asks whether to merge the file's objects into the store, or to replace the store at the next start. Failures are
+     *  shown. */
     bool importStoreAtPath(const QString &path, VXError *error = nullptr);
-    /** Whether a store has any; false, too, when it cannot be read. */
+    /** Whether a store has any objects; false as well when it cannot be read. */
     static bool holdsObjects(VXCoreDataStore &store);
-    /** Default to merge, Other to replace, Alternate for neither. */
+    /** Returns Default to merge, Other to replace, Alternate to do neither. */
     VXAlertButton askHowToImport(const QString &description) const;
     Q_INVOKABLE void importStoreAction();
     Q_INVOKABLE void importLegacyDataAction();
-    /** The same of one that may take the place of the plugin's store: as far as it says it is the plugin's, and not too new. */
+    /** Opens a store, for reading only, that may take the place of the plugin's own: as far as it says it belongs to
+     *  the plugin, and is not of a newer version. */
     StorePtr ownStoreAt(const QString &path, VXError *error);
-    /** A file that is one to import, and what the plugin says of it. Asks nobody. */
+    /** Opens a store that can be imported, with the plugin's description of it. Does not ask the user. */
     StorePtr storeToImport(const QString &path, QString *description, VXError *error);
-    /** Copies all objects of a store, as of now, into the plugin's own, which must be open, with a progress window. What that was
-     * before is then in the trash, or else beside the store, as an earlier store (oldStore), unless nothing was to be added. */
+    /** Copies all objects that a store has now into the plugin's own, which must be open, with a progress window.
+     *  Unless nothing was to be added, a copy from before the merge is then in the trash, or else beside the store, as
+     *  a former store (oldStore()). */
     VXError mergeStore(const StorePtr &store);
-    /** Puts a copy of a store, as of now, where it waits to replace the plugin's own at the next start. */
+    /** Copies a store as it is now to where it waits to replace the plugin's own at the next start. */
     VXError stageStore(VXCoreDataStore &store);
 
-    /** Where an earlier generation kept its data; null, as in the base, for nowhere. */
+    /** Where an earlier generation of the program kept its data; null, as in the base, for nowhere. */
     virtual QString legacyDataPath() const;
     bool hasLegacyData() const;
     bool importLegacyData(VXError *error = nullptr);
-    /** Copies the XML store "global.xml" of a folder, if it has one, into the context, which is not saved, and trashes the folder.
-     */
+    /** Copies the XML store "global.xml" of a folder, if there is one, into the context, which is not saved, and moves
+     *  the folder to the trash. */
     bool importLegacyXMLBundle(const QString &folder, VXManagedObjectContext &context);
-    /** A property list of any kind from a file. None on failure. */
+    /** Reads a property list of any kind from a file. None on failure. */
     QVariant loadDictionaryFromFilePath(const QString &path, VXError *error = nullptr) const;
 
     // -- Exporting (VXDataPlugin+Export.cpp)
-    /** Asks where to, and whether to validate, which means to copy the objects as an upgrade does. Failures are shown. */
+    /** Asks where to export to, and whether to validate, which copies the objects as an upgrade does. Failures are
+     *  shown. */
     Q_INVOKABLE void exportStoreAction();
-    /** The same without asking. What lies there goes to the trash once the export is whole. */
+    /** The same without asking. What is at the path goes to the trash once the export is whole. */
     VXError exportStoreTo(const QString &path, bool validates);
-    /** Why no copy of the store can be put there; none when it can. Makes the folders above it. */
+    /** Why no copy of the store can be put there; none when it can. Creates the folders above the path. */
     VXError prepareBackupPlace(const QString &path) const;
 
 protected:
     void _pluginWillLoad() override;
-    /** For descriptions of imports: how many objects of an entity a store has; 0 without such an entity, or when it cannot be
-     * read. */
+    /** For descriptions of imports: how many objects of an entity a store has; 0 if it does not have the entity, or
+     *  cannot be read. */
     static qsizetype countInStore(VXCoreDataStore &store, const QString &entityName);
 
 private:
@@ -305,7 +315,7 @@ private:
     QList<VXEntityMigration> _lastMigration;
     bool _hasSavedNothing = false;
     bool _isOpening = false;
-    bool _hasUpgradeFailed = false;                  // and the store was put back, or never touched
-    bool _hasUpgradeBegun = false;                   // the last one: the store was set aside
-    std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has one of its own
+    bool _hasUpgradeFailed = false;                  // the store was put back, or never touched
+    bool _hasUpgradeBegun = false;                   // in the last upgrade the store was set aside
+    std::shared_ptr<const VXStoreLock> _openingLock; // until the open store has a lock of its own
 };

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The program's own name is in it: it is removed from folders of the user's choice, too.
+// Contains the program's own name, since such folders are removed from folders of the user's choice, too.
 const QString prefix = u".vornix-new."_s;
 
 } // namespace
@@ -46,9 +46,9 @@ VXFolderInMaking::~VXFolderInMaking() = default;
 
 bool VXFolderInMaking::moveIntoPlace(bool *isTaken, VXError *error)
 {
-    // What lies in it is personal, whatever the modes of its files.
+    // The contents are personal, whatever the modes of the files.
     QFile::setPermissions(_path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    // Takes the place of nothing but an empty folder.
+    // rename() replaces nothing but an empty folder.
     const bool isMoved = std::rename(QFile::encodeName(_path).constData(), QFile::encodeName(_place).constData()) == 0;
     const int problem = isMoved ? 0 : errno;
     *isTaken = problem == EEXIST || problem == ENOTEMPTY || problem == ENOTDIR;
@@ -57,7 +57,7 @@ bool VXFolderInMaking::moveIntoPlace(bool *isTaken, VXError *error)
                    VXMakeFileError(VXLocalizedString(u"Unable to move file"_s), qt_error_string(problem), _place));
         return false;
     }
-    if (!VXSynchronizeFolderOf(_place)) // it is there all the same
+    if (!VXSynchronizeFolderOf(_place)) // a failure is only reported: the folder is in place all the same
         VXReportDiagnostic(
             4, u"The folder of \"%1\" could not be brought to the disk: %2"_s.arg(_place, qt_error_string(errno)));
     return true;

@@ -10,31 +10,33 @@
 class VXScratchFolder;
 
 /**
- * A folder that comes to its place whole or not at all: it is filled in ".vornix-new.XXXXXX" beside the place, for this user
- * only, and then moved. What processes left behind that were killed meanwhile is removed; what bears another name, or is being
- * made, stays.
+ * A folder that appears at its place whole or not at all. It is filled in ".vornix-new.XXXXXX" beside the place,
+ * readable for this user only, and then moved. Removes what killed processes have left under such names, but nothing
+ * with another name or still in the making.
  */
 class VX_EXPORT VXFolderInMaking
 {
 public:
-    /** Makes the folder around it, and those above the place. */
+    /** Makes the surrounding temporary folder, and the folders above the place. */
     explicit VXFolderInMaking(const QString &place);
-    /** Removes what was not moved. */
+    /** Removes the folder if it was not moved. */
     ~VXFolderInMaking();
     VXFolderInMaking(const VXFolderInMaking &) = delete;
     VXFolderInMaking &operator=(const VXFolderInMaking &) = delete;
 
-    /** Why it cannot be made; none when it can. */
+    /** Why the folder cannot be made; none when it can. */
     const VXError &problem() const { return _problem; }
-    /** Where it is to be made, under the name that it will have. */
+    /** Where to make the folder; its last part is the final name. */
     const QString &path() const { return _path; }
-    /** Moves it. False when that fails, or `isTaken`: there is something else than an empty folder, which stays. */
+    /** Moves the folder to its place. False when that fails, or (`isTaken`) when something other than an empty folder
+     *  is there, which stays. */
     bool moveIntoPlace(bool *isTaken, VXError *error);
 
-    /** An error of what lies in the folder, told of what that is a copy of, or is to become: it is that which users know. */
+    /** Rewrites an error about the temporary folder to speak of the original instead: what it is a copy of, or will
+     *  become. That is what users know. */
     VXError errorAbout(const VXError &error, const QString &original) const;
 
-    /** Removes what killed processes left in a folder where others were made. */
+    /** Removes what killed processes have left in a folder where others were made. */
     static void removeLeftovers(const QString &folder);
 
 private:

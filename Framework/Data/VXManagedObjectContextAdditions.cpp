@@ -24,7 +24,8 @@ VXObjectIDList objectIDs(const VXNotification &notification, const QString &key)
     return result;
 }
 
-// The ID may come from another coordinator, whose model has an entity of the same name. Null when there is no such entity.
+// The same object's ID in the given model: the ID may come from another coordinator, whose model has an entity of the
+// same name. Null when there is no such entity.
 VXManagedObjectID inModel(const VXManagedObjectID &objectID, const VXManagedObjectModel &model)
 {
     if (objectID.isNull() || &objectID.entity().model() == &model)

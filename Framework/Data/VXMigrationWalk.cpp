@@ -35,7 +35,7 @@ void VXNoteDroppedProperty(const VXManagedObject &oldObject, const QString &prop
 bool VXMigrationWalk::find(VXError *error)
 {
     VXFetchRequest request(_entity);
-    request.includesSubentities = false; // they come with their own entity
+    request.includesSubentities = false; // they are visited with their own entity
     request.batchSize = batchSize;
     _found = _context.executeFetchRequest(request, error);
     return _found.has_value();

@@ -7,22 +7,22 @@
 #include <algorithm>
 #include <optional>
 
-// What both passes of an upgrade by objects need, attributes first and relationships then.
+// Shared by both passes of a copy by objects: attributes first, then relationships.
 
-/** As the log names an object. */
+/** The name of an object in the log. */
 [[nodiscard]] QString VXMigrationName(const VXManagedObjectID &objectID);
-/** What a property of both objects is called in each; none where one has no such property. */
+/** The property of that name in both objects; nullptr in place of one that does not exist. */
 [[nodiscard]] VXPropertyPair VXMigrationProperties(const QString &name, const VXManagedObject &oldObject,
                                                    const VXManagedObject &newObject);
-/** The new object has it not, and no hook took care of it. */
+/** Notes a property that the new object does not have and that no hook took care of. */
 void VXNoteDroppedProperty(const VXManagedObject &oldObject, const QString &property);
 
-/** Walks the objects of exactly one entity, some at a time: the store may be larger than memory. */
+/** Visits the objects of exactly one entity in batches, as the store may be larger than memory. */
 class VXMigrationWalk
 {
 public:
-    static constexpr qsizetype largestKeptRow = 512; // in bytes; that of most old objects, which is then read once
-    static constexpr qsizetype batchSize = 500;      // of old objects that are in memory at once
+    static constexpr qsizetype largestKeptRow = 512; // in bytes; most old objects fit, and are then read only once
+    static constexpr qsizetype batchSize = 500;      // old objects that are in memory at once
 
     VXMigrationWalk(const VXEntityDescription &entity, VXManagedObjectContext &context)
         : _entity(entity), _context(context)
@@ -30,9 +30,10 @@ public:
     }
 
     bool find(VXError *error);
-    /** Once they are found. */
+    /** Only after find(). */
     qsizetype count() const { return _found->size(); }
-    /** Calls with each batch and each object of it, until one of the calls answers false. @return false then, and on failure. */
+    /** Calls `batch` with each batch and `each` with each of its objects, until a call returns false. @return false
+     *  then, and on failure. */
     template <class Batch, class Each>
     bool forEach(const Batch &batch, const Each &each, VXError *error)
     {
@@ -41,7 +42,7 @@ public:
             objects.reserve(batchSize);
             for (qsizetype i = at; i < std::min(at + batchSize, count()); ++i)
                 objects.append(_found->at(i));
-            // What cannot be read must not pass for objects without values.
+            // Objects that cannot be read must not pass for objects without values.
             if (std::ranges::any_of(objects, [](const auto &object) { return object->isFault(); })) {
                 VXSetError(error, unreadable());
                 return false;
@@ -55,7 +56,7 @@ public:
     }
 
 private:
-    // Hooks are foreign code: whoever wrote one wants to know at which object it threw.
+    // Hooks are foreign code: their developers want to know at which object one threw.
     template <class Each>
     static bool call(const Each &each, const VXManagedObjectPtr &object)
     {

@@ -18,10 +18,11 @@ const QString VXSmartFilter::entityName = u"VXSmartFilter"_s;
 
 namespace {
 
-// Damaged data may hold filters inside each other.
+// Damaged data may contain filters nested in each other.
 constexpr int deepestNesting = 32;
 
-// There before any store can be opened. Static variables of other files may not be made yet.
+// Registered before any store can be opened. Must not use static variables of other files, which may not be initialized
+// yet.
 [[maybe_unused]] const bool areClassesRegistered = [] {
     VXManagedObjectClass::registerClass<VXSmartFilter>(u"VXSmartFilter"_s);
     VXManagedObjectClass::registerClass<VXSmartFilterRow>(u"VXSmartFilterRow"_s);
@@ -58,7 +59,7 @@ VXPredicate joined(VXFilterMatching matching, const QList<VXPredicate> &predicat
     return matching == VXFilterMatching::Any ? any : VXPredicate::negationOf(any);
 }
 
-// Filters are asked once for each event: their texts are parsed once.
+// A cache of parsed texts, as filters are asked again for each event.
 class ParsedTexts
 {
 public:
@@ -203,7 +204,7 @@ std::optional<VXPredicate> VXSmartFilter::predicate(VXError *error) const
         return std::nullopt;
     }
     const QString text = predicateText();
-    // Without changes in the context the text says what the rows say.
+    // While the context has no changes, the text agrees with the rows.
     if (!text.isNull() && !managedObjectContext()->hasChanges())
         return parsedTexts().parse(text, error);
     const bool isOfRows = valueForKey(u"hasTextOfRows"_s).toBool() || !rows().isEmpty();
@@ -321,7 +322,7 @@ void VXSmartFilter::updatePredicateText()
     }
     const std::optional<VXPredicate> predicate = predicateOfRows(0, nullptr);
     const QString text = predicate ? predicate->predicateFormat() : QString();
-    // What cannot be written as text is made of the rows each time.
+    // A predicate that cannot be written as text is made from the rows each time.
     const bool saysTheSame = predicate && VXPredicate::predicateWithFormat(text) == predicate;
     setValueForKey(saysTheSame ? text : QString(), u"predicateText"_s);
     setValueForKey(true, u"hasTextOfRows"_s);

@@ -17,8 +17,8 @@ enum class VXFilterMatching { All, Any, None };
 
 /**
  * A stored condition (entity "VXSmartFilter" of the model "smart-filters"): rows of attribute, operator and pattern,
- * joined by all, any or none; a row may be a filter itself. A predicate that rows cannot express is kept as its text.
- * Without rows and text it lets everything pass. Lives in its context, as every managed object.
+ * joined by all, any or none; a row may be a filter itself. A predicate that rows cannot express is kept as text.
+ * Without rows and text everything passes. Lives in its context, like every managed object.
  */
 class VX_EXPORT VXSmartFilter : public VXManagedObject
 {
@@ -28,35 +28,36 @@ public:
     QString name() const;
     void setName(const QString &name);
 
-    /** All, unless the stored name is known. */
+    /** All, unless the stored name is a known one. */
     VXFilterMatching matching() const;
     void setMatching(VXFilterMatching matching);
 
     /** In order. */
     QList<VXSmartFilterRowPtr> rows() const;
     /**
-     * A new row behind the others: `operator` as predicates write it ("==", "CONTAINS", "IN", ...), texts compared as
-     * `options` ("c", "d", "cd" or null) tell. The pattern is a list of values for IN and of two for BETWEEN, invalid
-     * for none.
+     * Appends a row. `comparison` is the operator as predicates write it ("==", "CONTAINS", "IN", ...); `options` ("c",
+     * "d", "cd" or null) says how texts are compared. The pattern is a list of values for IN, a list of two for
+     * BETWEEN, and invalid for none.
      */
     VXSmartFilterRowPtr addRow(const QString &attribute, const QString &comparison, const QVariant &pattern,
                                const QString &options = QStringLiteral("cd"));
-    /** A new row that is a filter of its own. */
+    /** Appends a row that is a filter itself. */
     VXSmartFilterPtr addFilter(VXFilterMatching matching);
-    /** Deletes the rows with all below them, and forgets the text. */
+    /** Deletes the rows with everything below them, and clears the text. */
     void removeAllRows();
 
     /**
-     * For one object and for fetches alike. Empty, with the reason, when none can be made: an unknown operator, a
-     * pattern that is none, a text that is no predicate.
+     * The predicate, for single objects and for fetches. Empty, with the reason, when none can be made: an unknown
+     * operator, an invalid pattern, a text that is no predicate.
      */
     [[nodiscard]] std::optional<VXPredicate> predicate(VXError *error = nullptr) const;
-    /** Takes rows that say the same in place of those there are. False: there are none, and the text is kept. */
+    /** Replaces the rows by rows that express the predicate. False when rows cannot express it: then there are no rows,
+     *  and the text is kept. */
     bool setPredicate(const VXPredicate &predicate);
     /** Why there is no predicate; null when there is one. */
     VXError problem() const;
 
-    /** Answers "predicate" too: a VXPredicate, invalid when none can be made. */
+    /** Also supports the key "predicate": a VXPredicate, invalid when none can be made. */
     QVariant valueForKey(const QString &key) const override;
 
 protected:
@@ -71,6 +72,6 @@ private:
     void fill(const VXPredicate &predicate);
     std::optional<VXPredicate> predicateOfRows(int depth, VXError *error) const;
     void updatePredicateText();
-    /** And those of the filters around it. */
+    /** Also updates those of the enclosing filters. */
     void updatePredicateTexts();
 };

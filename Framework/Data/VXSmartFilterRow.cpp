@@ -34,7 +34,7 @@ bool takesList(Operator comparison)
     return comparison == Operator::In || comparison == Operator::Between;
 }
 
-// What keeps the pattern from being one of the operator; null when nothing does.
+// Why the operator cannot take the pattern; null when it can.
 QString problemOfPattern(Operator comparison, const QVariant &pattern, VXTextOptions options)
 {
     if (comparison == Operator::Between && pattern.toList().size() != 2)
@@ -59,7 +59,7 @@ VXExpression expressionOf(const QVariant &pattern)
     return VXExpression::aggregate(elements);
 }
 
-// The value that the expression stands for in a row; empty when a row holds no such thing.
+// The value of the expression as a row stores it; empty when a row cannot store it.
 std::optional<QVariant> patternOf(const VXExpression &expression)
 {
     if (expression.kind() != Kind::Constant)
@@ -148,7 +148,7 @@ std::optional<VXPredicate> VXSmartFilterRow::predicate(VXError *error) const
                                    comparesTexts ? *asked : VXTextOptions());
 }
 
-// The text of the filter that it is, or was, a row of is made of its rows.
+// Updates the text of the filter that the row belongs to, and of the one it belonged to before.
 void VXSmartFilterRow::willSave()
 {
     const auto before = committedValues({u"filter"_s}).value(u"filter"_s).value<VXManagedObjectPtr>();

@@ -22,10 +22,10 @@ class VX_EXPORT VXSmartFilterRow : public VXManagedObject
 public:
     static const QString entityName; // "VXSmartFilterRow"
 
-    /** Whether a row can say what the predicate, a comparison, says. */
+    /** Whether a row can express the comparison. */
     static bool canExpress(const VXPredicate &comparison);
     void setPredicate(const VXPredicate &comparison);
-    /** Empty, with the reason, when the row makes none. */
+    /** Empty, with the reason, when the row makes no predicate. */
     [[nodiscard]] std::optional<VXPredicate> predicate(VXError *error = nullptr) const;
 
     VXSmartFilterPtr filter() const;

@@ -7,17 +7,17 @@
 
 #include <optional>
 
-// How the rows of smart filters name what comparisons are made of. Reentrant.
+// The names that rows of smart filters use for the parts of comparisons. Reentrant.
 
-/** As predicates write it: "==", "CONTAINS"; read in any case of letters. */
+/** The operator as predicates write it: "==", "CONTAINS"; reading ignores case. */
 QString VXSmartFilterOperatorName(VXPredicate::Operator comparison);
 std::optional<VXPredicate::Operator> VXSmartFilterOperatorFromName(const QString &name);
-/** True for those that compare nothing but texts. */
+/** Whether the operator compares only texts. */
 bool VXSmartFilterIsTextOperator(VXPredicate::Operator comparison);
 
 /** "c", "d", "cd", or empty. */
 QString VXSmartFilterOptionsName(VXTextOptions options);
 std::optional<VXTextOptions> VXSmartFilterOptionsFromName(const QString &name);
 
-/** Tells a caller who asked why there is no predicate. */
+/** Sets the error that says why there is no predicate. */
 void VXFailFilter(VXError *error, const QString &reason);

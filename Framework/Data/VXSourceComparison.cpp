@@ -31,7 +31,7 @@ VXError differs(const VXPropertyDescription &old, const ObjectID &oldID)
         VXLocalizedString(u"\"%1\" of %2 differs."_s).arg(old.name(), oldID.uriRepresentation().toString()));
 }
 
-// Both ends are looked at as one, at that which leads to one object.
+// Only one end of a relationship and its inverse is compared: the to-one end.
 bool isToldByInverse(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
 {
     const VXRelationshipDescription *const oldInverse = old.inverse();
@@ -57,7 +57,7 @@ VXError VXSourceComparison::compare(VXManagedObjectContext &source)
         others > 0)
         return difference(VXLocalizedString(u"%1 objects are of no old store."_s).arg(others));
     _run.begin(VXStoreMigration::Phase::Comparing, oldIDs.size());
-    std::ranges::sort(oldIDs, {}, [](const ObjectID &each) { // as they lie in the files
+    std::ranges::sort(oldIDs, {}, [](const ObjectID &each) { // the order in the files
         return std::tuple(quintptr(each.store()), quintptr(&each.entity()), each.number());
     });
     for (qsizetype at = 0; at < oldIDs.size(); at += batchSize) {
@@ -69,7 +69,7 @@ VXError VXSourceComparison::compare(VXManagedObjectContext &source)
     return compareTotals();
 }
 
-// What there is to compare between objects of two entities.
+// The properties to compare between objects of two entities.
 const QList<VXSourceComparison::Pair> &VXSourceComparison::pairsOf(const VXEntityDescription &old,
                                                                    const VXEntityDescription &made)
 {
@@ -113,7 +113,7 @@ VXError VXSourceComparison::compareBatch(const QList<ObjectID> &oldIDs, VXManage
     return found;
 }
 
-// A relationship to many objects, of objects of one store or more.
+// Compares a to-many relationship of objects from one or more stores.
 VXError VXSourceComparison::compareMany(const VXRelationshipDescription &old, const QList<ObjectID> &oldIDs,
                                         VXManagedObjectContext &source)
 {
@@ -149,10 +149,10 @@ VXError VXSourceComparison::compareRow(const ObjectID &oldID, const VXStoreRow &
         _pairsOfShape = pairsOf(oldID.entity(), object->entity());
     }
     for (const Pair &pair : std::as_const(_pairsOfShape)) {
-        if (!pair.isInRow) // read for many at once, afterwards
+        if (!pair.isInRow) // read for many objects at once, afterwards
             _sources[pair.old->asRelationship()].append(oldID);
         if (!row.hasValue(pair.old->index()))
-            continue; // nothing of it can be lost
+            continue; // there is nothing to lose
         if (const ObjectID *const target = row.target(pair.old->index()))
             compareReference(oldID, *target, pair, *object);
         else if (VXError error = compareValue(oldID, row, pair, *object))
@@ -212,7 +212,8 @@ void VXSourceComparison::compareReferences(const ObjectID &oldID, const QList<Ob
     }
 }
 
-// Whether objects have it that stand for several old ones: what was changed for one of these, another has overwritten.
+// Whether the property belongs to objects that stand for several old ones: there the value of one old object overwrites
+// that of another.
 bool VXSourceComparison::isOfShared(const VXPropertyDescription &old) const
 {
     const VXMigratedObjects &made = _run.newObjects();
@@ -221,7 +222,7 @@ bool VXSourceComparison::isOfShared(const VXPropertyDescription &old) const
     });
 }
 
-// That the values that differ are those that hooks were asked for, and no others.
+// Checks that exactly the values that hooks changed are different.
 VXError VXSourceComparison::compareTotals() const
 {
     for (auto each = _changes.cbegin(); each != _changes.cend(); ++each) {

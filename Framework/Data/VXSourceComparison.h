@@ -13,22 +13,23 @@ class VXManagedObjectContext;
 class VXStoreMigration;
 
 /**
- * Holds what a plugin's hooks made of the objects of a store, before it is saved, against what that store holds: of
- * all that the models of both have by the same name nothing may be lost or changed, but for what the run was told of. What
- * the new objects have beyond that is the plugin's own, as are old objects that its check of the store has repaired. Of one thread.
+ * Compares what a plugin's hooks made of a store's objects, before it is saved, with what that store holds. Of
+ * everything that both models have under the same name nothing may be lost or changed, except for what the run was told
+ * of. What the new objects have beyond that is up to the plugin, and so are old objects that its check of the store has
+ * repaired. One thread.
  */
 class VXSourceComparison
 {
 public:
-    /** Whether a property of the old model is looked at. */
+    /** Whether a property of the old model is compared. */
     using Filter = std::function<bool(const VXPropertyDescription &old)>;
 
     VXSourceComparison(VXStoreMigration &run, const VXManagedObjectContext &made, const Filter &filter);
-    /** @return the first difference; none when there is none. */
+    /** @return the first difference, or none. */
     VXError compare(VXManagedObjectContext &source);
 
 private:
-    struct Pair // of one property
+    struct Pair // the two versions of one property
     {
         const VXPropertyDescription *old;
         const VXPropertyDescription *made;
@@ -56,7 +57,7 @@ private:
     const VXManagedObjectContext &_made;
     const Filter _filter;
     QHash<Shape, QList<Pair>> _pairs;
-    Shape _shape; // of the last object, as most are like it
+    Shape _shape; // of the last object, as most objects have the same
     QList<Pair> _pairsOfShape;
     QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>>
         _sources;                                           // of the batch, with references to many
@@ -69,6 +70,6 @@ private:
     QHash<const VXPropertyDescription *, Lost> _lost; // references
 };
 
-/** The same of the thread's run, where there is one that is to be verified; true where there is none. */
+/** Compares for the run of this thread, if there is one and it is to be verified; otherwise true. */
 [[nodiscard]] bool VXIsLikeSource(VXManagedObjectContext &source, const VXManagedObjectContext &made,
                                   const VXSourceComparison::Filter &filter, VXError *error);

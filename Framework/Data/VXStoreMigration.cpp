@@ -84,7 +84,7 @@ VXPropertyPair VXStoreMigration::propertiesNamed(const QString &name, const VXEn
     for (qsizetype tried = 0; tried < _pairs.size(); ++tried) {
         const VXPropertyPair &pair = _pairs[_nextPair];
         _nextPair = _nextPair + 1 < _pairs.size() ? _nextPair + 1 : 0;
-        if (pair.old->name().constData() == name.constData()) // the name as the property has it
+        if (pair.old->name().constData() == name.constData()) // the same string data as the property's own name
             return pair;
     }
     return {old.propertyForName(name), made.propertyForName(name)};
@@ -99,7 +99,7 @@ std::optional<quint64> VXStoreMigration::digestOfChanges(const VXPropertyDescrip
 quint64 VXStoreMigration::digestOf(const VXManagedObjectID &oldID, const QVariant &value)
 {
     const size_t seed = qHash(oldID);
-    switch (value.typeId()) { // most are of these
+    switch (value.typeId()) { // the most frequent types
     case QMetaType::QString:
         return qHash(*static_cast<const QString *>(value.constData()), seed);
     case QMetaType::Bool:

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// None when one of them cannot be read.
+// None when one of the files cannot be read.
 std::optional<QHash<QString, QByteArray>> contentsOf(const QStringList &paths)
 {
     QHash<QString, QByteArray> contents;

@@ -28,17 +28,17 @@ namespace {
 constexpr qsizetype longestList = 10;
 constexpr std::chrono::seconds
     longestWait(5); // for another process that changes the list; it takes no longer than a file
-const QString takenBackKey = u"takenBack"_s; // true, or not there
+const QString takenBackKey = u"takenBack"_s; // true, or absent
 const QString replaced = u"replaced"_s;      // a reason
 
-// Of the folder itself, wherever it is moved on its disk; 0 when there is none.
+// Identifies the folder wherever it is moved on its disk; 0 when there is none.
 qulonglong numberOf(const QString &path)
 {
     struct stat status = {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : 0;
 }
 
-// A relative one would lead nowhere from another folder. What cannot be changed stays as it is.
+// A relative link would lead nowhere from another folder. A link that cannot be changed stays as it is.
 void makeLinkAbsolute(const QString &path)
 {
     const QFileInfo link(path);
@@ -53,7 +53,7 @@ void makeLinkAbsolute(const QString &path)
         ::unlink(made.constData());
 }
 
-// None when it is there and cannot be read now: what would be written then takes the place of all that it holds.
+// None when the file exists and cannot be read now: writing a list then would lose what it holds.
 std::optional<QVariantList> readList(const QString &storePath)
 {
     const QString file = VXStorePast::fileForStorePath(storePath);
@@ -77,7 +77,7 @@ QVariantList listOf(const QString &storePath)
     return readList(storePath).value_or(QVariantList());
 }
 
-// One process after the other; it goes on without, where no lock can be had. @return the list as it then is in the file.
+// Changes the list under a lock; without it if no lock can be had. @return the list as it is in the file afterwards.
 QVariantList changeList(const QString &storePath, const std::function<void(QVariantList &list)> &change)
 {
     const QString file = VXStorePast::fileForStorePath(storePath);
@@ -102,7 +102,7 @@ struct Kept
 {
     QString path;
     QString reason;
-    QStringList later = {}; // what is listed behind it, though it is noted later
+    QStringList later = {}; // listed after this one although noted later
 };
 
 QVariantMap entryFor(const Kept &kept, const QString &path, const QDateTime &date)
@@ -119,7 +119,7 @@ QVariantMap entryFor(const Kept &kept, const QString &path, const QDateTime &dat
     return entry;
 }
 
-// Takes it from the numbers that an entry of the list is before. @return where that is; -1 for none.
+// Removes the number from the `later` list of an entry. @return the index of that entry; -1 for none.
 qsizetype takeLater(QVariantList &list, qulonglong number)
 {
     for (qsizetype index = 0; number != 0 && index < list.size(); ++index) {
@@ -134,8 +134,8 @@ qsizetype takeLater(QVariantList &list, qulonglong number)
     return -1;
 }
 
-// `number` is what the folder had before it was moved. What is replaced comes first, in use or not, so that going back twice ends
-// where it began.
+// `number` is what the folder had before it was moved. A replaced store comes first, whether it was in use or not, so
+// that going back twice ends where it began.
 QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong number)
 {
     list.removeIf([number](const QVariant &each) { return number != 0 && numberIn(each) == number; });
@@ -152,7 +152,7 @@ QVariantList listWith(QVariantList list, const QVariantMap &entry, qulonglong nu
     return list;
 }
 
-// In the trash it may have got another name than it was to have. Null when it is gone.
+// The trash may have given it another name than planned. Null when it is gone.
 QString placeOf(const QVariantMap &entry)
 {
     const QString path = entry.value(u"path"_s).toString();
@@ -174,7 +174,8 @@ void noteMoved(const QString &storePath, const QString &keptPath, const QString 
     changeList(storePath, [&](QVariantList &list) { list = listWith(list, entry, number); });
 }
 
-// Notes it before: it is found again whenever the process is ended. `move` tells where it then is.
+// Lists the folder before moving it, so that it is found again even if the process is killed. `move` sets where it is
+// then.
 VXError moveKept(const QString &storePath, const Kept &kept, QString *place,
                  const std::function<VXError(QString *place)> &move)
 {
@@ -191,11 +192,11 @@ VXError moveKept(const QString &storePath, const Kept &kept, QString *place,
         changeList(storePath, [&](QVariantList &list) {
             if (list == noted)
                 list = before;
-            else // somebody else has changed it since
+            else // somebody else has changed the list meanwhile
                 list.removeIf([number](const QVariant &each) { return numberIn(each) == number; });
         });
         *place = QString();
-    } else if (const qulonglong moved = numberOf(*place); moved != number) { // from another disk
+    } else if (const qulonglong moved = numberOf(*place); moved != number) { // moved to another disk
         entry.insert(u"path"_s, *place);
         entry.insert(u"number"_s, moved);
         changeList(storePath, [&](QVariantList &list) {

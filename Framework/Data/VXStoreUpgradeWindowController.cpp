@@ -22,7 +22,7 @@ void VXStoreUpgradeWindowController::performMigration()
     if (prepare())
         VXCoreDataStoreMigrationWindowController::performMigration();
     else
-        cancel(); // in place of the error
+        cancel(); // instead of showing the error
 }
 
 bool VXStoreUpgradeWindowController::prepare()
@@ -38,7 +38,7 @@ bool VXStoreUpgradeWindowController::prepare()
             return false;
     }
     if (const VXError problem = files.moveItemAtPath(path, upgrading)) {
-        VXLogMethod(VXLogError, operation, u"move error"_s); // the reason was logged
+        VXLogMethod(VXLogError, operation, u"move error"_s); // the reason is in the log
         setError(VXMakeError(VXLocalizedString(u"could not move data file"_s), "%s", ""));
         return false;
     }
@@ -58,7 +58,7 @@ bool VXStoreUpgradeWindowController::prepare()
     return false;
 }
 
-// Nobody finds the new store before all of it is there.
+// The new store appears at its place only when all of it is there.
 VXError VXStoreUpgradeWindowController::finish()
 {
     closeStores();

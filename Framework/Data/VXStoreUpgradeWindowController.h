@@ -6,18 +6,20 @@
 #include <memory>
 
 /**
- * Upgrades a plugin's store: the old folder is set aside (VXDataPlugin::upgradingPath) and copied into a new one, which comes to
- * the old one's place when it is whole. After a failure, or in a process that was killed, the old one lies aside, and
- * VXDataPlugin::restoreUpgradingFile brings it back. Who runs it has the store's place alone (VXStoreLock).
+ * Upgrades a plugin's store: sets the old folder aside (VXDataPlugin::upgradingPath) and copies it into a new one,
+ * which takes the old one's place when it is whole. After a failure, or if the process was killed, the old folder is
+ * still set aside, and VXDataPlugin::restoreUpgradingFile brings it back. The caller must hold the store's place
+ * exclusively (VXStoreLock).
  */
 class VX_EXPORT VXStoreUpgradeWindowController final : public VXCoreDataStoreMigrationWindowController
 {
 public:
     static std::unique_ptr<VXStoreUpgradeWindowController> upgradeStoreForPlugin(VXDataPlugin &plugin);
 
-    /** What fails here makes the outcome the cancelled error; why is in the log. */
+    /** A failure here makes the outcome the cancelled error; the reason is logged. */
     void performMigration() override;
-    /** Whether the old folder lies aside, or did: else nothing was begun, and what lies there is of an earlier upgrade. */
+    /** Whether this upgrade has set the old folder aside. Otherwise nothing was begun, and a folder there is of an
+     *  earlier upgrade. */
     bool hasSetAside() const { return _hasSetAside; }
 
 protected:

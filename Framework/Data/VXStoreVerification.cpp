@@ -33,7 +33,7 @@ VXError valueDiffers(const VXManagedObject &object, const VXPropertyDescription 
                           .arg(property.name(), object.objectID().uriRepresentation().toString()));
 }
 
-// A list comes back with its whole numbers in the largest type.
+// Whole numbers in a list are read back as the largest integer type.
 bool isSameList(const QVariant &list, const VXStoreRow &row, int index)
 {
     return row.isSame(index, VXPropertyList::fromData(VXPropertyList::toData(list, VXPropertyList::Format::Binary)));
@@ -47,7 +47,7 @@ bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXProper
     const VXAttributeDescription *const attribute = property.asAttribute();
     if (attribute == nullptr)
         return false;
-    const QVariant value = object.attribute(index); // an empty text, or none of it, may be another kind of cell
+    const QVariant value = object.attribute(index); // an empty text, or none, may be stored as another kind of cell
     return row.isSame(index, value) ||
            (attribute->type() == VXAttributeType::PropertyList && isSameList(value, row, index));
 }
@@ -56,12 +56,13 @@ bool isSame(const VXManagedObject &object, const VXStoreRow &row, const VXProper
 
 void VXStoreVerification::noteObjects(const VXManagedObjectContext &context)
 {
-    _objects = context.insertedObjects() + context.updatedObjects(); // these of rows that were saved before
+    // updated objects: those whose rows were saved before
+    _objects = context.insertedObjects() + context.updatedObjects();
 }
 
 namespace {
 
-// The same files, opened a second time: what they hold now. The model is the same one, so that IDs can be compared.
+// Opens the same files a second time, to read what they hold now. Uses the same model, so that IDs can be compared.
 VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *error)
 {
     const VXPersistentStoreCoordinator::Ptr opened = store.persistentStoreCoordinator(error);
@@ -81,7 +82,7 @@ VXPersistentStoreCoordinator::Ptr openAgain(VXCoreDataStore &store, VXError *err
 
 VXError VXStoreVerification::compare(VXCoreDataStore &destination)
 {
-    // What saving itself took out again, as search words that a class makes anew, was not to be saved.
+    // Objects that saving itself deleted again, such as search words that a class makes anew, were not to be saved.
     _objects.removeIf([](const VXManagedObjectPtr &object) { return object->managedObjectContext() == nullptr; });
     _migration.begin(VXStoreMigration::Phase::Verifying, _objects.size());
     VXError error;
@@ -97,7 +98,7 @@ VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objec
     {
         QList<VXManagedObjectPtr> known;
         QList<ObjectID> objectIDs;
-        VXObjectShelves<VXManagedObjectPtr> objects; // those not found yet
+        VXObjectShelves<VXManagedObjectPtr> objects; // not found yet
     };
     std::map<const VXStoreIdentity *, Group> groups;
     for (const VXManagedObjectPtr &object : objects) {
@@ -140,7 +141,7 @@ VXError VXStoreVerification::compareBatch(const QList<VXManagedObjectPtr> &objec
     return {};
 }
 
-// Of relationships that are to-many at both ends; all others the rows tell of.
+// Compares many-to-many relationships; all others are in the rows.
 VXError VXStoreVerification::compareLinks(const QList<VXManagedObjectPtr> &objects, VXPersistentStore &store)
 {
     QHash<const VXRelationshipDescription *, QList<VXManagedObjectPtr>> sources;

@@ -10,8 +10,8 @@ class VXManagedObjectContext;
 class VXStoreMigration;
 
 /**
- * Holds a copy that was saved against what the plugin's hooks made of the old objects: the file is opened anew, and every object
- * must be there, with every attribute and relationship. Of one thread at a time; what was copied is not held in memory a second
+ * Compares a saved copy with what the plugin's hooks made of the old objects: opens the file again, and requires every
+ * object with every attribute and relationship. One thread at a time; what was copied is not held in memory a second
  * time.
  */
 class VXStoreVerification
@@ -19,10 +19,10 @@ class VXStoreVerification
 public:
     explicit VXStoreVerification(VXStoreMigration &migration) : _migration(migration) {}
 
-    /** Before the context is saved: takes note of what it is to save. */
+    /** Notes what the context is to save. To be called before that. */
     void noteObjects(const VXManagedObjectContext &context);
-    /** After it was saved; what the hooks had saved themselves before is not looked at. @return the first difference; none when
-     * there is none. */
+    /** To be called after the save; what the hooks had saved before by themselves is not compared. @return the first
+     *  difference, or none. */
     VXError compare(VXCoreDataStore &destination);
 
 private:

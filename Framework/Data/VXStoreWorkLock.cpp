@@ -14,13 +14,14 @@ const QString VXStoreWorkLock::savingName = u"saving.lock"_s;
 VXStoreWorkLock::VXStoreWorkLock(const VXPersistentStoreCoordinator &coordinator, const QString &name,
                                  std::chrono::milliseconds longestWait)
 {
-    const auto stores = coordinator.persistentStores(); // none when it was taken away meanwhile: the save tells of it
+    const auto stores = coordinator.persistentStores(); // no store if it was detached meanwhile; the save reports that
     const QString path = stores.isEmpty() ? QString() : stores.constFirst()->path();
     if (path.isEmpty())
         return;
     const QString file = QFileInfo(path).path() + u'/' + name;
     const QDeadlineTimer end(longestWait);
-    // One after the other waits for the lock itself: else who takes it again and again would hardly ever leave it to others.
+    // Processes queue on a second lock first: otherwise one that takes the lock again and again would hardly ever leave
+    // it to others.
     _lock = std::make_unique<VXFileLock>(file + ".turn"_L1, longestWait);
     if (!_lock->isTimedOut()) {
         const auto turn = std::move(_lock);

@@ -30,7 +30,7 @@ QString nameOf(const VXDevicePlugin::Ptr &device)
 
 } // namespace
 
-// What a timer that waits for the end of an aborted action holds of it.
+// Shared with a timer that waits for an aborted action to end.
 struct VXDeviceAction::CancelWatchdog
 {
     explicit CancelWatchdog(Ptr watched) : action(std::move(watched)) {}
@@ -86,7 +86,7 @@ void VXDeviceAction::prepareExecution(const VXDevicePlugin::Ptr &theDevice, Comp
     VXAssert(!_isExecuting.exchange(true), "Action is already executing: "_L1 + _actionName);
     VXDevicePlugin::Ptr device = theDevice;
     QVariant result;
-    const VXMutexLocker lock(_lock); // what was there before goes once it is free
+    const VXMutexLocker lock(_lock); // the former values are destroyed after the lock is released
     _device.swap(device);
     _callbackInvocation.swap(completion);
     _result.swap(result);
@@ -106,7 +106,7 @@ void VXDeviceAction::executeThreaded()
         if (polls == 29)
             VXLogMethod(VXLogWarning, "executeThreaded", "waiting for action: "_L1 + description());
         if (VXMainThread::hasEnded() && isExecuting())
-            finish(); // whatever would conclude it there never runs
+            finish(); // otherwise nothing would conclude the action: the main thread runs no more calls
         const VXMutexLocker lock(_lock);
         _concluded.waitFor(_lock, pollInterval.load(), [this] { return !isExecuting(); });
     }
@@ -124,7 +124,7 @@ void VXDeviceAction::_execute()
         handler.invoke(this);
     } catch (const std::exception &) {
         failWithThrown(handler, VXDescribeThrown());
-    } catch (...) { // not an exception: it goes on to whoever executes, once the action has ended
+    } catch (...) { // not a std::exception: rethrown to the caller once the action has ended
         failWithThrown(handler, VXDescribeThrown());
         throw;
     }
@@ -164,7 +164,7 @@ void VXDeviceAction::conclude()
 {
     const Ptr self = shared_from_this();
     {
-        // Before the end is told: who hears of it may execute the action again, which then holds itself for that.
+        // Before the end is announced: whoever receives that may execute the action again, which sets _self anew.
         const VXMutexLocker lock(_lock);
         _self = nullptr;
     }
@@ -190,11 +190,11 @@ void VXDeviceAction::finish()
     tell(&VXDeviceAction::didConclude);
 }
 
-// What waits for the end waits no longer.
+// Also withdraws the watchdogs.
 VXDeviceAction::Completion VXDeviceAction::takeCompletion()
 {
     Completion completion;
-    Taker taker; // what it holds goes once the lock is free
+    Taker taker; // destroyed after the lock is released
     std::vector<std::shared_ptr<CancelWatchdog>> withdrawn;
     {
         const VXMutexLocker lock(_lock);
@@ -212,7 +212,7 @@ void VXDeviceAction::callCompletion()
     const Completion completion = takeCompletion();
     if (!completion)
         return;
-    try { // it must not keep the action from ending
+    try { // an exception must not keep the action from ending
         completion(this);
     } catch (...) {
         const VXThrown thrown = VXDescribeThrown();
@@ -221,7 +221,7 @@ void VXDeviceAction::callCompletion()
     }
 }
 
-// Once the main thread has ended.
+// For the time after the main thread has ended.
 void VXDeviceAction::dropCompletion()
 {
     static_cast<void>(takeCompletion());
@@ -256,5 +256,5 @@ void VXDeviceAction::cancel(QObject *sender)
 void VXDeviceAction::_deviceFailedToRespondToCancel()
 {
     VXLogMethod(VXLogWarning, "_deviceFailedToRespondToCancel:", description());
-    finish(); // the handler may still use the action, which holds itself until that concludes
+    finish(); // the handler may still use the action, which keeps itself alive until the handler concludes
 }

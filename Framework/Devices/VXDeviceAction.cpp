@@ -42,7 +42,7 @@ QVariant VXDeviceAction::object() const
 
 void VXDeviceAction::setObject(const QVariant &object)
 {
-    // What is let go of here goes once the lock is free: its end may be anybody's code.
+    // The former values are destroyed after the lock is released, since that may run foreign code.
     QVariant kept = object;
     QVariant context = VXValueForKey(object, u"managedObjectContext"_s);
     const VXMutexLocker lock(_lock);
@@ -60,7 +60,7 @@ QVariant VXDeviceAction::result() const
 
 void VXDeviceAction::setResult(const QVariant &result)
 {
-    QVariant kept = result; // then what was there before, which goes once the lock is free
+    QVariant kept = result; // after the swap the former value, destroyed after the lock is released
     const VXMutexLocker lock(_lock);
     _result.swap(kept);
 }
@@ -108,7 +108,7 @@ void VXDeviceAction::setTitle(const QString &title)
 {
     if (changeActivity([&](VXActivity &shown) { shown.setTitle(title); }))
         return;
-    VXActivity::Ptr made = // its stop control calls `cancel` of the delegate
+    VXActivity::Ptr made = // its stop control calls the delegate's `cancel`
         VXActivityManager::sharedActivityManager().addActivityWithTitle(title, this);
     {
         const VXMutexLocker lock(_lock);

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The most derived method of that name that takes an action, so that overriding in a subclass holds.
+// The most derived method of that name that takes an action, so that overrides in subclasses are used.
 QMetaMethod methodTakingAction(const QMetaObject &type, const QByteArray &name)
 {
     for (int index = type.methodCount() - 1; index >= 0; --index) {
@@ -42,7 +42,7 @@ void VXDeviceActionHandler::invoke(VXDeviceAction *action) const
     QObject *const target = _target;
     if (isNull())
         return;
-    if (_method.isValid()) { // whose parameters were looked at when it was found
+    if (_method.isValid()) { // its parameters were checked when it was looked up
         std::array<void *, 2> arguments{nullptr, static_cast<void *>(&action)};
         QMetaObject::metacall(target, QMetaObject::InvokeMetaMethod, _method.methodIndex(), arguments.data());
     } else {

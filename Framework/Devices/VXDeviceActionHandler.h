@@ -13,26 +13,27 @@
 class VXDeviceAction;
 
 /**
- * Who carries out a device action: a target, and which of its methods to call with the action. The target is not kept
- * alive; once it is gone the handler is null. A value type; copies are independent.
+ * Carries out a device action: a target, and which of its methods to call with the action. The target is not kept
+ * alive; once it is gone, the handler is null. A value type; copies are independent.
  */
 class VX_EXPORT VXDeviceActionHandler
 {
 public:
     using Call = std::function<void(VXDeviceAction *)>;
 
-    /** No handler. */
+    /** Makes a null handler. */
     VXDeviceActionHandler() = default;
-    /** A call that carries out actions in the target's name. */
+    /** Makes a handler that calls a function on behalf of the target. */
     VXDeviceActionHandler(QObject *target, Call call);
 
-    /** The target's invokable method of that name, which takes a VXDeviceAction *; null when it has none. */
+    /** Makes a handler from the target's invokable method of that name, which takes a VXDeviceAction *; null when there
+     *  is none. */
     static VXDeviceActionHandler withSelector(QObject *target, const QByteArray &selector);
 
     bool isNull() const { return _target.isNull() || (!_method.isValid() && !_call); }
     QObject *target() const { return _target; }
 
-    /** Hands the action to the target, on this thread. What the target throws comes through. */
+    /** Passes the action to the target, on this thread. Exceptions of the target pass through. */
     void invoke(VXDeviceAction *action) const;
 
     /** Target and method, for logs. */

@@ -5,15 +5,15 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
-/** What people should know of a device action. Texts in the user's language; null where no plugin tells. */
+/** A description of a device action for people. Texts in the user's language; null where no plugin has one. */
 struct VXDeviceActionInfo
 {
-    QString object;  // what it is given, as "{memory, location}"
+    QString object;  // what the action takes, for example "{memory, location}"
     QString meaning; // what it does
 };
 
 /**
- * What plugins tell of an action in their resource "actions.plist", a dictionary by action of dictionaries with "object" and
- * "meaning": the plugin of the device, else another that is enabled. Main thread.
+ * The description of an action in the resource "actions.plist" of the device's plugin, or else of another enabled
+ * plugin. That resource is a dictionary of dictionaries with "object" and "meaning", by action. Main thread.
  */
 [[nodiscard]] VX_EXPORT VXDeviceActionInfo VXInfoOfDeviceAction(const QString &actionName, const QUrl &deviceURL);

@@ -6,9 +6,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestText = 200; // of what a phone says of itself
+constexpr qsizetype longestText = 200; // of texts that come from a phone
 
-// A phone may call itself anything: on one line, and without what no list of preferences can hold.
+// A phone may give itself any name: makes it a single line without characters that preferences cannot hold.
 QString plain(QString text)
 {
     const auto isUnfit = [](QChar character) {

@@ -11,22 +11,22 @@
 
 #include <memory>
 
-/** A phone that a plugin has found, and of which a device could be made. A value; what is none is null. */
+/** A phone that a plugin has found, and that could become a device. A value type; what there is none of is null. */
 struct VX_EXPORT VXFoundDevice
 {
-    QString plugin = {};          // identifier; the search fills it in
-    QString name = {};            // as people know the phone
+    QString plugin = {};          // the identifier; filled in by the search
+    QString name = {};            // the name that people know the phone by
     QString identifier = {};      // proposed for the device's URL
-    QVariantMap preferences = {}; // to make the device with
-    QString place = {};           // where it is, for people: "USB, /dev/ttyACM0"
-    QStringList ports = {};       // the device files that the device would need, any of them
-    QString holder = {};          // the program through which it is reached, where that keeps the port for itself
-    VXError problem = {};         // why it could not be used as things are; the recovery suggestion says what to do
+    QVariantMap preferences = {}; // for making the device
+    QString place = {};           // where the phone is, in the user's language: "USB, /dev/ttyACM0"
+    QStringList ports = {};       // device files, each of which the device would need
+    QString holder = {};  // the program that the phone is reached through, if that program keeps the port to itself
+    VXError problem = {}; // why the phone cannot be used at present; the recovery suggestion says what to do
 };
 
 /**
- * What one plugin finds, while it is asked to (VXDevicePlugin::findDevices). The plugin may keep it as long as it looks, and
- * concludes it once; what it adds later does not count. Main thread only.
+ * Collects what one plugin finds (VXDevicePlugin::findDevices). The plugin may keep it as long as it searches, and
+ * concludes it once; later additions are ignored. Main thread only.
  */
 class VX_EXPORT VXDeviceFinding : public QObject
 {
@@ -38,9 +38,11 @@ public:
     VXDeviceFinding();
     ~VXDeviceFinding() override;
 
-    /** Its texts may come from the phone: they get one line each, without control characters, and no more than 200 characters. */
+    /** Adds a phone. As its texts may come from the phone, each is reduced to one line of at most 200 characters
+     *  without control characters. */
     void add(const VXFoundDevice &device);
-    /** Nothing can be found, or not all: the description says why, the recovery suggestion what to do. The last counts. */
+    /** Sets why not all phones, or none, can be found; the recovery suggestion says what to do. The last call counts.
+     *  */
     void setProblem(const VXError &problem);
     void conclude();
 

@@ -21,7 +21,7 @@ const QString &propertiesKey()
     return key;
 }
 
-// Derived from the properties: who observes it is told whenever they change.
+// Derived from the properties: announced whenever these change.
 const QString &localizedPropertiesKey()
 {
     static const QString key = u"localizedProperties"_s;
@@ -51,7 +51,7 @@ VXDevicePlugin::~VXDevicePlugin() = default;
 
 VXDevicePlugin::Ptr VXDevicePlugin::hold(VXDevicePlugin *device)
 {
-    // A device may stand on the call stack when the last holder lets go, and that may be another thread.
+    // Deferred, as the device's functions may be running when the last owner releases it, perhaps on another thread.
     return {device, [](VXDevicePlugin *gone) { gone->deleteLater(); }};
 }
 
@@ -129,7 +129,7 @@ QList<VXLocalizedProperty> VXDevicePlugin::localizedProperties() const
 
 // -- Preferences
 
-// As VXMakeDevicePreferenceKey, without taking the URL apart each time.
+// The same as VXMakeDevicePreferenceKey, without parsing the URL each time.
 QString VXDevicePlugin::preferenceKey(const QString &key) const
 {
     return _preferencePrefix + VXDescription(key);
@@ -209,7 +209,7 @@ QStringList VXDevicePlugin::actionNames() const
     return names;
 }
 
-// Those whose target is gone leave with it.
+// Also removes handlers whose target is gone.
 void VXDevicePlugin::removeHandler(Handlers &handlers, const QObject *target)
 {
     std::erase_if(handlers, [target](const auto &handler) { return handler.isNull() || handler.target() == target; });

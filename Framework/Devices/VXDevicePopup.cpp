@@ -44,7 +44,8 @@ void VXDevicePopup::setInWindow(bool flag)
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
     if (!flag)
         return center.removeObserver(this);
-    // Posted under the registry's lock, maybe on another thread, which must not wait for this one.
+    // The notification is posted under the registry's lock, perhaps on another thread, which must not wait for this
+    // one.
     const auto follow = [popup = QPointer(this)](const VXNotification &) {
         VXMainThread::perform([popup] {
             if (popup)

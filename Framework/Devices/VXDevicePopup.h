@@ -9,15 +9,15 @@
 #include <QtCore/QUrl>
 
 /**
- * What a pop-up of devices shows and does, without its window: a view shows `items`, tells what the user chooses, and
- * looks again at each signal. Main thread only.
+ * The model of a pop-up of devices, without its view: a view shows `items`, passes on the user's choice, and reads the
+ * items again at each signal. Main thread only.
  */
 class VX_EXPORT VXDevicePopup : public QObject
 {
     Q_OBJECT
 
 public:
-    /** A device by its name; or, with a null URL, the item that adds a phone. */
+    /** A device with its name; or, with a null URL, the item that adds a phone. */
     struct Item
     {
         QString title;
@@ -28,25 +28,26 @@ public:
     explicit VXDevicePopup(QObject *parent = nullptr);
     ~VXDevicePopup() override;
 
-    /** The devices of the list in the order of their names; "Add a phone..." alone when there are none. */
+    /** The devices of the list sorted by name; only "Add a phone..." when there are none. */
     QList<Item> items() const { return _items; }
 
-    /** While it is in a window the pop-up follows the registry. It is not at first, and is brought up to date when it
+    /** While the pop-up is in a window, it follows the registry. Initially it is not in one; it is updated when it
      *  enters one. */
     void setInWindow(bool flag);
 
-    /** The chosen device; null when there is none. */
+    /** The selected device; null when there is none. */
     QUrl selectedURL() const { return _selectedURL; }
-    /** Chooses a device that is shown, and stores it under the defaults key; another URL changes nothing. */
+    /** Selects a device that is shown, and stores it under the defaults key; any other URL changes nothing. */
     void setSelectedURL(const QUrl &url);
 
-    /** The user default that keeps the choice: its default device is chosen now. Null: none. */
+    /** Sets the user default that stores the choice, and selects the default device for it. Null: none. */
     void setDefaultsKey(const QString &key);
 
-    /** The user chose an item: selects its device, or lets the user set up a new phone. */
+    /** To be called when the user chose an item: selects its device, or lets the user set up a new phone. */
     void activateItem(const Item &item);
 
-    /** Looks at the registry anew. A selected device that is gone gives way to a connected one, else to the first. */
+    /** Reads the registry again. A selected device that is gone is replaced by a connected one, or else by the first.
+     *  */
     void rebuild();
 
 Q_SIGNALS:
@@ -65,5 +66,5 @@ private:
     QUrl _selectedURL;
     QString _defaultsKey;
     bool _isInWindow = false;
-    bool _isRebuilding = false; // asking for a device may make it, which is announced
+    bool _isRebuilding = false; // asking for a device may make it, which posts a notification
 };

@@ -26,7 +26,7 @@ QString folderOfProcess(const QString &process)
     return "/proc/"_L1 + process;
 }
 
-// From "PID (NAME) STATE PARENT ...", where the name may have any character.
+// Parses "PID (NAME) STATE PARENT ..."; the name may contain any character.
 bool isOurs(const QString &process)
 {
     const QByteArray stat = contentsOf(folderOfProcess(process) + "/stat"_L1);
@@ -47,7 +47,7 @@ bool hasOpen(const QString &process, const QByteArray &port)
     return false;
 }
 
-// Null when nobody has locked it, or that process is gone.
+// Null when no process has locked the port, or that process has ended.
 QString processOfLock(const QString &port)
 {
     const QByteArray owner = contentsOf("/run/lock/LCK.."_L1 + QFileInfo(port).fileName()).trimmed();

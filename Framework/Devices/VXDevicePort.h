@@ -7,14 +7,18 @@
 #include <QtCore/QStringList>
 
 /**
- * The programs that have the device file open, or have locked it by a file in /run/lock, as "NAME (process NUMBER)", sorted;
- * this process and those it started are left out. Only what this user may see: other users' open files are not. Any thread.
+ * The programs that have the device file open, or have locked it by a file in /run/lock, as "NAME (process NUMBER)",
+ * sorted; without this process and those it started. Files that other users have open are not visible to this user, and
+ * are missing. Any thread.
  */
 [[nodiscard]] VX_EXPORT QStringList VXProgramsHoldingPort(const QString &path);
 
-/** Why the device file cannot be used now, for people: it is not there, this user may not, another program holds it. The
- *  recovery suggestion says what to do. Null when nothing speaks against it. Any thread. */
+/**
+ * Why the device file cannot be used now, in the user's language: it does not exist, the user has no permission, or
+ * another program holds it. The recovery suggestion says what to do. Null when it can be used as far as known. Any
+ * thread.
+ */
 [[nodiscard]] VX_EXPORT VXError VXProblemOfPort(const QString &path);
 
-/** That one of these programs, or several, hold the port. */
+/** The error that says that these programs hold the port. */
 [[nodiscard]] VX_EXPORT VXError VXPortIsHeldError(const QString &path, const QStringList &holders);

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-thread_local int lockDepth = 0; // how often this thread holds the registry's lock
+thread_local int lockDepth = 0; // how many times this thread holds the registry's lock
 
 const QString &listKey()
 {
@@ -34,14 +34,14 @@ QUrl urlOfEntry(const QVariant &entry)
     return url.isValid() && !url.isRelative() ? url : QUrl();
 }
 
-// Nothing when there is no list. Entries that make no sense are kept: they may be of a later version.
+// None when there is no list. Entries that make no sense are kept: they may be from a later version.
 std::optional<QVariantList> storedList()
 {
     const QVariant stored = VXUserDefaults::standardUserDefaults().objectForKey(listKey());
     return VXIsList(stored) ? std::optional(stored.toList()) : std::nullopt;
 }
 
-// Other processes add and remove devices too: each changes the one entry of the list that is there by then.
+// Other processes add and remove devices as well: each changes only its own entry of the current list.
 void addToStoredList(const QUrl &url)
 {
     VXUserDefaults::standardUserDefaults().updateObject(listKey(), [url](const QVariant &stored) {
@@ -71,7 +71,7 @@ VXPluginProxy *pluginOfDevice(const QUrl &url)
     return VXPluginManager::sharedPluginManager().pluginWithIdentifier(VXDeviceURLComponent(url, 0));
 }
 
-// On the main thread. Null, logged, when the plugin is not there to make one.
+// On the main thread. Null, logged, when the plugin is not available, or makes no device.
 VXDevicePlugin::Ptr instantiateDevice(const QUrl &url)
 {
     const auto fail = [&url](QLatin1StringView problem) -> VXDevicePlugin::Ptr {
@@ -93,7 +93,7 @@ VXDevicePlugin::Ptr instantiateDevice(const QUrl &url)
     return fail("plugin makes no devices, as is asked for device"_L1);
 }
 
-// Preferences of a device that is about to be made: taken back unless they are kept.
+// Sets preferences for a device that is about to be made, and restores the former ones unless kept.
 class TentativePreferences
 {
 public:
@@ -148,7 +148,7 @@ void VXDeviceRegistry::Lock::performOnMainThread(const std::function<void()> &wo
             _mutex.lock();
         lockDepth = depth;
     });
-    static_cast<void>(VXMainThread::performAndWait(work)); // once that thread has ended nothing is made any more
+    static_cast<void>(VXMainThread::performAndWait(work)); // after the main thread has ended nothing is made any more
 }
 
 // -- What there is
@@ -195,7 +195,7 @@ VXDeviceRegistry::Ptr VXDeviceRegistry::device(const QUrl &url)
     bool isNew = false;
     _lock.performOnMainThread([&] {
         const Locker mainLock(_lock);
-        device = _globalDevices.value(url); // another thread may have been quicker
+        device = _globalDevices.value(url); // another thread may have made it meanwhile
         if (device)
             return;
         device = instantiateDevice(url);
@@ -231,7 +231,7 @@ void VXDeviceRegistry::makeKnownDevices()
             _follower.get(), name, [this](const VXNotification &) { makeDevicesOfLoadedPlugins(); });
 }
 
-// Those of plugins that are not loaded wait, silently, for theirs.
+// The other devices wait, without being logged, until their plugin is loaded.
 void VXDeviceRegistry::makeDevicesOfLoadedPlugins()
 {
     for (const QUrl &url : urls().value_or(QList<QUrl>())) {
@@ -294,7 +294,8 @@ void VXDeviceRegistry::remove(const QUrl &url)
 
 QStringList VXDeviceRegistry::preferenceKeys(const QUrl &url)
 {
-    // Without a dot at the end, deliberately: identifiers that begin with this one's go too, as they always have.
+    // Intentionally without a dot at the end: preferences of devices whose identifier begins with this one are removed
+    // as well, as always.
     const QString prefix =
         VXDescription(VXDeviceURLComponent(url, 0)) + u'.' + VXDescription(VXDeviceURLComponent(url, 1));
     return VXUserDefaults::standardUserDefaults().keysWithPrefix(prefix);

@@ -15,14 +15,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Device files have several names, as /dev/serial/by-id/... does.
+// A device file may have several names, such as /dev/serial/by-id/...
 QString canonicalPort(const QString &port)
 {
     const QString canonical = QFileInfo(port).canonicalFilePath();
     return canonical.isEmpty() ? port : canonical;
 }
 
-// Those through which the port's phone is reached already.
+// The programs through which the phone at this port is already reached.
 QStringList holdersOf(const QString &port, const QList<VXFoundDevice> &all)
 {
     QStringList holders;
@@ -74,7 +74,7 @@ void VXDeviceSearch::ask(const QString &plugin)
     const auto finding = std::make_shared<VXDeviceFinding>();
     connect(finding.get(), &VXDeviceFinding::didConclude, this, &VXDeviceSearch::didConclude, Qt::QueuedConnection);
     auto instance = proxy->instantiateWithSelector("findDevices", QVariant::fromValue(finding));
-    if (!instance) { // it threw, which is in the log
+    if (!instance) { // it threw, which was logged
         finding->setProblem(VXMakeError(VXLocalizedString(u"The plugin could not look for phones."_s)));
         finding->conclude();
     }

@@ -6,15 +6,15 @@
 #include <vector>
 
 /**
- * Asks every loaded device plugin, all at the same time, which phones it knows of. Each plugin is asked through an instance that
- * stands for its class and is no device. Main thread only.
+ * Asks every loaded device plugin, all at the same time, which phones it can find. Each plugin is asked through an
+ * instance made for that, which does not become a device. Main thread only.
  */
 class VX_EXPORT VXDeviceSearch : public QObject
 {
     Q_OBJECT
 
 public:
-    /** A plugin that could not look everywhere. */
+    /** A plugin that could not search everywhere. */
     struct Problem
     {
         QString plugin; // identifier
@@ -24,23 +24,23 @@ public:
     VXDeviceSearch();
     ~VXDeviceSearch() override;
 
-    /** Once. Plugins may answer before it returns. */
+    /** To be called once. Plugins may answer before it returns. */
     void start();
-    /** True when every plugin has answered. */
+    /** Whether every plugin has answered. */
     bool isDone() const;
-    /** Waits for no plugin any more; those that have not answered are among the problems. */
+    /** Stops waiting; plugins that have not answered are listed as problems. */
     void stop();
 
     /**
-     * What was found so far, in the order of the plugins' identifiers and then as each plugin gave it. Of those that need a port
-     * the problem, where their plugin told none, says which program holds it: one that another of them is reached through, or any
-     * that has it open.
+     * What was found so far, ordered by the plugins' identifiers, and for each plugin in its own order. For phones that
+     * need a port and whose plugin reported no problem, the problem says which program holds the port: one through
+     * which another of them is reached, or any that has it open.
      */
     QList<VXFoundDevice> devices() const;
     QList<Problem> problems() const;
 
 Q_SIGNALS:
-    /** Every plugin has answered. Once. */
+    /** Every plugin has answered. Emitted once. */
     void didEnd();
 
 private:
@@ -48,7 +48,7 @@ private:
     {
         QString plugin;
         VXDeviceFinding::Ptr finding;
-        std::shared_ptr<VXPlugin> instance; // until it has answered
+        std::shared_ptr<VXPlugin> instance; // kept until it has answered
     };
 
     void ask(const QString &plugin);
@@ -56,6 +56,6 @@ private:
     void letGo(Asked &asked);
 
     std::vector<Asked> _asked;
-    bool _isStarted = false; // all have been asked
+    bool _isStarted = false; // all plugins have been asked
     bool _hasEnded = false;
 };

@@ -4,7 +4,7 @@
 #include "VXFrameworkExport.h"
 #include "VXValueTransformer.h"
 
-/** A text becomes the URL (QUrl) that it spells, and back; what spells none gives nothing. Any thread. */
+/** Converts a text to the URL (QUrl) that it spells, and back; gives nothing for a text that is no URL. Any thread. */
 class VX_EXPORT VXDeviceStringToURL : public VXValueTransformer
 {
 public:
@@ -14,8 +14,8 @@ public:
 };
 
 /**
- * The URL of a device, or of something inside one, as QUrl or text, becomes the device's name; its own identifier
- * when it cannot be made or has no name. Any thread, as VXDevicePlugin::deviceAtURL.
+ * Converts the URL of a device, or of something inside one, as QUrl or text, to the device's name; to the device
+ * identifier in the URL if the device cannot be made or has no name. Any thread, like VXDevicePlugin::deviceAtURL.
  */
 class VX_EXPORT VXDeviceNameAtURL : public VXValueTransformer
 {
@@ -23,7 +23,9 @@ public:
     QVariant transformedValue(const QVariant &value) const override;
 };
 
-/** A device's own URL becomes the device (VXDevicePlugin *, held by the registry); back comes a value's path. */
+/**
+ * Converts a device's own URL to the device (VXDevicePlugin *, owned by the registry); in reverse, a value to its path.
+ */
 class VX_EXPORT VXDeviceAtPath : public VXValueTransformer
 {
 public:
@@ -32,7 +34,7 @@ public:
     QVariant reverseTransformedValue(const QVariant &value) const override;
 };
 
-/** Online is black, offline grey, and what is not known black (a VXColor). Any thread. */
+/** A VXColor for the online state: black for online, grey for offline, black when unknown. Any thread. */
 class VX_EXPORT VXDeviceOnlineColor : public VXValueTransformer
 {
 public:

@@ -31,8 +31,8 @@ QUrl makeURL(const QString &scheme, const QString &host, const QString &first, c
     url.setScheme(scheme);
     url.setHost(host);
     if (!url.isValid())
-        return {};                       // setting the path would forget what is wrong
-    url.setPath(path, QUrl::StrictMode); // encoded already
+        return {};                       // setting the path would discard the error
+    url.setPath(path, QUrl::StrictMode); // already encoded
     return url;
 }
 
@@ -58,7 +58,7 @@ QString VXMakeDevicePreferenceKey(const QUrl &url, const QString &key)
 
 QString VXDeviceURLComponent(const QUrl &url, qsizetype index)
 {
-    // Taken apart before decoding: an encoded "/" belongs to its component.
+    // Split before decoding: an encoded "/" belongs to its component.
     const QString path = url.path(QUrl::FullyEncoded);
     const QList<QStringView> components = QStringView(path).split(u'/', Qt::SkipEmptyParts);
     return index < components.size() ? QUrl::fromPercentEncoding(components[index].toLatin1()) : QString();

@@ -7,8 +7,8 @@
 #include <QtCore/QVariant>
 
 /**
- * A device property for people: a value, what to call it, where it stands among others, and which value transformer
- * makes the text that is shown. A value type; copies are independent. Store it in a device property to list it.
+ * A device property for display: a value, its title, its position among others, and the value transformer that makes
+ * the text to show. A value type; copies are independent. Store it in a device property to have it listed.
  */
 class VX_EXPORT VXLocalizedProperty
 {
@@ -20,7 +20,8 @@ class VX_EXPORT VXLocalizedProperty
 
 public:
     VXLocalizedProperty() = default;
-    /** `title` is localized already; a smaller `priority` is shown earlier; a null transformer name names none. */
+    /** `title` is already localized; properties with a smaller `priority` are shown first; the transformer name may be
+     *  null. */
     VXLocalizedProperty(const QVariant &value, const QString &title, int priority = 0,
                         const QString &valueTransformerName = {});
 
@@ -29,10 +30,10 @@ public:
     int priority() const { return _priority; }
     QString valueTransformerName() const { return _valueTransformerName; }
 
-    /** What the named transformer makes of the value; the value itself when none is named or registered. */
+    /** The value as the named transformer converts it; the value itself when no transformer is named or registered. */
     QVariant transformedValue() const;
 
-    /** Implicit, as Qt's values convert: to store it with setDeviceProperty. */
+    /** Implicit, like the conversions of Qt's value types, so that it can be passed to setDeviceProperty. */
     operator QVariant() const { return QVariant::fromValue(*this); }
 
     friend bool operator==(const VXLocalizedProperty &a, const VXLocalizedProperty &b)

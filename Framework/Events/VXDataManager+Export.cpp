@@ -18,7 +18,7 @@
 
 using namespace Qt::StringLiterals;
 
-// The export sheet, which stands beside the exporters: so the stores know nothing of them.
+// The export sheet is implemented here, beside the exporters, so that the stores need not know of these.
 
 struct VXDataManager::ExportSheet
 {
@@ -74,13 +74,13 @@ void VXDataManager::exportObjects(const QVariantList &objects, const QString &de
         else
             done(work());
     };
-    if (const std::optional<int> code = sheet->controller->returnCode()) // it ended while it was shown
+    if (const std::optional<int> code = sheet->controller->returnCode()) // the sheet ended while it was being shown
         end(*code);
     else
         sheet->controller->setEndHandler(end);
 }
 
-// What belongs to the main thread is done here; the exporter stays as long as the work does.
+// Does what belongs to the main thread here; the returned work keeps the exporter alive.
 VXDataManager::ExportWork VXDataManager::workOfSelectedExporter(const VXExportSheetController &controller)
 {
     const QString text = VXLocalizedString(u"Unable to export."_s);

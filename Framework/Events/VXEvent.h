@@ -3,11 +3,11 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** Something that has happened, as it is posted and as reactors get it. A value type. */
+/** Something that has happened, in the form in which it is posted and passed to reactors. A value type. */
 struct VXEvent
 {
     QString name = {};
-    QString subtype = {};     // null for none
-    QVariant object = {};     // what it is about: a map, a VXManagedObjectPtr or a QObject *; invalid for nothing
-    QVariantMap options = {}; // of the reactor that gets it: its defaults under what the user set
+    QString subtype = {}; // null for none
+    QVariant object = {}; // what the event is about: a map, a VXManagedObjectPtr or a QObject *; invalid for nothing
+    QVariantMap options = {}; // for the reactor: what the user set, completed by the reactor's defaults
 };

@@ -29,14 +29,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 largestFile = 500'000; // bytes; then it becomes the earlier one
+constexpr qint64 largestFile = 500'000; // bytes; then it becomes the former file, and a new one is begun
 constexpr qint64 mostRead = 2 * largestFile;
 constexpr qsizetype longestLine = 16'000;
 constexpr qsizetype longestText = 200;
 constexpr auto earlier = ".1"_L1;
 const std::array fileNames{u"events.jsonl"_s, u"failures.jsonl"_s};
 
-// The time in microseconds, greater each time, and two digits of the process: unique, sorted by time, short.
+// The time in microseconds, increased if need be to be unique in the process, and two digits of the process ID: unique,
+// sortable by time, short.
 QString nextIdentifier()
 {
     static std::atomic<qint64> last = 0;
@@ -61,7 +62,7 @@ QString shortened(const QString &text)
     return text.size() > longestText ? text.first(longestText) + u'…' : text;
 }
 
-// Cuts down what other programs, and users, may make as long as they like.
+// Cuts down what other programs, and users, may have made of any length.
 QByteArray shortLineOf(VXEventRecord record)
 {
     QByteArray line = lineOf(record);
@@ -74,9 +75,9 @@ QByteArray shortLineOf(VXEventRecord record)
         record.name = shortened(record.name);
         record.subtype = shortened(record.subtype);
         record.problem = shortened(record.problem);
-        record.objectClass = u"QVariantMap"_s; // not to be posted again under a name cut short
+        record.objectClass = u"QVariantMap"_s; // must not be posted again under a truncated name
     }
-    // Those that did something stay longest.
+    // Triggers that did something are kept longest.
     std::stable_partition(record.triggers.begin(), record.triggers.end(), [](const VXTriggerRecord &trigger) {
         return trigger.outcome == VXTriggerRecord::Outcome::Ran || trigger.outcome == VXTriggerRecord::Outcome::Broken;
     });
@@ -89,7 +90,7 @@ QByteArray shortLineOf(VXEventRecord record)
     return line;
 }
 
-// Not open for what is no regular file: a pipe in its place would be waited for, and would tell of people.
+// Opens only a regular file: opening a pipe in its place would block, and pass personal data on.
 VXFileDescriptor openForAppending(const QString &path)
 {
     constexpr int flags = O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -102,7 +103,7 @@ VXFileDescriptor openForAppending(const QString &path)
     return VXFileDescriptor();
 }
 
-// False after a write that a full disk, or the end of the machine, cut short.
+// False after a write that was cut short by a full disk or a crash of the machine.
 bool endsWithLine(const VXFileDescriptor &file)
 {
     const off_t size = ::lseek(file.number(), 0, SEEK_END);
@@ -110,7 +111,7 @@ bool endsWithLine(const VXFileDescriptor &file)
     return size <= 0 || ::pread(file.number(), &last, 1, size - 1) != 1 || last == '\n';
 }
 
-// At once, so that lines of several processes stay whole.
+// Writes with a single call, so that the lines of several processes stay whole.
 bool write(const VXFileDescriptor &file, const QByteArray &bytes)
 {
     errno = 0;
@@ -123,7 +124,7 @@ VXError failure(const QString &path)
                            qt_error_string(errno == 0 ? ENOSPC : errno), path);
 }
 
-// The last of them: no file that the history writes is longer, but one may have been put in its place.
+// Reads the end of the file: the history writes none that is longer, but a longer one may have been put in its place.
 void readFile(const QString &path, QList<VXEventRecord> *records)
 {
     QFile file(path);
@@ -133,14 +134,14 @@ void readFile(const QString &path, QList<VXEventRecord> *records)
     file.seek(skipped);
     QByteArrayList lines = file.read(mostRead).split('\n');
     if (skipped > 0)
-        lines.removeFirst(); // which may have been cut
+        lines.removeFirst(); // it may be incomplete
     for (const QByteArray &line : std::as_const(lines)) {
         if (const auto record = VXEventRecord::fromJSON(QJsonDocument::fromJson(line).object()))
             records->append(*record);
     }
 }
 
-// Of an event that was kept while something ran, and again when that was done, only the latter.
+// Of an event that was recorded during its work, and again at the end, keeps only the latter record.
 void removeOutdated(QList<VXEventRecord> &records)
 {
     QSet<QString> concluded;
@@ -192,8 +193,8 @@ bool VXEventHistory::append(VXEventRecord &record, VXError *error)
     return false;
 }
 
-// Who writes to the file meanwhile writes to the earlier one, and nothing is lost. When somebody else has the lock, the
-// file is being moved.
+// A process that writes to the file meanwhile writes to the former file then, so nothing is lost. If somebody else has
+// the lock, the file is being moved already.
 void VXEventHistory::startAnew(const QString &path) const
 {
     const VXFileLock lock(_folder + "/.lock"_L1, std::chrono::milliseconds(0));
@@ -209,7 +210,7 @@ QList<VXEventRecord> VXEventHistory::records() const
         readFile(_folder + u'/' + name, &records);
     }
     removeOutdated(records);
-    std::ranges::stable_sort(records, {}, &VXEventRecord::identifier); // which grow with time
+    std::ranges::stable_sort(records, {}, &VXEventRecord::identifier); // identifiers ascend with time
     return records;
 }
 

@@ -10,27 +10,28 @@
 #include <optional>
 
 /**
- * The last events posted, kept across restarts, by all processes of the user: at least 500 kB each of events in which all went
- * well and of those in which something failed, so that failures outlast what happens often. Each event costs one
- * append to a file. Any thread, and any number of processes at once.
+ * The latest events that were posted by any process of the user, kept across restarts: at least 500 kB each of events
+ * in which everything succeeded and of those in which something failed, so that frequent events do not displace
+ * failures. Each event costs one append to a file. Any thread, and any number of processes at once.
  */
 class VX_EXPORT VXEventHistory
 {
 public:
-    /** The user's own. Made on first use and never freed. */
+    /** The user's own history. Made on first use and never freed. */
     static VXEventHistory &sharedEventHistory();
-    /** Whether the user default "events.history" is on: the framework turns it off, and the application on. */
+    /** The user default "events.history"; off in the framework's defaults, on in the application's. */
     static bool isOn();
 
-    /** A history in a folder, which is made when something is first kept. */
+    /** A history in a folder, which is created when something is first recorded. */
     explicit VXEventHistory(const QString &folder);
 
-    /** Gives a record without an identifier one, and keeps it; one with it takes the place of what was kept before. What is too long is cut down: first the object goes, then triggers. */
+    /** Records an event. A record without an identifier gets one; a record with one replaces the earlier record of that
+     *  identifier. A record that is too long is cut down: first its object, then triggers. */
     bool append(VXEventRecord &record, VXError *error = nullptr);
 
-    /** The last ones, oldest first: of each file no more than its last megabyte is read. Lines that are damaged are left out. */
+    /** The latest records, oldest first. Of each file at most the last megabyte is read; damaged lines are skipped. */
     QList<VXEventRecord> records() const;
-    /** By its identifier, or the end of it, when no other has that. */
+    /** Finds a record by its identifier, or by the end of one if that is unique. */
     std::optional<VXEventRecord> recordWithIdentifier(const QString &identifier) const;
 
 private:

@@ -35,7 +35,7 @@ QVariantMap postedEvents(const VXBundle &bundle)
     return bundle.infoDictionary().value(u"VXPostsEvents"_s).toMap();
 }
 
-// What stands for the object in a trace.
+// An address that identifies the object in a trace.
 const void *addressOf(const QVariant &object)
 {
     if (object.metaType().flags().testFlag(QMetaType::PointerToQObject))
@@ -97,7 +97,7 @@ VXEventRecord VXEventManager::recordByPostingAndAwaitingEvent(const VXEvent &eve
     return last->value_or(record);
 }
 
-// The history has an event with what is known when its reactors have returned, and once more when all is.
+// The history gets a record when the reactors have returned, and another one once everything is known.
 void VXEventManager::post(const VXEvent &event, VXEventRecord *record, const Concluded &concluded)
 {
     std::vector<VXOpenReaction> open;
@@ -165,7 +165,8 @@ void VXEventManager::announce(const VXEvent &event) const
     center.postNotificationName(VXEventManagerWillPostEventNotification, event.object, userInfo);
 }
 
-// On the main thread, to which plugins belong, the store is asked for; elsewhere one that is not open counts as none.
+// On the main thread, which plugins belong to, the store is opened if need be; on other threads a store that is not
+// open counts as missing.
 VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *problem)
 {
     VXDataManager &data = VXDataManager::sharedDataManager();
@@ -174,7 +175,7 @@ VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *p
             return open;
     } else if (data.findPluginForDataStore(VXTrigger::storeName) != nullptr) {
         VXPersistentStoreCoordinator::Ptr coordinator = data.sharedCoordinatorForDataStore(VXTrigger::storeName);
-        _hasTriggersStore = coordinator != nullptr; // handed out once, it stays
+        _hasTriggersStore = coordinator != nullptr; // a store that was handed out once stays available
         if (!coordinator)
             *problem = u"The store \"triggers\" cannot be used; the log tells why."_s;
         return coordinator;
@@ -187,7 +188,7 @@ VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *p
 
 void VXEventManager::keepRecord(VXEventRecord &record) const
 {
-    if (record.name.isNull()) // it was not posted
+    if (record.name.isNull()) // the event was not posted
         return;
     VXError error;
     if (!VXEventHistory::sharedEventHistory().append(record, &error) && !_saidThatHistoryFails.exchange(true))

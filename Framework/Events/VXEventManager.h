@@ -20,18 +20,21 @@ struct VXOpenReaction;
 class VXPluginProxy;
 
 /**
- * Posted for every event, on the poster's thread, before any trigger is looked at; object: the event's object. User info:
- * "event_name", and "event_message", the subtype, when there is one. "VXEventManagerWillPostEvent".
+ * Posted for every event, on the poster's thread, before any trigger is looked at; object: the event's object. User
+ * info: "event_name"; and "event_message", the subtype, if there is one. "VXEventManagerWillPostEvent".
  */
 VX_EXPORT extern const VXNotificationName VXEventManagerWillPostEventNotification;
 
-/** User default: how long the application waits before reactors that run once for a burst of events. "ui.reactor_timeout". */
+/**
+ * User default: how long the application waits before it runs reactors that run once for a burst of events.
+ * "ui.reactor_timeout".
+ */
 VX_EXPORT extern const QString VXSingletonEventTimeoutDelayDefaultKey;
 
 /**
- * Announces events, looks up the user's triggers for them in the store "triggers", and runs the reactors of those whose
- * filters accept the event's object. Nothing is kept between events: changed triggers take effect with the next one. The
- * catalogue of events is for the main thread; any thread may post.
+ * Announces events, looks up the user's triggers for them in the store "triggers", and runs the reactors of those
+ * triggers whose filters accept the event's object. Nothing is cached between events: changed triggers take effect with
+ * the next event. The catalogue of events is for the main thread; any thread may post.
  */
 class VX_EXPORT VXEventManager
 {
@@ -43,34 +46,38 @@ public:
     VXEventManager &operator=(const VXEventManager &) = delete;
 
     /**
-     * Posts an event. Everything runs on the calling thread before this returns: observers, filters and reactors; nobody waits
-     * for another thread. Elsewhere than on the main thread the reactors are those that were loaded last. `subtype` is null and `object` invalid for none; the
-     * object is a map, a VXManagedObjectPtr or a QObject *. Reactors that are missing or throw and filters that do not work are
-     * logged and shown to the user; the others run. While the application terminates nothing happens. Triggers that cannot be
-     * fetched fail an assertion.
+     * Posts an event. Observers, filters and reactors all run on the calling thread before this returns, without
+     * waiting for another thread. On threads other than the main thread, the reactors are those known after the last
+     * plugin was loaded or unloaded. `subtype` is null and `object` invalid for none; the object is a map, a
+     * VXManagedObjectPtr or a QObject *. Missing reactors, reactors that throw, and filters that do not work are logged
+     * and shown to the user; the others run. While the application terminates, nothing happens. If the triggers cannot
+     * be fetched, an assertion fails.
      */
     void postEventWithName(const QString &name, const QString &subtype = {}, const QVariant &object = {});
 
-    /** Posts as above, and tells what came of it; a record without a name while the application terminates. */
+    /** Posts as above, and returns what became of the event; a record without a name while the application terminates.
+     *  */
     VXEventRecord recordByPostingEventWithName(const QString &name, const QString &subtype = {},
                                                const QVariant &object = {});
 
-    /** The same with the event as one value, whose options count for nothing. */
+    /** The same with the event as one value, whose options are ignored. */
     VXEventRecord recordByPostingEvent(const VXEvent &event);
     /**
-     * Posts, and waits until the work that reactors go on with is done too, with the event loop running. `VXReactionOutcome::
-     * cancelAll` shortens that. Main thread only.
+     * Posts an event and runs the event loop until the work that reactors continue asynchronously is done, too.
+     * `VXReactionOutcome::cancelAll` shortens the wait. Main thread only.
      */
     VXEventRecord recordByPostingAndAwaitingEvent(const VXEvent &event);
 
     // -- The catalogue
-    /** What bundles say under "VXPostsEvents", by event name; of two that list an event the later one counts. */
+    /** The entries that bundles list under "VXPostsEvents", by event name; if two bundles list an event, the later one
+     *  wins. */
     QVariantMap events() const;
-    /** The framework's bundle, the application's, and those of the enabled plugins that post events. */
+    /** The bundles of the framework, of the application, and of the enabled plugins that post events. */
     QList<VXBundle::Ptr> _eventPostingBundles() const;
-    /** The first of those that lists the event; null when none does. */
+    /** The first of those bundles that lists the event; null when none does. */
     VXBundle::Ptr bundleForEventName(const QString &name) const;
-    /** From that bundle's strings table "Event", else the name itself; null when no bundle lists the event. */
+    /** The name from that bundle's strings table "Event", or else the event's own name; null when no bundle lists the
+     *  event. */
     QString localizedNameForEventName(const QString &name) const;
     /** The first enabled plugin that lists the event; nullptr when none does. */
     VXPluginProxy *pluginForEventName(const QString &name) const;
@@ -81,11 +88,11 @@ private:
 
     using Concluded = std::function<void(const VXEventRecord &record)>;
 
-    /** With a record, `concluded` is called when nothing of it runs any more, perhaps on another thread. */
+    /** With a record, `concluded` is called when no reactor's work goes on any more, perhaps on another thread. */
     void post(const VXEvent &event, VXEventRecord *record, const Concluded &concluded = {});
     void run(const VXEvent &event, VXEventRecord *record, std::vector<VXOpenReaction> *open);
     void announce(const VXEvent &event) const;
-    /** Null when there is no such store; null with a problem when there is one that cannot be used. */
+    /** Null if there is no such store; null with a problem if there is one that cannot be used. */
     std::shared_ptr<VXPersistentStoreCoordinator> triggersCoordinator(QString *problem);
     void keepRecord(VXEventRecord &record) const;
 

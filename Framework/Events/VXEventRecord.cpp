@@ -41,7 +41,7 @@ QString nameOf(const Names &names, Outcome outcome)
     return std::ranges::find(names, outcome, &OutcomeName<Outcome>::first)->second;
 }
 
-// The first outcome for an unknown name.
+// The outcome with that name; the first one for an unknown name.
 template <class Names>
 auto outcomeOf(const Names &names, const QJsonValue &name)
 {

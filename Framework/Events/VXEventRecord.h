@@ -18,13 +18,14 @@ struct VX_EXPORT VXReactionRecord
         Done,
         Failed,
         Missing,
-        Running, // it goes on after the event: what comes of it is told later
+        Running, // its work goes on after the event; the outcome is recorded later
     };
 
     QString identifier = {}; // of the reactor plugin
     Outcome outcome = Outcome::Done;
-    QStringList problems = {}; // what it threw, and the errors that it showed the user
-    QString remark = {}; // what it says of a success: where something waits that is not done yet; null for nothing
+    QStringList problems = {}; // what the reactor threw, and the errors that it showed the user
+    // the reactor's remark on a success, such as where something waits that is not done yet; null for none
+    QString remark = {};
     double milliseconds = 0;
 };
 
@@ -34,10 +35,10 @@ struct VX_EXPORT VXTriggerRecord
     enum class Outcome { Ran, Rejected, Disabled, Broken };
 
     QString uri = {};
-    QString name = {}; // the one the user gave it; empty for none
+    QString name = {}; // given by the user; empty for none
     Outcome outcome = Outcome::Ran;
-    QString filter = {};  // its predicate; null without one
-    QString problem = {}; // of a filter that does not work, or has no value to go by
+    QString filter = {};  // the text of the predicate; null without a filter
+    QString problem = {}; // why the filter does not work, or which value it lacks
     QList<VXReactionRecord> reactions = {};
 
     bool isFailure() const;
@@ -52,27 +53,27 @@ struct VX_EXPORT VXEventRecord
     QString name = {};
     QString subtype = {}; // null for none
 
-    /** The object, as far as it can be kept: a map, or the URI of a stored object; else its class. */
+    /** The object, as far as it can be recorded: a map, or the URI of a stored object; otherwise its class. */
     QVariantMap object = {};
     QString objectURI = {};
     QString objectClass = {};
-    QString who = {}; // of a call or message: what people call the other party, by the phonebook; null for none
+    QString who = {}; // for a call or message: the other party's name in the phonebook; null for none
 
-    QList<VXTriggerRecord> triggers = {}; // in the order they were looked at
-    qsizetype omittedTriggers = 0;        // further ones that did not run
-    QString problem = {};                 // why the triggers could not be looked at
+    QList<VXTriggerRecord> triggers = {}; // in the order in which they were considered
+    qsizetype omittedTriggers = 0;        // further triggers that did not run
+    QString problem = {};                 // why the triggers could not be considered
     double milliseconds = 0;
 
-    /** True while what some reactor began goes on. */
+    /** Whether the work of a reactor still goes on. */
     bool isRunning() const;
-    /** True when something did not work that the user counts on. */
+    /** Whether something failed that the user relies on. */
     bool isFailure() const;
-    /** False when the object is not kept: what was posted cannot be posted again. */
+    /** Whether the event can be posted again; false when its object could not be recorded. */
     bool isRepeatable() const { return objectClass.isNull(); }
-    /** Keeps what can be kept of an event's object. */
+    /** Records of an event's object what can be recorded. */
     void setObject(const QVariant &value);
 
     QJsonObject json() const;
-    /** Empty for what is no record. */
+    /** Empty for JSON that is no record. */
     static std::optional<VXEventRecord> fromJSON(const QJsonObject &json);
 };

@@ -21,9 +21,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr const char *operation = "postEventWithName:subtype:object:";
-constexpr qsizetype mostIdleTriggers = 100; // in a record, of those that do not run
+constexpr qsizetype mostIdleTriggers = 100; // of those that do not run, per record
 
-// A macro, so that the text is not made while nobody reads it.
+// A macro, so that the text is not composed unless tracing is on.
 #define VXTraceEvent(text)                                                                                             \
     do {                                                                                                               \
         if (Q_UNLIKELY(VXDebugCategory::EVNT().isEnabled()))                                                           \
@@ -42,13 +42,13 @@ private:
     const std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
 };
 
-// Not the values: they may be secrets, and logs are passed on.
+// Only the keys: values may be secrets, and logs are passed on.
 QString keysOf(const QVariantMap &options)
 {
     return options.isEmpty() ? u"none"_s : options.keys().join(", "_L1);
 }
 
-// On the main thread, without waiting for it.
+// Shows the error on the main thread, without waiting for it.
 void presentError(const VXError &error)
 {
     VXMainThread::perform([error] { VXApplication::sharedApplication().presentError(error); });
@@ -63,11 +63,11 @@ VXEventRun::VXEventRun(const VXEventManager &manager, const VXEvent &event, VXEv
 
 void VXEventRun::runTriggers(const VXPersistentStoreCoordinator::Ptr &coordinator)
 {
-    VXManagedObjectContext context(coordinator);        // for this event alone; nothing is saved through it
-    const VXFetchResult found = fetchTriggers(context); // which holds their filters too
+    VXManagedObjectContext context(coordinator);        // for this event only; nothing is saved through it
+    const VXFetchResult found = fetchTriggers(context); // fetches their filters as well
     VXTraceEvent(u"Found %1 matching triggers"_s.arg(found.size()));
     QList<VXTrigger> triggers;
-    QList<VXManagedObjectPtr> certain; // to run, whatever the object is
+    QList<VXManagedObjectPtr> certain; // triggers that run whatever the object is
     for (const VXManagedObjectPtr &record : found) {
         const VXTrigger &trigger = triggers.emplaceBack(record);
         if (trigger.isEnabled() && !trigger.usesFilter())
@@ -98,7 +98,7 @@ void VXEventRun::keep(const VXTrigger &trigger, VXTriggerRecord &record, bool is
 
 VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
 {
-    // Made once: most events have no trigger, and are told of all day long.
+    // Made only once: most events have no triggers, and events are posted all the time.
     static const VXExpression name = VXExpression::keyPath(VXTrigger::eventNameKey);
     static const QList<VXSortDescriptor> inOrder{{.key = VXTrigger::indexKey}};
     static const QStringList withFilter{u"filter"_s};
@@ -116,8 +116,8 @@ VXFetchResult VXEventRun::fetchTriggers(VXManagedObjectContext &context)
     return fetch(context, request);
 }
 
-// With one query, where following the relationships takes one for each trigger and one more for each reactor. That takes a
-// reactor to belong to one trigger; another plugin's store may have a model in which several share it.
+// Uses one query; following the relationships would take one for each trigger and one more for each reactor. This
+// requires that a reactor belongs to one trigger; in the store of another plugin several may share it.
 void VXEventRun::fetchReactors(const QList<VXManagedObjectPtr> &triggers)
 {
     const VXManagedObjectPtr &first = triggers.constFirst();
@@ -246,10 +246,10 @@ void VXEventRun::react(const VXReactorInUse &reactor, const QVariantMap &userOpt
     _event.options = userOptions;
     VXReactionScope scope;
     try {
-        if (reactor.plugin == nullptr) // on the main thread: elsewhere only those are found that react
+        if (reactor.plugin == nullptr) // on the main thread; on other threads only reactors are found
             (void)VXPluginManager::sharedPluginManager()
                 .pluginWithIdentifier(record.identifier)
-                ->as<VXReactorPlugin>("reactorDefaults"); // which tells what it is instead
+                ->as<VXReactorPlugin>("reactorDefaults"); // fails with a message that says what the plugin is instead
         _event.options = VXOptionsForReactor(*reactor.plugin, userOptions);
         reactor.plugin->reactToEventWithName(_event.name, _event.subtype, _event.object, _event.options);
         record.problems = scope.problems();

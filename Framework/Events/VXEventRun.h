@@ -21,27 +21,30 @@
 
 class VXEventManager;
 
-/** One posting of an event, once it is announced: fetches its triggers and runs their reactors. On the poster's thread. */
+/**
+ * One posting of an event, after its announcement: fetches the triggers and runs their reactors. On the poster's
+ * thread.
+ */
 class VXEventRun
 {
 public:
-    /** What comes of it is written into `record`, when one is given. */
+    /** Writes the results into `record`, if one is given. */
     VXEventRun(const VXEventManager &manager, const VXEvent &event, VXEventRecord *record);
 
-    /** Triggers that cannot be fetched fail an assertion. */
+    /** Fails an assertion when the triggers cannot be fetched. */
     void runTriggers(const VXPersistentStoreCoordinator::Ptr &coordinator);
-    /** Those of the record whose outcomes are told later. */
+    /** The record's reactions whose outcomes come later. */
     const std::vector<VXOpenReaction> &openReactions() const { return _openReactions; }
 
 private:
-    /** In order. */
+    /** In the order in which they run. */
     VXFetchResult fetchTriggers(VXManagedObjectContext &context);
 
     void fetchReactors(const QList<VXManagedObjectPtr> &triggers);
     void followReactors(const QList<VXManagedObjectPtr> &triggers);
     VXFetchResult fetch(VXManagedObjectContext &context, const VXFetchRequest &request);
     [[noreturn]] void failFetch(const VXPredicate &predicate);
-    /** False when the trigger is not to run. */
+    /** Whether the trigger is to run. */
     bool accepts(const VXTrigger &trigger, VXTriggerRecord &record);
     bool passesFilter(const VXTrigger &trigger, VXTriggerRecord &record);
     void runTrigger(const VXTrigger &trigger, VXTriggerRecord &record);
@@ -51,14 +54,14 @@ private:
     void reportThrown(const VXReactorInUse &reactor, const VXThrown &thrown, const QVariantMap &options,
                       const VXTriggerRecord &trigger, const QString &identifier);
     void reportFilter(const VXTriggerRecord &trigger);
-    /** In the event's record, but of triggers that did nothing only so many. */
+    /** Adds the trigger to the event's record; of triggers that did nothing only a limited number. */
     void keep(const VXTrigger &trigger, VXTriggerRecord &record, bool isIdle);
     QString displayName(const VXTriggerRecord &trigger) const;
 
     const VXEventManager &_manager;
-    VXEvent _event; // with the options of the reactor that has it
+    VXEvent _event; // with the options of the reactor that is about to run
     VXEventRecord *const _record;
-    QHash<VXManagedObjectID, QList<VXManagedObjectPtr>> _reactors; // of triggers that are still to run, in order
-    qsizetype _idleTriggers = 0;                                   // that did not run so far
-    std::vector<VXOpenReaction> _openReactions;                    // those of the record
+    QHash<VXManagedObjectID, QList<VXManagedObjectPtr>> _reactors; // of triggers that have yet to run, in order
+    qsizetype _idleTriggers = 0;                                   // triggers that did not run so far
+    std::vector<VXOpenReaction> _openReactions;                    // those in the record
 };

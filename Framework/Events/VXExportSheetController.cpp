@@ -13,7 +13,7 @@ namespace {
 
 const QString selectionKey = u"export.sheet.selection"_s;
 
-// Built-in plugins have no name of their own.
+// Falls back for built-in plugins, which have no name of their own.
 QString titleOf(const VXPluginProxy &proxy)
 {
     QString title = proxy.name();

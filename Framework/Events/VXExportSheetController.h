@@ -10,9 +10,9 @@
 #include <optional>
 
 /**
- * What stands behind the sheet that asks where to export objects to: the list of exporters, the user's choice, and how the
- * sheet ends. Whoever shows windows shows `items` as a pop-up; without a window it works the same. The choice is remembered
- * under the user default "export.sheet.selection", also when the sheet is cancelled. Main thread only.
+ * The logic of the sheet that asks where to export objects to: the list of exporters, the user's choice, and how the
+ * sheet ends. The user interface shows `items` as a pop-up; the controller works without a window, too. The choice is
+ * remembered under the user default "export.sheet.selection", even when the sheet is cancelled. Main thread only.
  */
 class VX_EXPORT VXExportSheetController
 {
@@ -23,11 +23,11 @@ public:
         QString title;
         QString identifier;
     };
-    /** How the sheet ended, as numbers that callers may keep. */
+    /** How the sheet ended; the numbers are stable. */
     enum ReturnCode : int { Cancelled = 0, Ok = 1 };
     using EndHandler = std::function<void(int returnCode)>;
 
-    /** `descriptiveClassName` tells what kind of objects they are. The exporters are those enabled now. */
+    /** `descriptiveClassName` says what kind of objects they are. The exporters are those enabled at this time. */
     VXExportSheetController(const QVariantList &objects, const QString &descriptiveClassName);
     virtual ~VXExportSheetController();
     VXExportSheetController(const VXExportSheetController &) = delete;
@@ -36,9 +36,9 @@ public:
     const QVariantList &objects() const { return _objects; }
     QString descriptiveClassName() const { return _descriptiveClassName; }
 
-    /** In alphabetical order of their titles. */
+    /** Sorted alphabetically by title. */
     const QList<Item> &items() const { return _items; }
-    /** -1 without items. At first the exporter chosen last time, else the first. */
+    /** -1 without items. Initially the exporter chosen last time, or else the first. */
     qsizetype selectedIndex() const { return _selectedIndex; }
     /** False, with the selection unchanged, when there is no such item. */
     bool selectItemAtIndex(qsizetype index);
@@ -47,12 +47,12 @@ public:
 
     /** Null without items. */
     QString selectedExporterIdentifier() const;
-    /** For the exporter; none here: subclasses with a view for options give them. */
+    /** Options for the exporter; none here. Subclasses with a view for options return those. */
     virtual std::optional<QVariantMap> selectedExporterOptions() const;
 
     /** Called once, when the sheet ends, with a ReturnCode; it may delete the controller. */
     void setEndHandler(EndHandler handler);
-    /** End the sheet; again does nothing. */
+    /** These end the sheet; once it has ended, they do nothing. */
     void OKAction() { end(Ok); }
     void cancelAction() { end(Cancelled); }
     /** Empty until the sheet has ended. */

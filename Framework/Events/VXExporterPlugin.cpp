@@ -11,7 +11,8 @@ const QString VXExporterOptionsFilePathKey = u"VXExporterOptionsFilePath"_s;
 
 namespace {
 
-// A call that ended has begun, whether or not who posts the event told when: by then, as its history tells it.
+// A call that ended has begun, even if the poster of the event gave no date: then the start is computed as in the call
+// history (VXCallRecord::start), from the present time if there is no event date.
 QVariant withDate(const QVariant &object)
 {
     if (object.typeId() != QMetaType::QVariantMap)

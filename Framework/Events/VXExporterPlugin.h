@@ -9,8 +9,9 @@
 VX_EXPORT extern const QString VXExporterOptionsFilePathKey;
 
 /**
- * The base of plugins that write objects (contacts, calls, messages) to some target, in answer to events or when the user
- * asks for it through the export sheet. As a reactor it exports the event's object. Main thread unless events say otherwise.
+ * The base of plugins that write objects (contacts, calls, messages) to some target, in response to events or when the
+ * user asks for it through the export sheet. As a reactor it exports the event's object. Main thread, except for events
+ * posted on others.
  */
 class VX_EXPORT VXExporterPlugin : public VXReactorPlugin
 {
@@ -20,7 +21,7 @@ public:
     Q_INVOKABLE VXExporterPlugin();
     ~VXExporterPlugin() override;
 
-    /** The target's name. */
+    /** The name of the target. */
     QString reactorName() const override;
     /** "VXExporterTargetName": an application or a file format, in the user's language; null for none. */
     virtual QString exporterTargetName() const;
@@ -29,12 +30,13 @@ public:
     virtual VXSavePanel exportPanel() const;
 
     /**
-     * Writes the objects: maps, VXManagedObjectPtr, QObjects, or invalid ones for events without an object. @return what went
-     * wrong, with nothing lost of what was there before; none on success. The base fails an assertion.
+     * Writes the objects: maps, VXManagedObjectPtr, QObjects, or invalid values for events without an object. @return
+     * none on success; otherwise what went wrong, and nothing that was there before is lost. The base fails an
+     * assertion.
      */
     [[nodiscard]] virtual std::optional<VXError> exportObjects(const QVariantList &objects, const QVariantMap &options);
 
-    /** Exports the object, but a call only once, when it has ended. Shows the user an error of the export. */
+    /** Exports the object; a call only once, when it has ended. Shows the user an error of the export. */
     void reactToEventWithName(const QString &eventName, const QString &subtype, const QVariant &object,
                               const QVariantMap &options) override;
 };

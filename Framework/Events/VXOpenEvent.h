@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-/** A reaction of an event that goes on, by its place in the record. */
+/** A reaction whose work goes on after the event, identified by its place in the record. */
 struct VXOpenReaction
 {
     qsizetype trigger;
@@ -16,7 +16,7 @@ struct VXOpenReaction
     std::shared_ptr<VXReactionOutcome::State> outcome;
 };
 
-/** An event whose reactors have returned while the work of some goes on: gathers what comes of that. Any thread. */
+/** An event whose reactors have returned while the work of some goes on: collects the outcomes. Any thread. */
 class VXOpenEvent : public std::enable_shared_from_this<VXOpenEvent>
 {
 public:
@@ -24,7 +24,8 @@ public:
 
     explicit VXOpenEvent(const VXEventRecord &record) : _record(record) {}
 
-    /** Calls the handler with the whole record once all are concluded; on the thread of the last one. Call once. */
+    /** Calls the handler with the complete record once all outcomes are concluded, on the thread of the last one. To be
+     *  called once. */
     void await(const std::vector<VXOpenReaction> &reactions, Handler whenConcluded);
 
 private:

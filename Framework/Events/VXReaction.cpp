@@ -88,7 +88,7 @@ QString VXProblemOfReactorOptions(const VXReactorPlugin &reactor, const QVariant
     const auto look = [&] {
         const QVariantMap options = VXOptionsForReactor(reactor, userOptions);
         const VXReactorOptions known = reactor.reactorOptions();
-        if (known.isEmpty()) // it does not describe them
+        if (known.isEmpty()) // the reactor does not describe its options
             return;
         QStringList keys;
         QStringList shown;

@@ -16,7 +16,7 @@ public:
 
     const VXManagedObjectPtr &record() const { return _record; }
     QString bundleIdentifier() const;
-    /** Those that the user set. */
+    /** The options that the user set. */
     QVariantMap userOptions() const;
     int index() const;
 
@@ -24,19 +24,24 @@ public:
     void setUserOptions(const QVariantMap &options);
     void setIndex(int index);
 
-    /** As the reactor gets them. Main thread. */
+    /** The options as the reactor gets them. Main thread. */
     QVariantMap options() const;
-    /** Why it would not run: it is not installed, disabled, or not loaded. Null when it would. Main thread. */
+    /** Why the reactor would not run: it is not installed, disabled, or not loaded. Null when it would. Main thread. */
     QString problem() const;
 
 private:
     VXManagedObjectPtr _record;
 };
 
-/** The options that a reactor gets: its defaults, under what the user set. What the reactor throws passes through. */
+/**
+ * The options that a reactor gets: what the user set, completed by its defaults. Exceptions of the reactor pass
+ * through.
+ */
 [[nodiscard]] VX_EXPORT QVariantMap VXOptionsForReactor(const VXReactorPlugin &reactor, const QVariantMap &userOptions);
 
-/** Why a reactor would refuse the options: unknown keys, wrong types, what the reactor itself says. Null for no reason; what the
- * reactor throws is one. Main thread. */
+/**
+ * Why a reactor would refuse the options: unknown keys, wrong types, or what the reactor itself says; null when it
+ * would not. If the reactor throws, that is a reason, too. Main thread.
+ */
 [[nodiscard]] VX_EXPORT QString VXProblemOfReactorOptions(const VXReactorPlugin &reactor,
                                                           const QVariantMap &userOptions);

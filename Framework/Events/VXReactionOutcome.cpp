@@ -12,7 +12,7 @@ using State = VXReactionOutcome::State;
 
 namespace {
 
-/** Those that are not concluded, so that they can be cancelled. */
+/** Outcomes that are not concluded, kept so that they can be cancelled. */
 struct OpenOutcomes
 {
     VXMutex lock;
@@ -71,7 +71,7 @@ void State::conclude(const QString &problem)
 {
     Listener listener;
     Conclusion conclusion{problem};
-    std::function<void()> cancelHandler; // goes without the lock: it may hold more than this
+    std::function<void()> cancelHandler; // destroyed without the lock, as it may own more than this
     {
         const VXMutexLocker locker(_lock);
         if (_conclusion)

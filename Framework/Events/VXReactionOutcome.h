@@ -8,26 +8,28 @@
 #include <memory>
 
 /**
- * What comes of a reaction that goes on after its reactor has returned: the reactor takes it while the event is posted
- * (VXReactorPlugin::deferOutcome), and concludes it from wherever the work ends; the event's record in the history learns it
- * then. Copies stand for the same. Letting go of the last one without a conclusion counts as a failure. Any thread.
+ * The outcome of a reaction whose work goes on after the reactor has returned. The reactor obtains it while the event
+ * is posted (VXReactorPlugin::deferOutcome), and concludes it wherever the work ends; then the event's record in the
+ * history is updated. Copies share one outcome. If the last copy goes without a conclusion, that counts as a failure.
+ * Any thread.
  */
 class VX_EXPORT VXReactionOutcome
 {
 public:
     class State;
 
-    /** Of nobody: nothing is told. */
+    /** An outcome of no reaction: concluding it has no effect. */
     VXReactionOutcome() = default;
     explicit VXReactionOutcome(std::shared_ptr<State> state) : _state(std::move(state)) {}
 
-    /** Once; again does nothing. A null problem: it went well. */
+    /** Concludes the outcome; only the first call counts. A null problem means success. */
     void conclude(const QString &problem = {}) const;
 
-    /** Called, on any thread, when who posted the event does not want to wait for the end: at once, if that was so before. */
+    /** Sets what is called, on any thread, when the poster of the event does not want to wait for the end; called at
+     *  once if that is so already. */
     void setCancelHandler(std::function<void()> handler) const;
 
-    /** Cancels whatever is not concluded, in this process. */
+    /** Cancels all outcomes of this process that are not concluded. */
     static void cancelAll();
 
 private:

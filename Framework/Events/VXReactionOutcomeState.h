@@ -9,13 +9,13 @@
 #include <functional>
 #include <optional>
 
-/** What the copies of an outcome share. Its end concludes it. */
+/** The state that copies of an outcome share. Its destruction concludes it. */
 class VXReactionOutcome::State
 {
 public:
     struct Conclusion
     {
-        QString problem; // null: it went well
+        QString problem; // null for success
         double milliseconds = 0;
     };
     using Listener = std::function<void(const Conclusion &conclusion)>;
@@ -26,7 +26,8 @@ public:
     State &operator=(const State &) = delete;
 
     void conclude(const QString &problem);
-    /** Told once, with no lock held: at once when it is concluded already. One listener. */
+    /** Sets the only listener. It is called once, with no lock held; immediately if the outcome is already concluded.
+     *  */
     void setListener(Listener listener);
 
     void setCancelHandler(std::function<void()> handler);

@@ -9,8 +9,8 @@
 #include <memory>
 
 /**
- * While an event runs a reactor: what the reactor reports without throwing. One for each run, on the thread that runs it;
- * a reactor that posts an event has runs inside its own.
+ * Collects, while an event runs a reactor, what the reactor reports without throwing. One object per run, on the thread
+ * of the run; if a reactor posts an event, the runs nest.
  */
 class VXReactionScope
 {
@@ -20,16 +20,16 @@ public:
     VXReactionScope(const VXReactionScope &) = delete;
     VXReactionScope &operator=(const VXReactionScope &) = delete;
 
-    /** Of the innermost run on this thread; outside of runs it does nothing. */
+    /** Adds to the innermost run on this thread; does nothing outside of runs. */
     static void noteError(const VXError &error);
     static void noteRemark(const QString &remark);
 
-    /** Of that run; of nobody outside of runs. */
+    /** The outcome of that run; outside of runs, an outcome of no reaction. */
     static VXReactionOutcome deferOutcome();
 
     QStringList problems() const { return _problems; }
     QString remark() const { return _remark; }
-    /** Null when it was not deferred. */
+    /** Null when the reactor did not defer its outcome. */
     std::shared_ptr<VXReactionOutcome::State> takeOutcome() { return std::move(_outcome); }
 
 private:

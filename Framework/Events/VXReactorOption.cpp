@@ -49,7 +49,7 @@ bool hasType(const QVariant &value, VXReactorOption::Type type)
     return true;
 }
 
-// Characters, as separators, in quotation marks, or they would look like those between them.
+// Choices of a single character, such as separators, are quoted to tell them from the commas between choices.
 QString shownChoices(const QStringList &choices)
 {
     QStringList shown;

@@ -21,7 +21,7 @@ std::optional<QStringList> textsFrom(const QVariant &value)
 
 VXReactorPlugin::VXReactorPlugin()
 {
-    VXReactorRegistry::shared(); // from now on it hears of those that are loaded
+    VXReactorRegistry::shared(); // makes the registry, so that it notices which plugins are loaded
 }
 
 VXReactorPlugin::~VXReactorPlugin() = default;

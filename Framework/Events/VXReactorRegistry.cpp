@@ -70,13 +70,13 @@ void VXReactorRegistry::pluginDidLoad(const VXPlugin *plugin)
         takeSnapshot();
 }
 
-// Others may be on their way out too: all that are loaded are looked at.
+// Looks at all loaded plugins, as others may be about to be unloaded, too.
 void VXReactorRegistry::takeSnapshot()
 {
     const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     QHash<QString, std::shared_ptr<VXPlugin>> reactors;
     for (const VXPluginProxy *const proxy : manager.reactorPlugins() + manager.exporterPlugins()) {
-        if (reactorIn(proxy->singleton()) != nullptr) // the code of others may be of any class
+        if (reactorIn(proxy->singleton()) != nullptr) // plugins of other kinds may be of any class
             reactors.insert(proxy->identifier(), proxy->singleton());
     }
     const QList<VXBundle::Ptr> bundles = VXEventManager::sharedEventManager()._eventPostingBundles();
@@ -90,7 +90,7 @@ void VXReactorRegistry::pluginWillUnload(const VXPlugin *plugin)
     if (dynamic_cast<const VXReactorPlugin *>(plugin) == nullptr)
         return;
     const QString identifier = plugin->identifier();
-    std::shared_ptr<VXPlugin> gone; // lets go without the lock
+    std::shared_ptr<VXPlugin> gone; // released after the lock
     {
         const VXMutexLocker locker(_lock);
         gone = _reactors.take(identifier);

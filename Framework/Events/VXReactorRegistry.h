@@ -14,20 +14,20 @@
 class VXPlugin;
 class VXReactorPlugin;
 
-/** A reactor plugin as an event calls it: held, and not unloaded, while the event has it. */
+/** A reactor plugin as an event uses it: it is kept alive, and not unloaded, meanwhile. */
 struct VXReactorInUse
 {
-    /** Known, and enabled; loaded too, if there is an instance. */
+    /** Whether the plugin is known and enabled. It is loaded, too, if there is an instance. */
     bool isEnabled = false;
     std::shared_ptr<VXPlugin> instance = {};
-    VXReactorPlugin *plugin = nullptr; // the instance, if it reacts
-    std::shared_ptr<void> use = {};    // ends with the last copy
+    VXReactorPlugin *plugin = nullptr; // the instance, if it is a reactor
+    std::shared_ptr<void> use = {};    // the use ends with the last copy
 };
 
 /**
- * The loaded reactors, and the bundles that post events, as of the last plugin that was loaded or unloaded: what other threads
- * need to know for an event, without waiting for the main thread, to which plugins belong. There a plugin that is unloaded
- * waits until no other thread runs it any more, for some seconds at most, and serves what those want done meanwhile.
+ * The loaded reactors, and the bundles that post events, as of the last time a plugin was loaded or unloaded. This lets
+ * other threads run events without waiting for the main thread, which plugins belong to. When a plugin is unloaded, the
+ * main thread waits, for some seconds at most, until no other thread runs it, and serves their calls meanwhile.
  */
 class VXReactorRegistry
 {
@@ -35,9 +35,10 @@ public:
     /** Made on first use, with the first reactor, and never freed. */
     static VXReactorRegistry &shared();
 
-    /** On the main thread as things are, elsewhere as of the snapshot. Any thread, waits for nobody. */
+    /** Finds a reactor: on the main thread in its present state, on other threads as of the snapshot. Any thread; does
+     *  not block. */
     VXReactorInUse find(const QString &identifier);
-    /** In the order that counts for events. Any thread. */
+    /** In the order of precedence for events. Any thread. */
     QList<VXBundle::Ptr> eventPostingBundles() const;
 
 private:
@@ -49,8 +50,8 @@ private:
     void pluginWillUnload(const VXPlugin *plugin);
     void takeSnapshot();
 
-    mutable VXMutex _lock;                                                    // before that of the uses
-    QHash<QString, std::shared_ptr<VXPlugin>> _reactors VX_GUARDED_BY(_lock); // loaded ones
+    mutable VXMutex _lock;                                                    // to be locked before that of _uses
+    QHash<QString, std::shared_ptr<VXPlugin>> _reactors VX_GUARDED_BY(_lock); // loaded reactors
     QList<VXBundle::Ptr> _postingBundles VX_GUARDED_BY(_lock);
     VXPluginUses _uses;
     QObject _observer;

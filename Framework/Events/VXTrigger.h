@@ -5,39 +5,41 @@
 
 #include <QtCore/QList>
 
-/** What the user wants to happen on an event: a record "VXTrigger" of the store of triggers. On its context's thread. */
+/**
+ * What the user wants to be done on an event: a record "VXTrigger" of the store of triggers. On its context's thread.
+ */
 class VX_EXPORT VXTrigger
 {
 public:
     static const QString storeName;  // "triggers"
     static const QString entityName; // "VXTrigger"
-    /** The names of the keys that fetches go by. */
+    /** Keys used in fetches. */
     static const QString eventNameKey;
     static const QString indexKey;
 
     VXTrigger() = default;
     explicit VXTrigger(const VXManagedObjectPtr &record) : _record(record) {}
 
-    /** True for none. */
+    /** Whether there is no record. */
     bool isNull() const { return !_record; }
     const VXManagedObjectPtr &record() const { return _record; }
 
     QString eventName() const;
-    /** As its URI has it: "p3". */
+    /** The short form of its URI: "p3". */
     QString shortID() const;
     /** Triggers of one event run in ascending order. */
     int index() const;
     bool isEnabled() const;
     bool usesFilter() const;
-    /** What the user calls it; null or empty for nothing. */
+    /** The name the user gave it; null or empty for none. */
     QString userName() const;
-    /** That, else the event's name. */
+    /** The user's name for it, or else the event's name. */
     QString title() const;
-    /** In order. */
+    /** In the order in which they run. */
     QList<VXReaction> reactions() const;
-    /** What objects must satisfy. Empty without a filter that is used, and, with the reason, for one that does not work. */
+    /** The condition for objects. Empty if no filter is used, and, with the reason as error, if it does not work. */
     std::optional<VXPredicate> filter(VXError *error = nullptr) const;
-    /** The same as text; null without one, the reason in brackets for one that does not work. */
+    /** The filter as text; null without one. If it does not work, the reason in brackets. */
     QString filterText() const;
 
     void setEventName(const QString &name);
@@ -45,11 +47,11 @@ public:
     void setEnabled(bool flag);
     void setUserName(const QString &name);
 
-    /** What its filter, if it uses one, says about an object. */
+    /** Applies the filter, if one is used, to an object. */
     VXFilterVerdict test(const QVariant &object) const;
 
 private:
-    /** A key that another store's model lacks counts as true. */
+    /** Keys that are missing in another store's model count as true. */
     bool flag(const QString &key) const;
 
     VXManagedObjectPtr _record;

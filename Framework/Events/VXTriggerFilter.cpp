@@ -23,7 +23,7 @@ QString noSuchKey(const QString &key)
     return VXLocalizedString(u"The object has no \"%1\"."_s).arg(key);
 }
 
-// Of the elements in order; null when none has one.
+// The first problem of an element, in order; null when no element has one.
 template <class List, class Function>
 QString firstProblem(const List &list, Function problemOfElement)
 {
@@ -41,8 +41,8 @@ bool isPropertyOf(const QObject &object, const QString &key)
            object.dynamicPropertyNames().contains(name) || VXInvocation::respondsTo(&object, name);
 }
 
-// Whether a value of that kind can have no such key, as opposed to having none for it now. Maps take any key, and classes
-// of stored objects may know more keys than their entity.
+// Whether a value of that kind can never have the key, as opposed to having no value for it now. Maps can have any key,
+// and classes of stored objects may support more keys than their entity.
 bool isUnknownKey(const QVariant &value, const QString &key)
 {
     if (VXIsMap(value))
@@ -133,7 +133,8 @@ bool asksFor(const VXPredicate &predicate, std::initializer_list<QLatin1StringVi
 constexpr std::initializer_list<QLatin1StringView> contactKeys = {"contact"_L1, "who"_L1};
 constexpr QLatin1StringView idleKey = "idle"_L1;
 
-// With what objects do not say themselves, and only looked up for filters that ask: who it is, and whether the user is there.
+// Adds to the object, only for filters that ask for it, what objects do not contain: who the other party is, and
+// whether the user is present.
 QVariant objectFor(const VXPredicate &predicate, const QVariant &posted)
 {
     const QVariant object = asksFor(predicate, contactKeys) ? VXObjectWithContact(posted) : posted;
@@ -145,7 +146,7 @@ QVariant objectFor(const VXPredicate &predicate, const QVariant &posted)
     return map;
 }
 
-// The first key that the predicate asks of the map and does not get; null for none.
+// The first key that the predicate needs and the map lacks; null for none.
 QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
 {
     if (predicate.kind() != VXPredicate::Kind::Comparison)
@@ -158,7 +159,7 @@ QString missingKey(const VXPredicate &predicate, const QVariantMap &map)
     return {};
 }
 
-// A key path that leads to objects, compared with a text, which none of them is; null for none.
+// A key path that leads to objects but is compared with a text, which can never match; null for none.
 QString listComparedAsText(const VXPredicate &predicate, const QVariant &object)
 {
     if (predicate.kind() != VXPredicate::Kind::Comparison)
@@ -180,7 +181,7 @@ QString listComparedAsText(const VXPredicate &predicate, const QVariant &object)
     return {};
 }
 
-// A predicate that cannot work is told also where it holds: "NOT" and "!=" turn what is missing into yes.
+// A predicate that cannot work is reported even if its result is true: "NOT" and "!=" make a missing value true.
 VXFilterVerdict evaluate(const VXPredicate &predicate, const QVariant &posted)
 {
     const QVariant object = objectFor(predicate, posted);
@@ -213,7 +214,7 @@ VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVari
 {
     try {
         return applyFilter(trigger, object);
-    } catch (...) { // values of objects come from foreign code
+    } catch (...) { // the object's values may come from foreign code
         return {VXFilterVerdict::Kind::Broken, {}, VXDescribeThrown().reason};
     }
 }

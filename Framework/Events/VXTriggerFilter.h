@@ -16,16 +16,21 @@ struct VXFilterVerdict
         NoFilter,
         Passed,
         Rejected,
-        Broken, // it cannot be applied to the object
+        Broken, // the filter cannot be applied to the object
     };
 
     Kind kind;
     std::optional<VXPredicate> predicate = {};
-    QString problem = {}; // of a broken one
+    QString problem = {}; // of a broken filter
 };
 
-/** Applies the filter of a trigger, whether or not the trigger uses it. On the thread of the trigger's context. */
+/**
+ * Applies the filter of a trigger, whether or not the trigger uses its filter. On the thread of the trigger's context.
+ */
 VX_EXPORT VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVariant &object);
 
-/** What a filter that rejects asks of the object and does not get, which may be why; null for nothing. */
+/**
+ * For a filter that rejected an object: a key that it needs and the object lacks, which may be the reason; null for
+ * none.
+ */
 VX_EXPORT QString VXReasonForRejection(const VXFilterVerdict &verdict, const QVariant &object);

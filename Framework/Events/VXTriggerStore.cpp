@@ -33,7 +33,7 @@ const VXEntityDescription &triggerEntity(const VXManagedObjectContext &context)
     return *context.persistentStoreCoordinator()->model().entityForName(VXTrigger::entityName);
 }
 
-// Null when nothing keeps it from being run.
+// Null when the reaction can run.
 QString problemOf(const VXTriggerChange::Reaction &reaction)
 {
     const VXPluginProxy *const plugin =
@@ -43,7 +43,7 @@ QString problemOf(const VXTriggerChange::Reaction &reaction)
     const QString kind = plugin->pluginClassType();
     if (kind != VXPluginKind::Reactor && kind != VXPluginKind::Exporter)
         return VXLocalizedString(u"The plugin \"%1\" does not react to events."_s).arg(reaction.identifier);
-    const VXPluginProxy::Instance instance = plugin->singleton(); // without one it may be set up all the same
+    const VXPluginProxy::Instance instance = plugin->singleton(); // without an instance it can be set up all the same
     const auto *const reactor = dynamic_cast<const VXReactorPlugin *>(instance.get());
     return reactor != nullptr ? VXProblemOfReactorOptions(*reactor, reaction.options) : QString();
 }
@@ -165,7 +165,7 @@ bool VXTriggerStore::change(VXTrigger &trigger, const VXTriggerChange &change, V
 {
     if (!isAcceptable(change, error))
         return false;
-    if (change.event && *change.event != trigger.eventName()) { // behind those of its new event
+    if (change.event && *change.event != trigger.eventName()) { // goes after the triggers of its new event
         const std::optional<int> index = nextIndex(*change.event, error);
         if (!index)
             return false;
@@ -215,8 +215,8 @@ void VXTriggerStore::setReactions(const VXTrigger &trigger, const QList<VXTrigge
     }
 }
 
-// What could not be added now, as when a plugin is missing, may be copied all the same; but no copy runs for more than the
-// original.
+// A trigger that could not be added now, for example because a plugin is missing, may be copied; but no copy runs for
+// more events than the original.
 VXTrigger VXTriggerStore::copy(const VXTrigger &trigger, VXError *error)
 {
     VXError problem;

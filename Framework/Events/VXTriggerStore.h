@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/** What a trigger is to be, or what of it is to change: only what is set. A value type. */
+/** The properties of a new trigger, or changes to a trigger; only what is set applies. A value type. */
 struct VX_EXPORT VXTriggerChange
 {
     struct Reaction
@@ -18,35 +18,36 @@ struct VX_EXPORT VXTriggerChange
 
     std::optional<QString> event = {};
     std::optional<QString> name = {};
-    std::optional<QString> filter = {}; // the text of a predicate; a null or empty one takes the filter away
+    std::optional<QString> filter = {}; // the text of a predicate; null or empty removes the filter
     std::optional<bool> isEnabled = {};
-    std::optional<QList<Reaction>> reactions = {}; // all of them, in order
+    std::optional<QList<Reaction>> reactions = {}; // all reactions, in order
 };
 
 /**
- * The user's triggers, to be shown and changed. Changes count with `save`; they are refused, with nothing changed, when an event
- * could not run them: no event, no reactor, a plugin that does not react, options that it would refuse, a filter that is no
- * predicate. Main thread, as what it asks plugins.
+ * The user's triggers, for listing and editing. Changes take effect with `save`. A change that events could not use is
+ * refused as a whole: no event, no reactor, a plugin that is no reactor, options it would refuse, a filter that is no
+ * predicate. Main thread, as plugins are asked.
  */
 class VX_EXPORT VXTriggerStore
 {
 public:
-    /** Of the store "triggers". Null, with the reason, when no plugin has it or it cannot be used. */
+    /** Opens the store "triggers". Null, with the reason, when no plugin has it, or it cannot be used. */
     static std::unique_ptr<VXTriggerStore> open(VXError *error = nullptr);
     explicit VXTriggerStore(const VXPersistentStoreCoordinator::Ptr &coordinator);
 
-    /** By event, in the order in which they run; those of one event, unless that is null. Empty on failure. */
+    /** Sorted by event, and in the order in which they run; of all events if `event` is null. Empty on failure. */
     std::optional<QList<VXTrigger>> triggers(const QString &event = {}, VXError *error = nullptr) const;
-    /** "p3", "3", the whole URI, or the name that the user gave to one alone. Null when there is none. */
+    /** Finds a trigger by "p3", "3", its whole URI, or a name that only one trigger has. Null when there is none. */
     VXTrigger triggerWithID(const QString &text) const;
 
-    /** Runs after those of the same event. Null with the reason when it is refused. */
+    /** Adds a trigger that runs after the others of its event. Null, with the reason, when it is refused. */
     VXTrigger add(const VXTriggerChange &change, VXError *error = nullptr);
     bool change(VXTrigger &trigger, const VXTriggerChange &change, VXError *error = nullptr);
-    /** The copy runs after all of the event. */
+    /** Adds a copy, which runs after the other triggers of the event. */
     VXTrigger copy(const VXTrigger &trigger, VXError *error = nullptr);
     void remove(const VXTrigger &trigger);
-    /** Its place among those of its event, from 1; a greater one than there are is the last. */
+    /** Moves a trigger among those of its event, to a place counted from 1; a place beyond the last one means the last.
+     *  */
     bool move(VXTrigger &trigger, qsizetype place, VXError *error = nullptr);
 
     bool save(VXError *error = nullptr) { return _context.save(error); }

@@ -17,7 +17,7 @@ namespace {
 
 const QString settingsKey = u"hot-keys"_s;
 
-// "%u %u %@": a display string with a blank is read cut at the blank.
+// The format "%u %u %@"; a display string is cut at the first blank.
 std::optional<VXHotKeySettings> settingsFromText(const QString &text)
 {
     const QStringList parts = text.split(u' ');
@@ -48,7 +48,7 @@ VXHotKeyManager &VXHotKeyManager::sharedHotKeyManager()
 VXHotKeyManager::VXHotKeyManager() : _service(VXHotKeyService::unattendedService())
 {
     addCarbonHotKeyListener();
-    // The notification comes on the thread that changed the defaults.
+    // The notification is posted on the thread that changed the defaults.
     VXNotificationCenter::defaultCenter().addObserver(
         this, VXUserDefaultsDidChangeNotification,
         [this](const VXNotification &) {
@@ -62,13 +62,13 @@ VXHotKeyManager::~VXHotKeyManager()
 {
     VXNotificationCenter::defaultCenter().removeObserver(this);
     _hotKeysByID.clear();
-    _hotKeys.clear(); // each unregisters
+    _hotKeys.clear(); // each unregisters itself
 }
 
 void VXHotKeyManager::addCarbonHotKeyListener()
 {
     connect(_service.get(), &VXHotKeyService::hotKeyPressed, this, &VXHotKeyManager::carbonHotKeyWasPressed,
-            Qt::DirectConnection); // the service is the main thread's too
+            Qt::DirectConnection); // the service belongs to the main thread as well
     connect(_service.get(), &VXHotKeyService::registrationRefused, this, &VXHotKeyManager::registrationWasRefused);
     connect(_service.get(), &VXHotKeyService::problemChanged, this, &VXHotKeyManager::serviceChanged);
     const quint32 status = _service->installListener();
@@ -113,7 +113,7 @@ void VXHotKeyManager::registerBinding(const HotKeyPtr &hotKey)
     const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), hotKey->identifier());
     if (!settings)
         return;
-    _followed.insert(hotKey->identifier(), *settings); // refused ones too: they are tried again once they change
+    _followed.insert(hotKey->identifier(), *settings); // including refused ones: they are tried again when they change
     registerKey(hotKey, settings->keyCode, settings->modifiers, settings->displayString);
 }
 
@@ -125,7 +125,7 @@ bool VXHotKeyManager::registerKey(const HotKeyPtr &hotKey, int keyCode, int modi
     return isRegistered;
 }
 
-// Keeps its number: a press that is on its way finds it.
+// Keeps its number, so that a press that is under way still finds it.
 void VXHotKeyManager::unregister(VXHotKey &hotKey)
 {
     _followed.remove(hotKey.identifier());
@@ -176,14 +176,14 @@ bool VXHotKeyManager::updateHotKeyWithIdentifier(const QString &identifier, int 
     const bool isDone = keyCode == 0 || registerKey(hotKey, keyCode, modifiers, displayString);
     if (isDone)
         setHotKeySettingsForIdentifier(identifier, keyCode, modifiers, displayString);
-    // Not followed, whatever is stored now: the hot key is what the user just made it, unbound too.
+    // Ignores what is stored now: the hot key is as the user just set it, even if that is unbound.
     if (const std::optional<VXHotKeySettings> settings = settingsIn(storedSettings(), identifier))
         _followed.insert(identifier, *settings);
     return isDone;
 }
 
-// Bindings that changed in the defaults since they were followed, by this process or another. All that changed are given up
-// before one is registered anew: combinations may have changed hands.
+// Applies bindings that this or another process has changed in the defaults since they were last seen. All changed hot
+// keys are unregistered before any is registered again, since they may have exchanged combinations.
 void VXHotKeyManager::followSettings()
 {
     const QVariantMap stored = storedSettings();
@@ -201,7 +201,7 @@ void VXHotKeyManager::followSettings()
         registerBinding(hotKey);
 }
 
-// The desktop's service went away, or came back.
+// The desktop's service has gone away, or come back.
 void VXHotKeyManager::serviceChanged()
 {
     if (const QString problem = _service->problem(); !problem.isNull()) {
@@ -210,7 +210,7 @@ void VXHotKeyManager::serviceChanged()
     }
     VXLogMethod(VXLogNotice, "serviceChanged", "Hot keys work again: "_L1 + _service->name());
     for (const HotKeyPtr &hotKey : std::as_const(_hotKeys)) {
-        if (hotKey->status() == VXHotKeyNotConnected) // asked for while it was away
+        if (hotKey->status() == VXHotKeyNotConnected) // registered while the service was away
             registerBinding(hotKey);
     }
 }
@@ -235,14 +235,14 @@ void VXHotKeyManager::carbonHotKeyWasPressed(VXHotKeyID hotKeyID)
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:", u"Missing hotkey for id: %1"_s.arg(hotKeyID.id));
         return;
     }
-    const HotKeyPtr hotKey = *found; // the callback may unregister it
+    const HotKeyPtr hotKey = *found; // held, as the callback may unregister it
     run(*hotKey);
 }
 
-// The command may throw anything; the desktop's events go on.
+// Exceptions of the command are caught, so that the desktop's events are still processed.
 void VXHotKeyManager::run(const VXHotKey &hotKey, QVariant *result)
 {
-    const VXInvocation &invocation = hotKey.callbackInvocation(); // the caller holds the hot key
+    const VXInvocation &invocation = hotKey.callbackInvocation(); // the caller keeps the hot key alive
     if (invocation.isNull()) {
         VXLogMethod(VXLogError, "carbonHotKeyWasPressed:",
                     u"Missing callback for hotkey %1: %2"_s.arg(hotKey.hotKeyID().id).arg(hotKey.identifier()));
@@ -270,7 +270,7 @@ void VXHotKeyManager::reportThrown(const VXHotKey &hotKey, const QString &proble
 
 bool VXHotKeyManager::pressHotKeyWithIdentifier(const QString &identifier, QVariant *result)
 {
-    const HotKeyPtr hotKey = _hotKeys.value(identifier); // the callback may unregister it
+    const HotKeyPtr hotKey = _hotKeys.value(identifier); // held, as the callback may unregister it
     if (!hotKey)
         return false;
     run(*hotKey, result);

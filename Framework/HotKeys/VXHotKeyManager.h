@@ -16,7 +16,7 @@
 /** Posted on the main thread after a press has run its command; object: the hot key's identifier. */
 VX_EXPORT extern const VXNotificationName VXHotKeyWasPressedNotification;
 
-/** What the user bound a command to, as it is stored. */
+/** The combination that the user bound a command to, as stored. */
 struct VXHotKeySettings
 {
     int keyCode = 0;
@@ -27,9 +27,9 @@ struct VXHotKeySettings
 };
 
 /**
- * All hot keys: commands of the application and its plugins that the user may bind to key combinations that work whatever
- * program is in front. Combinations are kept in the user defaults under "hot-keys"; changes that another process makes there
- * are followed. Main thread only, but for `sharedHotKeyManager`.
+ * All hot keys: commands of the application and its plugins that the user may bind to global key combinations, which
+ * work whatever program has the focus. Combinations are stored in the user defaults under "hot-keys"; changes by other
+ * processes take effect as well. Main thread only, except `sharedHotKeyManager`.
  */
 class VX_EXPORT VXHotKeyManager : public QObject
 {
@@ -39,43 +39,44 @@ public:
     /** Made on first use and never freed. Any thread. */
     static VXHotKeyManager &sharedHotKeyManager();
 
-    /** With a service that never tells of a press, until another is set. */
+    /** Has a service that never reports a press, until another one is set. */
     VXHotKeyManager();
     ~VXHotKeyManager() override;
 
-    /** Moves every registration to that service, and listens to it. */
+    /** Moves all registrations to that service, and listens to it. */
     void setService(std::unique_ptr<VXHotKeyService> service);
     VXHotKeyService &service() const { return *_service; }
 
     /**
-     * Adds a command, in place of one of the same identifier, and registers the combination that the user bound it to, if
-     * there is one. A press calls the target's invokable method `selector` with the identifier; it has none when the
-     * target does not respond to that. A method that begins a device action returns it (VXDeviceAction::Ptr), for those who
-     * wait for it.
+     * Adds a command, which replaces one with the same identifier, and registers the combination that the user bound it
+     * to, if any. A press calls the target's invokable method `selector` with the identifier; if the target has no such
+     * method, a press does nothing. A method that begins a device action returns it (VXDeviceAction::Ptr), for callers
+     * that wait for it.
      */
     void registerHotKeyWithIdentifier(const QString &identifier, const QString &title, QObject *target,
                                       const QByteArray &selector);
-    /** Does nothing when there is no such command. The user's binding stays stored. */
+    /** Removes a command; does nothing if there is none. The user's binding remains stored. */
     void unregisterHotKeyWithIdentifier(const QString &identifier);
     /** By identifier. */
     QMap<QString, std::shared_ptr<VXHotKey>> hotKeys() const { return _hotKeys; }
 
-    /** The stored binding. False when there is none. Each output may be nullptr. */
+    /** Reads the stored binding. False when there is none. Each output may be nullptr. */
     bool getHotKeySettingsForIdentifier(const QString &identifier, int *keyCode, int *modifiers,
                                         QString *displayString) const;
     /** Stores a binding; a null display string removes it. */
     void setHotKeySettingsForIdentifier(const QString &identifier, int keyCode, int modifiers,
                                         const QString &displayString);
     /**
-     * Binds a command anew and stores that; a key code of 0 unbinds it. False, and nothing is stored, when there is no such
-     * command or the service refuses: the command is unbound then.
+     * Binds a command to another combination and stores that; a key code of 0 unbinds it. False, with nothing stored,
+     * when there is no such command or the service refuses; then the command is unbound.
      */
     bool updateHotKeyWithIdentifier(const QString &identifier, int keyCode, int modifiers,
                                     const QString &displayString);
 
-    /** Runs the command whose latest registration had that number, logged when there is none. */
+    /** Runs the command whose latest registration has that number; logs it when there is none. */
     void carbonHotKeyWasPressed(VXHotKeyID hotKeyID);
-    /** Runs a command as a press does, bound or not, with what its method returned in `result`. False when there is none. */
+    /** Runs a command as a press does, whether it is bound or not; `result` receives what its method returned. False
+     *  when there is no such command. */
     bool pressHotKeyWithIdentifier(const QString &identifier, QVariant *result = nullptr);
 
 private:
@@ -93,6 +94,6 @@ private:
 
     std::unique_ptr<VXHotKeyService> _service;
     QMap<QString, HotKeyPtr> _hotKeys;
-    QHash<quint32, HotKeyPtr> _hotKeysByID;     // by the id word, from their first registration on
-    QHash<QString, VXHotKeySettings> _followed; // the stored bindings that were seen last, by identifier
+    QHash<quint32, HotKeyPtr> _hotKeysByID;     // by the id word, from the first registration on
+    QHash<QString, VXHotKeySettings> _followed; // the stored bindings as last seen, by identifier
 };

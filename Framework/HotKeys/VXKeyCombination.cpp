@@ -18,11 +18,11 @@ struct Modifier
 {
     quint32 flag;
     quint32 serviceModifier;
-    QLatin1StringView name; // for people
+    QLatin1StringView name; // shown to the user
     std::array<QLatin1StringView, 2> otherNames;
 };
 
-// In the order of their names in a text.
+// In the order in which their names appear in texts.
 constexpr std::array<Modifier, 5> modifierTable{{
     {VXModifierControl, VXHotKeyControl, "Ctrl"_L1, {"Control"_L1, "Strg"_L1}},
     {VXModifierOption, VXHotKeyOption, "Alt"_L1, {"Option"_L1, "Opt"_L1}},
@@ -37,7 +37,7 @@ struct Key
     QLatin1StringView name;
 };
 
-// Of several names for one code the first is shown.
+// If a code has several names, the first one is shown.
 constexpr std::array keyTable{
     Key{KEY_A, "A"_L1},
     Key{KEY_B, "B"_L1},

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/** Modifier flags of a key combination, as they are stored and passed. Other bits are ignored. */
+/** Modifier flags of a key combination, in the form in which they are stored and passed. Other bits are ignored. */
 enum VXModifierFlag : quint32 {
     VXModifierCapsLock = 0x10000,
     VXModifierShift = 0x20000,
@@ -16,8 +16,9 @@ enum VXModifierFlag : quint32 {
 };
 
 /**
- * A key with modifiers. Key codes are those of the keyboard as Linux counts them (evdev, input-event-codes.h): they name a
- * place on the keyboard, whatever the layout prints there. Names are those of the keys of a US keyboard. A value type.
+ * A key with modifiers. Key codes are those that Linux uses (evdev, input-event-codes.h): they identify a position on
+ * the keyboard, whatever character the layout assigns to it. Names are those of the keys of a US keyboard. A value
+ * type.
  */
 struct VX_EXPORT VXKeyCombination
 {
@@ -25,11 +26,11 @@ struct VX_EXPORT VXKeyCombination
     quint32 modifiers = 0;
 
     /**
-     * "Ctrl+Alt+D", "Super+F5", "AudioPlay", "Key250": modifiers in any order, then the key; capitals do not count.
+     * Parses "Ctrl+Alt+D", "Super+F5", "AudioPlay", "Key250": modifiers in any order, then the key, ignoring case.
      * Empty, with the reason, for anything else.
      */
     static std::optional<VXKeyCombination> fromText(const QString &text, QString *reason = nullptr);
-    /** The same for people, without blanks; null without a key. */
+    /** The combination in that form, without blanks; null without a key. */
     QString text() const;
 
     friend bool operator==(const VXKeyCombination &a, const VXKeyCombination &b) = default;

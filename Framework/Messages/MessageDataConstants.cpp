@@ -60,7 +60,7 @@ void setPending(const VXManagedObjectPtr &message, VXPendingChange change)
     message->setValueForKey(static_cast<int>(change), pendingKey);
 }
 
-// None, with an error, when the model has no such template or the store cannot be asked.
+// None, with an error, when the model has no such fetch template, or the store cannot be read.
 std::optional<VXFetchResult> rootFolders(const QString &name, VXManagedObjectContext &context, VXError *error)
 {
     const VXEntityDescription *const entity = entityNamed(context, u"VXRootFolder"_s);
@@ -94,7 +94,7 @@ std::optional<VXFetchResult> deviceFolders(const QString &url, VXManagedObjectCo
     return request ? context.executeFetchRequest(*request, error) : std::nullopt;
 }
 
-// With every attribute that is stored, in the folder's context.
+// A copy with all stored attributes, in the given context.
 VXManagedObjectPtr copyOf(const VXManagedObjectPtr &message, VXManagedObjectContext &context)
 {
     const VXManagedObjectPtr copy = context.insertNewObject(u"VXMessage"_s);
@@ -105,7 +105,7 @@ VXManagedObjectPtr copyOf(const VXManagedObjectPtr &message, VXManagedObjectCont
     return copy;
 }
 
-// What becomes of a message when it is put into a folder.
+// Applies what follows from putting a message into a folder.
 void file(const VXManagedObjectPtr &message, const VXManagedObjectPtr &target)
 {
     const bool isTrash =

@@ -15,40 +15,40 @@ VX_EXPORT extern const QString VXDraftsFolder;   // "drafts"
 VX_EXPORT extern const QString VXTrashFolder;    // "trash"
 VX_EXPORT extern const QString VXUserRootFolder; // "user"
 
-/** Posted before a message is sent, and when it is known what came of it; object: the message's record, as a map. */
+/** Posted before a message is sent, and when the result is known; object: the message's record, as a map. */
 VX_EXPORT extern const VXNotificationName VXMessageWillSendNotification;
 VX_EXPORT extern const VXNotificationName VXMessageDidSendNotification;
 
-/** The change of a message that is still to be carried out on the phone ("pending" of "VXMessage"). */
+/** A change of a message that has yet to be carried out on the phone ("pending" of "VXMessage"). */
 enum class VXPendingChange : int {
     None = 0,
-    Remove = 1, // the message was copied off the phone
+    Remove = 1, // the message was moved off the phone
     Trash = 2,  // it was moved to the trash
     Update = 3,
 };
 
 /**
- * The one folder with that root name. None or several of them, and a store that cannot be asked, fail an assertion. On the
- * context's thread, as all of these.
+ * The one folder with that root name. Fails an assertion when there is none or several, or the store cannot be read. On
+ * the context's thread, like all functions here.
  */
 [[nodiscard]] VX_EXPORT VXManagedObjectPtr VXFetchRootFolder(const QString &rootFolderName,
                                                              VXManagedObjectContext *context);
 
 /**
- * The folder of the phone that the URL names or leads into; null when it has none yet. A URL that names nothing, a null
- * context, and a store that cannot be asked fail an assertion.
+ * The folder of the phone that the URL names or leads into; null when it has none yet. A URL that names no phone, a
+ * null context, and a store that cannot be read fail an assertion.
  */
 [[nodiscard]] VX_EXPORT VXManagedObjectPtr VXFetchDeviceFolder(const QUrl &anyURL, VXManagedObjectContext *context);
 
-/** An unread message becomes a read one, and is to be updated on its phone. @return whether the message is now read. */
+/** Marks an unread message as read, to be updated on its phone. @return whether the message is now read. */
 VX_EXPORT bool VXMarkMessageAsRead(const VXManagedObjectPtr &message);
 
 /**
- * Moves or copies a message to a folder; a smart folder stands for the device folder that it shows. One that lies on a phone
- * is copied off it and then removed there. Nothing is saved.
- * @param info receives "message" (the one that was moved, or the copy that stands for it), "folder" (the one it was in; of
- *   a copy the target) and "duplicate" (the copy that was asked for); may be nullptr.
- * @return false when nothing was done: the message is in that folder already, or one of the two is null.
+ * Moves or copies a message to a folder; a smart folder stands for the device folder that it shows. A message on a
+ * phone is copied off it and then removed there. Nothing is saved. @param info receives "message" (the moved message,
+ * or the copy in its place), "folder" (the former folder; for a copy the target) and "duplicate" (the requested copy);
+ * may be nullptr. @return false when nothing was done: the message is already in that folder, or one of the two is
+ * null.
  */
 VX_EXPORT bool VXMoveMessageToFolder(const VXManagedObjectPtr &message, const VXManagedObjectPtr &targetFolder,
                                      bool copies, QVariantMap *info = nullptr);

@@ -13,7 +13,7 @@ namespace {
 
 using State = VXMessageRecord::State;
 
-// What the programs write in place of a name that they do not know, and of what is none.
+// Whether the text is what backup programs write for an unknown or missing name.
 bool isNothing(const QString &text)
 {
     return text.isEmpty() || text == "null"_L1 || text == "(Unknown)"_L1;
@@ -21,7 +21,7 @@ bool isNothing(const QString &text)
 
 constexpr qsizetype longestReference = 10; // "&#1114111;"
 
-// The number of a character reference at the place, and where it ends; -1 for none.
+// The number of the character reference at the position, and where it ends; -1 if there is none.
 int referenceAt(const QByteArray &bytes, qsizetype at, qsizetype *end)
 {
     const QByteArray text = bytes.mid(at, longestReference);
@@ -36,8 +36,8 @@ int referenceAt(const QByteArray &bytes, qsizetype at, qsizetype *end)
 }
 
 /**
- * The bytes of another device, mended. Characters beyond the first 65,536 are written as two references, to the halves of what UTF-16
- * makes of them: no XML. A half alone, and control characters, are no characters either.
+ * Repairs the XML of another device. Some programs write characters beyond U+FFFF as two references, to the halves of
+ * their UTF-16 form, which is invalid XML. Unpaired halves and control characters are replaced.
  */
 class MendedXML : public QIODevice
 {
@@ -68,7 +68,7 @@ protected:
 private:
     static constexpr qsizetype chunk = 1 << 16;
 
-    // How many of the raw bytes are done: what may go on in the next ones waits for them.
+    // Returns how many of the raw bytes are processed; what may continue in the next bytes has to wait for them.
     qsizetype mend(bool isLast)
     {
         qsizetype from = 0;
@@ -83,7 +83,7 @@ private:
         return end;
     }
 
-    // Where it ends.
+    // Returns the end of the reference.
     qsizetype mendReference(qsizetype at)
     {
         qsizetype end = 0;
@@ -108,18 +108,18 @@ private:
     }
 
     QIODevice &_source;
-    QByteArray _raw;   // not mended yet
-    QByteArray _ready; // to be read, from `_at` on
+    QByteArray _raw;   // not repaired yet
+    QByteArray _ready; // ready to be read, from `_at` on
     qsizetype _at = 0;
 };
 
-// None for what is no message that was sent, received or drafted.
+// None for an entry that is no message that was sent, received or drafted.
 std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
 {
     const auto text = [&](const QString &name) { return attributes.value(name).toString(); };
     bool hasDate = false;
     const qint64 date = text(u"date"_s).toLongLong(&hasDate);
-    const int type = text(u"type"_s).toInt(); // 1 received, 2 sent, 3 draft, 4 to 6 on its way, or failed to be sent
+    const int type = text(u"type"_s).toInt(); // 1 received, 2 sent, 3 draft, 4 to 6 being sent or failed
     if (!attributes.hasAttribute("body"_L1) || !hasDate || type < 1 || type > 6)
         return std::nullopt;
     VXMessageRecord record;
@@ -131,7 +131,7 @@ std::optional<VXMessageRecord> recordOf(const QXmlStreamAttributes &attributes)
     const QString name = text(u"contact_name"_s);
     const QString address = text(u"address"_s);
     const bool isSender =
-        !isNothing(address) && !VXPhonebookStringSplit(address); // a name in place of a number: it is who that is
+        !isNothing(address) && !VXPhonebookStringSplit(address); // a name in place of a number identifies the sender
     record.setOtherParty(isNothing(name) || isSender ? QString() : name, isNothing(address) ? QString() : address);
     record.date = VXRecordDate(QDateTime::fromMSecsSinceEpoch(date, Qt::UTC));
     record.text = text(u"body"_s);

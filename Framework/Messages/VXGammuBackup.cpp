@@ -16,7 +16,7 @@ using State = VXMessageRecord::State;
 constexpr QLatin1StringView sectionPrefix("SMSBackup");
 constexpr int mostParts = 255;
 
-/** A section: one message of the network, which may be a part of a longer one. */
+/** A section of the file: a single short message, which may be a part of a longer one. */
 struct Section
 {
     qsizetype line = 0;
@@ -25,7 +25,7 @@ struct Section
     QString text(const QString &key) const { return values.value(key); }
 };
 
-// UTF-16 in hexadecimal, the most significant byte first.
+// Decodes hexadecimal UTF-16, most significant byte first.
 QString decoded(const QString &hexadecimal)
 {
     const QByteArray bytes = QByteArray::fromHex(hexadecimal.toLatin1());
@@ -41,7 +41,7 @@ QString withoutQuotes(const QString &value)
     return isQuoted ? value.sliced(1, value.size() - 2) : value;
 }
 
-/** The section's place in a longer message. */
+/** The place of the section in a longer message. */
 struct Header
 {
     int reference = 0;
@@ -49,7 +49,7 @@ struct Header
     int number = 1;
 };
 
-// Of the user data: 0 is a reference of one byte, 8 of two.
+// Parses the user data header: element 0 has a reference of one byte, element 8 of two.
 Header headerOf(const Section &section)
 {
     const QByteArray header = QByteArray::fromHex(section.text(u"UDH"_s).toLatin1());
@@ -75,11 +75,11 @@ QDateTime dateOf(const Section &section)
 
 QString textOf(const Section &section)
 {
-    QString text = u""_s; // an empty message is one
+    QString text = u""_s; // an empty message is a message, too
     for (auto value = section.values.lowerBound(u"Text00"_s); value != section.values.cend(); ++value) {
         if (!value.key().startsWith("Text"_L1))
             break;
-        text += decoded(*value); // in their order: two digits each
+        text += decoded(*value); // sorted, as the numbers have two digits
     }
     return text;
 }
@@ -108,7 +108,7 @@ bool hasText(const Section &section)
 class GammuBackup : public VXMessageFile
 {
 public:
-    /** False when it has no section of a message. */
+    /** False when the file has no section with a message. */
     bool read(QIODevice &device)
     {
         Section section;
@@ -190,7 +190,7 @@ private:
     QList<VXMessageRecord> _messages;
     qsizetype _next = 0;
     QList<Part> _parts;
-    QList<VXMessagePartPlace> _places; // of these
+    QList<VXMessagePartPlace> _places; // of _parts
 };
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "VXMessageFiles.h"
 
-// XML begins with a tag, whatever its encoding; gammu writes no character that looks like one before the first section.
+// XML begins with a tag in any encoding; gammu writes no "<" before the first section.
 std::unique_ptr<VXMessageFile> VXMessageFile::open(QIODevice &device)
 {
     QByteArray beginning = device.peek(256);

@@ -13,15 +13,15 @@
 class VX_EXPORT VXMessageFile
 {
 public:
-    /** For the form that the file has; null when it is of none that is known. The device outlives it. */
+    /** Opens a file of a known form; null for any other. The device must outlive the result. */
     static std::unique_ptr<VXMessageFile> open(QIODevice &device);
     virtual ~VXMessageFile() = default;
     VXMessageFile(const VXMessageFile &) = delete;
     VXMessageFile &operator=(const VXMessageFile &) = delete;
 
-    /** The next message; none behind the last. */
+    /** The next message; none after the last. */
     virtual std::optional<VXMessageRecord> next() = 0;
-    /** What of that which was read so far could not be read, each with its line. */
+    /** What could not be read so far, with line numbers. */
     const QStringList &problems() const { return _problems; }
 
 protected:
@@ -37,11 +37,16 @@ private:
     QStringList _problems;
 };
 
-// Null when the file is not of the form at all.
+// Both return null for a file of another form.
 
-/** The text form of gammu's backups of messages ([SMSBackup000], ...). Long messages are put together from their parts; one that
- * lacks a part is a problem. */
+/**
+ * Gammu's text form of message backups ([SMSBackup000], ...). Long messages are put together from their parts; a
+ * missing part is a problem.
+ */
 [[nodiscard]] std::unique_ptr<VXMessageFile> VXOpenGammuBackup(QIODevice &device);
 
-/** The XML that backup programs on Android write (<smses> with <sms .../>), of any size; multimedia messages are problems. */
+/**
+ * The XML that backup programs on Android write (<smses> with <sms .../>), of any size; multimedia messages are
+ * problems.
+ */
 [[nodiscard]] std::unique_ptr<VXMessageFile> VXOpenAndroidMessages(QIODevice &device);

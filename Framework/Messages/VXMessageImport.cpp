@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype portion = 1000; // messages that are saved at once
+constexpr qsizetype portion = 1000; // messages per save
 
 QString keyOf(const VXMessageRecord &record)
 {
@@ -76,7 +76,7 @@ bool VXMessageImport::add(const QList<VXMessageRecord> &records, VXError *error)
     const std::optional<QList<VXManagedObjectPtr>> known = findKnown(records, context, error);
     if (!known)
         return false;
-    QSet<QString> keys; // of this portion: what is not saved is not found
+    QSet<QString> keys; // of this portion, since fetches do not find what is not saved
     QList<std::pair<VXManagedObjectPtr, QDateTime>> added;
     for (qsizetype index = 0; index < records.size(); ++index) {
         const VXMessageRecord &record = records[index];
@@ -109,7 +109,7 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageImport::findKnown(const QList<
             const QDateTime date = records[index].date;
             const auto isFree = [&](const VXManagedObjectPtr &message) {
                 const auto met = _met.constFind(message->objectID());
-                return met == _met.constEnd() || *met == date; // the same again is the same
+                return met == _met.constEnd() || *met == date; // a repeated record is the same message
             };
             const auto found = match.find(records[index], rule, isFree, error);
             if (!found)

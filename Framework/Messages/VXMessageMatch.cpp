@@ -10,8 +10,8 @@ using Message = VXManagedObjectPtr;
 
 namespace {
 
-constexpr qint64 nearness = 2000;           // of the same date, in milliseconds
-constexpr qint64 longestOnItsWay = 600'000; // between the date here and that of the phone's own clock
+constexpr qint64 nearness = 2000;           // milliseconds between equal dates
+constexpr qint64 longestOnItsWay = 600'000; // milliseconds between the date here and that of the phone's own clock
 
 qint64 apart(const QDateTime &date, const QDateTime &other)
 {
@@ -36,7 +36,7 @@ qint64 VXMessageMatch::spanOf(Rule rule)
     return rule == Rule::SentHere ? longestOnItsWay : nearness;
 }
 
-// As `conditionFor` has the store ask.
+// The same rule as in conditionFor().
 std::optional<qint64> VXMessageMatch::distance(const VXMessageRecord &record, const VXManagedObject &message, Rule rule)
 {
     const QDateTime date = message.valueForKey(u"date"_s).toDateTime();

@@ -6,33 +6,35 @@
 #include <optional>
 
 /**
- * Tells which message of the store is meant by one that a phone, or a file from one, has. On the context's thread.
+ * Finds the message of the store that corresponds to one on a phone, or in a file from a phone. On the context's
+ * thread.
  */
 class VX_EXPORT VXMessageMatch
 {
 public:
     enum class Rule {
-        SameDate, // within seconds, as phones keep no fractions of them; none is the same as none
-        SentHere, // outgoing, and sent by a phone from here: it gave its copy a date of its own, minutes off, or none
+        SameDate, // within seconds, as phones store no fractions of them; two messages without date match
+        SentHere, // outgoing, and sent by a phone from here: its copy has a date of its own, minutes off, or none
     };
     using Check = std::function<bool(const VXManagedObjectPtr &message)>;
 
     VXMessageMatch(const VXMessageStore &store, VXManagedObjectContext &context) : _store(store), _context(context) {}
 
-    /** The one of that party, way and text, and by the rule, that `mayBe` and has the nearest date; null for none. No value, with
-     *  an error, when the store cannot be read. What is not saved is not found. Ask by SentHere only for what no other has by
-     *  SameDate: else it takes the place of another. */
+    /** The message with that party, direction and text that matches by the rule, passes `mayBe`, and has the nearest
+     *  date; null for none. No value, with an error, when the store cannot be read. Unsaved messages are not found. Use
+     *  SentHere only for records that match no message by SameDate: otherwise one takes the place of another. */
     [[nodiscard]] std::optional<VXManagedObjectPtr> find(const VXMessageRecord &record, Rule rule, const Check &mayBe,
                                                          VXError *error) const;
 
-    /** The same party, way and text. */
+    /** Whether party, direction and text are the same. */
     [[nodiscard]] static bool isAlike(const VXMessageRecord &record, const VXMessageRecord &other);
-    /** By Rule::SameDate; one that is unknown may be any. */
+    /** Whether dates match by Rule::SameDate; an unknown date matches any. */
     [[nodiscard]] static bool isNear(const QDateTime &date, const QDateTime &other);
-    /** How far apart the dates of one that is alike are, in milliseconds, 0 where they are not known; none when by the rule it is another. */
+    /** The difference between the dates of similar messages in milliseconds, 0 when unknown; none when they do not
+     *  match by the rule. */
     [[nodiscard]] static std::optional<qint64> distance(const VXMessageRecord &record, const VXManagedObject &message,
                                                         Rule rule);
-    /** How far apart dates may be, in milliseconds. */
+    /** The largest difference between dates, in milliseconds. */
     [[nodiscard]] static qint64 spanOf(Rule rule);
 
 private:

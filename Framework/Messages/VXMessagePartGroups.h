@@ -10,26 +10,26 @@
 #include <limits>
 #include <numeric>
 
-/** What a part of a long message says of the whole. */
+/** What a part of a long message says about the whole. */
 struct VXMessagePartPlace
 {
-    QString series;      // what the parts of one message have in common: sender, way, reference and number of parts
-    int number = 1;      // of the part, from 1
-    int count = 1;       // of the parts
-    QDateTime date = {}; // the part's own; invalid where it has none
+    QString series; // what the parts of one message have in common: sender, direction, reference and number of parts
+    int number = 1; // of the part, from 1
+    int count = 1;  // the number of parts
+    QDateTime date = {}; // of the part; invalid if it has none
 };
 
 /**
- * Tells which parts are of one message. Senders use their references again: in the order of their dates a part that is there
- * already begins the next message, as one does that was sent more than an hour after the first. Header only, for it is also used
- * where nothing else of the framework is.
+ * Determines which parts belong to one message. Senders reuse their references: in the order of dates, a part that is
+ * already there begins the next message, and so does one that was sent more than an hour after the first. Header only,
+ * because it is also used where nothing else of the framework is.
  */
 class VXMessagePartGroups
 {
 public:
     static constexpr qint64 longestSpan = 60 * 60; // seconds
 
-    /** Each group as places in the list, by the numbers of the parts; the groups in the order of their dates. */
+    /** The groups in the order of their dates; each as indexes into the list, ordered by part number. */
     static QList<QList<qsizetype>> of(const QList<VXMessagePartPlace> &parts)
     {
         VXMessagePartGroups made(parts);
@@ -59,7 +59,7 @@ private:
 
     explicit VXMessagePartGroups(const QList<VXMessagePartPlace> &parts) : _parts(parts) {}
 
-    // Those without a date are behind all others; of equal ones, as they stand.
+    // Parts without a date come last; equal dates keep their order.
     QList<qsizetype> byDate() const
     {
         QList<qsizetype> order(_parts.size());

@@ -13,7 +13,7 @@ using Folder = VXManagedObjectPtr;
 
 namespace {
 
-constexpr qsizetype portion = 500; // messages of one save
+constexpr qsizetype portion = 500; // messages per save
 
 const QString nameKey = u"name"_s;
 const QString parentKey = u"parent"_s;
@@ -24,7 +24,7 @@ bool isNamed(const Folder &folder)
     return !folder->valueForKey(nameKey).toString().isEmpty();
 }
 
-// Made by the user: also the smart ones that have a name.
+// Whether the user made the folder; named smart folders count, too.
 bool isOfUser(const Folder &folder)
 {
     const QString entity = folder->entity().name();
@@ -113,12 +113,12 @@ bool VXMessageStore::removeFolder(const VXManagedObjectPtr &folder, VXError *err
     VXManagedObjectContext &context = *folder->managedObjectContext();
     const Folder trash = VXFetchRootFolder(VXTrashFolder, &context);
     for (const VXManagedObjectPtr &message : relatedTo(folder, u"messages"_s)) {
-        if (!waitsForRemoval(message)) // its copy is elsewhere
+        if (!waitsForRemoval(message)) // otherwise its copy is elsewhere
             VXMoveMessageToFolder(message, trash, false);
     }
     for (const Folder &child : relatedTo(folder, u"children"_s))
         child->setValueForKey(folder->valueForKey(parentKey), parentKey);
-    context.deleteObject(folder); // and with it what was copied off its phone
+    context.deleteObject(folder); // deletes what was copied off its phone as well
     return true;
 }
 
@@ -127,7 +127,7 @@ bool VXMessageStore::removeFolder(const VXManagedObjectPtr &folder, VXError *err
 void VXMessageStore::deleteMessage(const VXManagedObjectPtr &message)
 {
     const bool isOnPhone = !message->valueForKey(u"url"_s).toString().isNull();
-    if (isOnPhone) // which would bring it again
+    if (isOnPhone) // the phone would bring it back
         message->setValueForKey(static_cast<int>(VXPendingChange::Remove), u"pending"_s);
     else
         message->managedObjectContext()->deleteObject(message);

@@ -61,13 +61,14 @@ void addSmartFolders(const Folder &device, VXManagedObjectContext &context)
     }
 }
 
-// A smart folder that the user has named; the others are part of what their root folder shows.
+// Whether the user has named the smart folder; the others are only a part of what their root folder shows.
 bool isOfItsOwn(const Folder &smart)
 {
     return !smart->valueForKey(u"name"_s).toString().isEmpty();
 }
 
-// The condition under which a folder itself, without those below, shows a message. None, with the reason, without one.
+// The condition for a message to be shown by the folder itself, not by those below. None, with the reason, if there is
+// no valid one.
 std::optional<VXPredicate> conditionOf(const Folder &folder, VXError *error)
 {
     if (folder->entity().name() != smartEntity)
@@ -79,7 +80,7 @@ std::optional<VXPredicate> conditionOf(const Folder &folder, VXError *error)
     return predicate ? std::optional(VXPredicate::allOf({isThere, *predicate})) : std::nullopt;
 }
 
-// Without those that were moved off a phone and only wait to be removed there: their copies are shown.
+// Without messages that were moved off a phone and only wait to be removed there: their copies are shown.
 VXFetchRequest newestFirst(const VXPersistentStoreCoordinator &coordinator, const VXPredicate &predicate)
 {
     VXFetchRequest request(*coordinator.model().entityForName(VXMessageStore::entityName));
@@ -120,7 +121,7 @@ VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObj
     return deviceFolder(anyURL, context, saving, error);
 }
 
-// Two threads, or programs, must not both find that a phone has no folder.
+// Under the lock, as otherwise two threads, or programs, might both find that a phone has no folder.
 VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObjectContext &context,
                                                 const VXStoreWorkLock &saving, VXError *error) const
 {
@@ -128,7 +129,7 @@ VXManagedObjectPtr VXMessageStore::deviceFolder(const QUrl &anyURL, VXManagedObj
         return found;
     if (!saving.isHeld(error))
         return {};
-    VXManagedObjectContext own(_coordinator); // the caller's changes are not to be saved along
+    VXManagedObjectContext own(_coordinator); // so that the caller's changes are not saved along
     const Folder folder = own.insertNewObject(u"VXDeviceFolder"_s);
     folder->setValueForKey(VXAbsoluteString(VXGetDeviceURLFromURL(anyURL)), u"url_search"_s);
     addSmartFolders(folder, own);
@@ -198,7 +199,8 @@ std::optional<QList<VXPredicate>> VXMessageStore::conditionsOfFolder(const VXMan
     return conditions;
 }
 
-// Each has its part in the order of dates from the index; all together would be sorted whole.
+// Fetches each condition separately, in the order of dates from the index; a combined request would have to sort
+// everything.
 std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newest(const QList<VXPredicate> &conditions, qsizetype limit,
                                                                 VXManagedObjectContext &context, VXError *error) const
 {
@@ -219,7 +221,7 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newest(const QList<VXPr
     }
     if (conditions.size() > 1) {
         const int date = messages.isEmpty() ? 0 : messages.constFirst()->entity().propertyForName(u"date"_s)->index();
-        const auto place = [date](const VXManagedObjectPtr &message) { // as one request has them
+        const auto place = [date](const VXManagedObjectPtr &message) { // the same order as that of a single request
             const QDateTime when = message->attribute(date).toDateTime();
             return std::pair(when.isValid() ? -when.toMSecsSinceEpoch() : std::numeric_limits<qint64>::max(),
                              message->objectID().number());

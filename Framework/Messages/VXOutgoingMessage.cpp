@@ -41,7 +41,7 @@ QString VXOutgoingMessage::number() const
     return isAddress && VXIsValidPhoneNumber(value) && !value.contains(u'@') ? value : QString();
 }
 
-// As much as a line has room for.
+// Limited to the length of a line.
 QString VXOutgoingMessage::title() const
 {
     return (VXDisplayStringForPhonebookString(to) + ": "_L1 + text.simplified()).left(60);
@@ -67,7 +67,8 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
         VXSetError(error, VXMakeError(VXLocalizedString(u"\"%1\" has no phone number."_s).arg(to)));
         return std::nullopt;
     }
-    // Who is killed here leaves a draft without a word, which nobody meant to keep, or an entry whose draft is written later.
+    // If the process is killed during this, it leaves an empty draft, which is recognized as such, or an entry whose
+    // draft is written later.
     VXManagedObjectContext context(store.coordinator());
     VXMessageRecord empty;
     empty.deviceURL = VXAbsoluteString(device);
@@ -83,9 +84,9 @@ std::optional<qint64> VXOutgoingMessage::send(const QString &to, const QString &
                                    error);
     if (number)
         message.writeTo(draft);
-    else // else it would stay among the drafts, as if it were to be sent
+    else // otherwise it would stay among the drafts as if it were to be sent
         context.deleteObject(draft);
-    context.save(); // where that fails, whoever sends it next does it
+    context.save(); // on failure the next one to send it writes it
     return number;
 }
 

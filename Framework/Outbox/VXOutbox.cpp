@@ -26,7 +26,8 @@ namespace {
 
 constexpr QLatin1StringView entityName("VXOutboxEntry");
 
-// Under this key, as CBOR, where a property list cannot hold it: messages of phones have page breaks, and events what they like.
+// Holds, as CBOR, payloads that a property list cannot hold: messages from phones contain page breaks, and events
+// anything.
 const QString encodedKey = u"VXEncoded"_s;
 
 QVariantMap storedPayload(const QVariantMap &payload)
@@ -69,12 +70,13 @@ VXOutboxEntry entryOf(const VXManagedObject &object)
     return entry;
 }
 
-// Only those are read, with their payloads; not the entries of other kinds.
+// Reads only entries of these kinds, with their payloads.
 VXFetchRequest requestForOpen(const VXPersistentStoreCoordinator &coordinator, const QStringList &kinds)
 {
     VXFetchRequest request(*coordinator.model().entityForName(entityName));
     QList<VXPredicate> ofKinds;
-    // Said in a way that no index helps with: the store would take that of the kinds, and go through all that is done.
+    // The condition is written so that no index applies: with that on the kind, the store would also go through all
+    // entries that are done.
     for (const QString &kind : kinds)
         ofKinds.append(VXPredicate::negationOf(VXPredicate::comparison(
             VXExpression::keyPath(u"kind"_s), Operator::NotEqual, VXExpression::constant(kind))));
@@ -99,7 +101,7 @@ void write(const VXOutboxEntry &entry, VXManagedObject &object)
     object.setValueForKey(noneOr(entry.finishedDate), u"finishedDate"_s);
 }
 
-// Null, and no error, when there is no such entry.
+// Null without an error when there is no such entry.
 VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXError *error)
 {
     const VXPersistentStoreCoordinator &coordinator = *context.persistentStoreCoordinator();
@@ -108,7 +110,7 @@ VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXEr
     return context.existingObjectWithID({entity, store, number}, error);
 }
 
-// The same, with an error then.
+// The same, but with an error in that case.
 VXManagedObjectPtr neededObject(VXManagedObjectContext &context, qint64 number, VXError *error)
 {
     VXError problem;
@@ -126,7 +128,7 @@ void announce(VXOutboxChange change, const QString &kind, const QVariantList &nu
         {{VXOutboxNumbersKey, numbers}, {VXOutboxChangeKey, static_cast<int>(change)}});
 }
 
-// What was done to one of several entries tells a caller who asked for that one alone.
+// Turns the result for several entries into that for the only one that was asked for.
 bool isDone(const std::optional<VXOutbox::Refusals> &refusals, VXError *error)
 {
     if (refusals && !refusals->isEmpty())
@@ -180,7 +182,7 @@ std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXErr
     QList<VXOutboxEntry> entries;
     for (const VXManagedObjectPtr &object : *found)
         entries.append(entryOf(*object));
-    std::ranges::sort(entries, {}, &VXOutboxEntry::number); // numbers grow
+    std::ranges::sort(entries, {}, &VXOutboxEntry::number); // numbers ascend
     return entries;
 }
 
@@ -219,15 +221,15 @@ std::optional<VXOutboxEntry> VXOutbox::entry(qint64 number, VXError *error) cons
     return object ? std::optional(entryOf(*object)) : std::nullopt;
 }
 
-/** One save of changes to several entries, and what is to be told of it. */
+/** Saves changes to several entries at once, and announces them. */
 class VXOutbox::Batch
 {
 public:
     explicit Batch(const VXPersistentStoreCoordinator::Ptr &coordinator) : _context(coordinator) {}
 
-    /** @return why not; no error when it is done. */
+    /** @return why the change was refused; no error when it was applied. */
     VXError apply(VXOutboxChange change, qint64 number);
-    /** What waits for the destination and was added before that number is due, too, once it is saved. */
+    /** Everything that waits for the destination and was added before that number becomes due with the save, too. */
     void askFor(const QString &kind, const QString &destination, qint64 before);
     bool save(VXError *error);
     void announce(VXOutboxChange change) const;
@@ -303,7 +305,7 @@ void VXOutbox::Batch::announce(VXOutboxChange change) const
         ::announce(change, kind, numbers);
 }
 
-// A runner that takes one of them meanwhile is a conflict: they are looked at once more.
+// If a runner takes one of the entries meanwhile, the save conflicts: then all are checked once more.
 std::optional<VXOutbox::Refusals> VXOutbox::change(const QList<qint64> &numbers, VXOutboxChange change,
                                                    VXError *error) const
 {

@@ -24,9 +24,9 @@ namespace {
 constexpr int maximumDestinations = 4; // at once
 constexpr std::chrono::milliseconds lockPoll = 1s;
 constexpr std::chrono::milliseconds shortestWait = 100ms;
-constexpr std::chrono::milliseconds longestWait = 1min;  // clocks are put forward, and computers sleep
+constexpr std::chrono::milliseconds longestWait = 1min;  // the clock may be put forward, and the computer may sleep
 constexpr std::chrono::milliseconds longestPause = 5min; // while the store cannot be written
-constexpr std::chrono::milliseconds lookDelay = 2s;      // programs that end sooner leave what is not theirs
+constexpr std::chrono::milliseconds lookDelay = 2s;      // programs that end sooner do not take over what others left
 constexpr int daysToKeepSent = 7;
 
 QHash<QString, int> &servedKinds()
@@ -35,7 +35,7 @@ QHash<QString, int> &servedKinds()
     return kinds;
 }
 
-// Held, unless another process sends, or with a line in the log.
+// Not held if another process sends, or, logged, if there can be no lock.
 std::unique_ptr<VXFileLock> lockOfKind(const QString &kind)
 {
     const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder() + "/Outbox"_L1;
@@ -57,11 +57,11 @@ VXOutboxEntry interrupted(VXOutboxEntry entry)
 
 } // namespace
 
-/** The entries that changed, on any thread, until the main thread takes the news. */
+/** Collects the entries that changed, on any thread, until the main thread takes them. */
 class VXOutboxRunner::News
 {
 public:
-    /** False when somebody is on the way to take them. */
+    /** False when the main thread is about to take them already. */
     bool add(const VXNotification &notification)
     {
         const VXMutexLocker lock(_lock);
@@ -129,7 +129,8 @@ void VXOutboxRunner::observe()
     new VXFileWatch(_outbox.files(), lookSoon, this);
 }
 
-// Where a server is away entries come one after the other, and each only joins those that wait: nothing is read for it but itself.
+// While a server is down entries may be added one after the other, and each only joins those that wait: nothing but the
+// entry itself is read.
 void VXOutboxRunner::takeNews(const QSet<qint64> &dropped, const QList<qint64> &due)
 {
     if (!dropped.isEmpty())
@@ -138,7 +139,7 @@ void VXOutboxRunner::takeNews(const QSet<qint64> &dropped, const QList<qint64> &
         run();
 }
 
-// What waited behind them has its turn when it is looked at next: who drops does not mean to send.
+// Entries behind dropped ones get their turn at the next check: dropping is no request to send.
 void VXOutboxRunner::forget(const QSet<qint64> &numbers)
 {
     for (auto &[destination, queue] : _queues) {
@@ -150,7 +151,7 @@ void VXOutboxRunner::forget(const QSet<qint64> &numbers)
     _isSurveyed = false;
 }
 
-// True when nothing is to be done for it now: it waits behind others, or is gone.
+// True when nothing has to be done for the entry now: it waits behind others, or is gone.
 bool VXOutboxRunner::join(qint64 number)
 {
     const std::optional<VXOutboxEntry> entry = _outbox.entry(number);
@@ -169,7 +170,7 @@ bool VXOutboxRunner::join(qint64 number)
 
 void VXOutboxRunner::look()
 {
-    if (_isStopping || _isRunning || _isTroubled) // what troubles it may be what is seen: it waits
+    if (_isStopping || _isRunning || _isTroubled) // the change may be a result of the trouble, so wait for the next run
         return;
     if (_lock)
         return run();
@@ -182,7 +183,7 @@ bool VXOutboxRunner::isServed(const QString &kind)
     return servedKinds().value(kind) > 0;
 }
 
-// False, and tried again later, while another process sends, or where there can be no lock.
+// False, to be tried again later, while another process sends, or where there can be no lock.
 bool VXOutboxRunner::takeLock()
 {
     if (_lock)
@@ -195,7 +196,7 @@ bool VXOutboxRunner::takeLock()
     return _lock != nullptr;
 }
 
-// False while it is needed: others would take what came of a try for lost.
+// False while the lock is needed: other processes would take the entry for one whose sender has ended.
 bool VXOutboxRunner::releaseLock()
 {
     const bool isFree =
@@ -226,7 +227,7 @@ void VXOutboxRunner::run()
     if (_isStopping || _isRunning || !takeLock())
         return;
     _isTroubled = false;
-    _isRunning = true; // who hears of a change may ask for a run
+    _isRunning = true; // observers of a change may ask for a run
     settleAll();
     if (load())
         markInterrupted();
@@ -234,7 +235,7 @@ void VXOutboxRunner::run()
     proceed();
 }
 
-// Reads what is queued; what is being sent stays first in its queue.
+// Reads what is queued; an entry that is being sent stays first in its queue.
 bool VXOutboxRunner::load()
 {
     VXError error;
@@ -270,7 +271,8 @@ bool VXOutboxRunner::write(const VXOutboxEntry &entry)
     return isWritten;
 }
 
-// Nobody else sends while the lock is held here: their programs have ended.
+// Nobody else sends while this process holds the lock: entries that are marked as being sent are of programs that have
+// ended.
 void VXOutboxRunner::markInterrupted()
 {
     for (auto &each : _queues) {
@@ -292,14 +294,14 @@ void VXOutboxRunner::proceed()
     }
     _isRunning = false;
     if (releaseLock())
-        load(); // what another process added while the lock was held here is seen here now, or by that process
+        load(); // so that entries added by another process while the lock was held are seen here, or by that process
     _troubledRuns = _isTroubled ? _troubledRuns + 1 : 0;
     plan();
     if (!isBusy())
         Q_EMIT didBecomeIdle();
 }
 
-// Once after each look at the store: what is sent after that moves only its own queue.
+// Once after each reading of the store: later sends change only their own queue.
 void VXOutboxRunner::survey()
 {
     if (std::exchange(_isSurveyed, true))
@@ -311,7 +313,7 @@ void VXOutboxRunner::survey()
         enlist(queue, schedule);
 }
 
-// Those behind the first of a queue wait for it.
+// Entries behind the first of a queue wait for it.
 void VXOutboxRunner::enlist(const Queue &queue, const VXOutboxSchedule &schedule)
 {
     if (queue.isHeld() || queue.entries.empty())
@@ -325,8 +327,8 @@ void VXOutboxRunner::enlist(const Queue &queue, const VXOutboxSchedule &schedule
         _soonest = std::min(_soonest.value_or(time), time);
 }
 
-// The destinations take turns: what has been due longest is first, so that what fails again and again leaves the others
-// theirs.
+// The destination that has been due longest comes first, so that one that fails again and again leaves the others their
+// turns.
 VXOutboxRunner::Queue *VXOutboxRunner::takeFirstDue()
 {
     if (_inFlight >= maximumDestinations || _isTroubled || _isStopping)
@@ -343,7 +345,8 @@ VXOutboxRunner::Queue *VXOutboxRunner::takeFirstDue()
     return nullptr;
 }
 
-// The first of the queue, or where that is open no more none. False when it could not be marked: it could be sent twice.
+// Sends the first entry of the queue that is still open, if any. False when it could not be marked as being sent: it
+// could be sent twice.
 bool VXOutboxRunner::send(Queue &queue)
 {
     VXError error;
@@ -365,15 +368,16 @@ bool VXOutboxRunner::send(Queue &queue)
     queue.isInFlight = true;
     ++_inFlight;
     Cancel cancel = deliver(*entry);
-    if (queue.isInFlight) // else it has come to an end already
+    if (queue.isInFlight) // otherwise it has ended already
         queue.cancel = std::move(cancel);
     return true;
 }
 
-// Who throws may have sent it before.
+// If sending throws, the entry may have been sent before.
 VXOutboxRunner::Cancel VXOutboxRunner::deliver(const VXOutboxEntry &entry)
 {
-    const auto isOver = std::make_shared<bool>(false); // told once, whatever is thrown and called after that
+    // ensures a single result, whatever is thrown or called afterwards
+    const auto isOver = std::make_shared<bool>(false);
     const auto completion = [self = QPointer(this), entry, isOver](const VXOutboxDelivery &delivery) {
         if (self && !std::exchange(*isOver, true))
             self->conclude(entry, delivery);
@@ -391,7 +395,7 @@ VXOutboxRunner::Cancel VXOutboxRunner::deliver(const VXOutboxEntry &entry)
 void VXOutboxRunner::giveUp()
 {
     stop();
-    QList<Cancel> cancels; // each takes its delivery out of its queue
+    QList<Cancel> cancels; // each call removes its delivery from its queue
     for (auto &[destination, queue] : _queues)
         cancels.append(std::exchange(queue.cancel, {}));
     for (const Cancel &cancel : std::as_const(cancels)) {
@@ -428,7 +432,7 @@ void VXOutboxRunner::conclude(VXOutboxEntry entry, const VXOutboxDelivery &deliv
     --_inFlight;
     settle(queue);
     if (_isRunning)
-        return; // the run goes on
+        return; // the run continues by itself
     if (!_isStopping) {
         proceed();
     } else if (!isBusy()) {
@@ -445,7 +449,8 @@ void VXOutboxRunner::settleAll()
     }
 }
 
-// Where it cannot be written now the entry stays marked as being sent, and whatever happens is not sent again by itself.
+// If the result cannot be written now, the entry stays marked as being sent, so it is not sent again automatically in
+// any case.
 void VXOutboxRunner::settle(Queue &queue)
 {
     const VXOutboxEntry entry = queue.entries.front();
@@ -455,12 +460,12 @@ void VXOutboxRunner::settle(Queue &queue)
         return;
     queue.isConcluded = false;
     if (entry.state != VXOutboxState::Queued)
-        queue.entries.pop_front(); // one that is empty goes with the next look at the store
+        queue.entries.pop_front(); // an empty queue is removed with the next reading of the store
     enlist(queue, VXOutboxSchedule());
     Q_EMIT didTry(entry);
 }
 
-// When the next has its time; while the store cannot be written later and later.
+// Sets the timer for the next entry that becomes due; while the store cannot be written, at increasing intervals.
 void VXOutboxRunner::plan()
 {
     using std::chrono::milliseconds;
@@ -470,7 +475,7 @@ void VXOutboxRunner::plan()
         return;
     }
     if (_inFlight >= maximumDestinations)
-        return; // the end of one of them is the next event
+        return; // the end of a delivery is the next event
     survey();
     if (!_due.empty())
         _timer.start(shortestWait);

@@ -18,26 +18,27 @@
 
 class VXOutboxSchedule;
 
-/** What came of a try to send an entry. */
+/** The result of an attempt to send an entry. */
 struct VXOutboxDelivery
 {
     enum class Outcome {
         Sent,
-        Refused,      // and would be again
-        NotDelivered, // it is certain that it did not arrive: to be tried again later
+        Refused,      // would be refused again, too
+        NotDelivered, // it certainly did not arrive: to be tried again later
         Unknown,      // it may have arrived
     };
     Outcome outcome = Outcome::Unknown;
-    QString problem = {}; // for people; null for none
+    QString problem = {}; // in the user's language; null for none
 };
 
 /**
- * Sends the entries of one kind from the outbox: those for one destination one after the other, in their order, a few
- * destinations at once. What did not arrive is tried again after 10 seconds (the user default "outbox.retry-delay"), then
- * after double the time, up to an hour. Of all processes one sends at a time. An entry is marked before it is sent, so
- * that one whose program ended meanwhile is not sent again by itself; what came of it and cannot be written is kept, and
- * written once that goes. What is added or is to be tried now in this process is sent at once, what other processes leave, or
- * left before the start, in a few seconds. What is dropped makes nothing be sent. Main thread only.
+ * Sends the entries of one kind from the outbox: those for one destination one after the other, in order; a few
+ * destinations at the same time. What did not arrive is tried again after 10 seconds (the user default
+ * "outbox.retry-delay"), then each time after twice as long, up to an hour. Of all processes one sends at a time. An
+ * entry is marked before it is sent, so one whose program ended meanwhile is not sent again automatically; a result
+ * that cannot be written is kept in memory until it can. Entries that are added or made due in this process are sent at
+ * once; those that other processes leave, or left before the start, within a few seconds. Dropping entries does not
+ * cause others to be sent. Main thread only.
  */
 class VX_EXPORT VXOutboxRunner : public QObject
 {
@@ -45,45 +46,46 @@ class VX_EXPORT VXOutboxRunner : public QObject
 
 public:
     using Completion = std::function<void(const VXOutboxDelivery &delivery)>;
-    /** Gives a delivery up: its completion is called at once or soon. On the main thread. */
+    /** Cancels a delivery: its completion is called at once or soon. Called on the main thread. */
     using Cancel = std::function<void()>;
-    /** Begins to send the entry, and calls the completion once on the main thread. Null: it cannot be given up. What it throws
-     *  ends the try: the entry may have been sent. */
+    /** Begins to send the entry, and calls the completion once, on the main thread. Returns null if it cannot be
+     *  cancelled. If it throws, the attempt is over, and the entry may have been sent. */
     using Deliver = std::function<Cancel(const VXOutboxEntry &entry, Completion completion)>;
 
     VXOutboxRunner(const QString &kind, const VXOutbox &outbox, Deliver deliver);
     ~VXOutboxRunner() override;
 
-    /** Marks what programs were sending that have ended since; of kinds that a program is sending just now, nothing. */
+    /** Settles the entries that were being sent by programs that have ended since; leaves out kinds that a program is
+     *  sending at present. */
     static void settleInterrupted(const VXOutbox &outbox);
-    /** Whether a runner of that kind lives in this process. */
+    /** Whether this process has a runner of that kind. */
     static bool isServed(const QString &kind);
 
-    /** Sends what is due; what is not is tried when its time has come. */
+    /** Sends what is due; the rest is tried when its time has come. */
     void run();
-    /** Begins nothing more. */
+    /** Begins nothing new. */
     void stop() { _isStopping = true; }
-    /** Begins nothing more, and gives up what is being sent. */
+    /** Begins nothing new, and cancels what is being sent. */
     void giveUp();
-    /** Goes on after `stop` or `giveUp`. */
+    /** Continues after `stop` or `giveUp`. */
     void resume();
-    /** While something is being sent. */
+    /** Whether anything is being sent. */
     bool isBusy() const { return _inFlight > 0; }
 
 Q_SIGNALS:
-    /** A try has ended; the outbox holds what came of it. */
+    /** An attempt has ended; its result is in the outbox. */
     void didTry(const VXOutboxEntry &entry);
     /** Nothing is being sent, and nothing is due. */
     void didBecomeIdle();
 
 private:
-    /** The open entries for one destination, in their order. */
+    /** The open entries for one destination, in order. */
     struct Queue
     {
         std::deque<VXOutboxEntry> entries;
-        bool isInFlight = false;  // the first
-        Cancel cancel = {};       // of what is in flight
-        bool isConcluded = false; // what came of the first has yet to be written
+        bool isInFlight = false;  // the first entry is being sent
+        Cancel cancel = {};       // cancels that
+        bool isConcluded = false; // the result of the first entry is not written yet
         bool isHeld() const { return isInFlight || isConcluded; }
     };
 
@@ -115,16 +117,17 @@ private:
     const QString _kind;
     const VXOutbox _outbox;
     const Deliver _deliver;
-    std::unique_ptr<VXFileLock> _lock; // held while anything is being sent, and while what came of it is not written
-    std::map<QString, Queue> _queues;  // by destination; as last seen
-    bool _isSurveyed = false;          // the next two are as the queues are
-    std::map<std::pair<QDateTime, qint64>, QString> _due; // when and as what the first of a destination was due
-    std::optional<Clock::time_point> _soonest;            // when the next of the others is
+    std::unique_ptr<VXFileLock> _lock; // held while anything is being sent, or a result is not written yet
+    std::map<QString, Queue> _queues;  // by destination; as last read
+    bool _isSurveyed = false;          // whether _due and _soonest agree with the queues
+    // destinations whose first entry is due, by its due date and number
+    std::map<std::pair<QDateTime, qint64>, QString> _due;
+    std::optional<Clock::time_point> _soonest; // when the first entry of another destination becomes due
     int _inFlight = 0;
-    QTimer _timer; // of the next run
-    QTimer _look;  // for what other processes left
+    QTimer _timer; // for the next run
+    QTimer _look;  // for checking what other processes left
     bool _isStopping = false;
     bool _isRunning = false;
     bool _isTroubled = false; // the store could not be read or written in this run
-    int _troubledRuns = 0;    // in a row
+    int _troubledRuns = 0;    // runs in a row with _isTroubled
 };

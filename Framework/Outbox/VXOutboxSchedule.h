@@ -3,8 +3,9 @@
 #include "VXOutboxEntry.h"
 
 /**
- * When entries are due, as clock and preferences are just now: after 10 seconds (the user default "outbox.retry-delay"; 0.1 at
- * least, and the 10 where it is negative or no number), then after double the time each, up to an hour. A value type.
+ * When entries are due, by the clock and preferences at the time of its construction: the first delay is 10 seconds
+ * (the user default "outbox.retry-delay"; at least 0.1; 10 if it is negative or no number), and each following one
+ * twice as long, up to an hour. A value type.
  */
 class VXOutboxSchedule
 {
@@ -12,9 +13,9 @@ public:
     VXOutboxSchedule();
 
     bool isDue(const VXOutboxEntry &entry) const { return wait(entry) <= 0; }
-    /** Milliseconds. A clock that was put back keeps no entry waiting: for longer than its delay none has to. */
+    /** Milliseconds. If the clock was put back, an entry waits no longer than its delay. */
     qint64 wait(const VXOutboxEntry &entry) const;
-    /** Of an entry that could not be delivered, after so many attempts. */
+    /** When to try an entry again that could not be delivered after so many attempts. */
     QDateTime nextDate(int attempts) const { return _now.addMSecs(delayAfter(attempts)); }
 
 private:

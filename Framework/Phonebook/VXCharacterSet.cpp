@@ -6,7 +6,7 @@
 
 namespace {
 
-// ASCII members and categories of the named sets. They are made at compile time, so no first use has to be guarded.
+// The named sets: ASCII members and categories. They are made at compile time, so their first use needs no guard.
 #define VX_DIALING "*#+,!@AaBbCcDdPpTtWw"
 
 constinit const VXCharacterSet decimalDigits("", VXCharacterSet::DecimalDigits);
@@ -22,7 +22,7 @@ constexpr unsigned lettersAndDigits =
 constinit const VXCharacterSet emailLocalPart("!#$%&'*+-/=?^_`{|}~.", lettersAndDigits);
 constinit const VXCharacterSet emailDomain("-.", lettersAndDigits);
 
-// A result kept for long should not hold on to the memory of a much longer text.
+// A result that is kept for long should not keep the memory of a much longer text.
 constexpr qsizetype bearableWaste = 64;
 
 } // namespace
@@ -107,7 +107,7 @@ QString VXCharacterSet::membersOf(QStringView text) const
         const char16_t unit = text[index].unicode();
         if (Q_LIKELY(unit < 128)) {
             *end = unit;
-            end += characterIsMember(unit) ? 1 : 0; // no branch: members and others come mixed
+            end += characterIsMember(unit) ? 1 : 0; // branchless, as members and others are mixed
             ++index;
             continue;
         }

@@ -10,8 +10,8 @@
 #include <vector>
 
 /**
- * A set of Unicode characters: single ones and whole general categories. Texts are read character by
- * character, a surrogate pair being one; a lone surrogate belongs to no named set. Immutable: any thread may ask.
+ * A set of Unicode characters: single ones and whole general categories. Texts are read character by character; a
+ * surrogate pair is one character, and a lone surrogate belongs to no named set. Immutable: any thread may use it.
  */
 class VX_EXPORT VXCharacterSet
 {
@@ -57,7 +57,7 @@ public:
         return character < 128 ? _ascii[character] : otherCharacterIsMember(character);
     }
 
-    /** How many UTF-16 units at the start of the text are characters of the set. */
+    /** The number of UTF-16 units at the start of the text that are characters of the set. */
     qsizetype leadingMembers(QStringView text) const
     {
         qsizetype index = 0;
@@ -65,11 +65,11 @@ public:
             ++index;
         return index == text.size() || text[index].unicode() < 128 ? index : leadingMembers(text, index);
     }
-    /** True when the text holds no character outside the set, so true for an empty or null text. */
+    /** Whether the text has no character outside the set; true for an empty or null text. */
     bool containsOnlyMembers(QStringView text) const { return leadingMembers(text) == text.size(); }
-    /** True when the text holds a character of the set. */
+    /** Whether the text has a character of the set. */
     bool containsAnyMember(QStringView text) const;
-    /** The text without the characters outside the set, in one allocation; null for null. */
+    /** The text without the characters outside the set, made with a single allocation; null for null. */
     QString membersOf(QStringView text) const;
 
 private:
@@ -84,5 +84,5 @@ private:
 
     std::array<bool, 128> _ascii{};
     unsigned _categories;
-    std::vector<char32_t> _others; // beyond ASCII, ascending
+    std::vector<char32_t> _others; // non-ASCII members, in ascending order
 };

@@ -3,7 +3,7 @@
 #include <QtCore/QChar>
 #include <QtCore/QStringView>
 
-/** The character at the index, which moves behind it. A lone surrogate is given as it is. */
+/** Returns the character at the index and advances the index past it. A lone surrogate is returned as it is. */
 inline char32_t VXNextCodePoint(QStringView text, qsizetype &index)
 {
     const char16_t unit = text[index++].unicode();
@@ -18,6 +18,6 @@ inline int VXDecimalDigitValue(char32_t character)
 {
     if (character < 128)
         return character >= U'0' && character <= U'9' ? static_cast<int>(character - U'0') : -1;
-    // Superscripts and the like have a digit's value too, but are no decimal digits.
+    // Superscripts and similar characters have a digit value, too, but are no decimal digits.
     return QChar::category(character) == QChar::Number_DecimalDigit ? QChar::digitValue(character) : -1;
 }

@@ -20,9 +20,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype batchSize = 500;
-constexpr qsizetype mostSharers = 50; // of one number; what more share is that of a house
+constexpr qsizetype mostSharers = 50; // of one number; more contacts than that share the number of a house
 
-/** Who shares what. */
+/** Contacts by the number or address that they share. */
 using Sharers = QHash<QString, QSet<VXManagedObjectID>>;
 
 bool readSharers(VXManagedObjectContext &context, const QString &entity, Sharers *sharers, VXError *error)
@@ -42,7 +42,7 @@ bool readSharers(VXManagedObjectContext &context, const QString &entity, Sharers
     return true;
 }
 
-/** Contacts that turn out to be one, step by step. */
+/** Sets of contacts that are the same person, merged step by step. */
 class Circles
 {
 public:
@@ -75,7 +75,7 @@ private:
     }
 
     QHash<VXManagedObjectID, VXManagedObjectID> _next;
-    QHash<VXManagedObjectID, QList<VXManagedObjectID>> _members; // of a head, without it
+    QHash<VXManagedObjectID, QList<VXManagedObjectID>> _members; // by the head, which is not included
     QHash<VXManagedObjectID, QSet<QString>> _shared;
 };
 
@@ -113,7 +113,8 @@ QList<VXManagedObjectPtr> placesOf(const VXManagedObjectPtr &person)
     return person->relatedObjects(person->entity().propertyForName(u"places"_s)->index());
 }
 
-// On phones where the other has none: the next sync carries there what the merge has added.
+// Moves places on phones where the other contact has none: the next sync then writes to these phones what the merge has
+// added.
 void givePlaces(const VXManagedObjectPtr &from, const VXManagedObjectPtr &to)
 {
     const auto phoneOf = [](const VXManagedObjectPtr &place) {

@@ -14,18 +14,18 @@
 
 class VXManagedObjectContext;
 
-/** Contacts of one person, and what they would become. */
+/** Contacts that are probably one person, and the contact they would be merged into. */
 struct VXDuplicateContacts
 {
-    QList<VXManagedObjectID> persons = {}; // the one that stays in front: that of whom most is known
-    QList<VXContactRecord> contacts = {};  // of these, in the same order
+    QList<VXManagedObjectID> persons = {}; // the first one is kept: the one about whom most is known
+    QList<VXContactRecord> contacts = {};  // their contacts, in the same order
     VXContactRecord merged = {};
-    QStringList shared = {}; // the numbers and addresses by which they were found
+    QStringList shared = {}; // the numbers and addresses that they have in common
 };
 
 /**
- * Finds the same person kept more than once in the store "phonebook": contacts with one name that share a number or an address.
- * Any thread.
+ * Finds persons who are in the store "phonebook" more than once: contacts with the same name that share a number or an
+ * address. Any thread.
  */
 class VX_EXPORT VXContactDuplicates
 {
@@ -34,9 +34,10 @@ public:
 
     /** None, with an error, when the store cannot be read. */
     std::optional<QList<VXDuplicateContacts>> find(VXError *error = nullptr) const;
-    /** Of those some, at least two; the others stay contacts of their own. */
+    /** Reduces duplicates to some of the persons, at least two; the others are left alone. */
     VXDuplicateContacts some(const VXDuplicateContacts &duplicates, const QList<VXManagedObjectID> &persons) const;
-    /** Makes each of them, as they are by then, one contact, all in one save that can be undone (VXContactHistory). */
+    /** Merges each group of duplicates, as they are at that time, into one contact, all in one save that can be undone
+     *  (VXContactHistory). */
     bool merge(const QList<VXDuplicateContacts> &duplicates, VXError *error = nullptr) const;
 
 private:

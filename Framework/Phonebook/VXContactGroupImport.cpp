@@ -34,7 +34,7 @@ bool isIn(const VXManagedObjectPtr &person, const QString &group)
 
 } // namespace
 
-// Cards have a member's UID with the scheme of URIs where the member itself has it without.
+// Cards may write a member's UID with the URI scheme although the member's own UID has none.
 QString VXContactGroupImport::plainUID(const QString &uid)
 {
     return uid.startsWith(uuidScheme, Qt::CaseInsensitive) ? uid.sliced(uuidScheme.size()) : uid;
@@ -47,7 +47,7 @@ void VXContactGroupImport::addGroup(const VXCard &group)
     _groups.append(group);
 }
 
-// By plain UIDs. A group that leads back to itself ends there.
+// Returns plain UIDs. A group that contains itself is not entered again.
 QSet<QString> VXContactGroupImport::membersOf(qsizetype group) const
 {
     QSet<QString> members;
@@ -93,7 +93,7 @@ std::optional<QList<Outcome>> VXContactGroupImport::run(VXManagedObjectContext &
         if (!persons)
             return std::nullopt;
         const qsizetype missing = std::max<qsizetype>(members.size() - persons->size(), 0);
-        qsizetype joined = changeSet ? 0 : missing; // that are not there yet when nothing is changed
+        qsizetype joined = changeSet ? 0 : missing; // without a change set, those are not in the store yet
         for (const VXManagedObjectPtr &person : *persons) {
             if (isIn(person, name))
                 continue;

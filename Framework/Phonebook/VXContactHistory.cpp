@@ -19,19 +19,20 @@ using Operator = VXPredicate::Operator;
 namespace {
 
 constexpr qsizetype mostChangeSets = 10;
-constexpr qsizetype portion = 500; // contacts of one save
-constexpr qint64 mostSaves = 100;  // of one contact, each dated a millisecond earlier: later ones are other people's
+constexpr qsizetype portion = 500; // contacts per save
+// of one contact in a set, each dated a millisecond before the last; any other date is a change by somebody else
+constexpr qint64 mostSaves = 100;
 
 const QString setEntity = u"VXContactChangeSet"_s;
 const QString changeEntity = u"VXContactChange"_s;
 const QString numberKey = u"number"_s;
 const QString changedDateKey = u"changedDate"_s;
 const QString importNumberKey = u"importNumber"_s;
-const QString identityKey = u"identity"_s; // of one that goes: what else knows it
+const QString identityKey = u"identity"_s; // of a removed person: what else refers to it
 const QString placeEntity = u"VXContactPlace"_s;
 const QString placesKey = u"places"_s;
 const QString changesKey = u"changes"_s;
-const QString agreedKey = u"agreed"_s; // of one that a sync changes: the places on its phone as they were
+const QString agreedKey = u"agreed"_s; // of a person changed by a sync: its places on the phone as they were
 const QString deviceKey = u"device_url"_s;
 const QString locationKey = u"location"_s;
 const QString phoneKey = u"phone"_s;
@@ -59,7 +60,7 @@ VXContactChangeSet changeSetOf(const VXManagedObject &object)
             .date = object.valueForKey(u"date"_s).toDateTime()};
 }
 
-// The newest first.
+// Newest first.
 std::optional<VXFetchResult> changeSets(VXManagedObjectContext &context, VXError *error)
 {
     VXFetchRequest request = requestFor(context, setEntity);
@@ -83,7 +84,7 @@ QString nameOf(const VXManagedObject &person)
 
 bool isNoted(const VXManagedObject &person, const VXContactChangeSet &changeSet)
 {
-    if (person.valueForKey(u"importNumber"_s).toLongLong() == changeSet.number) // it was not there before
+    if (person.valueForKey(u"importNumber"_s).toLongLong() == changeSet.number) // the person did not exist before
         return true;
     const QList<VXManagedObjectPtr> changes =
         person.relatedObjects(person.entity().propertyForName(u"changes"_s)->index());
@@ -114,8 +115,8 @@ QVariantMap placeMap(const VXManagedObjectPtr &place)
     return map;
 }
 
-// What else knows a person that goes, and is to know the one that comes back in its stead: the places on phones, the changes of
-// other imports and merges, and the one that made it.
+// What else refers to a person that is removed, and has to refer to the one that is restored: its places on phones,
+// changes of other imports and merges, and the set that added it.
 QVariantMap identityOf(const VXManagedObject &person)
 {
     QVariantList places;
@@ -129,7 +130,7 @@ QVariantMap identityOf(const VXManagedObject &person)
             {importNumberKey, person.valueForKey(importNumberKey).toLongLong()}};
 }
 
-// What is made just now is none that was there.
+// Places that were just made did not exist before, and are left out.
 QVariantMap agreedOf(const VXManagedObject &person, const QString &deviceURL)
 {
     QVariantList places;
@@ -148,7 +149,8 @@ bool isOnPhone(const VXManagedObjectPtr &place, const QVariantMap &noted)
            (phone.isEmpty() || now.isEmpty() || phone == now);
 }
 
-// The place that was noted, by where it is rather than by its number: where objects are copied one by one they have others.
+// Finds the recorded place by its location rather than its number, since copying a store object by object changes
+// numbers.
 VXManagedObjectPtr placeNoted(const QVariantMap &noted, const QList<VXManagedObjectPtr> &places)
 {
     VXManagedObjectPtr best;
@@ -165,8 +167,8 @@ VXManagedObjectPtr placeNoted(const QVariantMap &noted, const QList<VXManagedObj
     return best;
 }
 
-// The places that a sync has changed with the person, so that the next one sees again what the phone has changed: what both
-// had agreed on is undone here alone, and is no change of the user's.
+// Restores the places that a sync has changed along with the person, so that the next sync sees again what was changed
+// on the phone: what both sides had agreed on is undone only here, and must not count as a change by the user.
 void restorePlaces(const VXManagedObjectPtr &person, const QVariantMap &agreed)
 {
     const QString device = agreed.value(deviceKey).toString();
@@ -181,15 +183,15 @@ void restorePlaces(const VXManagedObjectPtr &person, const QVariantMap &agreed)
         for (const QString &key : agreementKeys)
             place->setValueForKey(noted.value(key), key);
     }
-    for (const VXManagedObjectPtr &place : std::as_const(places)) // which that sync has made
+    for (const VXManagedObjectPtr &place : std::as_const(places)) // those that the sync has made
         person->managedObjectContext()->deleteObject(place);
 }
 
-/** Gives those that come back what else knew them, as far as nobody else has it by now. */
+/** Restores for persons who are brought back what else referred to them, unless somebody else has taken that since. */
 class IdentityGiver
 {
 public:
-    /** The changes of a set. False, with an error, when the store cannot be read. */
+    /** Reads the changes of a set. False, with an error, when the store cannot be read. */
     bool prepare(VXManagedObjectContext &context, const VXFetchResult &changes, VXError *error)
     {
         QVariantList locations;
@@ -215,8 +217,8 @@ public:
                (!hasChanges || readFreeChanges(context, error));
     }
 
-    // Where a sync has removed it from its phone meanwhile, the next one puts it there again; where a merge gave its place to the person
-    // that is kept, it has that back.
+    // If a sync has removed the person from its phone meanwhile, the next one puts it there again; if a merge gave its
+    // place to the person that was kept, it gets the place back.
     void give(const VXManagedObjectPtr &person, const QVariantMap &identity)
     {
         for (const QVariant &value : identity.value(placesKey).toList())
@@ -250,7 +252,7 @@ private:
         return true;
     }
 
-    // Of persons who are gone, by their UID: what other sets changed of them.
+    // Reads the changes by other sets of persons who no longer exist, by UID.
     bool readFreeChanges(VXManagedObjectContext &context, VXError *error)
     {
         VXFetchRequest request = requestFor(context, changeEntity);
@@ -260,7 +262,7 @@ private:
             return false;
         for (const VXManagedObjectPtr &change : *found) {
             const QVariantMap before = change->valueForKey(beforeKey).toMap();
-            if (!before.contains(identityKey)) // else it is that the person went
+            if (!before.contains(identityKey)) // otherwise it records the removal of the person
                 _freeChanges[before.value(uidKey).toString()].append(change);
         }
         return true;
@@ -281,7 +283,8 @@ private:
         _given.insert(place);
     }
 
-    QHash<QString, QList<VXManagedObjectPtr>> _places; // free, or of those that the set has changed; by location
+    // by location: places that are free, or belong to persons that the set has changed
+    QHash<QString, QList<VXManagedObjectPtr>> _places;
     QSet<VXManagedObjectPtr> _given;
     QHash<QString, QList<VXManagedObjectPtr>> _freeChanges;
 };
@@ -297,7 +300,7 @@ std::optional<VXContactChangeSet> VXContactHistory::insert(VXManagedObjectContex
     for (qsizetype index = mostChangeSets - 1; index < old->size(); ++index)
         context.deleteObject(old->at(index));
     const QDateTime date = QDateTime::currentDateTimeUtc();
-    qint64 number = date.toMSecsSinceEpoch(); // so that two processes do not meet
+    qint64 number = date.toMSecsSinceEpoch(); // so that two processes do not choose the same number
     if (!old->isEmpty())
         number = std::max(number, changeSetOf(*old->first()).number + 1);
     const VXContactChangeSet changeSet{number, kind, title, date};
@@ -374,7 +377,7 @@ std::optional<VXContactUndo> VXContactHistory::undoLast(bool isDryRun, VXError *
 
 namespace {
 
-// Nobody could bring it again.
+// Then no sync would bring the person back.
 bool isOnNoPhone(const VXManagedObject &person)
 {
     return std::ranges::all_of(relatedTo(person, placesKey), [](const VXManagedObjectPtr &place) {
@@ -384,7 +387,7 @@ bool isOnNoPhone(const VXManagedObject &person)
 
 } // namespace
 
-// Each change goes with what it undoes.
+// Each change record is removed along with what it undoes.
 bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *error) const
 {
     std::optional<VXStoreWorkLock> saving;
@@ -416,7 +419,7 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
             writer.replace(person, before);
             restorePlaces(person, values.value(agreedKey).toMap());
         }
-        if (!isLeft) // so that what made it can be undone too
+        if (!isLeft) // so that the change set before this one can be undone, too
             restored->setValueForKey(values.value(changedDateKey), changedDateKey);
         context.deleteObject(change);
     }
@@ -454,10 +457,10 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
             if (isDryRun)
                 continue;
             if (isLeft || isKept) {
-                person->setValueForKey({}, u"importNumber"_s); // it is the user's own by now
+                person->setValueForKey({}, u"importNumber"_s); // it belongs to the user now
                 continue;
             }
-            // On its phone it stays: nobody deleted it there, and the next sync brings it again.
+            // It stays on its phone: nobody deleted it there, and the next sync brings it back.
             const int places = person->entity().propertyForName(u"places"_s)->index();
             for (const VXManagedObjectPtr &place : person->relatedObjects(places))
                 context.deleteObject(place);
@@ -470,7 +473,7 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
     }
 }
 
-// People know groups by their members: one without any is what an import made and its undoing has emptied.
+// A group without members was made by an import and emptied by undoing it.
 bool VXContactHistory::removeEmptyGroups(VXError *error) const
 {
     const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);

@@ -14,52 +14,55 @@
 
 class VXManagedObjectContext;
 
-/** What changed many contacts at once, an import, a merge or a sync; or removed one. */
+/** A change of many contacts at once, by an import, a merge or a sync; or the deletion of one. */
 struct VXContactChangeSet
 {
     qint64 number = 0;
     QString kind = {};   // "import", "merge", "sync", "deletion"
-    QString title = {};  // of an import the file, of a sync the phone, of a deletion who it was
+    QString title = {};  // the file imported, the phone synced, or the contact deleted
     QDateTime date = {}; // when it began
 };
 
-/** What undoing one came to, or would come to. */
+/** The result of undoing a change set, or what it would be. */
 struct VXContactUndo
 {
     VXContactChangeSet changeSet = {};
-    qsizetype removed = 0;     // that it had made
-    qsizetype restored = 0;    // that it had changed
-    qsizetype broughtBack = 0; // that it had removed
-    QStringList left = {};     // names of those that were changed since: they stay as they are
+    qsizetype removed = 0;     // contacts that the change set had added
+    qsizetype restored = 0;    // contacts that it had changed
+    qsizetype broughtBack = 0; // contacts that it had removed
+    QStringList left = {};     // names of contacts that were changed since and are left as they are
     QStringList kept =
         {}; // names of those that a sync had made and that are on no phone any more: they are nowhere else
 };
 
 /**
- * Remembers what imports, merges and syncs did to the contacts of the store "phonebook", in the store itself and with the same saves, so
- * that the last ones can be undone. On any thread; a context on its own.
+ * Records what imports, merges and syncs do to the contacts of the store "phonebook", in the store itself and with the
+ * same saves, so that the last ones can be undone. On any thread; a context on its own.
  */
 class VX_EXPORT VXContactHistory
 {
 public:
     explicit VXContactHistory(const VXPersistentStoreCoordinator::Ptr &coordinator) : _coordinator(coordinator) {}
 
-    /** In a context, to be saved with the changes. None, with an error, on failure. The oldest beyond ten are forgotten. */
+    /** Adds a change set to a context, to be saved with the changes. Only the last ten are kept. None, with an error,
+     *  on failure. */
     static std::optional<VXContactChangeSet> insert(VXManagedObjectContext &context, const QString &kind,
                                                     const QString &title, VXError *error = nullptr);
-    /** In a context, to be saved with the change, and before it: a person as it is, whether it is only changed or goes. The first
-     *  time counts: undoing leads back before all that the set did. Of a sync the URL of its device: the person's places there are
-     *  noted too. */
+    /** Records a person as it is, in a context, before it is changed or removed; to be saved with the change. The first
+     *  record of a person counts: undoing restores the state before everything that the set did. For a sync, the URL of
+     *  its device: the person's places on it are recorded, too. */
     static void note(VXManagedObjectContext &context, const VXContactChangeSet &changeSet,
                      const VXManagedObjectPtr &person, bool isRemoved, const QString &deviceURL = {});
-    /** The changedDate of a person that the set of that date changes once more: by it one that was changed since is told. */
+    /** The changedDate for a person that the change set with that date changes once more; it tells such a person from
+     *  one that was changed since. */
     static QDateTime dateOfChange(const QDateTime &changeSet, const QDateTime &before);
 
-    /** The last one; none when there is none, or, with an error, on failure. */
+    /** The last change set; none when there is none, and, with an error, on failure. */
     std::optional<VXContactChangeSet> last(VXError *error = nullptr) const;
     /**
-     * Undoes the last one; groups without members go then. One that is broken off can be repeated: it stays the last one until all
-     * is undone, but for what was changed again since. With `isDryRun` only tells. None, with an error, when there is none, or on failure.
+     * Undoes the last change set; groups that become empty are removed. If this is interrupted, it can be repeated: the
+     * set stays the last one until everything is undone except for what was changed since. With `isDryRun`, only
+     * reports. None, with an error, when there is no change set, and on failure.
      */
     std::optional<VXContactUndo> undoLast(bool isDryRun, VXError *error = nullptr) const;
 

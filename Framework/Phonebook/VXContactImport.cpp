@@ -18,7 +18,7 @@ using Outcome = VXImportedContact::Outcome;
 
 namespace {
 
-constexpr qsizetype portion = 5000;            // contacts of one save: each writes anew most pages of the indexes
+constexpr qsizetype portion = 5000;            // contacts per save, each of which rewrites most pages of the indexes
 constexpr qsizetype largestPortion = 32 << 20; // octets of their cards
 
 size_t hashOf(const QString &uid)
@@ -26,13 +26,13 @@ size_t hashOf(const QString &uid)
     return qHash(uid, 0);
 }
 
-// What a known contact is met by.
+// Identifies a known contact in _metBy.
 size_t keyOf(const VXKnownContact &known)
 {
     return known.contact.uid.isEmpty() && known.person ? qHash(known.person->objectID(), 2) : hashOf(known.contact.uid);
 }
 
-// At first sight: many may have one name and number.
+// A quick first check, as many contacts may share a name and number.
 bool isQuiteLike(const VXContactRecord &contact, const VXContactRecord &known)
 {
     return contact.note.trimmed() == known.note.trimmed() && contact.company.trimmed() == known.company.trimmed() &&
@@ -44,7 +44,7 @@ bool haveInCommon(const QStringList &some, const QStringList &others)
     return std::ranges::any_of(some, [&](const QString &each) { return others.contains(each); });
 }
 
-// Of two with one UID: some programs give the same one to all.
+// Tells persons with one UID apart: some programs give all contacts the same one.
 bool isOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
 {
     const bool isNamed = !VXContactName::textOf(contact).isEmpty();
@@ -53,7 +53,7 @@ bool isOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
     return !VXContactName::saysAllOf(contact, known) && !VXContactName::saysAllOf(known, contact);
 }
 
-// Nothing but the UID speaks for one: who changes the name keeps a part of it, a number or an address.
+// Only the UID speaks for the same person: somebody who changes a name keeps a part of it, a number or an address.
 bool isPlainlyOtherPerson(const VXContactRecord &contact, const VXContactRecord &known)
 {
     return isOtherPerson(contact, known) &&
@@ -118,7 +118,7 @@ bool VXContactImport::importAll(const Source &source, VXError *error)
             count({Outcome::LeftOut, card->contact.displayName(), card->line});
             continue;
         }
-        card->contact.uid = card->contact.uid.trimmed(); // as it is kept
+        card->contact.uid = card->contact.uid.trimmed(); // the form in which it is stored
         size += card->size;
         cards.append(*std::move(card));
         if (cards.size() < portion && size < largestPortion)
@@ -170,7 +170,7 @@ void VXContactImport::noteUIDs(const QList<VXContactRecord> &contacts)
         if (contact.uid.isEmpty())
             continue;
         if (!_metBy.contains(uid))
-            _metBy.insert(uid, uid); // the one with that UID is its, whatever comes before it
+            _metBy.insert(uid, uid); // reserves the contact with that UID for this card, whichever cards come before
         const VXContactRecord *&first = firsts[uid];
         if (first == nullptr)
             first = &contact;
@@ -197,8 +197,8 @@ bool VXContactImport::importGroups(VXError *error)
     return true;
 }
 
-// Two cards are two contacts, even with one name and number: only one that says just the same is the same. An import that is
-// repeated finds for each the contact that it made, or made something of, last time.
+// Two cards are two contacts even with the same name and number: only a card with the same values is the same contact.
+// A repeated import finds for each card the contact that it added, or changed, the last time.
 int VXContactImport::likeness(const VXContactRecord &contact, size_t card, const VXKnownContact &known) const
 {
     const bool isTaken = _metBy.value(keyOf(known), card) != card;
@@ -215,7 +215,7 @@ int VXContactImport::likeness(const VXContactRecord &contact, size_t card, const
     return isTaken ? 0 : isNoNews ? 3 : VXReplacedValues(here, both).isEmpty() ? 2 : 1;
 }
 
-// Of one that was merged, or that we wrote ourselves, the UID tells who it is.
+// If the contact was merged, or the card was written by this program, the UID identifies it for certain.
 bool VXContactImport::isUIDOfOther(const VXContactRecord &contact, const VXKnownContact &known) const
 {
     const size_t uid = hashOf(contact.uid);
@@ -268,9 +268,9 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     const VXKnownContact known = *found;
     didMeet(contact, number, known);
     const VXContactRecord before = VXStorableContact(known.contact);
-    // Of one that was merged into it the user has seen what counts.
+    // If the card's contact was merged into another, the user has chosen the values then.
     const bool wasMerged = known.contact.uid != contact.uid && known.contact.formerUIDs().contains(contact.uid);
-    const bool isFurther = isAgain && !contact.uid.isEmpty(); // else the cards would take turns in changing it
+    const bool isFurther = isAgain && !contact.uid.isEmpty(); // otherwise cards would change the contact back and forth
     const VXContactRecord both = VXUnitedContact(
         before, contact, wasMerged || isFurther ? VXContactPrecedence::Known : VXContactPrecedence::News);
     imported.outcome = VXIsSameContact(before, both) ? Outcome::Same : Outcome::Changed;
@@ -294,7 +294,8 @@ void VXContactImport::count(const VXImportedContact &contact)
         _report.contacts.append(contact);
 }
 
-// The change set is saved with the first changes: dropping the oldest one touches persons that may be among those.
+// The change set is saved with the first changes, before others: dropping the oldest set modifies persons that may be
+// among those.
 bool VXContactImport::beginChangeSet(VXManagedObjectContext &context, VXError *error)
 {
     if (!_isDryRun && !_changeSet)

@@ -22,56 +22,59 @@ struct VXKnownContact;
 class VXContactWriter;
 class VXManagedObjectContext;
 
-/** What became, or would become, of one contact, or group, that was imported. */
+/** What became, or would become, of one imported contact or group. */
 struct VXImportedContact
 {
     enum class Outcome { Added, Changed, Same, LeftOut };
 
     Outcome outcome = Outcome::Same;
     QString name = {};
-    qint64 line = 0;           // of the file
-    QStringList replaced = {}; // values that it had, and those of the file (VXReplacedValues)
+    qint64 line = 0;           // in the file
+    QStringList replaced = {}; // values that were replaced, and those of the file (VXReplacedValues)
 };
 
-/** What came of an import. Groups that are cards of their own count like contacts. */
+/** The result of an import. Groups that are cards of their own count like contacts. */
 struct VXContactImportReport
 {
     qsizetype added = 0;
     qsizetype changed = 0;
-    qsizetype same = 0;                     // were there already, just so
+    qsizetype same = 0;                     // were there already with the same values
     qsizetype leftOut = 0;                  // could not be read
-    QList<VXImportedContact> contacts = {}; // all but those that were the same
+    QList<VXImportedContact> contacts = {}; // all except those with the outcome Same
     QList<VXCardProblem> problems = {};
 };
 
 /**
- * Imports contacts into the store "phonebook". One that is there already (VXContactMatch) takes over what is new, and loses nothing but
- * single values that the file has otherwise, which are told; so that importing the same again changes nothing; cards of one import that have different UIDs are different contacts, and so are those without, unless they are equal. Of cards
- * with one UID the first counts, and what others have otherwise stands in the note; where the names are those of two people the UID is not counted, nor where the contact
- * that has it plainly is another person: no word of the name, number or address is the same. Contacts
- * are saved in portions, each contact as a whole: an import that is broken off can be repeated, and undone (VXContactHistory). One
- * imports, merges, undoes or syncs at a time, of whatever process (VXStoreWorkLock); others wait. Any thread.
+ * Imports contacts into the store "phonebook". A contact that is there already (VXContactMatch) takes over what is new,
+ * and loses nothing except for single values that differ in the file, which are reported; so importing the same again
+ * changes nothing. Cards of one import that have different UIDs are different contacts, and so are cards without UID,
+ * unless they are equal. Of several cards with one UID the first counts, and differing values of the others are added
+ * to the note. A UID is ignored where its cards have the names of two people, or where the contact that has it is
+ * clearly another person: with no word of the name, number or address in common. Contacts are saved in portions, each
+ * contact as a whole: an interrupted import can be repeated, and undone (VXContactHistory). Of all processes one at a
+ * time imports, merges, undoes or syncs (VXStoreWorkLock); others wait. Any thread.
  */
 class VX_EXPORT VXContactImport
 {
 public:
-    /** `title`: what people know the source by, as the name of the file. */
+    /** `title`: the name of the source to show, such as the file's name. */
     VXContactImport(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &title);
     ~VXContactImport();
     VXContactImport(const VXContactImport &) = delete;
     VXContactImport &operator=(const VXContactImport &) = delete;
 
-    /** Tells what an import would do, and changes nothing. */
+    /** Reports what an import would do, without changing anything. */
     void setDryRun(bool flag) { _isDryRun = flag; }
 
-    /** Asked before each save: when it says so, the import is broken off with VXErrorCancelled. */
+    /** Sets a check to call before each save: if it returns true, the import ends with VXErrorCancelled. */
     void setCancelCheck(const std::function<bool()> &check) { _isCancelled = check; }
 
-    /** All cards of the reader, which another thread uses meanwhile. None, with an error, when the store cannot be read or saved; what was saved stays (reportSoFar). */
+    /** Imports all cards of the reader, which meanwhile is used by another thread. None, with an error, when the store
+     *  cannot be read or saved; portions already saved remain (reportSoFar()). */
     std::optional<VXContactImportReport> run(VXCardReader &reader, VXError *error = nullptr);
-    /** The same of contacts from elsewhere, as a phone. */
+    /** The same for contacts from elsewhere, such as a phone. */
     std::optional<VXContactImportReport> run(const QList<VXContactRecord> &contacts, VXError *error = nullptr);
-    /** What was saved, also of an import that failed or was broken off. */
+    /** What was saved, even if the import failed or was interrupted. */
     const VXContactImportReport &reportSoFar() const { return _report; }
 
 private:
@@ -94,15 +97,16 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     const QString _title;
     bool _isDryRun = false;
-    bool _isSaved = false; // the change set
+    bool _isSaved = false; // whether the change set is saved
     std::function<bool()> _isCancelled;
-    std::optional<VXContactChangeSet> _changeSet; // once there is anything to change
-    QHash<size_t, size_t> _metBy; // what a known contact's UID is met by, the UID of a card or its number; their hashes
-    QSet<size_t> _uids;           // of the cards so far; their hashes
-    QSet<size_t> _doubtfulUIDs;   // that cards of several people have; their hashes
-    qsizetype _cardCount = 0;     // of those without a UID
+    std::optional<VXContactChangeSet> _changeSet; // made with the first change
+    // which card a known contact was matched with: hash of the contact's UID to that of the card's UID or its number
+    QHash<size_t, size_t> _metBy;
+    QSet<size_t> _uids;         // hashes of the UIDs of the cards so far
+    QSet<size_t> _doubtfulUIDs; // hashes of UIDs that cards of several people have
+    qsizetype _cardCount = 0;   // cards without a UID
     std::unique_ptr<VXContactGroupImport> _groups;
-    // Of a dry run: all that would be there.
+    // For a dry run: everything that the import would add.
     std::unique_ptr<VXManagedObjectContext> _dryContext;
     std::unique_ptr<VXContactMatch> _dryMatch;
     VXContactImportReport _report;

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Above whatever is known of a contact.
+// Outweighs whatever else is known of a contact.
 constexpr double otherCountry = -1e7;
 constexpr double sameName = 1e6;
 constexpr double sameCountry = 5e5;
@@ -22,7 +22,7 @@ QString folded(const QString &text)
     return VXFoldedText(text, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
 }
 
-// Search strings leave out the country, which tells two numbers apart where both have it.
+// Search strings leave out the country, which tells numbers apart if both have one.
 void compareCountries(VXContactCandidate &candidate, const QString &abroad)
 {
     const QString own = abroad.isNull() || candidate.entry->entity().name() != "VXPhoneNumber"_L1
@@ -78,7 +78,7 @@ VXManagedObjectPtr VXContactLookup::forName(const QString &name, VXError *error)
     return best == all.cend() ? VXManagedObjectPtr() : *best;
 }
 
-// By the index that persons are sorted by: what is shown as "jane doe" stands there as "doe jane", or as it is.
+// Uses the index of sort names: for the shown name "jane doe" that is "doe jane", or the same.
 QList<VXManagedObjectPtr> VXContactLookup::allForName(const QString &name, VXError *error) const
 {
     const QString wanted = folded(name.simplified());
@@ -108,7 +108,7 @@ VXManagedObjectPtr VXContactLookup::best(const QList<VXContactCandidate> &candid
     return candidates.isEmpty() ? VXManagedObjectPtr() : candidates.constFirst().entry;
 }
 
-// What a candidate is worth takes queries, which the only one can do without.
+// Scores are computed only if there are several candidates, as that takes queries.
 QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search, const QString &abroad,
                                                 unsigned type, const QString &nameHint, VXError *error) const
 {
@@ -118,7 +118,7 @@ QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const
     VXFetchRequest request(*entity);
     request.predicate = VXPredicate::comparison(VXExpression::keyPath(u"search"_s), VXPredicate::Operator::Equal,
                                                 VXExpression::constant(search));
-    request.includesPendingChanges = false; // copies of what other plugins know may lie in the context
+    request.includesPendingChanges = false; // the context may hold copies of entries from other plugins
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
     QList<VXContactCandidate> candidates;
     if (!found)

@@ -10,35 +10,35 @@
 
 class VXManagedObjectContext;
 
-/** An entry that a number or address may stand for, and why it is or is not the best. */
+/** An entry that a number or address may belong to, with its ranking. */
 struct VXContactCandidate
 {
     VXManagedObjectPtr entry; // a number or an e-mail address
-    double score = 0;         // the highest is the best; of equal ones the one that was there first
-    QStringList reasons = {}; // what the score is made of, for people
+    double score = 0;         // the highest is the best; of equal ones the one added first
+    QStringList reasons = {}; // what contributes to the score, in the user's language
 };
 
 /**
- * Looks numbers and addresses up in the store "phonebook": each look-up is one fetch by the index on their search texts, which
- * must be equal. On the thread of the context.
+ * Looks up numbers and addresses in the store "phonebook": each look-up is one fetch by the index on their search
+ * texts, which must be equal. On the thread of the context.
  */
 class VX_EXPORT VXContactLookup
 {
 public:
     explicit VXContactLookup(VXManagedObjectContext &context) : _context(context) {}
 
-    /** The best first. Name (null for none), the same country and type mask, in this order, prefer one of several; one that has
-     *  the number in another country is behind all others. Empty, with an error, on failure. */
+    /** The candidates, best first. Preferred are, in this order, those with the name (null for none), the same country,
+     *  and the type mask; one whose number is of another country comes last. Empty, with an error, on failure. */
     QList<VXContactCandidate> forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                              VXError *error = nullptr) const;
     QList<VXContactCandidate> forEmailAddress(const QString &address, unsigned type, const QString &nameHint,
                                               VXError *error = nullptr) const;
-    /** The person whom people call that, case and diacritics overlooked; of several the one of whom most is known. Null for
-     * none. */
+    /** The person of that name, ignoring case and diacritics; of several the one about whom most is known. Null for
+     *  none. */
     VXManagedObjectPtr forName(const QString &name, VXError *error = nullptr) const;
-    /** All of them, in the order they were made. */
+    /** All persons of that name, in the order in which they were added. */
     QList<VXManagedObjectPtr> allForName(const QString &name, VXError *error = nullptr) const;
-    /** The best of them; null for none. */
+    /** The best candidate; null for none. */
     static VXManagedObjectPtr best(const QList<VXContactCandidate> &candidates);
 
 private:

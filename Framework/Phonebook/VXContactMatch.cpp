@@ -14,15 +14,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What keys begin with.
+// Prefixes of keys.
 const QString uidMark = u"u"_s;
-const QString formerMark = u"f"_s; // a UID too
+const QString formerMark = u"f"_s; // of a former UID
 const QString numberMark = u"n"_s;
 const QString emailMark = u"e"_s;
 const QString nameMark = u"s"_s;
 
 constexpr QLatin1StringView uriScheme("x-coredata:");
-constexpr qsizetype mostOfEach = 3; // persons whom a contact may be, before their names are looked at
+constexpr qsizetype mostOfEach = 3; // matching persons that are read without comparing names first
 
 struct Source
 {
@@ -41,7 +41,7 @@ bool hasAddresses(const VXContactRecord &contact)
     return !VXContactAddressKeys(contact).constFirst().startsWith(nameMark);
 }
 
-// Many may have one number: what is known is found by the name too.
+// Includes the name, as many contacts may share a number.
 QString placeKey(const QString &addressKey, const QString &name)
 {
     return addressKey + u'\n' + name;
@@ -58,7 +58,7 @@ QString VXContactNameKey(const VXContactRecord &contact)
     return words.join(u' ');
 }
 
-// What has no digit is no number that could be looked up.
+// A number without digits cannot be looked up.
 QStringList VXContactAddressKeys(const VXContactRecord &contact)
 {
     QStringList keys;
@@ -108,7 +108,8 @@ VXFetchRequest VXContactMatch::requestFor(const QVariantList &persons) const
     return request;
 }
 
-// Of the many who share a number those that have a name or UID of the contacts; others would be read for nothing.
+// Of many persons who share a number, keeps those with the name or UID of one of the contacts, to avoid reading the
+// others.
 bool VXContactMatch::keepAlike(const QList<VXContactRecord> &contacts, QVariantList *persons, VXError *error)
 {
     QSet<QString> names;
@@ -142,7 +143,7 @@ bool VXContactMatch::keepAlike(const QList<VXContactRecord> &contacts, QVariantL
     return true;
 }
 
-// The IDs of those that have one of the keys.
+// Reads the IDs of persons that have one of the keys.
 bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons, VXError *error)
 {
     const VXPersistentStoreCoordinator &coordinator = *_context.persistentStoreCoordinator();
@@ -170,14 +171,14 @@ bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons,
             const VXManagedObjectID objectID =
                 coordinator.objectIDForURIRepresentation(QUrl(wanted.constLast().toString()));
             if (!objectID.isNull() && objectID.entity().name() == "VXPerson"_L1)
-                addPerson(objectID); // of an export of ours
+                addPerson(objectID); // an export of this program
         }
         if (wanted.isEmpty())
             continue;
         VXFetchRequest request(*coordinator.model().entityForName(source.entity));
         request.predicate = VXPredicate::comparison(VXExpression::keyPath(source.attribute), VXPredicate::Operator::In,
                                                     VXExpression::constant(wanted));
-        if (wanted.contains(QString())) // those without a name
+        if (wanted.contains(QString())) // includes those without a name
             request.predicate = VXPredicate::anyOf(
                 {request.predicate, *VXPredicate::predicateWithFormat(source.attribute + " == NULL"_L1)});
         const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
@@ -200,7 +201,7 @@ void VXContactMatch::add(const VXKnownContact &known)
         const VXManagedObjectID &objectID = known.person->objectID();
         place = _placesOfPersons.value(objectID, place);
         _placesOfPersons.insert(objectID, place);
-        if (!objectID.isTemporary()) // an export of ours may have it
+        if (!objectID.isTemporary()) // an export of this program may have this as UID
             _places[uidMark + objectID.uriRepresentation().toString()] = {place};
     }
     const VXContactRecord contact = VXStorableContact(known.contact);
@@ -242,7 +243,8 @@ const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
     for (const QString &key : VXContactAddressKeys(storable)) {
         for (const qsizetype place : _places.value(placeKey(key, name))) {
             const VXKnownContact &known = _known[place];
-            if (_names[place] != name || hasAddresses(known.contact) != hasAddresses(storable)) // by now
+            // it may have changed meanwhile
+            if (_names[place] != name || hasAddresses(known.contact) != hasAddresses(storable))
                 continue;
             if (!likeness)
                 return &known;

@@ -15,36 +15,39 @@
 class VXFetchRequest;
 class VXManagedObjectContext;
 
-/** What people call the contact as a text to compare: its words in any order, case and diacritics overlooked. */
+/** A text to compare names by: the words of the contact's name in any order, ignoring case and diacritics. */
 [[nodiscard]] VX_EXPORT QString VXContactNameKey(const VXContactRecord &contact);
 
-/** By which the contact is looked for: its numbers and addresses as they are compared, or what it is sorted by where it has none. */
+/**
+ * The keys for finding the contact: its numbers and addresses in the form in which they are compared, or its sort name
+ * if it has none.
+ */
 [[nodiscard]] VX_EXPORT QStringList VXContactAddressKeys(const VXContactRecord &contact);
 
-/** A contact that is known: of the store, or one that is only going to be. */
+/** A known contact: stored, or about to be. */
 struct VXKnownContact
 {
-    VXManagedObjectPtr person; // null for what is not stored
+    VXManagedObjectPtr person; // null if not stored
     VXContactRecord contact;
 };
 
 /**
- * Tells which contact of the store "phonebook" is meant by a record: the one with its UID, else one that had it before it was merged,
- * else the one with its name and one of its numbers or addresses, or without any where it has none itself. Reads what a whole portion of records may be about with few
- * queries. On the context's thread.
+ * Finds the contact of the store "phonebook" that a record refers to: the one with its UID; or else one that had it
+ * before a merge; or else one with the same name and one of its numbers or addresses (or without any, if the record has
+ * none). Reads what a whole portion of records may refer to with a few queries. On the context's thread.
  */
 class VX_EXPORT VXContactMatch
 {
 public:
     explicit VXContactMatch(VXManagedObjectContext &context) : _context(context) {}
 
-    /** Before `find` is asked about these. False, with an error, when the store cannot be read. */
+    /** To be called before find() for these contacts. False, with an error, when the store cannot be read. */
     bool prepare(const QList<VXContactRecord> &contacts, VXError *error);
-    /** nullptr for none. Holds until something is added. Of those that only have the name and an address `likeness`, if it is
-     *  given, has the last word: the first of the most alike is taken, and none that is 0. */
+    /** Returns nullptr for none; valid until something is added. Among contacts that match only by name and address,
+     *  `likeness`, if given, decides: the first one with the highest value is taken, but none with 0. */
     const VXKnownContact *find(const VXContactRecord &contact,
                                const std::function<int(const VXKnownContact &known)> &likeness = {}) const;
-    /** Makes one known that was not when it was prepared, or has changed. */
+    /** Adds a contact that was not known when prepare() was called, or has changed since. */
     void add(const VXKnownContact &known);
 
 private:
@@ -54,7 +57,8 @@ private:
 
     VXManagedObjectContext &_context;
     QList<VXKnownContact> _known;
-    QStringList _names;                       // of these: VXContactNameKey
-    QHash<QString, QList<qsizetype>> _places; // by UID, by former UID, or by name and number, address or nothing
+    QStringList _names; // VXContactNameKey of each in _known
+    // indexes into _known: by UID, by former UID, or by name and number, address or nothing
+    QHash<QString, QList<qsizetype>> _places;
     QHash<VXManagedObjectID, qsizetype> _placesOfPersons;
 };

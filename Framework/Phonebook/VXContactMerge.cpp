@@ -44,7 +44,7 @@ void set(QVariantMap &map, const QString &key, const QVariant &value)
         map.remove(key);
 }
 
-// What makes an element of a list the same one, however else it is described.
+// What identifies a list element, apart from its description.
 QString identityOf(const QVariant &element)
 {
     const QVariantMap map = element.toMap();
@@ -60,7 +60,7 @@ QString identityOf(const QVariant &element)
     return parts.join(u'\n');
 }
 
-// What of an element was not taken, with the element that it is about.
+// The values of an element that were not taken, together with the element, as text.
 QString textOf(const QVariantMap &element, const Conflicts &conflicts)
 {
     QStringList values;
@@ -79,7 +79,7 @@ QString textOf(const QVariantMap &element, const Conflicts &conflicts)
     return (QStringList(VXPhonebookStringJoin({}, values.join(u' '), type)) + labels).join(u' ');
 }
 
-/** The elements of a list, to be found by what makes them the same. */
+/** The elements of a list, found by what identifies them. */
 class Elements
 {
 public:
@@ -89,7 +89,7 @@ public:
             _elements[identityOf(element)].append(element);
     }
 
-    /** Invalid when it is not there. A number may be there twice, of different types. */
+    /** Invalid when there is none. A list may have a number twice, with different types. */
     QVariant find(const QVariant &element) const
     {
         const auto alike = _elements.constFind(identityOf(element));
@@ -102,7 +102,7 @@ private:
     QHash<QString, QVariantList> _elements;
 };
 
-// Whether it is described just so; it may be known more of it, which phones have no place for.
+// Whether the known element has the same description; it may have more values, which phones cannot store.
 bool isAsIn(const QVariantMap &known, const QVariantMap &element)
 {
     const auto keys = known.keys();
@@ -125,7 +125,7 @@ bool hasNameInParts(const QVariantMap &contact)
     return std::ranges::any_of(furtherNameKeys, [&](const QString &key) { return contact.contains(key); });
 }
 
-/** Three-way merge of the maps of contacts, and of the elements of their lists. */
+/** Merges the maps of contacts, and the elements of their lists, three ways. */
 class Merge
 {
 public:
@@ -138,7 +138,7 @@ public:
     const Conflicts &conflicts() const { return _conflicts; }
 
 private:
-    // Where one has it in one field, as many phones do, and another in parts, the name is one value.
+    // The name is a single value, whether it is in one field, as on many phones, or in several.
     void mergeWholeName(const QVariantMap &before, QVariantMap &after, const QVariantMap &ontoBefore, QVariantMap &onto)
     {
         const bool isChanged = namesOf(before) != namesOf(after) && namesOf(after) != namesOf(onto);
@@ -188,7 +188,7 @@ private:
             return conflicts.append({key, news.toString()});
         const QString other = textOf(news);
         const QString mine = textOf(onto.value(key));
-        if (other.startsWith(mine)) // phones cut off what is too long for them
+        if (other.startsWith(mine)) // phones truncate long texts
             onto.insert(key, news);
         else if (!mine.startsWith(other))
             conflicts.append({key, other});
@@ -224,7 +224,7 @@ private:
             if (news.isValid())
                 mergeMaps(old.toMap(), news.toMap(), mine, map, contested);
             contested.removeIf([](const auto &each) { return each.key != typeKey && each.key != labelKey; });
-            if (!contested.isEmpty()) // the rest is what makes it the same
+            if (!contested.isEmpty()) // the other values identify the element
                 conflicts.append({{}, textOf(map, contested)});
             merged.append(map);
         }
@@ -255,7 +255,7 @@ VXContactRecord VXContactForPhone(const VXContactRecord &contact)
             address.label.clear();
     }
     std::ranges::sort(made.addresses, {}, [](const VXContactRecord::PostalAddress &address) {
-        return QStringList{address.street, address.city, address.zip, address.text}; // stores give them in any order
+        return QStringList{address.street, address.city, address.zip, address.text}; // stores return them in any order
     });
     return made;
 }

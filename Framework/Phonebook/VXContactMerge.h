@@ -6,27 +6,31 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/** A contact that was changed at two places. */
+/** The merge of a contact that was changed at two places. */
 struct VXMergedContact
 {
-    /** A value that was changed at both, to different ones: a single one, or how an element of a list is described. */
+    /** A value that was changed at both places, to different values: a single value, or the description of a list
+     *  element. */
     struct Conflict
     {
-        QString key;   // of records; "name" for the whole name
-        QString other; // the value that was not taken, as text: of a list the element, as "<555 0100/m>"
+        QString key;   // a key of records; "name" for the whole name
+        QString other; // the value that was not taken, as text; for a list the element, such as "<555 0100/m>"
     };
 
     VXContactRecord contact = {};
     QList<Conflict> conflicts = {};
 };
 
-/** What of a contact phones have places for, storable: without picture, groups, UID and unknown properties. */
+/**
+ * The part of a contact that phones can store, in storable form: without picture, groups, UID and unknown properties.
+ */
 [[nodiscard]] VX_EXPORT VXContactRecord VXContactForPhone(const VXContactRecord &contact);
 
 /**
- * Takes over into `onto` what changed from `before` to `after`. What was changed there too, since `ontoBefore`, stays: lists get the
- * elements of both, of notes all lines, a text that has the other in it counts for both, and of other single values, and of types
- * and labels of one element, that are different now the one of `after` is a conflict. With `ontoBefore` equal to `onto` all that changed is taken over.
+ * Applies to `onto` what changed from `before` to `after`. What was changed in `onto` since `ontoBefore` is kept: lists
+ * get the elements of both, notes all lines; of two texts the one that contains the other is taken; other single
+ * values, and types and labels of one element, that now differ are conflicts about the value of `after`. With
+ * `ontoBefore` equal to `onto`, all changes are applied.
  */
 [[nodiscard]] VX_EXPORT VXMergedContact VXMergeContacts(const VXContactRecord &before, const VXContactRecord &after,
                                                         const VXContactRecord &ontoBefore, const VXContactRecord &onto);

@@ -8,7 +8,7 @@ namespace {
 
 using VXContactName::parts;
 
-// Sorted; case and diacritics are overlooked, as is what names are divided by.
+// Sorted, ignoring case, diacritics and separators.
 QStringList wordsOf(const VXContactRecord &contact)
 {
     const QString name = VXFoldedText(VXContactName::textOf(contact),

@@ -13,8 +13,8 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype longestWord = 64;   // UTF-16 units
-constexpr qsizetype mostKeys = 100;     // of one contact; more is no contact that anybody types
-constexpr qsizetype shortestNumber = 3; // digits, to be taken for a number while it is typed
+constexpr qsizetype mostKeys = 100;     // per contact; real contacts have fewer
+constexpr qsizetype shortestNumber = 3; // digits that are taken for a number while typing
 constexpr char endOfWord = '\0';
 
 QString folded(const QString &text)
@@ -56,7 +56,7 @@ void appendWords(QStringList &words, QStringView token)
     }
 }
 
-// As it is dialled from abroad, at home, and compared; and from each of its parts on.
+// The number as dialled from abroad, at home, and as compared; and the rest from each of its parts on.
 QStringList wordsOfNumber(const QString &number)
 {
     const QString digits = digitsIn(number);

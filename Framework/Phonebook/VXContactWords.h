@@ -8,14 +8,16 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/** What contacts are sorted by: the last name before the first, else the nickname, else the company; case and diacritics do
- * not count. Empty for none. */
+/**
+ * The text that contacts are sorted by: last name and first name, or else the nickname, or else the company; without
+ * case and diacritics. Empty if there is none.
+ */
 [[nodiscard]] VX_EXPORT QString VXContactSortName(const QString &firstName, const QString &lastName,
                                                   const QString &nickname, const QString &company);
 
 /**
- * The words by which people find a contact while they type: the beginnings are looked up in the index "key" of the entity
- * "VXSearchWord". Any thread, a contact on that of its context.
+ * The words by which people find a contact while they type: their prefixes are looked up in the index "key" of the
+ * entity "VXSearchWord". Any thread; a contact on that of its context.
  */
 class VX_EXPORT VXContactWords
 {
@@ -29,9 +31,9 @@ public:
     /** The keys of a "VXPerson", of its names as a search has them, company, job title, groups and towns, e-mail addresses and numbers:
      *  UTF-8 of the word, a zero, the kind; and those of its former UIDs. */
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
-    /** Under which a person that was merged with that one is found: no word begins so. */
+    /** The key for a contact that was merged into another. No word begins with this byte. */
     static QByteArray keyOfFormerUID(const QString &uid) { return '\xff' + uid.toUtf8(); }
-    /** What was typed, as words to be looked for. A phone number is one word. Empty for blanks. */
+    /** Splits what was typed into the words to look for. A phone number is one word. Empty for blanks. */
     static QStringList typedWords(const QString &text);
     /** The beginnings under which a typed word is looked for: itself; of a phone number without leading zeros too, and of a word with
      *  apostrophes or hyphens without those. */
@@ -40,6 +42,6 @@ public:
     /** The words of a text of that kind, as people type their letters: each to the end of what blanks enclose, in scripts without
      *  blanks from each letter on. */
     static QStringList wordsOf(const QString &text, Kind kind);
-    /** Of a key. */
+    /** The kind in a key. */
     static Kind kindOf(const QByteArray &key) { return static_cast<Kind>(key.back()); }
 };

@@ -45,7 +45,7 @@ QVariant orNone(const QString &text)
     return text.isEmpty() ? QVariant() : QVariant(text);
 }
 
-// What two of them have in common that are the same: numbers are compared as they are looked up.
+// What equal numbers have in common: numbers are compared in the form used for look-ups.
 QString numberKey(const QString &number)
 {
     const QString search = VXPhoneNumberSearchString(number);
@@ -62,7 +62,7 @@ QString urlKey(const QString &url)
     return url;
 }
 
-// But of two countries they are two.
+// Equal numbers of two countries are different numbers.
 bool areOfTwoCountries(const QString &a, const QString &b)
 {
     const QString abroad = VXPhoneNumberInternationalDigits(a);
@@ -81,7 +81,7 @@ QString lineOf(const Address &address)
     return QStringList{address.value, QString::number(address.type), address.label}.join(u'\0');
 }
 
-// What is there with less known of it learns from the news.
+// Completes the known element by what the new one says in addition.
 void learn(Address &known, const Address &news, bool isNumber)
 {
     known.type = known.type == 0 ? news.type : known.type;
@@ -91,7 +91,8 @@ void learn(Address &known, const Address &news, bool isNumber)
         known.value = news.value;
 }
 
-// One of both kinds, as home and mobile; false where there is none, as of fax and mobile or home, or home and work.
+// Combines the kinds, such as home and mobile; false if they are incompatible, such as fax and mobile, or home and
+// work.
 bool joinKinds(Address &known, const Address &news)
 {
     const auto areOne = [&](unsigned mask) {
@@ -100,7 +101,7 @@ bool joinKinds(Address &known, const Address &news)
         return first == 0 || second == 0 || first == second;
     };
     const auto isFax = [](const Address &each) { return (each.type & VXPhonebookTypeKindMask) == VXPhonebookTypeFax; };
-    // A number of which only the place is known is one to talk to.
+    // A number with only a location is one to talk to.
     const bool areOfOneUse = isFax(known) == isFax(news) || (isFax(known) ? news : known).type == 0;
     const bool areJoined = areOfOneUse && areOne(VXPhonebookTypeKindMask) && areOne(VXPhonebookTypeLocationMask) &&
                            (known.label.isEmpty() || news.label.isEmpty() || known.label == news.label);
@@ -120,7 +121,7 @@ QList<Address> united(QList<Address> known, const QList<Address> &news, QString 
         lines.insert(lineOf(known[at]));
     }
     for (const Address &each : news) {
-        if (lines.contains(lineOf(each))) // just so, beside one that it could be told of too
+        if (lines.contains(lineOf(each))) // exists already, though another could be completed by it as well
             continue;
         QList<qsizetype> &alike = places[keyOf(each.value)];
         const auto found = std::ranges::find_if(alike, [&](qsizetype at) {
@@ -137,7 +138,7 @@ QList<Address> united(QList<Address> known, const QList<Address> &news, QString 
     return known;
 }
 
-// Of two values one can be kept; the other stands in the note.
+// Of two different values one is kept; the other is added to the note.
 void noteContradictions(VXContactRecord &both, const VXContactRecord &news)
 {
     QStringList lines;
@@ -163,7 +164,7 @@ bool hasLinesOf(const QString &note, const QString &other)
     return std::ranges::all_of(others, [&](const QString &line) { return lines.contains(line); });
 }
 
-// Of two contacts that became one: how the whole name is written that it has now.
+// How the present whole name is written, taken from the two merged contacts.
 QStringList fullNameLinesOf(const VXContactRecord &both, const VXContactRecord &known, const VXContactRecord &news,
                             bool newsCount)
 {
@@ -175,7 +176,7 @@ QStringList fullNameLinesOf(const VXContactRecord &both, const VXContactRecord &
     return own.isEmpty() || (newsCount && !others.isEmpty()) ? others : own;
 }
 
-// A line that stands there twice is two.
+// A line that occurs twice counts twice.
 QStringList withoutThose(QStringList lines, const QStringList &known)
 {
     for (const QString &each : known)
@@ -249,7 +250,8 @@ VXContactRecord VXUnitedContact(const VXContactRecord &knownContact, const VXCon
     for (const Text &each : texts) {
         const QString &text = news.*each.field;
         const bool isName = std::ranges::find(VXContactName::parts, each.field) != VXContactName::parts.end();
-        const bool isKnown = each.key == "note"_L1 && hasLinesOf(known.note, text); // with what a merge has added
+        // including lines that a merge has added
+        const bool isKnown = each.key == "note"_L1 && hasLinesOf(known.note, text);
         if (!isName && !isKnown && !text.isEmpty() && (newsCount || (both.*each.field).isEmpty()))
             both.*each.field = text;
     }
@@ -356,7 +358,7 @@ void VXContactWriter::setDate(VXManagedObject &person) const
         person.setValueForKey(VXContactHistory::dateOfChange(_date, person.valueForKey(key).toDateTime()), key);
 }
 
-// How the whole name was written says nothing of another name.
+// Drops the spelling of the whole name when the name has changed.
 QStringList VXContactWriter::propertiesFor(const VXManagedObject &person, const VXContactRecord &contact)
 {
     if (person.isInserted())

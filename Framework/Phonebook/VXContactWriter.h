@@ -10,50 +10,54 @@
 
 class VXManagedObjectContext;
 
-/** Whose single values count where two contacts become one. Equals: as Known, and a number or address that they have of two kinds is
- *  of both then. */
+/**
+ * Whose single values win when two contacts are merged. Equals: like Known, but a number or address with two kinds gets
+ * both.
+ */
 enum class VXContactPrecedence { News, Known, Equals };
 
-/** A contact as it can be stored: a name whose parts are not known is the first name, what is empty is none, and control characters
- * are left out. */
+/**
+ * The contact as it can be stored: a name of unknown parts becomes the first name, empty values become none, and
+ * control characters are removed.
+ */
 [[nodiscard]] VX_EXPORT VXContactRecord VXStorableContact(const VXContactRecord &contact);
 /**
- * Both in one, storable: lists are united, numbers compared as they are looked up, unless their countries differ, and addresses without
- * case; of single values those of the one with precedence count, if it has any. The name is one value: of two that do not contradict
- * each other the one that says more counts. Where Known counts, the other values stand in the note. A UID that is known stays; the
- * other is a former one then.
+ * Merges two contacts, in storable form. Lists are united; numbers are compared in the form used for look-ups, unless
+ * their countries differ, and addresses ignoring case. Of single values, that of the contact with precedence is taken,
+ * if it has one. The name is a single value: of two compatible ones, the one that says more is taken. With precedence
+ * Known, the other values are added to the note. A known UID is kept; then the other becomes a former UID.
  */
 [[nodiscard]] VX_EXPORT VXContactRecord VXUnitedContact(const VXContactRecord &known, const VXContactRecord &news,
                                                         VXContactPrecedence precedence);
-/** The single values that are others than before, as "company Mill -> Acme". */
+/** The single values that have changed, such as "company Mill -> Acme". */
 [[nodiscard]] VX_EXPORT QStringList VXReplacedValues(const VXContactRecord &before, const VXContactRecord &after);
 /** A UID that no other contact has. */
 [[nodiscard]] VX_EXPORT QString VXNewContactUID();
-/** Whether they have the same values, in whatever order. */
+/** Whether the contacts have the same values, in any order. */
 [[nodiscard]] VX_EXPORT bool VXIsSameContact(const VXContactRecord &a, const VXContactRecord &b);
 
 /**
- * Writes contacts into the store "phonebook" by a context, which the caller saves. What of a person stays as it is is not written
- * again. On the context's thread.
+ * Writes contacts into the store "phonebook" through a context, which the caller saves. Unchanged values of a person
+ * are not written again. On the context's thread.
  */
 class VX_EXPORT VXContactWriter
 {
 public:
     explicit VXContactWriter(VXManagedObjectContext &context) : _context(context) {}
 
-    /** Of a change set: persons get this date, and new ones the number. */
+    /** Sets the change set: its date for all persons written, its number for new ones. */
     void setChangeSet(qint64 number, const QDateTime &date);
 
-    /** A new person. One without a UID gets one. */
+    /** Adds a person. A contact without UID gets one. */
     VXManagedObjectPtr insert(const VXContactRecord &contact);
-    /** Gives the person just these values; the UID stays when there is no other. */
+    /** Replaces the person's values by those of the contact; the UID is kept if the contact has none. */
     void replace(const VXManagedObjectPtr &person, const VXContactRecord &contact);
-    /** Beside those that it is in. */
+    /** Adds the person to another group. */
     void addToGroup(const VXManagedObjectPtr &person, const QString &name);
 
 private:
     static QStringList propertiesFor(const VXManagedObject &person, const VXContactRecord &contact);
-    /** `isNew`: nothing was written of the person. */
+    /** `isNew`: nothing of the person was written before. */
     void fill(const VXManagedObjectPtr &person, const VXContactRecord &storable, bool isNew);
     void write(VXManagedObject &person, const VXContactRecord &contact, bool isNew);
     void setDate(VXManagedObject &person) const;

@@ -25,10 +25,10 @@ namespace {
 constexpr qsizetype maximumCodeLength = 5;
 constexpr quint16 notInTable = 0xFFFF;
 
-// A node of the digit tree: a number, the first table entry that equals it, and the numbers one digit longer.
+// A node of the digit tree: a number, the first table entry that equals it, and the numbers that are one digit longer.
 struct Node
 {
-    std::array<quint16, 10> next{}; // 0: none, as nothing leads back to the root
+    std::array<quint16, 10> next{}; // 0: none, as no edge leads back to the root
     quint16 order = notInTable;
 };
 
@@ -84,8 +84,8 @@ constexpr Tree tree = makeTree();
 
 } // namespace
 
-// One way down the tree meets every entry that the walk over the table could, shorter values first; the one
-// that stands first in the table wins.
+// A single path down the tree visits every entry that a walk over the table could match, shorter ones first; the one
+// that is first in the table wins.
 qsizetype VXCountryCodeLength(QStringView digits)
 {
     qsizetype length = 0;

@@ -12,7 +12,7 @@ constexpr qsizetype maximumDomainLength = 255;
 constexpr qsizetype addressLiteralLabels = 4;
 constexpr int octetLimit = 256;
 
-// Only digits, with a value below 256. An empty label has no other character, and the value 0.
+// Whether the label has only digits, with a value below 256. An empty label counts, with the value 0.
 bool isOctet(QStringView label)
 {
     int value = 0;
@@ -25,7 +25,8 @@ bool isOctet(QStringView label)
     return value < octetLimit;
 }
 
-// What the test for four numbers leaves of the labels: nothing when all pass, else what follows the first that fails.
+// What remains of the labels after the test for four numbers: nothing when all pass, otherwise what follows the first
+// that fails.
 QStringView afterOctets(QStringView domain)
 {
     QStringView rest = domain;

@@ -8,8 +8,8 @@
 #endif
 
 /**
- * The index of the first of three ASCII characters at or after `from`; the text's size when there is none.
- * Looks at eight UTF-16 units at once where the processor can.
+ * The index of the first of three ASCII characters at or after `from`; the text's size when there is none. Checks eight
+ * UTF-16 units at a time if the processor can.
  */
 template <char16_t A, char16_t B, char16_t C>
 inline qsizetype VXIndexOfAny(QStringView text, qsizetype from)

@@ -39,7 +39,7 @@ QStringList addressesOfCards(const QString &text)
     return found;
 }
 
-// Of a link everything but the addresses is dropped; null when the text is none.
+// The addresses of a link; null when the text is no link.
 QString addressesOfLink(const QString &text)
 {
     static const QRegularExpression link(u"^(?:tel|sms|smsto|callto|messageto|mailto):(?://)?([^?]*)"_s,
@@ -51,7 +51,7 @@ QString addressesOfLink(const QString &text)
     return QUrl::fromPercentEncoding(match.captured(1).toUtf8()).remove(parameter);
 }
 
-// "a; b" outside of brackets, braces and escapes.
+// Splits "a; b" except within brackets, braces and escapes.
 QStringList partsBetweenSemicolons(const QString &text)
 {
     QStringList parts{QString()};
@@ -98,7 +98,7 @@ QStringList VXAddressesFromPastedText(const QString &text)
     for (const QString &line : text.split(lineEnds, Qt::SkipEmptyParts)) {
         const QString linked = addressesOfLink(line.trimmed());
         for (const QString &part : partsBetweenSemicolons(linked.isNull() ? line : linked)) {
-            // The comma in a quoted name is no end.
+            // A comma within a quoted name is no separator.
             const QString item = withoutQuotes(part.trimmed());
             found += item == part.trimmed() ? VXUnpackPhonebookStrings(part, false) : QStringList{item};
         }

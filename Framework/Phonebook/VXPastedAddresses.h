@@ -6,8 +6,8 @@
 #include <QtCore/QStringList>
 
 /**
- * The phonebook strings and groups in what people paste: parted by commas, semicolons, tabs and line ends; "Name <number>", also
- * with the name in quotes; vCards, of which each gives its best number or else address; "tel:", "sms:" and "mailto:" links. What
- * is no address comes as it stands. Any thread.
+ * The phonebook strings and groups in text that people paste: separated by commas, semicolons, tabs and line ends;
+ * "Name <number>", with the name perhaps in quotes; vCards, of which each gives its best number, or else address;
+ * "tel:", "sms:" and "mailto:" links. What is no address is returned unchanged. Any thread.
  */
 [[nodiscard]] VX_EXPORT QStringList VXAddressesFromPastedText(const QString &text);

@@ -12,18 +12,18 @@ namespace {
 
 constexpr qsizetype minimumPhoneNumberLength = 3; // UTF-16 units
 
-// The first that fits wins: of two with one beginning the longer stands first.
+// The first match wins: of two codes with the same prefix the longer one comes first.
 constexpr QLatin1StringView internationalAccessCodes[] = {"0011"_L1, "1060"_L1, "001"_L1, "002"_L1, "005"_L1, "011"_L1,
                                                           "810"_L1,  "900"_L1,  "990"_L1, "99"_L1,  "00"_L1};
 
-// Italy, San Marino and the Vatican: the zero belongs to the number, from abroad too.
+// Italy, San Marino and the Vatican: the zero is a part of the number, from abroad, too.
 constexpr QLatin1StringView countriesThatDialTheZero[] = {"39"_L1, "378"_L1, "379"_L1};
 
-// Of numbers with exactly this many digits.
+// For numbers with exactly this many digits.
 constexpr qsizetype longNationalNumber = 13;
 constexpr QLatin1StringView longNationalAccessCodes[] = {"015"_L1, "021"_L1, "023"_L1, "031"_L1};
 
-// How many characters the text has, as far as it matters here: counting stops at the limit.
+// The number of characters of the text, but counting stops at the limit.
 qsizetype characterCount(QStringView text, qsizetype limit)
 {
     if (text.size() >= 2 * limit)
@@ -101,7 +101,7 @@ QString VXPhoneNumberSearchString(QStringView number)
         rest = strippingCodes(rest, number.startsWith(u'+'));
     if (hasAtLeast(rest, 8) && rest.front() == u'1')
         rest = rest.sliced(1);
-    digits.remove(0, digits.size() - rest.size()); // moves the start only: the digits are not copied again
+    digits.remove(0, digits.size() - rest.size()); // only moves the start, without copying the digits again
     return digits;
 }
 
@@ -141,7 +141,7 @@ QString VXPhoneNumberWithoutTrunkZero(const QString &number)
     if (country.startsWith("00"_L1))
         country.remove(0, 2);
     if (country.isEmpty() || VXCountryCodeLength(country) != country.size())
-        return number; // a digit like others
+        return number; // an ordinary digit
     const bool isDialled = std::ranges::find(countriesThatDialTheZero, country) != std::end(countriesThatDialTheZero);
     return QString(number).replace(at, zero.size(), isDialled ? u" 0"_s : u" "_s).simplified();
 }

@@ -4,15 +4,15 @@
 
 #include <QtCore/QString>
 
-// Phone numbers as people write them. All functions are pure and may be called from any thread. Digits are
-// the decimal digits of any script; where digits are counted, each counts once, however many UTF-16 units it takes.
+// Phone numbers in the form in which people write them. All functions are pure and may be called on any thread. Digits
+// are the decimal digits of any script; where digits are counted, each counts once, however many UTF-16 units it has.
 
-/** True for at least 3 UTF-16 units of the formatting set, at least one of them a digit. */
+/** Whether the text has at least 3 UTF-16 units, all in the formatting set, and at least one digit. */
 [[nodiscard]] VX_EXPORT bool VXIsValidPhoneNumber(QStringView text);
 
 /**
- * The form under which numbers are compared and looked up: the digits alone, without access and country
- * codes. Digits are kept as they are written. Null for null, empty for a text without digits.
+ * The form in which numbers are compared and looked up: only the digits, without access and country codes. Digits are
+ * kept as written. Null for null, empty for a text without digits.
  */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberSearchString(QStringView number);
 
@@ -23,15 +23,24 @@
 /** The digits without a leading country code; fewer than 5 characters come back unchanged. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberByStrippingCountryCode(const QString &digits);
 
-/** The prefix that leads abroad ("00", "011", ...); null when there is none or the number has fewer than 9 digits. */
+/**
+ * The international access code at the start ("00", "011", ...); null when there is none or the number has fewer than 9
+ * digits.
+ */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalAccessCode(QStringView digits);
 
-/** The digits as they are dialled from abroad, without access code; null where the number does not tell its country. */
+/** The digits as dialled from abroad, without access code; null if the number does not contain its country. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberInternationalDigits(QStringView number);
 
-/** Of an international number without the "(0)" that some write behind the country code for those who call from within the country: nobody dials it with the rest,
- *  and numbers are compared without. Where it is dialled with the rest, as in Italy, it stands there without its brackets. */
+/**
+ * Removes from an international number the "(0)" that some people write after the country code for callers within the
+ * country: it is not dialled with the rest, and numbers are compared without it. Where it is dialled with the rest, as
+ * in Italy, only the brackets are removed.
+ */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberWithoutTrunkZero(const QString &number);
 
-/** The prefix for calls within the country ("0", "1", ...); null when there is none or for fewer than 7 digits. */
+/**
+ * The prefix for calls within the country ("0", "1", ...); null when there is none or the number has fewer than 7
+ * digits.
+ */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberNationalAccessCode(QStringView digits);

@@ -20,7 +20,7 @@ qsizetype digitCount(QStringView text)
     return count;
 }
 
-// The next character of the number if the pattern's character takes it, else null.
+// The next character of the number if it matches the pattern's character, otherwise null.
 QStringView taken(QStringView number, qsizetype &cursor, QChar wanted)
 {
     if (cursor == number.size())

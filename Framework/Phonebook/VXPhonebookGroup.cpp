@@ -16,7 +16,7 @@ bool VXPhonebookGroupSplit(const QString &text, QString *groupName, QStringList 
     const bool isGroup = parts && (!parts->name.isNull() || items.count() >= 2);
     if (members != nullptr)
         *members = items.toStringList();
-    if (groupName != nullptr) // last: it may be the text
+    if (groupName != nullptr) // last, as it may be the text itself
         *groupName = parts ? parts->name.toString() : QString();
     return isGroup;
 }

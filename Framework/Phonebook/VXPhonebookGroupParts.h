@@ -4,12 +4,12 @@
 
 #include <optional>
 
-/** A group string taken apart without copying: the views are parts of the text. */
+/** A group string parsed without copying: the views refer to the text. */
 struct VXPhonebookGroupParts
 {
     QStringView name = {}; // null for a text without braces
-    QStringView body = {}; // the members and what separates them
+    QStringView body = {}; // the members and their separators
 
-    /** None for an empty text and, logged, for one with "{" that no "}" follows. */
+    /** None for an empty text and, logged, for one with a "{" without a "}" after it. */
     static std::optional<VXPhonebookGroupParts> split(QStringView text);
 };

@@ -7,30 +7,30 @@
 
 #include <vector>
 
-/** One item of a list or member of a group: a phonebook string or a whole group. */
+/** An item of a list or a member of a group: a phonebook string or a whole group. */
 struct VX_EXPORT VXPhonebookItem
 {
     QStringView text;
-    QStringView nameStart; // what a comma in the name parts from the text, else null
+    QStringView nameStart; // the beginning of a name that a comma separates from the rest; otherwise null
 
     QString toString() const;
 };
 
 /**
- * The items of a list or the members of a group as views into its text. The text was cut at each delimiter,
- * though a name may hold one ("Doe, Jane <...>"): so a piece with a name and an address takes the piece
- * before it, if that has no address, as the start of its name.
+ * The items of a list or the members of a group, as views into its text. The text was split at each delimiter, though a
+ * name may contain one ("Doe, Jane <...>"): so a piece with a name and an address takes the piece before it, if that
+ * has no address, as the beginning of its name.
  */
 class VX_EXPORT VXPhonebookItems
 {
 public:
-    /** One piece between delimiters; whitespace around it is dropped, and so is an empty piece. */
+    /** Adds a piece between delimiters, without surrounding whitespace; an empty piece is dropped. */
     void appendPiece(QStringView piece);
 
-    /** An item that takes no part in the joining. */
+    /** Adds an item that is never joined with others. */
     void appendWhole(QStringView item);
 
-    /** The pieces between "," and ";". They are not joined with what comes before or after. */
+    /** Adds the pieces between "," and ";". They are not joined with those before or after. */
     void appendMembers(QStringView body);
 
     qsizetype count() const { return static_cast<qsizetype>(_items.size()); }
@@ -41,5 +41,5 @@ public:
 
 private:
     std::vector<VXPhonebookItem> _items;
-    bool _lastHasNoAddress = false; // and may be the start of the next one's name
+    bool _lastHasNoAddress = false; // and so may be the beginning of the next item's name
 };

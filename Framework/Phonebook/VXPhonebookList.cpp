@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Each line holds the whole text: a million stray braces must not make a million lines of a megabyte.
+// Each line contains the whole text: a million stray braces must not produce a million lines of a megabyte.
 constexpr int maximumBraceWarnings = 16;
 
 class Unpacker
@@ -87,7 +87,7 @@ private:
     int _warnings = 0;
 };
 
-// What an item is compared by. Digits are never escaped, so the value need not be unescaped first.
+// What items are compared by. Digits are never escaped, so the value need not be unescaped first.
 QString keyOf(const VXPhonebookItem &item)
 {
     const QString joined = item.nameStart.isNull() ? QString() : item.toString();

@@ -33,7 +33,7 @@ using namespace std::chrono_literals;
 constexpr auto longestAnswer = 5s;
 constexpr QLatin1StringView storeName("phonebook");
 
-// The one whose store it is. Main thread.
+// The plugin that owns the store. Main thread.
 const VXPluginProxy *phonebookStorePlugin()
 {
     const QList<VXPluginProxy *> plugins =
@@ -41,7 +41,7 @@ const VXPluginProxy *phonebookStorePlugin()
     return plugins.isEmpty() ? nullptr : plugins.constLast();
 }
 
-// Null unless the plugin is enabled and loaded; elsewhere than on the main thread that is known by the open store.
+// Null unless the plugin is enabled and loaded; on other threads, unless the store is open.
 VXPersistentStoreCoordinator::Ptr phonebookStore()
 {
     if (VXMainThread::isCurrent()) {
@@ -88,7 +88,7 @@ VXPhonebookManager::Clock::time_point VXPhonebookManager::now()
     if (Clock::time_point(*const clock)() = _clock.load(std::memory_order_relaxed); Q_UNLIKELY(clock != nullptr))
         return clock();
     timespec time{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &time); // some milliseconds late, and a fraction of the other's cost
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &time); // coarse to some milliseconds, but much cheaper
     return Clock::time_point(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
 }
 
@@ -178,7 +178,7 @@ VXManagedObjectPtr VXPhonebookManager::find(const QString &phonebookString, Kind
     return own == nullptr ? VXManagedObjectPtr() : VXPhonebookEntry::copyPhoneNumberIntoContext(*best, *own);
 }
 
-// Of equal ones the last. What one is worth takes queries, which the only one can do without.
+// Of equal entries the last one. A single candidate needs no score, which takes queries.
 VXManagedObjectPtr VXPhonebookManager::bestOf(QList<VXManagedObjectPtr> candidates)
 {
     if (candidates.size() <= 1)
@@ -198,7 +198,7 @@ VXManagedObjectPtr VXPhonebookManager::bestOf(QList<VXManagedObjectPtr> candidat
 void VXPhonebookManager::keep(const QString &key, const VXManagedObjectPtr &entry)
 {
     const Clock::time_point time = now();
-    while (!_ends.empty() && _ends.front().first <= time) { // of answers that were given anew meanwhile the key stays
+    while (!_ends.empty() && _ends.front().first <= time) { // the key of an answer that was renewed meanwhile is kept
         const QString &old = _ends.front().second;
         if (const auto kept = _lookupCache.find(old); kept != _lookupCache.end() && kept->second.end <= time)
             _lookupCache.erase(kept);
@@ -250,7 +250,7 @@ QStringList VXPhonebookManager::completionsForSubstring(const QString &substring
     return sorted.mid(0, limit);
 }
 
-// -- What others change
+// -- Changes by others
 
 QList<VXManagedObjectPtr> VXPhonebookManager::phonebookEntriesWithPathPrefix(const QString &prefix,
                                                                              VXManagedObjectContext &context)

@@ -20,7 +20,7 @@
 
 class VXManagedObjectContext;
 
-/** What completions may be: bits of a mask. */
+/** What completions may consist of; bits of a mask. */
 enum VXPhonebookProperty : unsigned {
     VXPhonebookPropertyNumber = 1, // "Jane Doe <+1 555 0100/m>"
     VXPhonebookPropertyEmail = 2,  // "Jane Doe <jane@example.org/H>"
@@ -29,29 +29,31 @@ enum VXPhonebookProperty : unsigned {
 };
 
 /**
- * Answers what the rest of the system asks about contacts: who stands behind a phonebook string, with which picture, and what a
- * text that is being typed may become. The entries lie in the store "phonebook" and are found by the loaded phonebook plugins,
- * asked on the calling thread. Each thread has a manager of its own, with a context and a cache: any save in the process
- * makes the next look-up forget both, and no answer is kept for more than five seconds.
+ * Answers the rest of the system's questions about contacts: who a phonebook string stands for, their picture, and
+ * completions for typed text. The entries are in the store "phonebook" and are found by the loaded phonebook plugins,
+ * which are called on the calling thread. Each thread has a manager of its own, with a context and a cache: any save in
+ * the process makes the next look-up discard both, and no answer is cached for more than five seconds.
  */
 class VX_EXPORT VXPhonebookManager
 {
 public:
-    /** The calling thread's; made on first use, gone with the thread. */
+    /** The calling thread's manager; made on first use, destroyed with the thread. */
     static VXPhonebookManager &sharedPhonebookManager();
-    /** Has it hear what is saved, and which plugins go, whoever looks something up. Once, when the framework starts. */
+    /** Starts to observe saves and plugins that are unloaded, for the managers of all threads. To be called once, when
+     *  the framework starts. */
     static void startObserving();
 
     ~VXPhonebookManager();
     VXPhonebookManager(const VXPhonebookManager &) = delete;
     VXPhonebookManager &operator=(const VXPhonebookManager &) = delete;
 
-    /** This thread's, over the store "phonebook"; nullptr, logged, while that is not open. Nothing is saved through it. */
+    /** This thread's context for the store "phonebook"; nullptr, logged, while the store is not open. Nothing is saved
+     *  through it. */
     VXManagedObjectContext *managedObjectContext();
 
     /**
-     * The best entry for the string's phone number; null for none, and for e-mail addresses, which are not looked up. It
-     * belongs to the manager's context, which a look-up after a save resets: keep it no longer than the present task.
+     * The best entry for the string's phone number; null for none, and for e-mail addresses, which are not looked up.
+     * It belongs to the manager's context, which a look-up after a save resets: do not keep it beyond the present task.
      */
     VXManagedObjectPtr entryForPhonebookString(const QString &phonebookString);
     /** The same also for an e-mail address: for who shows whom a record is with. */
@@ -59,12 +61,13 @@ public:
     /** The bytes of a picture file; null for none, and for groups. */
     QByteArray imageForPhonebookString(const QString &phonebookString);
     /**
-     * At most `limit` phonebook strings and groups for a typed text, of the properties in the mask (VXPhonebookProperty), sorted
-     * case-insensitively. A mask or a limit of 0 fails an assertion. `indexOfSelectedItem` is never filled in.
+     * At most `limit` phonebook strings and groups for a typed text, among the properties in the mask
+     * (VXPhonebookProperty), sorted case-insensitively. A mask or a limit of 0 fails an assertion.
+     * `indexOfSelectedItem` is never set.
      */
     QStringList completionsForSubstring(const QString &substring, unsigned propertyMask, unsigned limit,
                                         int *indexOfSelectedItem = nullptr);
-    /** Forgets the answer for a trimmed phonebook string. */
+    /** Removes the cached answer for a trimmed phonebook string. */
     void removeFromCache(const QString &key);
 
     /** Entries whose "url_string" begins with the prefix: groups, persons, numbers, addresses. On the context's thread. */
@@ -74,24 +77,24 @@ public:
     /** Observes every save of a context in the process. Any thread. */
     static void contextDidSaveNotification(const VXNotification &notification);
     /**
-     * Observes plugins that are unloaded: entries that one supplied, whose "url_string" begins with its identifier, are deleted.
-     * Not those of the plugin whose store it is. Main thread.
+     * Observes plugins that are unloaded: deletes the entries that the plugin supplied, whose "url_string" begins with
+     * its identifier, unless the plugin owns the store. Main thread.
      */
     static void pluginWillUnload(const VXNotification &notification);
 
     using Clock = std::chrono::steady_clock;
-    /** Takes the place of the clock by which answers grow old; nullptr brings it back. For tests. Any thread. */
+    /** Replaces the clock for the age of answers; nullptr restores it. For tests. Any thread. */
     static void setClock(Clock::time_point (*clock)());
 
 private:
-    /** An answer, which may be none. */
+    /** A cached answer, which may be none. */
     struct Answer
     {
         VXManagedObjectPtr entry;
-        Clock::time_point end; // it no longer counts
+        Clock::time_point end; // when it expires
     };
 
-    // Of texts as short as phonebook strings Qt's own hash and comparison take most of the time of an answer that is kept.
+    // For texts as short as phonebook strings, Qt's own hash and comparison take most of the time of a cached answer.
     struct KeyHash
     {
         size_t operator()(const QString &key) const
@@ -123,7 +126,7 @@ private:
     static std::atomic<Clock::time_point (*)()> _clock;
 
     quint32 _contextVersion;
-    std::unique_ptr<VXManagedObjectContext> _managedObjectContext; // outlives what is kept of it
+    std::unique_ptr<VXManagedObjectContext> _managedObjectContext; // outlives the cached objects
     std::unordered_map<QString, Answer, KeyHash, SameKey> _lookupCache;
-    std::deque<std::pair<Clock::time_point, QString>> _ends; // of the answers, the first to end in front
+    std::deque<std::pair<Clock::time_point, QString>> _ends; // when cached answers expire, the first one in front
 };

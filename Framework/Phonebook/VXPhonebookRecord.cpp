@@ -36,7 +36,7 @@ bool isIncoming(const VXManagedObject &record)
     return record.valueForKey(directionKey).toInt() != 0;
 }
 
-// False when that is what it has.
+// False when the record already has that value.
 bool replaceText(VXManagedObject &record, const QString &key, const QString &value)
 {
     const QString old = text(record, key);
@@ -57,7 +57,7 @@ QString searchFormOfItem(const QString &item)
     return parts.isEmpty() ? item : parts.join(u' ');
 }
 
-// Each of its own: once they are joined, a comma within a name would part it.
+// The form of each item, as once they are joined a comma within a name would split it.
 QStringList searchFormsOf(const QString &phonebookStrings)
 {
     QStringList forms = VXUnpackPhonebookStrings(phonebookStrings, true);
@@ -70,7 +70,7 @@ QStringList itemsOf(const VXManagedObject &record, const QString &key)
     return VXUnpackPhonebookStrings(text(record, key), true);
 }
 
-/** As it stands there: whose a number is now, and how people write it, is seen when it is shown. */
+/** A party as recorded: its present name, and the readable form of its number, are looked up when it is shown. */
 struct Party
 {
     explicit Party(const QString &item)

@@ -30,7 +30,7 @@ bool VXPhonebookStringSplit(const QString &text, QString *name, QString *value, 
     const auto parts = VXPhonebookStringParts::split(text);
     if (typeMask != nullptr)
         *typeMask = VXPhonebookTypeMaskFromString(parts.letters);
-    // The text itself may be an output, and the parts are views of it.
+    // The text itself may be an output, and the parts refer to it.
     QString foundValue;
     if (value != nullptr)
         foundValue = parts.isBareAddress(text) ? text : unescaped(parts.value);

@@ -8,15 +8,15 @@
 // number or an e-mail address) and the letters of the type mask (VXPhonebookType.h). Any thread.
 
 /**
- * Takes a phonebook string apart. Each output starts as null or 0 and may be nullptr.
- * @return true if the value is a valid phone number or e-mail address. When it is not, the outputs hold what
- * was found; when the text is malformed (logged), the name is the whole text.
+ * Parses a phonebook string. Each output is initially null or 0 and may be nullptr. @return whether the value is a
+ * valid phone number or e-mail address. If it is not, the outputs hold what was found; if the text is malformed
+ * (logged), the name is the whole text.
  */
 [[nodiscard]] VX_EXPORT bool VXPhonebookStringSplit(const QString &text, QString *name = nullptr,
                                                     QString *value = nullptr, unsigned *typeMask = nullptr);
 
 /**
- * Puts a phonebook string together, reserved characters escaped. Name and value may be null; without a value
- * the name comes back as it is. A mask that has no letters is written as "/(null)".
+ * Makes a phonebook string, with reserved characters escaped. Name and value may be null; without a value the name is
+ * returned as it is. A mask that has no letters is written as "/(null)".
  */
 [[nodiscard]] VX_EXPORT QString VXPhonebookStringJoin(const QString &name, const QString &value, unsigned typeMask);

@@ -31,8 +31,9 @@ public:
     QChar current() const { return _text[_position]; }
     void skip() { ++_position; }
 
-    // What lies before the next unescaped "<" or ">", or the end, without the whitespace around it. An
-    // escaped whitespace character is content, and so ends no earlier than itself. Null when there is no content.
+    // Reads up to the next unescaped "<" or ">", or the end, and returns that without surrounding whitespace. An
+    // escaped whitespace character is content, so the content ends after it at the earliest. Null when there is no
+    // content.
     QStringView readContent()
     {
         const qsizetype start = _position;
@@ -58,7 +59,7 @@ private:
     qsizetype _position = 0;
 };
 
-// The property is "value" or "value/letters", the letters being all that follows its last "/".
+// The property is "value" or "value/letters"; the letters are what follows its last "/".
 void splitProperty(QStringView property, VXPhonebookStringParts &parts)
 {
     const VXCharacterSet &letters = VXCharacterSet::phonebookTypeMaskCharacterSet();

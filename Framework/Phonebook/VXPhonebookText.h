@@ -4,7 +4,7 @@
 
 #include <utility>
 
-/** A text's own view of the phonebook tests. Holds the text; null fails every test. Any thread. */
+/** Offers the phonebook tests for a text, of which it keeps a copy; a null text fails every test. Any thread. */
 class VX_EXPORT VXPhonebookText
 {
 public:
@@ -14,7 +14,7 @@ public:
     [[nodiscard]] bool isValidPhoneNumber() const;
     [[nodiscard]] bool isValidPhonebookType() const;
 
-    /** True when no character lies outside the set, so for the empty text. */
+    /** Whether no character is outside the set; true for the empty text. */
     [[nodiscard]] bool containsOnlyCharactersFromSet(const VXCharacterSet &set) const;
     /** The text without the characters outside the set; an empty text is returned as it is. */
     [[nodiscard]] QString stringWithCharactersFromSet(const VXCharacterSet &set) const;

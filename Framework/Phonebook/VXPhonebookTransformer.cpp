@@ -34,7 +34,7 @@ QString VXDisplayStringForPhonebookString(const QString &text)
 {
     QString name;
     QString value;
-    static_cast<void>(VXPhonebookStringSplit(text, &name, &value)); // of no address what was found will do
+    static_cast<void>(VXPhonebookStringSplit(text, &name, &value)); // without a valid address, what was found is used
     if (!name.isEmpty())
         return name;
     if (value.isEmpty())

@@ -6,19 +6,19 @@
 #include <QtCore/QString>
 
 /**
- * How a phonebook string is shown: by its name, else by its address, a phone number in the user's address-book format.
- * A text that is no phonebook string is shown as it is; null stays null. Any thread.
+ * The text to show for a phonebook string: its name, or else its address; a phone number in the user's address-book
+ * format. A text that is no phonebook string is returned unchanged; null stays null. Any thread.
  */
 [[nodiscard]] VX_EXPORT QString VXDisplayStringForPhonebookString(const QString &text);
 
-/** Shows a phonebook string as above. Other values than texts give nothing. */
+/** Converts a phonebook string as above. Values other than texts give nothing. */
 class VX_EXPORT VXPhonebookStringTransformer : public VXValueTransformer
 {
 public:
     QVariant transformedValue(const QVariant &value) const override;
 };
 
-/** Shows a list, as that of a message's recipients: its items as above, a group by its name, with ", " between. */
+/** Converts a list, such as a message's recipients: the items as above, groups by name, joined by ", ". */
 class VX_EXPORT VXPhonebookTransformer : public VXValueTransformer
 {
 public:

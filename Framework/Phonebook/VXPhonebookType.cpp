@@ -8,7 +8,7 @@ struct Letter
 {
     char16_t letter;
     unsigned bits;
-    unsigned field; // where the bits lie
+    unsigned field; // the mask of the field that the bits belong to
 };
 
 constexpr Letter letters[] = {

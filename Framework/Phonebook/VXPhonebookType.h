@@ -5,8 +5,8 @@
 #include <QtCore/QString>
 
 /**
- * The type mask of a phone number or e-mail address: the kind, a value in the low 6 bits, and the two bits of
- * the location. Stored as an integer with the address.
+ * The type mask of a phone number or e-mail address: the kind, a value in the low 6 bits, and two bits for the
+ * location. Stored as an integer with the address.
  */
 enum VXPhonebookType : unsigned {
     VXPhonebookTypeNone = 0,
@@ -20,11 +20,14 @@ enum VXPhonebookType : unsigned {
     VXPhonebookTypeLocationMask = VXPhonebookTypeHome | VXPhonebookTypeWork,
 };
 
-/** True if every character is one of "HW!mfp", so for the empty text; false for null. Any thread, as all here. */
+/**
+ * Whether every character is one of "HW!mfp"; true for the empty text, false for null. Any thread, like everything
+ * here.
+ */
 [[nodiscard]] VX_EXPORT bool VXIsValidPhonebookType(QStringView letters);
 
-/** The mask that letters stand for, kinds combined bit by bit: "fm" is a pager. Other characters add nothing. */
+/** The mask for the letters, with kinds combined bit by bit: "fm" is a pager. Other characters are ignored. */
 [[nodiscard]] VX_EXPORT unsigned VXPhonebookTypeMaskFromString(QStringView letters);
 
-/** The letters of a mask, the location first; null when it has none (for both locations and unknown kinds, too). */
+/** The letters for a mask, the location first; null if it has none (also for both locations, and for unknown kinds). */
 [[nodiscard]] VX_EXPORT QString VXStringFromPhonebookTypeMask(unsigned mask);

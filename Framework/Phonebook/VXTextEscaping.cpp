@@ -37,7 +37,7 @@ QString VXTextEscaping::stringByUnescapingCharactersInString(const QString &text
             break;
         qsizetype next = copied;
         if (!members.characterIsMember(VXNextCodePoint(source, next)))
-            copied = backslash; // both stay
+            copied = backslash; // keep both
         backslash = source.indexOf(u'\\', next);
     }
     unescaped += source.sliced(copied);

@@ -14,12 +14,12 @@ public:
     Q_INVOKABLE VXInterfacePlugin();
     ~VXInterfacePlugin() override;
 
-    /** Opens what the URL names. @return what stands for it; invalid for every URL that is not the plugin's own. */
+    /** Opens what the URL names. @return a value that represents it; invalid for URLs that are not the plugin's own. */
     Q_INVOKABLE virtual QVariant openURLString(const QString &url);
     /** The URLs of the plugin's open windows, in the order they are to be opened again; none by default. */
     Q_INVOKABLE virtual QStringList urlStringsForOpenWindows() const;
 
-    /** True when the plugin must be set up before it can be used, which `runModalSetup` does. Neither by default. */
+    /** True when the plugin has to be set up (by `runModalSetup`) before it can be used. False by default. */
     Q_INVOKABLE virtual bool needsSetup() const;
     Q_INVOKABLE virtual void runModalSetup();
 };

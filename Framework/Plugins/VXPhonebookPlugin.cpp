@@ -6,7 +6,7 @@
 
 VXPhonebookPlugin::VXPhonebookPlugin()
 {
-    VXPhonebookRegistry::shared(); // from now on it hears of those that are loaded
+    VXPhonebookRegistry::shared(); // makes the registry, so that it notices which plugins are loaded
 }
 
 VXPhonebookPlugin::~VXPhonebookPlugin() = default;

@@ -46,7 +46,7 @@ void VXPhonebookRegistry::takeSnapshot()
     {
         const VXMutexLocker locker(_lock);
         _plugins.swap(plugins);
-    } // those of before are let go of without the lock
+    } // releases the previous ones without the lock
 }
 
 void VXPhonebookRegistry::pluginWillUnload(const VXPlugin *plugin)
@@ -54,7 +54,7 @@ void VXPhonebookRegistry::pluginWillUnload(const VXPlugin *plugin)
     if (dynamic_cast<const VXPhonebookPlugin *>(plugin) == nullptr)
         return;
     const QString identifier = plugin->identifier();
-    QList<Known> before; // let go of without the lock
+    QList<Known> before; // released without the lock
     {
         const VXMutexLocker locker(_lock);
         before = _plugins;

@@ -11,17 +11,17 @@
 class VXPhonebookPlugin;
 class VXPlugin;
 
-/** A phonebook plugin as it is asked: held, and not unloaded, meanwhile. */
+/** A phonebook plugin during a look-up: it is kept alive, and not unloaded, meanwhile. */
 struct VXPhonebookInUse
 {
     std::shared_ptr<VXPlugin> instance;
     VXPhonebookPlugin *plugin;
-    std::shared_ptr<void> use; // ends with the last copy
+    std::shared_ptr<void> use; // the use ends with the last copy
 };
 
 /**
- * The loaded phonebook plugins, in the plugin manager's order, as of the last one that was loaded or unloaded: what any thread
- * needs for a look-up, without waiting for the main thread, to which plugins belong.
+ * The loaded phonebook plugins, in the plugin manager's order, as of the last time one was loaded or unloaded. This
+ * lets any thread look up contacts without waiting for the main thread, which plugins belong to.
  */
 class VXPhonebookRegistry
 {
@@ -29,7 +29,7 @@ public:
     /** Made on first use, with the first phonebook plugin, and never freed. */
     static VXPhonebookRegistry &shared();
 
-    /** Any thread, waits for nobody. */
+    /** Any thread; does not block. */
     QList<VXPhonebookInUse> plugins();
 
 private:
@@ -46,7 +46,7 @@ private:
         QString identifier;
     };
 
-    VXMutex _lock; // before that of the uses
+    VXMutex _lock; // to be locked before that of _uses
     QList<Known> _plugins VX_GUARDED_BY(_lock);
     VXPluginUses _uses;
     QObject _observer;

@@ -17,11 +17,11 @@ namespace {
 
 QSet<VXPlugin *> &living()
 {
-    static auto *const objects = new QSet<VXPlugin *>; // never freed: objects may outlive static ones
+    static auto *const objects = new QSet<VXPlugin *>; // never freed: plugins may outlive static objects
     return *objects;
 }
 
-// The innermost plugin bundle around a file of code; null when there is none.
+// The innermost plugin bundle that contains a file of code; null when there is none.
 VXBundle::Ptr pluginBundleOfCode(const QString &file)
 {
     for (QString folder = QFileInfo(file).path(); folder.size() > 1; folder = QFileInfo(folder).path()) {
@@ -31,7 +31,7 @@ VXBundle::Ptr pluginBundleOfCode(const QString &file)
     return nullptr;
 }
 
-// A readable image of the bundle, named with or without its extension; null for none.
+// The path of a readable image in the bundle, given with or without its extension; null for none.
 QString pathForImageResource(const VXBundle &bundle, const QString &name)
 {
     for (const QString &type : {QString(), u"svg"_s, u"png"_s, u"xpm"_s, u"jpg"_s}) {
@@ -61,7 +61,7 @@ const QSet<VXPlugin *> &VXPlugin::livingObjects()
 
 VXBundle::Ptr VXPlugin::bundle() const
 {
-    const VXMutexLocker lock(_lock); // those who post events ask too, on threads of their own
+    const VXMutexLocker lock(_lock); // threads that post events call this, too
     if (!_codeBundle)
         _codeBundle = pluginBundleOfCode(VXBundle::pathOfCode(metaObject()));
     return _codeBundle;
@@ -98,7 +98,7 @@ VXIcon VXPlugin::icon() const
         return workspace.iconForFileType(type);
     if (const QString application = infoText(u"VXBundleIconFromAppWithIdentifier"_s); !application.isNull()) {
         const VXIcon icon = workspace.iconForFile(workspace.applicationPathForIdentifier(application));
-        if (!icon.isNull()) // null: it is not installed
+        if (!icon.isNull()) // null if the application is not installed
             return icon;
     }
     return workspace.iconForFile(found->bundlePath());
@@ -174,12 +174,12 @@ void VXPlugin::_pluginWillUnload()
 
 int VXPlugin::_pluginShouldUnload()
 {
-    int reply = VXUnloadNow; // also when the plugin throws: it shall not keep the program from ending
+    int reply = VXUnloadNow; // also when the plugin throws: it must not keep the program from ending
     VXCallPlugin(*this, "pluginShouldUnload", [&] { reply = pluginShouldUnload(); });
     return reply;
 }
 
-// Observers are code of other plugins, which must not spoil the loading of this one.
+// Observers are code of other plugins, whose exceptions must not fail the loading of this one.
 void VXPlugin::post(VXNotificationName notification)
 {
     VXCallPlugin(*this, "postNotificationName:object:", [&] {

@@ -19,11 +19,11 @@ VX_EXPORT extern const VXNotificationName VXPluginWillUnloadNotification;
 enum VXUnloadReply : int {
     VXUnloadCancel = 0,
     VXUnloadNow = 1,
-    VXUnloadLater = 2, // the plugin answers through replyToPluginShouldUnload
+    VXUnloadLater = 2, // the plugin will call replyToPluginShouldUnload
 };
 
 /**
- * What every plugin is: an object whose class lies in a plugin bundle. Plugin authors derive from it, or from the base
+ * The base of all plugins: an object whose class is in a plugin bundle. Plugin authors derive from it, or from the base
  * class of their plugin's kind, and give the class an invokable constructor without arguments. Main thread only.
  */
 class VX_EXPORT VXPlugin : public QObject
@@ -37,27 +37,27 @@ public:
     Q_INVOKABLE VXPlugin();
     ~VXPlugin() override;
 
-    /** The bundle that holds the code of the object's class; null when that lies in none. Any thread. */
+    /** The bundle that contains the code of the object's class; null when none does. Any thread. */
     virtual VXBundle::Ptr bundle() const;
     /** The bundle's identifier; null without one. */
     Q_INVOKABLE virtual QString identifier() const;
     /** The bundle's "VXPluginName"; null without one. */
     Q_INVOKABLE virtual QString name() const;
-    /** The name, or the identifier when there is none. */
+    /** The name, or else the identifier. */
     Q_INVOKABLE virtual QString description() const;
-    /** The bundle's own icon, else one it names by file type or application, else that of a folder. */
+    /** The bundle's own icon, or else that of a file type or application it names, or else that of a folder. */
     VXIcon icon() const;
     /** The kind: the bundle's "VXPluginClass". */
     Q_INVOKABLE QString pluginClassType() const;
-    /** The text of a key of the bundle's Info.plist, not translated; null where there is none. */
+    /** The untranslated text of a key in the bundle's Info.plist; null if there is none. */
     QString infoText(const QString &key) const;
 
-    /** For subclasses: once the plugin is loaded, just before that is announced; and before it goes. */
+    /** For subclasses: called when the plugin is loaded, just before that is announced; and before it is unloaded. */
     Q_INVOKABLE virtual void pluginDidLoad();
     Q_INVOKABLE virtual void pluginWillUnload();
-    /** A VXUnloadReply: may the plugin be unloaded? Now, unless overridden. */
+    /** Whether the plugin may be unloaded, as a VXUnloadReply. VXUnloadNow unless overridden. */
     Q_INVOKABLE virtual int pluginShouldUnload();
-    /** The late answer after VXUnloadLater; inside `pluginShouldUnload` it takes the place of what that answers. */
+    /** The answer after VXUnloadLater; if called within `pluginShouldUnload`, it replaces that function's result. */
     Q_INVOKABLE void replyToPluginShouldUnload(bool flag);
 
     /** What scripts see: identifier, name, and "SHORT VERSION (VERSION)". */
@@ -65,21 +65,24 @@ public:
     QString as_name() const { return name(); }
     QString as_version() const;
 
-    // -- For the plugin manager, which calls them in this order. What they throw goes no further than the log.
-    /** Runs `_pluginWillLoad`. @return what that threw; null when all went well. */
+    // -- For the plugin manager, which calls these in this order. Exceptions are logged and go no further.
+    /** Runs `_pluginWillLoad`. @return what it threw; null for nothing. */
     QString callPluginWillLoad();
-    /** Runs `pluginDidLoad`, then announces the plugin. @return what the former threw, which is not announced; or null. */
+    /** Runs `pluginDidLoad`, then announces the plugin. @return what `pluginDidLoad` threw, in which case nothing is
+     *  announced; otherwise null. */
     QString _pluginDidLoad();
     int _pluginShouldUnload();
     void _pluginWillUnload();
 
-    /** Every object of the class and its subclasses, proxies included. */
+    /** All objects of this class and its subclasses, including proxies. */
     static const QSet<VXPlugin *> &livingObjects();
-    /** True for an instance that is kept on purpose after its plugin was unloaded: not to be reported as left over. */
+    /** True for an instance that is kept on purpose after its plugin was unloaded, and is not to be reported as left
+     *  over. */
     virtual bool isKeptAfterUnload() const;
 
 protected:
-    /** For the base classes of kinds: before the instance counts as loaded. Call the base class's. */
+    /** For the base classes of plugin kinds: called before the instance counts as loaded. Overrides must call the base
+     *  class. */
     virtual void _pluginWillLoad();
 
 private:

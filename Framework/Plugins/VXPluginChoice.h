@@ -3,17 +3,17 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/** A copy of a plugin that lies in a searched folder, and what became of it. */
+/** A copy of a plugin in a searched folder, and whether it was chosen. */
 struct VXPluginCopy
 {
     QString path;
     QString version;
-    QString reason; // why it was chosen, or passed over; for people
+    QString reason; // why it was chosen or passed over; in the user's language
 };
 
-/** Of the copies of one plugin the one to use, and the others. */
+/** The copies of one plugin: the one to use, and the others. */
 struct VXPluginChoice
 {
     VXPluginCopy chosen;
-    QList<VXPluginCopy> passedOver; // in the order they were found
+    QList<VXPluginCopy> passedOver; // in the order in which they were found
 };

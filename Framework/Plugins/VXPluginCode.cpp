@@ -20,7 +20,7 @@ bool descendsFrom(const QMetaObject &type, const QString &baseName)
     return false;
 }
 
-// An instance may stand on the call stack when its plugin is unloaded.
+// Deferred, as one of the instance's functions may be running when its plugin is unloaded.
 void deleteInstance(VXPlugin *instance)
 {
     instance->deleteLater();
@@ -70,7 +70,7 @@ const QMetaObject *VXPluginCode::loadedClass(VXBundle &bundle, QString *reason) 
     return type;
 }
 
-// Null when it is what it should be.
+// Null when the class is as it should be.
 QString VXPluginCode::problemOfClass(const QMetaObject &type, const VXBundle &bundle) const
 {
     const QString name = QString::fromUtf8(type.className());

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The answers of a plugin, which may have overridden these operations, and may throw from them too.
+// Guarded, as a plugin may override these functions, and throw from them.
 QString bundlePath(const VXPlugin &plugin)
 {
     try {

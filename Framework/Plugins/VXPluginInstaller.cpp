@@ -35,7 +35,7 @@ bool isSameFolder(const QString &a, const QString &b)
     return QFileInfo::exists(a) && VXRealPath(a) == VXRealPath(b);
 }
 
-// True when the link leads out of the bundle, or would once the bundle lies elsewhere.
+// Whether the link leads out of the bundle, or would do so after the bundle is moved.
 bool leadsOutside(const fs::path &link, const fs::path &realBundle)
 {
     std::error_code error;
@@ -61,7 +61,7 @@ QString problemOfCode(const QString &path, const QVariantMap &info)
 
 } // namespace
 
-// Or why they cannot be looked at.
+// A problem as well if the links cannot be examined.
 QString VXPluginInstaller::problemOfLinks(const QString &bundlePath)
 {
     std::error_code error;
@@ -77,7 +77,7 @@ QString VXPluginInstaller::problemOfLinks(const QString &bundlePath)
     return error ? QString::fromStdString(error.message()) : QString();
 }
 
-// Who asked for the store by its name could not be told which is meant, and they would open it both.
+// If two plugins had the same store, a look-up by its name would be ambiguous, and both would open it.
 QString VXPluginInstaller::problemOfStore(const VXPluginManager &manager, const QVariantMap &info, Others others)
 {
     const QString store = info.value(storeKey).toString();
@@ -91,7 +91,7 @@ QString VXPluginInstaller::problemOfStore(const VXPluginManager &manager, const 
     return {};
 }
 
-// Why a bundle is none to be installed; null when it is.
+// Why a bundle cannot be installed; null when it can.
 QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMap &info) const
 {
     if (!QFileInfo(path).isDir())
@@ -127,7 +127,8 @@ QString VXPluginInstaller::problemOfBundle(const QString &path, const QVariantMa
     return problemOfLinks(path);
 }
 
-// Each identifier, of the bundle and of those inside it, names one plugin; a copy that will be replaced may have it.
+// Every identifier of the bundle and of those inside it must be unique; only a copy that will be replaced may have it,
+// too.
 QString VXPluginInstaller::problemOfIdentifiers(const QString &path, const QString &rootIdentifier) const
 {
     QHash<QString, QString> seen;
@@ -179,7 +180,8 @@ VXPluginInstallResult VXPluginInstaller::install(const QString &givenPath, QStri
         if (const VXError problem = files.verifyPathExists(needed))
             return fail(problem.description(), problem.localizedDescription());
     }
-    const VXFileLock lock(_manager.pathToInstallStagingFolder() + ".lock"_L1); // two at once may bring the same one
+    // two processes may be installing the same bundle
+    const VXFileLock lock(_manager.pathToInstallStagingFolder() + ".lock"_L1);
     if (!lock.isHeld() && !lock.isImpossible())
         return fail(lock.reason(), lock.reason());
     const QString identifier = info.value(identifierKey).toString();
@@ -211,12 +213,13 @@ void VXPluginInstaller::installStaged()
     for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToInstallStagingFolder())) {
         QString pluginPath;
         const VXPluginInstallResult result = install(path, &pluginPath, nullptr);
-        if (result != VXPluginInstallResult::Installed && VXExistsAtPath(path)) // else another process did
+        // otherwise another process has installed it
+        if (result != VXPluginInstallResult::Installed && VXExistsAtPath(path))
             VXLogFrom(VXInstanceOrigin(&_manager, "startup"), VXLogError, "Could not install: "_L1 + path);
     }
 }
 
-// True when a copy that may be running cannot be replaced: one of the same plugin, or one that lies in the place.
+// Whether a copy that may be running would have to be replaced: one of the same plugin, or one at the same path.
 bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString &identifier) const
 {
     const QString target = _manager.pathToSharedPluginFolder() + u'/' + QFileInfo(path).fileName();
@@ -226,7 +229,7 @@ bool VXPluginInstaller::mustWaitForNextStart(const QString &path, const QString 
     });
 }
 
-// Copies of the same plugin under other file names: of two in one folder it could be the older one that is used.
+// Trashes copies of the same plugin with other file names: of two in one folder the older one might be used.
 void VXPluginInstaller::trashOtherCopies(const QString &target, const QString &identifier)
 {
     for (const QString &path : VXPluginScanner::pluginPathsInFolder(_manager.pathToSharedPluginFolder())) {

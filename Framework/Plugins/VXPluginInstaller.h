@@ -8,17 +8,18 @@
 #include <QtCore/QString>
 
 /**
- * Brings plugin bundles into the shared plugin folder, by way of the staging folder: a bundle lies there whole before
- * it takes the place of another, so that an install that is cut short is finished at the next start. Refuses what could not
+ * Installs plugin bundles into the shared plugin folder, by way of the staging folder: a bundle is complete there
+ * before it replaces another, so an interrupted install is finished at the next start. Refuses bundles that could not
  * be used. Main thread only.
  */
 class VX_EXPORT VXPluginInstaller
 {
 public:
-    /** What is wrong with the links in a bundle; null when nothing is. */
+    /** What is wrong with the symbolic links in a bundle; null for nothing. */
     static QString problemOfLinks(const QString &bundlePath);
     enum class Others { Installed, Loaded };
-    /** Why a bundle with that Info.plist cannot be used beside others: its store is that of one. Null when it can. */
+    /** Why a bundle with that Info.plist cannot be used beside others, one of which has the same store. Null when it
+     *  can. */
     static QString problemOfStore(const VXPluginManager &manager, const QVariantMap &info, Others others);
 
     /** The manager knows the folders, and which copies may be running. */
@@ -27,10 +28,10 @@ public:
     {
     }
 
-    /** @param pluginPath where the bundle then lies; set when the result is Installed. */
+    /** @param pluginPath the installed bundle's path; set when the result is Installed. */
     VXPluginInstallResult install(const QString &path, QString *pluginPath, VXError *error);
 
-    /** Installs what waits in the staging folder; what fails is logged, and waits on. */
+    /** Installs the bundles in the staging folder; those that fail are logged and stay there. */
     void installStaged();
 
 private:

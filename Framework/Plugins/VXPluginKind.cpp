@@ -34,7 +34,7 @@ QString kindForShortName(const QString &name)
 
 QString baseClass(const QString &kind)
 {
-    if (kind == Conduit) // it has no class of its own
+    if (kind == Conduit) // it has no base class of its own
         return u"VXPlugin"_s;
     return all().contains(kind) ? kind : QString();
 }

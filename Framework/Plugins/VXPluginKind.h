@@ -5,7 +5,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/** The kinds of plugins, as "VXPluginClass" of their bundles names them: the base class that each extends. */
+/** The kinds of plugins, as named by "VXPluginClass" in their bundles: the base class that each kind derives from. */
 namespace VXPluginKind {
 
 VX_EXPORT extern const QString Data;      // "VXDataPlugin"
@@ -19,7 +19,7 @@ VX_EXPORT extern const QString Conduit;   // "VXConduitPlugin"
 /** All of the above. */
 VX_EXPORT QStringList all();
 
-/** "data" for "VXDataPlugin": what people write; an unknown kind as it is. */
+/** The name that people use, such as "data" for "VXDataPlugin"; an unknown kind is returned unchanged. */
 VX_EXPORT QString shortName(const QString &kind);
 /** Null when no kind has that short name. */
 VX_EXPORT QString kindForShortName(const QString &name);
@@ -27,7 +27,10 @@ VX_EXPORT QString kindForShortName(const QString &name);
 /** The name of the class that plugins of the kind derive from; null for an unknown kind. */
 VX_EXPORT QString baseClass(const QString &kind);
 
-/** Devices and conduits have instances made on demand; every other kind has one, made when it loads. */
+/**
+ * False for devices and conduits, whose instances are made on demand; every other kind has one instance, made when it
+ * is loaded.
+ */
 VX_EXPORT bool createsSingletonInstance(const QString &kind);
 
 } // namespace VXPluginKind

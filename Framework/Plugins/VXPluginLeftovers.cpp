@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Where the code of a bundle, without that of the plugins inside it, lies in memory.
+// The memory ranges of a bundle's code, without that of the plugins inside it.
 class CodeRanges
 {
 public:
@@ -68,13 +68,13 @@ void appendTimers(const QObject &owner, QStringList &found)
     QAbstractEventDispatcher *const dispatcher = QAbstractEventDispatcher::instance(owner.thread());
     for (QObject *const object : std::as_const(objects)) {
         if (dispatcher == nullptr)
-            return; // its thread has ended, and with it the timers
+            return; // the thread has ended, and its timers with it
         for (const auto &timer : dispatcher->registeredTimers(object))
             found.append(u"timer of %1 every %2 ms"_s.arg(className(owner)).arg(timer.interval));
     }
 }
 
-// Calls when the deletions deferred so far have been carried out.
+// Makes the call when the deletions deferred so far have been carried out.
 void afterDeletionsInWait(const QObject &context, const std::function<void()> &call)
 {
     auto *const last = new QObject;
@@ -107,6 +107,6 @@ QStringList VXPluginLeftovers(const VXBundle &bundle)
 
 void VXAfterDeferredDeletions(const QObject &context, const std::function<void()> &call)
 {
-    // Deletions that the callers up the stack defer come after the first.
+    // The second round is for deletions that the present callers have yet to defer.
     afterDeletionsInWait(context, [&context, call] { afterDeletionsInWait(context, call); });
 }

@@ -8,13 +8,13 @@
 #include <functional>
 
 /**
- * What still holds on to a plugin's code, for people: living instances of its classes, observers in the default
- * notification center, active timers of those instances. Main thread only.
+ * Lists, for people, what still refers to a plugin's code: living instances of its classes, their observers in the
+ * default notification center, their active timers. Main thread only.
  */
 QStringList VXPluginLeftovers(const VXBundle &bundle);
 
 /**
- * Calls once the event loop has deleted what is deferred to it (QObject::deleteLater) now and by the functions that
- * are under way; not when `context` dies before.
+ * Makes the call once the event loop has deleted what was deferred to it (QObject::deleteLater) so far, and by the
+ * functions that are running. No call is made if `context` is destroyed before.
  */
 void VXAfterDeferredDeletions(const QObject &context, const std::function<void()> &call);

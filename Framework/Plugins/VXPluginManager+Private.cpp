@@ -38,7 +38,7 @@ bool ships(const VXPluginProxy &proxy)
            VXIsInsideFolder(path, VXFrameworkBundle()->bundlePath());
 }
 
-// The plugin's answer to a URL; invalid when it has none, or failed, which `reason` tells.
+// The plugin's result for a URL; invalid when it has none, or failed; then `reason` says why.
 QVariant answerOf(VXPluginProxy &proxy, const char *selector, const QString &url, QString *reason)
 {
     if (!proxy.singleton() || !proxy.respondsToSelector(selector, 1))
@@ -53,7 +53,7 @@ QVariant answerOf(VXPluginProxy &proxy, const char *selector, const QString &url
 
 VXPluginProxy *VXPluginManager::addPluginForBundleAtPath(const QString &path)
 {
-    const VXBundle::Ptr bundle = VXBundle::bundleWithPath(path); // held, to be read once
+    const VXBundle::Ptr bundle = VXBundle::bundleWithPath(path); // held so that it is read only once
     const VXPluginProxy *const known = bundle ? pluginWithIdentifier(bundle->bundleIdentifier()) : nullptr;
     if (known != nullptr && known->isInstalled())
         return nullptr;
@@ -69,7 +69,7 @@ VXPluginProxy *VXPluginManager::addPluginForBundleAtPath(const QString &path)
     return addTree(tree);
 }
 
-// Opens the bundle with all that lie inside it, before any of them is registered: they come all or none.
+// Opens the bundle and all bundles inside it before any is registered: all are added or none.
 bool VXPluginManager::openBundle(const QString &path, BundleTree *tree, QHash<QString, QString> &paths,
                                  VXError *error) const
 {
@@ -147,21 +147,21 @@ void VXPluginManager::setPluginsEnabled(const QStringList &identifiers, bool fla
 
 // -- Start-up
 
-// What was at work at one end of the program may have been killed from outside; at two in a row it is left out. Not
-// built-in data plugins: what others store with them would be lost without anybody's notice.
+// A plugin that was at work in one crash may have been killed from outside; after two in a row it is left out. Except
+// for built-in data plugins: the data that others store with them would be lost silently.
 void VXPluginManager::leaveOutSuspects()
 {
     for (const auto &[plugin, ends] : VXPluginSuspects::collect()) {
         VXPluginProxy *const proxy = pluginWithIdentifier(plugin.identifier);
         if (proxy == nullptr || proxy->infoText(u"CFBundleVersion"_s) != plugin.version)
-            continue; // gone, or mended
+            continue; // the plugin is gone, or was replaced
         const QString work = VXNameOfPluginWork(plugin.work);
         const bool isToBlame = ends >= VXPluginSuspects::endsToBlame;
         const bool isNeeded = proxy->isBuiltInPlugin() && proxy->pluginClassType() == VXPluginKind::Data;
         QString what = isToBlame ? VXLocalizedString(u"The program ended %1 times in a row while this plugin was %2."_s)
                                        .arg(QString::number(ends), work)
                                  : VXLocalizedString(u"The program ended while this plugin was %1."_s).arg(work);
-        if (!proxy->isEnabled()) { // when it was to be enabled, most likely
+        if (!proxy->isEnabled()) { // most likely it crashed while being enabled
             proxy->setLoadError(what);
             continue;
         }
@@ -188,7 +188,7 @@ void VXPluginManager::leaveOutForSafeMode()
         const VXPluginProxy &root = *proxy->rootProxy();
         if (!root.isBuiltInPlugin())
             _leftOut.insert(proxy->identifier(), VXLocalizedString(u"Safe mode loads built-in plugins only."_s));
-        else if (!ships(root)) // without a name it counts as built in, but may spoil every start as any other
+        else if (!ships(root)) // a root without a name counts as built-in, but may crash every start like any other
             _leftOut.insert(proxy->identifier(),
                             VXLocalizedString(u"Safe mode loads only plugins that ship with the program."_s));
     }
@@ -216,7 +216,7 @@ void VXPluginManager::announceHeldPlugins()
         const QPointer<VXPlugin> instance = _pluginsToLoad.takeFirst();
         VXPluginProxy *const proxy = instance ? pluginWithIdentifier(VXIdentifierOfPlugin(*instance)) : nullptr;
         if (proxy == nullptr)
-            continue; // it went meanwhile
+            continue; // unloaded meanwhile
         const VXPluginMarker::Scope mark(*proxy, VXPluginWork::Loading);
         if (const QString problem = instance->_pluginDidLoad(); !problem.isNull())
             proxy->setLoadError(problem);

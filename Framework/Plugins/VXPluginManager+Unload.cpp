@@ -53,8 +53,8 @@ QStringList VXPluginManager::pluginsAwaited() const
     return identifiers;
 }
 
-// Asks the plugins; what nobody objects to is done, and what somebody refuses is dropped. While one wanted time others may
-// have been loaded that depend on what goes.
+// Asks the plugins; if all agree, unloads them; if one refuses, drops the run. Plugins that depend on these may have
+// been loaded while one took its time.
 void VXPluginManager::carryOn(const UnloadRun &run)
 {
     const bool isCollected = run->purpose() != VXUnloadPurpose::Disable || run->collectSubject();
@@ -72,7 +72,7 @@ void VXPluginManager::finishRun(const UnloadRun &run)
     }
     if (isAgreed) {
         run->unload();
-        QStringList identifiers{run->subject()->identifier()}; // also when it could not be loaded
+        QStringList identifiers{run->subject()->identifier()}; // also when that one could not be loaded
         for (const VXPluginProxy *const proxy : run->plugins())
             identifiers.append(proxy->identifier());
         setPluginsEnabled(identifiers, false);
@@ -93,7 +93,7 @@ void VXPluginManager::disablePluginProxy(VXPluginProxy *proxy)
     if (const UnloadRun run = runOfDisabling(*proxy)) {
         if (run->state() == State::Waiting)
             carryOn(run);
-        return; // it is under way: a plugin disables itself while it is asked, or goes
+        return; // in progress: the plugin disables itself while it is asked or unloaded
     }
     _lastRefusal = QString();
     carryOn(beginRun(VXUnloadPurpose::Disable, proxy));
@@ -114,7 +114,7 @@ int VXPluginManager::shouldShutdown()
 {
     UnloadRun run = runOfQuitting();
     if (run && run->state() == State::Asking)
-        return VXUnloadCancel; // a plugin that is being asked wants to quit: whoever began that goes on
+        return VXUnloadCancel; // a plugin that is being asked wants to quit: the caller that asks it goes on
     application().setAsTerminating(true);
     if (!run)
         run = beginRun(VXUnloadPurpose::Quit);
@@ -128,7 +128,7 @@ int VXPluginManager::shouldShutdown()
     return reply;
 }
 
-// The late answer to an application that waits for it.
+// Gives the late answer to an application that waits for it.
 void VXPluginManager::answerQuit(bool flag)
 {
     if (flag)
@@ -142,7 +142,7 @@ void VXPluginManager::answerQuit(bool flag)
 
 void VXPluginManager::replyToPluginShouldUnload(bool flag, const QString &identifier)
 {
-    const std::vector<UnloadRun> runs = _unloadRuns; // what is unloaded may end runs, and begin some
+    const std::vector<UnloadRun> runs = _unloadRuns; // a copy: unloading may end runs, and begin new ones
     for (const UnloadRun &run : runs) {
         if (!run->concerns(identifier))
             continue;
@@ -160,15 +160,16 @@ void VXPluginManager::replyToPluginShouldUnload(bool flag, const QString &identi
 void VXPluginManager::shutdown()
 {
     if (std::exchange(_isShutDown, true))
-        return; // a late consent has brought it about
+        return; // done before by a late consent
     application().setAsTerminating(true);
     finalizeOpenWindowsForQuit();
-    // Saved now: a plugin may end the program when it is unloaded. Whoever started it saves again, and tells of failures.
+    // Saved now, because a plugin may end the program when it is unloaded. The program saves again at its end, and
+    // reports failures.
     static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize());
     UnloadRun run = runOfQuitting();
     if (!run)
         run = beginRun(VXUnloadPurpose::Quit);
-    collectEveryPlugin(*run); // what was loaded since consent was asked for
+    collectEveryPlugin(*run); // includes plugins loaded since consent was asked for
     run->unload();
     _unloadRuns.clear();
     VXPluginSuspects::forget(VXPluginMarker::shared().workers());

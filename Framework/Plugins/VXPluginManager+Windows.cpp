@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// An array of URL strings.
+// holds an array of URL strings
 const QString openWindowsKey = u"open-windows"_s;
 
 QStringList openWindowsOf(VXPluginProxy &proxy)
@@ -41,7 +41,7 @@ void VXPluginManager::restoreOpenWindows()
         if (VXApplication::sharedApplication().openURLString(url).isValid())
             continue;
         if (!everyPluginIsThere || !_lastURLProblem.isNull())
-            _windowsNotRestored.append(url); // it may be one of theirs, and the plugin that failed may be mended
+            _windowsNotRestored.append(url); // the URL may belong to a missing plugin, and a failed one may be fixed
         QString what = everyPluginIsThere ? u"No plugin knows this window any more: "_s
                                           : u"This window waits for a plugin that is not loaded: "_s;
         if (!_lastURLProblem.isNull())
@@ -55,12 +55,12 @@ void VXPluginManager::finalizeOpenWindowsForQuit()
     QStringList urls;
     for (VXPluginProxy *const proxy : interfacePlugins()) {
         if (!proxy->singleton())
-            continue; // one that is left out was not at work, and stays so
+            continue; // a plugin that was left out was not at work, and must not be marked
         const VXPluginMarker::Scope mark(*proxy, VXPluginWork::Unloading);
         urls += openWindowsOf(*proxy);
     }
     urls += std::exchange(_windowsNotRestored, {});
-    // Another process may have written its windows meanwhile: only what was opened and closed here changes.
+    // Another process may have stored its windows meanwhile: change only those that were opened and closed here.
     const auto update = [before = std::exchange(_windowsAtStart, {}), urls](const QVariant &stored) {
         QStringList windows = VXStringListFrom(stored);
         windows.removeIf([&before](const QString &url) { return before.contains(url); });

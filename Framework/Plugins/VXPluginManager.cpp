@@ -51,7 +51,7 @@ VXPluginManager::VXPluginManager()
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
     center.addObserver(
         this, VXUserDefaultsDidChangeNotification, [this](const VXNotification &) { dropKindCache(); }, u"plugins"_s);
-    // A plugin may be unloaded while its announcement is held.
+    // A plugin may be unloaded before it was announced.
     center.addObserver(this, VXPluginWillUnloadNotification, [this](const VXNotification &notification) {
         _pluginsToLoad.removeAll(notification.object.value<VXPlugin *>());
     });
@@ -138,7 +138,7 @@ void VXPluginManager::startup()
     application.setShouldTerminateHandler([this] { return static_cast<VXTerminateReply>(shouldShutdown()); });
     application.setOpenURLHandler([this](const QString &url) { return openURLString(url); });
 
-    const VXPluginMarker::Scope mark; // one file for all that follows
+    const VXPluginMarker::Scope mark; // keeps one file open for all that follows
     _holdsAnnouncements = true;
     if (!loadsOnlySome())
         VXPluginInstaller(*this).installStaged();
@@ -170,7 +170,7 @@ bool VXPluginManager::enablePluginProxy(VXPluginProxy *proxy)
         return true;
     const QString identifier = proxy->identifier();
     setPluginsEnabled({identifier}, true);
-    if (_leftOut.remove(identifier) > 0) // whoever enables it wants it tried
+    if (_leftOut.remove(identifier) > 0) // enabling it means to try it again
         VXPluginSuspects::giveAnotherChance(identifier);
     const bool isLoaded = proxy->load();
     if (isLoaded)
@@ -210,7 +210,7 @@ void VXPluginManager::loadPluginInstance(VXPlugin *instance)
 
 void VXPluginManager::unloadPluginInstance(VXPlugin *instance)
 {
-    const QPointer<VXPlugin> kept = instance; // its proxy may be the only one to hold it
+    const QPointer<VXPlugin> kept = instance; // its proxy may be the only owner
     if (VXPluginProxy *const proxy = pluginWithIdentifier(VXIdentifierOfPlugin(*instance)))
         proxy->removeInstance(instance);
     if (kept)

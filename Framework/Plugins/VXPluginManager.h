@@ -27,13 +27,13 @@ VX_EXPORT extern const VXNotificationName VXPluginsDidChangeNotification;
 /** Posted when idle; object: the proxy. */
 VX_EXPORT extern const VXNotificationName VXPluginDidEnableNotification;
 
-/** What `installBundleAtPath` came to. */
+/** The result of `installBundleAtPath`. */
 enum class VXPluginInstallResult { InstalledForNextStart = -1, Failed = 0, Installed = 1 };
 
 /**
- * The registry of plugins: finds the newest copy of each in the plugin folders, loads the enabled ones after those they
- * depend on, enables, disables and installs while the program runs, and unloads with consent. One bad plugin is
- * logged and skipped; the rest goes on. Main thread only, but for `sharedPluginManager`.
+ * The registry of plugins: finds the newest copy of each in the plugin folders, loads the enabled ones in the order of
+ * their dependencies, enables, disables and installs plugins while the program runs, and unloads them with consent. A
+ * plugin that fails is logged and skipped; the others are not affected. Main thread only, except `sharedPluginManager`.
  */
 class VX_EXPORT VXPluginManager : public QObject
 {
@@ -62,65 +62,66 @@ public:
 
     // -- Life cycle, called by the application once each.
     void startup();
-    /** In place of `startup`, for who asks what plugins there are: none is loaded, but by its proxy's `load`. */
+    /** Used instead of `startup` to find out which plugins there are: none is loaded unless its proxy's `load` is
+     *  called. */
     void findPlugins();
-    /** A VXUnloadReply: may the application end? */
+    /** Whether the application may end, as a VXUnloadReply. */
     int shouldShutdown();
     /** Records the open windows and unloads everything. */
     void shutdown();
-    /** A plugin that answered VXUnloadLater has made up its mind. */
+    /** The answer of a plugin that had answered VXUnloadLater. */
     void replyToPluginShouldUnload(bool flag, const QString &identifier);
-    /** The plugins that answered VXUnloadLater and have not made up their minds, by identifier; empty for none. */
+    /** Identifiers of the plugins that answered VXUnloadLater and have not answered since. */
     QStringList pluginsAwaited() const;
     bool awaitsUnloadReply() const { return !pluginsAwaited().isEmpty(); }
-    /** Who refused when plugins were last to be unloaded, for people; null when nobody did. */
+    /** Who refused when plugins were to be unloaded last, in the user's language; null when nobody did. */
     QString lastRefusal() const { return _lastRefusal; }
-    /** Which plugin failed, and why, when a URL was last to be opened, for people; null when none did. */
+    /** Which plugin failed, and why, when a URL was to be opened last, in the user's language; null when none did. */
     QString lastURLProblem() const { return _lastURLProblem; }
 
     // -- Changes
     /** Enables and loads a root plugin; false, and not enabled, when it cannot be loaded. */
     bool enablePluginProxy(VXPluginProxy *proxy);
-    /** Unloads a plugin after what depends on it, with the user's and the plugins' consent, and disables them. Where it
-     * is being disabled already, that goes on; where that waits for a plugin, they are asked again. */
+    /** Unloads a plugin after the plugins that depend on it, with consent of the user and the plugins, and disables
+     *  them. If that is going on already, it continues; if that waits for plugins, they are asked again. */
     void disablePluginProxy(VXPluginProxy *proxy);
     VXPluginInstallResult installBundleAtPath(const QString &path, VXError *error = nullptr);
-    /** The new proxy; nullptr when the plugin is there already, or cannot be added, which the user is told. */
+    /** The new proxy; nullptr when the plugin is already there, or cannot be added, of which the user is told. */
     VXPluginProxy *addPluginForBundleAtPath(const QString &path);
     /** For instances that plugins make themselves. */
     void loadPluginInstance(VXPlugin *instance);
     void unloadPluginInstance(VXPlugin *instance);
 
-    // -- Folders, fixed at first use
+    // -- Folders, determined on first use
     /** The searched folders: application, framework, those of VORNIX_PLUGIN_PATH, shared. */
     QStringList pluginFolderPaths() const;
-    /** Where installed plugins go. */
+    /** The folder for installed plugins. */
     QString pathToSharedPluginFolder() const;
-    /** Where they wait when the running copy cannot be replaced. */
+    /** The folder in which plugins wait while the running copy cannot be replaced. */
     QString pathToInstallStagingFolder() const;
 
     // -- Containment
-    /** Before `startup`: load only the built-in plugins that ship with the program. */
+    /** To be called before `startup`: loads only the built-in plugins that come with the program. */
     void setSafeMode(bool flag) { _safeMode = flag; }
     bool isSafeMode() const { return _safeMode; }
-    /** Before `startup`: of the root plugins only these are loaded, for who has a look and changes nothing. What waits to be
-     * installed goes on waiting, nothing is blamed on plugins, and no windows are opened. */
+    /** To be called before `startup`, by programs that look and change nothing: of the root plugins only these are
+     *  loaded. Staged plugins stay staged, no plugin is blamed for crashes, and no windows are opened. */
     void setOnlyPlugins(const std::function<bool(const VXPluginProxy &root)> &isWanted) { _isWanted = isWanted; }
     bool loadsOnlySome() const { return bool(_isWanted); }
-    /** Why a plugin was left out this time, or failed: for people; null when nothing is wrong. */
+    /** Why a plugin was left out this time, or failed, in the user's language; null when nothing is wrong. */
     QString problemOfPlugin(const QString &identifier) const;
     /** Why the plugin is not to be loaded at this start; null when it may be. */
     QString reasonToLeaveOut(const QString &identifier) const { return _leftOut.value(identifier); }
-    /** What `startup` found that the user should know now, for people: which plugins earlier ends of the program are to
-     * be blamed on, and what follows. */
+    /** What `startup` found that the user should know, in the user's language: which plugins are to blame for earlier
+     *  crashes, and the consequences. */
     const QStringList &startupNotices() const { return _startupNotices; }
-    /** Loads a plugin that was left out, if it is enabled; should the program end at that, it is left out again. */
+    /** Loads a plugin that was left out, if it is enabled; if the program crashes in that, it is left out again. */
     bool retryPlugin(const QString &identifier);
     /** Why this copy was chosen at start-up, and which others were found; none when no scan found the plugin. */
     std::optional<VXPluginChoice> choiceForPlugin(const QString &identifier) const;
 
     // -- Descriptive classes: bundles that carry localized texts for classes (VXPluginManager+Descriptive.cpp)
-    /** The application's and the framework's bundle, and those of enabled plugins with "VXDescriptiveClassList". */
+    /** The bundles of the application, of the framework, and of enabled plugins with "VXDescriptiveClassList". */
     QList<VXBundle::Ptr> _descriptiveClassBundles() const;
     /** The first of those that lists the class; null for none. */
     VXBundle::Ptr bundleForDescriptiveClass(const QString &className) const;
@@ -165,13 +166,13 @@ private:
 
     QHash<QString, VXPluginProxy *> _plugins;             // every proxy, by identifier
     std::vector<std::unique_ptr<VXPluginProxy>> _proxies; // owns them
-    // Enabled ones, by kind: a cache. The mark is set on whatever thread changes the user defaults.
+    // Enabled plugins by kind: a cache. The flag is set on any thread that changes the user defaults.
     mutable QHash<QString, QList<VXPluginProxy *>> _pluginsByClass;
     mutable std::atomic<bool> _kindCacheIsStale = false;
 
-    bool _holdsAnnouncements = false;         // while start-up loads plugins
-    QList<QPointer<VXPlugin>> _pluginsToLoad; // instances whose loading is still to be announced
-    std::vector<UnloadRun> _unloadRuns;       // those under way, oldest first
+    bool _holdsAnnouncements = false;         // while plugins are loaded at start-up
+    QList<QPointer<VXPlugin>> _pluginsToLoad; // instances not yet announced as loaded
+    std::vector<UnloadRun> _unloadRuns;       // in progress, oldest first
     QString _lastRefusal;
     QString _lastURLProblem;
     bool _isShutDown = false;
@@ -183,6 +184,6 @@ private:
     QHash<QString, QString> _leftOut; // plugins left out at this start, and why
     QStringList _startupNotices;
 
-    QStringList _windowsAtStart;     // their URLs, as the last quit left them
-    QStringList _windowsNotRestored; // their URLs: a plugin that may know them is not loaded, or failed
+    QStringList _windowsAtStart;     // URLs of the windows that were open at the last quit
+    QStringList _windowsNotRestored; // URLs: the plugin that may know them is not loaded, or failed
 };

@@ -29,25 +29,25 @@ constexpr auto versionKey = "version"_L1;
 constexpr auto pathKey = "path"_L1;
 constexpr auto workKey = "work"_L1;
 
-// Read by signal handlers: no allocation, and a zero byte at its end at all times.
+// Read by signal handlers: fixed storage, always zero-terminated.
 std::array<char, 256> lastWordsText{};
 
-// The file's path for signal handlers, which read it only while the flag is set.
+// The file's path for signal handlers, which read it only while pathOwner is set.
 std::array<char, 4096> pathText{};
-std::atomic<pid_t> pathOwner = 0; // the process whose file it is, not a child that has yet to run its program
+std::atomic<pid_t> pathOwner = 0; // the process that owns the file, as opposed to a forked child before exec
 
 void setPathText(const QByteArray &path)
 {
     pathOwner = 0;
     if (size_t(path.size()) >= pathText.size())
         return;
-    std::copy(path.cbegin(), path.cend() + 1, pathText.begin()); // with its zero byte
+    std::copy(path.cbegin(), path.cend() + 1, pathText.begin()); // including the zero byte
     pathOwner = path.isEmpty() ? 0 : ::getpid();
 }
 
 void setLastWords(const QByteArray &text)
 {
-    qstrncpy(lastWordsText.data(), text.constData(), lastWordsText.size() - 1); // the last byte stays as it is
+    qstrncpy(lastWordsText.data(), text.constData(), lastWordsText.size() - 1); // the last byte stays zero
 }
 
 QByteArray dataOf(const VXPluginAtWork &plugin)
@@ -109,7 +109,7 @@ VXPluginMarker::Scope::~Scope()
 
 VXPluginMarker &VXPluginMarker::shared()
 {
-    static auto *const marker = new VXPluginMarker; // never freed: plugins may be at work to the very end
+    static auto *const marker = new VXPluginMarker; // never freed: plugins may be at work until the very end
     return *marker;
 }
 
@@ -135,14 +135,14 @@ QList<VXPluginAtWork> VXPluginMarker::takeLeftBehind()
     const QString folderPath = folder();
     for (const QString &name : QDir(folderPath).entryList({"*"_L1 + extension}, QDir::Files, QDir::Name)) {
         QFile file(folderPath + u'/' + name);
-        // A file that is locked belongs to a process that is alive.
+        // A locked file belongs to a living process.
         if (!file.open(QIODevice::ReadWrite) || ::flock(file.handle(), LOCK_EX | LOCK_NB) != 0)
             continue;
-        if (!isLinked(file.handle())) // another process has told of it
+        if (!isLinked(file.handle())) // another process has reported it
             continue;
         if (const auto plugin = pluginOf(file.readAll()))
             plugins.append(*plugin);
-        QFile::remove(file.fileName()); // while the lock is held
+        QFile::remove(file.fileName()); // while holding the lock
     }
     return plugins;
 }
@@ -192,7 +192,7 @@ bool VXPluginMarker::open()
             ::close(descriptor);
             return fail(reason);
         }
-        // Between the two calls another process may have taken it for one left over, and removed it.
+        // Between open and lock another process may have taken the file for a leftover, and removed it.
         if (!isLinked(descriptor)) {
             ::close(descriptor);
             continue;
@@ -212,7 +212,7 @@ bool VXPluginMarker::fail(const QString &reason)
     return false;
 }
 
-// In place, since the lock is on the file: nobody else reads it while this process lives.
+// Written in place, since the lock is on the file; nobody else reads it while this process lives.
 void VXPluginMarker::write()
 {
     const VXPluginAtWork plugin = _atWork.last();

@@ -8,10 +8,10 @@
 
 class VXPlugin;
 
-/** What a plugin's code is doing while it could take the program with it. */
+/** Phases in which a plugin's code could crash the program. */
 enum class VXPluginWork { Loading, Unloading, RestoringWindows };
 
-/** A plugin at work, as it is remembered from run to run; `version` is null for none. */
+/** A plugin in such a phase, as remembered from run to run; `version` is null for none. */
 struct VXPluginAtWork
 {
     QString identifier;
@@ -24,19 +24,19 @@ struct VXPluginAtWork
 VX_EXPORT QString VXNameOfPluginWork(VXPluginWork work);
 
 /**
- * Leaves word, should the program come to a sudden end, of the plugin whose code was at work. The word is a file of this
- * process in a folder that all processes of the user share; the kernel's lock on it ends with the process. One for the
- * process, and main thread only, but for `lastWords`.
+ * Leaves a note, in case the program crashes, that names the plugin whose code was running. The note is a file of this
+ * process in a folder shared by all processes of the user; the kernel releases its lock when the process ends. One
+ * object per process; main thread only, except `lastWords`.
  */
 class VX_EXPORT VXPluginMarker
 {
 public:
-    /** While it lives, the plugin is at work. Scopes nest: the innermost is the one named. */
+    /** Marks the plugin as being at work during its lifetime. Scopes nest: the innermost plugin is named. */
     class VX_EXPORT Scope
     {
     public:
         Scope(const VXPlugin &plugin, VXPluginWork work);
-        /** Names nobody; the file serves all scopes inside this one. */
+        /** Names no plugin; keeps the file open for all scopes inside this one. */
         Scope();
         ~Scope();
         Scope(const Scope &) = delete;
@@ -45,18 +45,19 @@ public:
 
     static VXPluginMarker &shared();
 
-    /** The folder of the files; it is made when it is needed. */
+    /** The folder of the files; created when needed. */
     static QString folder();
 
-    /** The plugins that were at work in processes that are no more; each end is told once. */
+    /** The plugins that were at work in processes that crashed; each crash is reported once. */
     static QList<VXPluginAtWork> takeLeftBehind();
 
-    /** The identifiers of those that have been at work in this process. */
+    /** The identifiers of the plugins that were at work in this process. */
     const QSet<QString> &workers() const { return _workers; }
 
-    /** "IDENTIFIER was loading", of the one at work now; empty for none. May be called inside a signal handler. */
+    /** "IDENTIFIER was loading", for the plugin at work now; empty for none. Async-signal-safe. */
     static const char *lastWords();
-    /** Takes the word back, for who ends the program on request: nobody crashed. May be called inside a signal handler. */
+    /** Removes the note when the program is being ended on request, so that it does not count as a crash.
+     *  Async-signal-safe. */
     static void takeBack();
 
     VXPluginMarker(const VXPluginMarker &) = delete;
@@ -72,9 +73,9 @@ private:
     bool fail(const QString &reason);
     void write();
 
-    QString _path; // of the file; null while there is none
+    QString _path; // of the file; null if there is none
     int _descriptor = -1;
-    bool _hasFailed = false;       // and was logged
-    QList<VXPluginAtWork> _atWork; // innermost last; without identifier: nobody
+    bool _hasFailed = false;       // a failure was logged
+    QList<VXPluginAtWork> _atWork; // innermost last; an entry without identifier names nobody
     QSet<QString> _workers;
 };

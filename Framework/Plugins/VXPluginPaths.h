@@ -4,11 +4,11 @@
 
 #include <QtCore/QString>
 
-/** The path, absolute and without ".", ".." and doubled slashes; links stay. Nothing need be there. */
+/** The absolute path without ".", ".." and double slashes; links are not resolved. The path need not exist. */
 VX_EXPORT QString VXStandardizedPath(const QString &path);
 
-/** The path with all links followed; the standardized one where nothing is. */
+/** The path with all links resolved; if nothing is there, the standardized path. */
 VX_EXPORT QString VXRealPath(const QString &path);
 
-/** True when the item, all links followed, lies below the folder, at whatever depth. */
+/** Whether the item, with all links resolved, is below the folder at any depth. */
 VX_EXPORT bool VXIsInsideFolder(const QString &path, const QString &folder);

@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString prefix = u".install-"_s; // of hidden folders
+const QString prefix = u".install-"_s; // of the names of hidden folders
 const QString halfCopies = u".vornix-move."_s;
 
 VXError failure(const QString &path, const QString &reason)
@@ -39,13 +39,14 @@ QByteArray nodeOf(const QString &path)
                                                                       : QByteArray();
 }
 
-// A link in a hidden folder that says which bundle is to leave it, and where to: its number and the path.
+// A symbolic link in a hidden folder that tells which bundle is being moved from there, by its inode number, and where
+// to.
 QByteArray markIn(const QString &folder)
 {
     return QFile::encodeName(folder + "/leaving"_L1);
 }
 
-// Where the bundle comes from that lies in a hidden folder in place of the one that left; null when none has.
+// The place that the bundle in a hidden folder came from when it was exchanged with the new one; null if it was not.
 QString placeLeft(const QString &folder, const QString &bundle)
 {
     std::array<char, PATH_MAX> text{};
@@ -55,7 +56,7 @@ QString placeLeft(const QString &folder, const QString &bundle)
     return slash < 0 || mark.first(slash) == nodeOf(bundle) ? QString() : QFile::decodeName(mark.sliced(slash));
 }
 
-// 0 or an errno.
+// Returns 0 or an errno.
 int exchange(const QString &a, const QString &b)
 {
     const bool isDone = ::renameat2(AT_FDCWD, QFile::encodeName(a).constData(), AT_FDCWD,
@@ -68,7 +69,7 @@ bool isUnknown(int problem)
     return problem == EINVAL || problem == ENOSYS || problem == ENOTSUP || problem == EXDEV;
 }
 
-// Where they cannot change places the one at the target goes first.
+// For file systems that cannot exchange: the bundle at the target is moved away first.
 VXError moveAfterTrashing(const QString &bundle, const QString &target)
 {
     VXFileManager &files = VXFileManager::defaultManager();
@@ -86,7 +87,7 @@ VXError exchangeAndTrash(const QString &bundle, const QString &target)
         return isUnknown(problem) ? moveAfterTrashing(bundle, target) : failure(target, qt_error_string(problem));
     const VXError error = VXFileManager::defaultManager().safelyTrashFileAtPath(bundle, nullptr, target);
     if (error)
-        static_cast<void>(exchange(bundle, target)); // back
+        static_cast<void>(exchange(bundle, target)); // restore
     return error;
 }
 
@@ -107,7 +108,7 @@ VXError VXPluginPlacer::place(const QString &bundle, const QString &target) cons
     return replace(bundle, target);
 }
 
-// First into the hidden folder, where a full disk would show.
+// Moves the bundle into the hidden folder first, where a full disk shows.
 VXError VXPluginPlacer::replace(const QString &bundle, const QString &target) const
 {
     VXFileManager &files = VXFileManager::defaultManager();
@@ -122,7 +123,7 @@ VXError VXPluginPlacer::replace(const QString &bundle, const QString &target) co
     VXError error = isMarked ? exchangeAndTrash(hidden, target) : failure(target, qt_error_string(errno));
     if (!error)
         return {};
-    if (!placeLeft(folder.path(), hidden).isNull()) { // the older copy can go neither to the trash nor back
+    if (!placeLeft(folder.path(), hidden).isNull()) { // the older copy can be moved neither to the trash nor back
         VXLogMethod(VXLogError, "place", u"The older copy lies in \"%1\" until the next start."_s.arg(hidden));
         folder.keep();
         return {};
@@ -143,11 +144,11 @@ void VXPluginPlacer::finishInterrupted() const
         VXScratchFolder::removeAbandoned(folder, halfCopies);
         if (VXPluginScanner::pluginPathsInFolder(folder).isEmpty())
             ::unlink(markIn(folder).constData());
-        ::rmdir(QFile::encodeName(folder).constData()); // does nothing while something lies there
+        ::rmdir(QFile::encodeName(folder).constData()); // fails if the folder is not empty
     });
 }
 
-// Of two that were on their way under one name the older goes to the trash.
+// If two bundles of the same name were interrupted, the older one goes to the trash.
 void VXPluginPlacer::finish(const QString &bundle, const QString &folder) const
 {
     const QFileInfo waiting(_stagingFolder + u'/' + QFileInfo(bundle).fileName());

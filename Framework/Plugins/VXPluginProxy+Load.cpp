@@ -51,7 +51,7 @@ bool VXPluginProxy::load()
 {
     if (_loaded)
         return true;
-    _loaded = true; // first, so that plugins that depend on each other come to an end
+    _loaded = true; // set first, so that circular dependencies end
     const int load = ++_loads;
     _loadError = QString();
     if (const QString reason = VXPluginManager::sharedPluginManager().reasonToLeaveOut(_identifier); !reason.isNull())
@@ -71,7 +71,7 @@ bool VXPluginProxy::load()
     return isStillLoading(load) && !loadChildren() ? false : endLoading(load);
 }
 
-// What the plugin does while it loads, and what happens during an alert, may have unloaded it again.
+// Hooks of the plugin, and what happens during an alert, may have unloaded the plugin meanwhile.
 bool VXPluginProxy::endLoading(int load)
 {
     if (isStillLoading(load))
@@ -91,7 +91,7 @@ bool VXPluginProxy::failLoading(const QString &problem)
     run.unload();
     for (VXPluginProxy *const proxy : run.plugins()) {
         if (proxy == this || proxy->rootProxy() == rootProxy())
-            continue; // its children are told of by their parent
+            continue; // children are reported by their parent
         const QString line = "Failed to load dependency for plugin: "_L1 + VXDescription(proxy->identifier());
         VXLogFrom(VXInstanceOrigin(proxy, "load"), VXLogError, line);
         proxy->setLoadError(
@@ -110,7 +110,7 @@ bool VXPluginProxy::loadDependencies()
 bool VXPluginProxy::loadDependency(const QString &dependency)
 {
     if (dependency == _identifier)
-        return true; // it would hold on to itself for ever
+        return true; // the plugin would depend on itself forever
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     VXPluginProxy *const proxy = manager.pluginWithIdentifier(dependency);
     if (proxy == nullptr || !proxy->isInstalled()) {
@@ -146,7 +146,8 @@ void VXPluginProxy::removeFromDependencies()
 bool VXPluginProxy::loadSingleton(int load)
 {
     const VXPluginMarker::Scope mark(*this, VXPluginWork::Loading);
-    const Instance instance = VXPluginCode(*this).makeInstance(&_loadError); // held: a load hook may unload the plugin
+    // held, as a load hook may unload the plugin
+    const Instance instance = VXPluginCode(*this).makeInstance(&_loadError);
     if (!instance || !isStillLoading(load))
         return instance != nullptr;
     _singleton = instance;
@@ -155,10 +156,10 @@ bool VXPluginProxy::loadSingleton(int load)
     return true;
 }
 
-// A plugin is loaded with all its children, or not at all.
+// A plugin is loaded with all its children or not at all.
 bool VXPluginProxy::loadChildren()
 {
-    const QList<VXPluginProxy *> children = _child_proxies; // hooks of children may change the list
+    const QList<VXPluginProxy *> children = _child_proxies; // a copy: hooks of children may change the list
     for (VXPluginProxy *const child : children) {
         if (child->load())
             continue;
@@ -222,7 +223,7 @@ void VXPluginProxy::removeInstance(const VXPlugin *instance)
 
 int VXPluginProxy::pluginInstancesShouldUnload()
 {
-    const std::vector<Instance> asked = _instances; // an answer may remove one
+    const std::vector<Instance> asked = _instances; // a copy: an answer may remove an instance
     for (const Instance &instance : asked) {
         if (const int reply = instance->_pluginShouldUnload(); reply != VXUnloadNow)
             return reply;

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The user default "plugins" as a set, read anew after a change.
+// A cache of the user default "plugins" as a set, reloaded after a change.
 class EnabledIdentifiers
 {
 public:
@@ -49,7 +49,7 @@ private:
     }
 
     QSet<QString> _identifiers;
-    std::atomic<bool> _isStale = true; // set on whatever thread changes the defaults
+    std::atomic<bool> _isStale = true; // set on any thread that changes the defaults
 };
 
 } // namespace
@@ -78,7 +78,7 @@ void VXPluginProxy::setBundle(const VXBundle::Ptr &bundle)
         return;
     }
     VXUserDefaults::standardUserDefaults().registerDefaults(defaults.toMap());
-    EnabledIdentifiers::shared().drop(); // registering announces nothing
+    EnabledIdentifiers::shared().drop(); // registering defaults posts no notification
 }
 
 QString VXPluginProxy::name() const
@@ -129,7 +129,7 @@ bool VXPluginProxy::isEnabled() const
 bool VXPluginProxy::isBuiltInPlugin() const
 {
     if (!_plugin_bundle)
-        return false; // known by name only; not to be remembered
+        return false; // only the identifier is known so far, so the result must not be cached
     if (_location == Location::Unknown)
         _location = findLocation();
     return _location == Location::BuiltIn;
@@ -139,7 +139,7 @@ VXPluginProxy::Location VXPluginProxy::findLocation() const
 {
     if (VXIsInsideFolder(_plugin_bundle->bundlePath(), VXFrameworkBundle()->bundlePath()))
         return Location::BuiltIn;
-    // A root without a name is deliberately taken for built in, wherever it lies: it cannot be switched off.
+    // A root without a name intentionally counts as built-in wherever it is: it cannot be disabled.
     const bool hasName = _plugin_bundle->infoDictionary().contains(u"VXPluginName"_s);
     return _parent_proxy != nullptr || hasName ? Location::NotBuiltIn : Location::BuiltIn;
 }
@@ -157,14 +157,14 @@ bool VXPluginProxy::respondsToSelector(const QByteArray &selector, qsizetype arg
 
 QVariant VXPluginProxy::performSelector(const QByteArray &selector, const QVariantList &arguments, QString *reason)
 {
-    const Instance instance = _singleton; // held: the call may unload the plugin
+    const Instance instance = _singleton; // held, as the call may unload the plugin
     VXInvocation invocation = VXInvocation::withMethod(instance.get(), selector, arguments);
     if (invocation.isNull())
         invocation = VXInvocation::withMethod(this, selector, arguments);
     std::optional<QVariant> result;
     const auto call = [&] { result = invocation.invoke(); };
     const bool returned = VXCallPlugin(*this, selector.constData(), call, reason);
-    if (returned && !result) // no such method, or none that takes arguments of these types
+    if (returned && !result) // there is no such method, or none with these argument types
         doesNotRecognizeSelector(selector);
     return result.value_or(QVariant());
 }

@@ -20,7 +20,7 @@ QString folderOf(const VXPluginCopy &copy)
     return copy.path.left(copy.path.lastIndexOf(u'/'));
 }
 
-// The number that the text starts with, whatever follows; 0 when it starts with none.
+// The number that the text begins with, whatever follows; 0 if there is none.
 qlonglong leadingInteger(QStringView text)
 {
     const QStringView trimmed = text.trimmed();
@@ -29,7 +29,7 @@ qlonglong leadingInteger(QStringView text)
         ++end;
     bool fits = false;
     const qlonglong number = trimmed.first(end).toLongLong(&fits);
-    // What starts with a digit and does not fit is longer than any number of interest.
+    // A number that does not fit counts as the largest one.
     return fits || end < 2 ? number : (trimmed.front() == u'-' ? -1 : std::numeric_limits<qlonglong>::max());
 }
 
@@ -66,7 +66,7 @@ QStringList VXPluginScanner::latestPluginPaths()
         if (!choice.chosen.path.isNull())
             paths.append(choice.chosen.path);
     }
-    paths.sort(); // so that one start is like the other
+    paths.sort(); // so that every start gives the same result
     return paths;
 }
 

@@ -10,28 +10,28 @@
 #include <QtCore/QVariant>
 
 /**
- * Finds the plugins in a list of folders, later ones before earlier ones where versions are equal, by their Info.plist
- * alone. Holds what it found, so that the choice can be explained.
+ * Finds the plugins in a list of folders by their Info.plist alone. Of equal versions, those in later folders take
+ * precedence. Keeps the results, so that the choice can be explained.
  */
 class VX_EXPORT VXPluginScanner
 {
 public:
-    /** The oldest version a bundle in the shared folder may have; below it, it was written for another system. */
+    /** The oldest version that is accepted in the shared folder; older bundles were written for another system. */
     static constexpr int oldestSharedVersion = 1945;
 
     VXPluginScanner(const QStringList &folders, const QString &sharedFolder);
 
     /** Scans the folders. @return the chosen copies' paths, in no particular order. */
     QStringList latestPluginPaths();
-    /** By identifier; what the last scan found. */
+    /** The results of the last scan, by identifier. */
     const QHash<QString, VXPluginChoice> &choices() const { return _choices; }
 
-    /** The information dictionary of the bundle, read from disk now; empty, logged, when it cannot be. */
+    /** The bundle's information dictionary, read from disk each time; empty, logged, when it cannot be read. */
     static QVariantMap peekAtBundleInfo(const QString &bundlePath);
 
-    /** The version that the information dictionary names; "0" without one. */
+    /** The version in the information dictionary; "0" without one. */
     static QString versionOf(const QVariantMap &info);
-    /** True for a version that the shared folder does not take. */
+    /** Whether a version is too old for the shared folder. */
     static bool isOutdated(const QString &version);
 
     /** The paths of the entries with the extension "vxplugin", sorted; empty when there is no such folder. */

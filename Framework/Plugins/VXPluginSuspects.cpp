@@ -59,7 +59,7 @@ bool write(const Suspects &suspects, VXError *error)
     return VXPropertyList::toFile(record, recordPath(), VXPropertyList::Format::XML, error);
 }
 
-// Reads, changes and writes in one step, as other processes see it. @return what is remembered then.
+// Reads, changes and writes the file under a lock. @return the new contents.
 Suspects update(const std::function<void(Suspects &)> &change)
 {
     VXError error = VXFileManager::defaultManager().verifyPathExists(VXPluginMarker::folder());

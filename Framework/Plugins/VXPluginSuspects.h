@@ -5,7 +5,7 @@
 #include <QtCore/QList>
 #include <QtCore/QSet>
 
-/** A plugin that was at work when the program ended: how often in a row, as `plugin` was last. */
+/** A plugin that was at work when the program crashed: how many times in a row, and which copy it was the last time. */
 struct VXPluginSuspect
 {
     VXPluginAtWork plugin;
@@ -13,24 +13,25 @@ struct VXPluginSuspect
 };
 
 /**
- * Remembers, from run to run, which plugins were at work at how many sudden ends of the program in a row. A single one may
- * have come from outside (a signal, a power cut); what was at work in two is to blame. The row ends with an orderly end of
- * a program that the plugin was at work in. Kept in a file that all processes of the user share; failing to write it is
- * logged, and forgets.
+ * Remembers, from run to run, which plugins were at work in how many successive crashes. A single crash may have an
+ * outside cause (a signal, a power cut); a plugin that was at work in two is to blame. An orderly end of a program in
+ * which the plugin was at work resets the count. Kept in a file that all processes of the user share; a failure to
+ * write it is logged, and the counts are lost.
  */
 class VXPluginSuspects
 {
 public:
-    /** From this many ends on, a plugin is to be left out. */
+    /** With this many crashes a plugin is left out. */
     static constexpr int endsToBlame = 2;
 
-    /** Counts what processes that are no more have left behind; those of one look count once. @return all suspects. */
+    /** Counts the crashes that ended processes have left notes of; several notes found at a time count once. @return
+     *  all suspects. */
     static QList<VXPluginSuspect> collect();
 
-    /** After an orderly end: what these plugins did before does not count any more. */
+    /** To be called after an orderly end: earlier crashes of these plugins no longer count. */
     static void forget(const QSet<QString> &identifiers);
 
-    /** The user wants the plugin tried once more: one further end will do. */
+    /** The user wants the plugin tried once more: it is left out again after one further crash. */
     static void giveAnotherChance(const QString &identifier);
 
     VXPluginSuspects() = delete;

@@ -30,11 +30,11 @@ bool VXPluginUnloadRun::collect(VXPluginProxy &proxy)
         return true;
     const auto add = [this](VXPluginProxy *child) { return collect(*child); };
     QList<VXPluginProxy *> children = proxy.childProxies();
-    if (!proxy.isLoaded()) // a child is without it when another plugin needs that
+    if (!proxy.isLoaded()) // its child may be loaded on its own because another plugin depends on it
         return std::all_of(children.begin(), children.end(), add);
-    _beingCollected.insert(&proxy); // plugins may depend on each other, and children on their parents
+    _beingCollected.insert(&proxy); // ends recursion: plugins may depend on each other, and children on their parents
     const QStringList dependencies = proxy.dependencies();
-    // A child that the plugin depends on goes after it.
+    // A child that the plugin depends on goes after the plugin.
     const auto deferred = std::stable_partition(children.begin(), children.end(), [&](const VXPluginProxy *child) {
         return !dependencies.contains(child->identifier());
     });
@@ -49,7 +49,7 @@ bool VXPluginUnloadRun::collect(VXPluginProxy &proxy)
 
 bool VXPluginUnloadRun::collectDependants(VXPluginProxy &proxy)
 {
-    const QList<VXPluginProxy *> dependants = proxy.dependantPlugins(); // an alert lets other things happen
+    const QList<VXPluginProxy *> dependants = proxy.dependantPlugins(); // a copy: other things happen during an alert
     return std::all_of(dependants.cbegin(), dependants.cend(), [&](VXPluginProxy *dependant) {
         if (!dependant->isLoaded())
             return true;
@@ -59,7 +59,7 @@ bool VXPluginUnloadRun::collectDependants(VXPluginProxy &proxy)
         if (!isAgreed && !userLetsDisable(*root, *proxy.rootProxy()))
             return false;
         _agreedRoots.insert(root);
-        // The root too, for it is what the user agreed to disable.
+        // The root as well, since that is what the user agreed to disable.
         return collect(*dependant) && collect(*root);
     });
 }
@@ -93,7 +93,7 @@ int VXPluginUnloadRun::ask()
         if (proxy->isLoaded() && proxy->pluginInstancesShouldUnload() == VXUnloadLater)
             undecided.append(proxy->identifier());
     }
-    // A reply may have come while another plugin was asked, too.
+    // Replies may have come while other plugins were asked.
     for (auto reply = _repliesWhileAsked.cbegin(); reply != _repliesWhileAsked.cend(); ++reply) {
         if (!reply.value()) {
             refuse(reply.key());
@@ -118,5 +118,5 @@ void VXPluginUnloadRun::unload()
     _state = State::Unloading;
     _awaited.clear();
     for (VXPluginProxy *const proxy : std::as_const(_pluginsToUnload))
-        proxy->unload(); // does nothing for those that went meanwhile
+        proxy->unload(); // does nothing for those unloaded meanwhile
 }

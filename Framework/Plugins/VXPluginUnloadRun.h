@@ -7,16 +7,16 @@
 #include <QtCore/QSet>
 #include <QtCore/QString>
 
-/** What a run of unloading is for. */
+/** The purpose of unloading. */
 enum class VXUnloadPurpose {
-    Disable, // what depends on it goes with the user's consent
-    Quit,    // everything goes; nobody is asked but the plugins
-    Failure, // a plugin failed to load: so do those that were loaded because of it
+    Disable, // plugins that depend on it go too, if the user consents
+    Quit,    // everything goes; only the plugins are asked
+    Failure, // a plugin failed to load: plugins that were loaded because of it go
 };
 
 /**
- * One run of unloading: which plugins go, in which order, and whether they agree. Runs know nothing of each other, so that
- * one may begin while another waits for an answer. Main thread only.
+ * One run of unloading: which plugins go, in which order, and whether they agree. Runs are independent, so that one may
+ * begin while another waits for an answer. Main thread only.
  */
 class VXPluginUnloadRun
 {
@@ -30,31 +30,32 @@ public:
     }
 
     VXUnloadPurpose purpose() const { return _purpose; }
-    /** nullptr when the run is for none in particular. */
+    /** nullptr when the run is for no particular plugin. */
     VXPluginProxy *subject() const { return _subject; }
     State state() const { return _state; }
-    /** Those that go, first to go first. */
+    /** The plugins that go, in the order of unloading. */
     const QList<VXPluginProxy *> &plugins() const { return _pluginsToUnload; }
     bool concerns(const QString &identifier) const;
-    /** The plugins that want time, by identifier. */
+    /** Identifiers of the plugins that asked for time. */
     QStringList awaited() const { return _awaited; }
-    /** Who refused, for people; null while nobody did. */
+    /** Who refused, in the user's language; null if nobody did. */
     QString refusal() const { return _refusal; }
 
-    /** Adds a plugin after all that must go before it; of one that is not loaded, children that are. False when the user
-     *  refused. */
+    /** Adds a plugin after all plugins that must go before it; for one that is not loaded, its loaded children. False
+     *  when the user refused. */
     bool collect(VXPluginProxy &proxy);
-    /** Collects the subject anew, with what was loaded since: the user is not asked again about the same plugin. */
+    /** Collects the subject again, with plugins that were loaded since; the user is not asked twice about the same
+     *  plugin. */
     bool collectSubject();
 
     /**
-     * Asks each plugin, once. A plugin's Cancel counts as consent: what the user has decided is done.
-     * @return a VXUnloadReply; Cancel when a plugin said no by a reply of its own while it was asked.
+     * Asks each plugin once. A plugin's Cancel counts as consent, since the user has decided already. @return a
+     * VXUnloadReply; Cancel when a plugin refused by a reply of its own while it was asked.
      */
     int ask();
-    /** A plugin's reply while the plugins are asked: it takes the place of its answer. */
+    /** Notes a plugin's reply while plugins are being asked: it replaces the plugin's answer. */
     void noteReply(const QString &identifier, bool flag) { _repliesWhileAsked.insert(identifier, flag); }
-    /** A plugin said no after it had asked for time. */
+    /** To be called when a plugin refuses after it had asked for time. */
     void refuse(const QString &identifier);
 
     /** Unloads those that are still loaded, in order. */
@@ -68,8 +69,8 @@ private:
     VXPluginProxy *const _subject;
     State _state = State::Collecting;
     QList<VXPluginProxy *> _pluginsToUnload;
-    QSet<VXPluginProxy *> _beingCollected; // whose dependants are being collected
-    QSet<VXPluginProxy *> _agreedRoots;    // that the user lets go
+    QSet<VXPluginProxy *> _beingCollected; // plugins whose dependants are being collected
+    QSet<VXPluginProxy *> _agreedRoots;    // roots that the user agreed to unload
     QHash<QString, bool> _repliesWhileAsked;
     QStringList _awaited;
     QString _refusal;

@@ -10,8 +10,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestWait = 5s; // for other threads, before a plugin is unloaded all the same
-constexpr auto turn = 5ms;       // between looks at what they want done on the main thread
+constexpr auto longestWait = 5s; // for other threads; then the plugin is unloaded anyway
+constexpr auto turn = 5ms;       // interval at which their calls to the main thread are served
 
 } // namespace
 
@@ -46,7 +46,7 @@ std::shared_ptr<void> VXPluginUses::begin(const QString &identifier)
     return VXMainThread::isCurrent() ? nullptr : std::make_shared<Use>(_counts, identifier);
 }
 
-// The threads may wait for the main thread themselves, as a reactor does that shows an alert.
+// Serves their calls, as the threads may be waiting for the main thread, for example in a reactor that shows an alert.
 bool VXPluginUses::waitUntilUnused(const QString &identifier)
 {
     Counts &counts = *_counts;

@@ -8,20 +8,20 @@
 #include <memory>
 
 /**
- * Counts the threads other than the main thread that run a plugin, so that one which is unloaded can wait until none does.
- * Any thread.
+ * Counts the threads other than the main thread that run a plugin, so that unloading it can wait until none does. Any
+ * thread.
  */
 class VXPluginUses
 {
 public:
     VXPluginUses();
 
-    /** Counts until the last copy is gone; on the main thread, where plugins are unloaded, nothing. */
+    /** Counts a use until the last copy is gone. On the main thread, where plugins are unloaded, nothing is counted. */
     std::shared_ptr<void> begin(const QString &identifier);
 
     /**
-     * On the main thread. Serves what those threads want done there meanwhile, and gives up after some seconds. False when it
-     * did.
+     * To be called on the main thread, which serves calls of those threads meanwhile. Gives up after some seconds, and
+     * returns false.
      */
     bool waitUntilUnused(const QString &identifier);
 

@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Legal in a URL besides letters, digits and "-._~", and no delimiter of these URLs.
+// Characters allowed in a URL besides letters, digits and "-._~" that are no delimiters here.
 constexpr auto unescapedPunctuation = "!$'()*+,/:@";
 
 QString escaped(const QString &text)
@@ -22,7 +22,7 @@ int hexValue(char digit)
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-// A "%" that two hex digits do not follow stands for itself.
+// A "%" without two hex digits after it is kept.
 QString unescaped(QStringView text)
 {
     const QByteArray bytes = text.toUtf8();
@@ -112,7 +112,8 @@ QUrl VXMakePhonebookURL(const QString &host, const QString &firstPart, const QSt
     QStringList parts;
     for (const QString &part : {firstPart, secondPart}) {
         if (!part.isNull())
-            parts.append(QString::fromLatin1(QUrl::toPercentEncoding(part))); // a "/" in a part is no separator
+            // escapes a "/", which would be a separator
+            parts.append(QString::fromLatin1(QUrl::toPercentEncoding(part)));
     }
     QUrl url;
     url.setScheme(u"vxbook"_s);

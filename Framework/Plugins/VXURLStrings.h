@@ -11,15 +11,16 @@
 // The application's URLs: SCHEME:TARGET, or SCHEME:TARGET?KEY=VALUE&KEY=VALUE, percent-escaped as UTF-8. Any thread.
 
 /**
- * Makes a URL string. A null target is empty. Parameters come in the map's order, up to the first without a value
- * (invalid or null); values are taken as text. Escaped is what no URL may hold, and "&?;=".
+ * Makes a URL string. A null target is empty. Parameters come in the order of the map, and end before the first without
+ * a value (invalid or null); values are converted to text. Characters not allowed in URLs, and "&?;=", are escaped.
  */
 [[nodiscard]] VX_EXPORT QString VXMakeURLString(const QString &scheme, const QString &target,
                                                 const QVariantMap &parameters = {});
 
 /**
- * Takes a URL string apart: "scheme"; "host", which is the target, when something follows the ":"; and the parameters
- * by their keys, as texts, empty ones without a "=". All unescaped; what is no escape stays. @return none without a ":".
+ * Parses a URL string into "scheme"; "host", the target, if anything follows the ":"; and the parameters by their keys,
+ * as texts, which are empty without a "=". Everything is unescaped; invalid escapes are kept. @return none without a
+ * ":".
  */
 [[nodiscard]] VX_EXPORT std::optional<QVariantMap> VXComponentsFromURLString(const QString &url);
 
@@ -32,8 +33,8 @@
                                                      const QString &device = {});
 
 /**
- * "vxbook://HOST/FIRST/SECOND", without the parts that are null. The host is "localhost" when null; the URL is invalid
- * for one that is no host name.
+ * "vxbook://HOST/FIRST/SECOND", without the parts that are null. A null host means "localhost"; for an invalid host
+ * name the URL is invalid.
  */
 [[nodiscard]] VX_EXPORT QUrl VXMakePhonebookURL(const QString &host = {}, const QString &firstPart = {},
                                                 const QString &secondPart = {});

@@ -7,7 +7,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Takes the digits at the start of the text away from it; without leading zeros, so that longer is greater.
+// Removes the digits at the start of the text and returns them without leading zeros, so that a longer number is
+// greater.
 QStringView takeNumber(QStringView &text)
 {
     qsizetype end = 0;
@@ -31,7 +32,7 @@ int compareNumbers(QStringView a, QStringView b)
     return 0;
 }
 
-// Runs of digits by number, all else by code unit.
+// Compares runs of digits as numbers, and everything else by code unit.
 int compareComponents(QStringView a, QStringView b)
 {
     while (!a.empty() && !b.empty()) {

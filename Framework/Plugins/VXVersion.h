@@ -5,8 +5,8 @@
 #include <QtCore/QStringView>
 
 /**
- * Orders two version strings: -1, 0 or 1. They are compared component by component between the dots, by number, so
- * that 1.10 is greater than 1.9; where one ends first the longer one is greater. A component that is no number is
- * logged and compared as it stands. Reentrant.
+ * Compares two version strings; returns -1, 0 or 1. The components between the dots are compared as numbers, so 1.10 is
+ * greater than 1.9; if one string ends first, the longer one is greater. A component that is no number is logged; in
+ * it, runs of digits are compared as numbers, and everything else by code unit. Reentrant.
  */
 [[nodiscard]] VX_EXPORT int vx_compareVersion(QStringView a, QStringView b);

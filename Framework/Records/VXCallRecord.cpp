@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double longestDuration = 1e9; // seconds; more is no duration
+constexpr double longestDuration = 1e9; // seconds; anything longer is an error
 
 const QString identifierKey = u"call_id"_s;
 const QString dateKey = u"date"_s;

@@ -7,25 +7,25 @@
 #include <optional>
 
 /**
- * A call, as events, lists of phones, stores and exporters tell of it. docs/FORMATS.md has the keys. A value type; what is
- * none is null, invalid or empty.
+ * A call in the form shared by events, lists of phones, stores and exporters. docs/FORMATS.md has the keys. A value
+ * type; values of none are null, invalid or empty.
  */
 struct VX_EXPORT VXCallRecord : VXParties
 {
     VXCallRecord() = default;
-    /** What a map, a managed object or a QObject says of a call; on the object's thread. */
+    /** Reads a call from a map, a managed object or a QObject; on the object's thread. */
     explicit VXCallRecord(const QVariant &object);
 
-    QString identifier = {};             // what the phone calls it
+    QString identifier = {};             // the phone's ID of the call
     QDateTime date = {};                 // when it began to ring
-    QDateTime connectedDate = {};        // when somebody took it
-    QDateTime eventDate = {};            // when that happened which the event tells of
-    std::optional<double> duration = {}; // seconds from connected to ended
-    bool isMissed = false;               // it came in, and nobody took it
+    QDateTime connectedDate = {};        // when it was answered
+    QDateTime eventDate = {};            // when the event took place
+    std::optional<double> duration = {}; // seconds from being answered to the end
+    bool isMissed = false;               // it came in, and was not answered
 
-    /** When it began, as far as anything tells: of an ended call also from when it ended, and how long it took. */
+    /** When the call began, as far as known; for an ended call this may be computed from its end and duration. */
     QDateTime start() const;
 
-    /** As the object of an event, and in lists; without what is none. */
+    /** The call as the object of an event and for lists; without values of none. */
     QVariantMap map() const;
 };

@@ -84,7 +84,7 @@ bool isText(const QVariant &value)
     return value.typeId() == QMetaType::QString;
 }
 
-// An object with the address and its type, or the address alone.
+// Reads an object with the address and its type, or the address alone.
 Record::Address addressFrom(const QVariant &value, const QString &valueKey)
 {
     if (isText(value))
@@ -120,14 +120,14 @@ QVariantMap mapOf(const PostalAddress &address)
     return map;
 }
 
-// The number or address itself, when it has no person.
+// The person of a number or address, or the object itself if it has none.
 QVariant contactIn(const QVariant &object)
 {
     QVariant person = VXRecordReader(object).value(u"person"_s);
     return person.isValid() ? person : object;
 }
 
-// "FN:Jane Doe", perhaps of a group ("item1.FN") and with parameters
+// "FN:Jane Doe", perhaps with a group ("item1.FN") and parameters
 bool isFullName(const QString &line)
 {
     const QString property = line.section(u':', 0, 0).section(u';', 0, 0);
@@ -140,7 +140,7 @@ bool isForbidden(QChar character)
     return (unit < 0x20 && character != u'\n' && character != u'\t') || unit == 0x7f || unit >= 0xfffe;
 }
 
-// Neither a control character nor one of those that need a second look.
+// Whether it is no control character, nor a character that needs a closer look.
 bool isPlain(QChar character)
 {
     const char16_t unit = character.unicode();
@@ -152,7 +152,7 @@ void removeControlCharactersFrom(QString &text)
     if (std::ranges::all_of(text, isPlain))
         return;
     if (!text.isValidUtf16())
-        text = QString::fromUtf8(text.toUtf8()); // half a pair of surrogates is a question mark then
+        text = QString::fromUtf8(text.toUtf8()); // replaces unpaired surrogates
     if (std::ranges::none_of(text, isForbidden))
         return;
     text.replace("\r\n"_L1, "\n"_L1).replace(u'\r', u' ');

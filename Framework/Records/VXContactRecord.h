@@ -10,8 +10,8 @@
 #include <QtCore/QVariant>
 
 /**
- * A contact, as phones, stores and exporters tell of it. docs/FORMATS.md has the keys. A value type; what is none is null,
- * invalid or empty.
+ * A contact in the form shared by phones, stores and exporters. docs/FORMATS.md has the keys. A value type; values of
+ * none are null, invalid or empty.
  */
 struct VX_EXPORT VXContactRecord
 {
@@ -20,9 +20,9 @@ struct VX_EXPORT VXContactRecord
     {
         QString value;
         unsigned type = 0;  // VXPhonebookType
-        QString label = {}; // what no type says: of numbers "video", "messaging", "other"
+        QString label = {}; // what no type expresses: for numbers "video", "messaging", "other"
     };
-    /** Either parts, or the whole as text. */
+    /** Either in parts, or the whole as text. */
     struct PostalAddress
     {
         QString street = {};
@@ -35,11 +35,11 @@ struct VX_EXPORT VXContactRecord
     };
 
     VXContactRecord() = default;
-    /** What a map, a managed object or a QObject says of a contact, of a number or address its person; on its thread. Its texts have
-     *  no control characters. */
+    /** Reads a contact from a map, a managed object or a QObject; for a number or address, its person; on its thread.
+     *  Texts have no control characters. */
     explicit VXContactRecord(const QVariant &object);
 
-    QString name = {}; // the whole, where its parts are not known
+    QString name = {}; // the whole name, if its parts are unknown
     QString namePrefix = {};
     QString firstName = {};
     QString middleName = {};
@@ -50,30 +50,30 @@ struct VX_EXPORT VXContactRecord
     QString jobTitle = {};
     QString note = {};
     QDate birthday = {};
-    QByteArray image = {}; // the bytes of a picture file
+    QByteArray image = {}; // the contents of a picture file
     QList<Address> numbers = {};
     QList<Address> emails = {};
     QList<Address> urls = {};
     QList<PostalAddress> addresses = {};
     QStringList groups = {};     // their names
-    QString uid = {};            // of the vCard that it came from
-    QStringList properties = {}; // of vCards, that have no place above: content lines
+    QString uid = {};            // of the vCard that the contact came from
+    QStringList properties = {}; // content lines of vCards that have no place above
 
-    /** What people call the contact: a name, else a company, number or address. Null for no contact at all. */
+    /** The name to show: a name, or else a company, number or address. Null for an empty contact. */
     QString displayName() const;
-    /** The same as it is shown: the last name comes first where the user default "phonebook.names.last_first" says so. */
+    /** The same, but with the last name first if the user default "phonebook.names.last_first" says so. */
     QString shownName() const;
 
-    /** Of the properties those that write the whole name (FN) otherwise than the parts would. */
+    /** Those of the properties that spell the whole name (FN) differently from its parts. */
     QStringList fullNameLines() const;
     void removeFullNameLines();
-    /** The UIDs of those that were merged into it, by which they are still known; they stand among the properties. */
+    /** The UIDs of contacts that were merged into this one, which still identify it; kept in the properties. */
     QStringList formerUIDs() const;
     void addFormerUID(const QString &former);
 
-    /** Of the texts those that no one means and no property list can hold; line feeds and tabs stay. */
+    /** Removes control characters, which property lists cannot hold, from all texts; line feeds and tabs are kept. */
     void removeControlCharacters();
 
-    /** In lists, and as the object of an event; without what is none. */
+    /** The contact for lists and as the object of an event; without values of none. */
     QVariantMap map() const;
 };

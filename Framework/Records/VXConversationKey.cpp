@@ -33,6 +33,6 @@ QString VXConversationKey(const QString &phonebookStrings)
         return {};
     QStringList keys = VXUnpackPhonebookStrings(phonebookStrings, true);
     std::ranges::transform(keys, keys.begin(), keyOfItem);
-    keys.sort(); // a group is the same group in any order
+    keys.sort(); // the order of a group does not matter
     return keys.join(", "_L1);
 }

@@ -14,11 +14,11 @@ const QString eventDateKey = u"event_date"_s;
 const QString stateKey = u"state"_s;
 const QString urlKey = u"url"_s;
 
-// One without a state came in unread, or went out.
+// Without a state, a message is unread or sent, depending on its direction.
 VXMessageRecord::State stateFrom(const VXRecordReader &reader, bool isIncoming)
 {
     using State = VXMessageRecord::State;
-    const QStringList words{u"unsent"_s, u"unread"_s, u"sent"_s, u"read"_s}; // in the order of the numbers
+    const QStringList words{u"unsent"_s, u"unread"_s, u"sent"_s, u"read"_s}; // in the order of the enumerators
     const std::optional<double> number = reader.number(stateKey);
     const qsizetype state = number ? qsizetype(*number) : words.indexOf(reader.text(stateKey));
     if (state >= 0 && state < words.size())

@@ -6,9 +6,9 @@
 #include <QtCore/QStringList>
 
 /**
- * For lists of calls and messages that people search by typing, and that show parties as they are called now: the addresses of
- * contacts that the text may become (completions of the calling thread's VXPhonebookManager), as `otherParty_search` ends with
- * them, and as `conversation` is. Each once, a hundred at most.
+ * For searching lists of calls and messages, which show parties by their present names: the addresses of contacts that
+ * match what was typed (completions of the calling thread's VXPhonebookManager), in the form that `otherParty_search`
+ * ends with, which is also that of `conversation`. Each once, at most a hundred.
  */
 [[nodiscard]] VX_EXPORT QStringList VXPartiesMeantBy(const QString &text);
 
@@ -16,5 +16,8 @@
 [[nodiscard]] VX_EXPORT QStringList VXTypedWords(const QString &text);
 /** Whether the other party was recorded with each word of the text, in any order, or with the number that it is. */
 [[nodiscard]] VX_EXPORT VXPredicate VXWasRecordedWith(const QString &text);
-/** The same, or the other party is one of these addresses, alone or behind a recorded name. For records of one party (calls). */
+/**
+ * The same, or the other party is one of these addresses, with or without a recorded name. For records with a single
+ * party (calls).
+ */
 [[nodiscard]] VX_EXPORT VXPredicate VXHasOtherParty(const QString &text, const QStringList &parties);

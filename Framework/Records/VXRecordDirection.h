@@ -1,7 +1,7 @@
 #pragma once
 
-/** Which way a call or a message went, as records and stores keep it: from it follows who the other party is. */
+/** The direction of a call or message, as used and stored in records; it determines who the other party is. */
 enum class VXRecordDirection : int {
     Outgoing = 0, // the other party is "to"
-    Incoming = 1, // it is "from"
+    Incoming = 1, // the other party is "from"
 };

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Stored objects in the order they were made: relationships have none.
+// Sorts stored objects by number, the order in which they were made, as relationships have no order.
 QVariantList sorted(QVariantList list)
 {
     const auto number = [](const QVariant &element) {

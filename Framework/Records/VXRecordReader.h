@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/** Reads the values of a record, whatever kind of object has them: a map, a managed object, a QObject. On its thread. */
+/** Reads the values of a record from any kind of object: a map, a managed object, a QObject. On the object's thread. */
 class VXRecordReader
 {
 public:
@@ -14,24 +14,24 @@ public:
 
     /** Invalid for none. */
     QVariant value(const QString &key) const;
-    /** Without the blanks around it; null for none, and for nothing but blanks. */
+    /** Trimmed; null for none, and for blanks only. */
     QString text(const QString &key) const;
-    /** A date, or a text in ISO 8601; invalid for anything else (VXRecordDate). */
+    /** A date, or a text in ISO 8601; invalid for anything else, and for dates that VXRecordDate refuses. */
     QDateTime date(const QString &key) const;
-    /** Empty for none, and for what is no finite number. */
+    /** Empty for none, and for anything but a finite number. */
     std::optional<double> number(const QString &key) const;
-    /** The elements of a list; one alone as a list of one. */
+    /** The elements of a list; a single value as a list of one. */
     QVariantList list(const QString &key) const;
-    /** A type mask (VXPhonebookType), or its letters as text. 0 for none. */
+    /** A type mask (VXPhonebookType), or one given as letters. 0 for none. */
     unsigned typeMask(const QString &key) const;
 
 private:
     const QVariant _object;
 };
 
-/** The date when it is one that every store and file can hold, of the years 1 to 9999; else none. */
+/** The date if every store and file can hold it, which are the years 1 to 9999; otherwise none. */
 [[nodiscard]] QDateTime VXRecordDate(const QDateTime &date);
 [[nodiscard]] QDate VXRecordDate(const QDate &date);
 
-/** Inserts what is not none, nor an empty text. */
+/** Inserts the value unless it is none, or an empty text. */
 void VXInsertIntoRecord(QVariantMap &map, const QString &key, const QVariant &value);

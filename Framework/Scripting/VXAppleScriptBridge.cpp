@@ -22,7 +22,7 @@ VXEventDescriptor propertySpecifier(const VXEventDescriptor &property, const VXE
     return *record.coerceToType(Code::ObjectSpecifier);
 }
 
-// The error that a reply tells of: its text, or its number.
+// The error in a reply: its text, or its number.
 std::optional<VXEventDescriptor> errorIn(const VXEventDescriptor &reply)
 {
     if (auto text = reply.descriptorForKeyword(Code::ErrorString); text && !text->stringValue().isEmpty())

@@ -7,17 +7,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr char signature[] = {'V', 'X', 'E', 'D', 1}; // the last is the version
+constexpr char signature[] = {'V', 'X', 'E', 'D', 1}; // the last byte is the version
 
 } // namespace
 
-/** Writes descriptors, each with its length before it. */
+/** Writes descriptors, each preceded by its length. */
 class VXEventDescriptorWriter
 {
 public:
     QByteArray bytes = QByteArray(signature, sizeof signature);
 
-    // False when it is nested too deep.
+    // False when it is nested too deeply.
     bool write(const VXEventDescriptor &descriptor, int depth = 0)
     {
         if (depth > VXEventDescriptor::maximumDepth)
@@ -62,7 +62,7 @@ private:
     }
 };
 
-/** Reads what the writer writes, and nothing else. */
+/** Reads the output of the writer, and nothing else. */
 class VXEventDescriptorReader
 {
 public:
@@ -90,7 +90,7 @@ private:
     using Contents = VXEventDescriptor::Contents;
     using Kind = Contents::Kind;
 
-    // The smallest that one can be: its kind, type and size.
+    // The size of the smallest descriptor: kind, type and size.
     static constexpr qsizetype smallest = 9;
 
     std::nullopt_t fail(const QString &problem)

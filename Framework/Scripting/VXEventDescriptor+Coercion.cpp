@@ -13,7 +13,7 @@ namespace {
 
 constexpr qint64 secondsBefore1970 = 2082844800; // since 1904
 
-// Big-endian, of exactly that size; empty for any other.
+// Reads a big-endian number of exactly that size; empty for any other size.
 template <class T>
 std::optional<T> numberIn(const QByteArray &bytes)
 {
@@ -191,7 +191,7 @@ std::optional<double> VXEventDescriptor::realValue() const
     }
     case Code::UInt64: {
         const auto number = numberIn<quint64>(_contents->data);
-        constexpr double end = 0x1p64; // the largest numbers round up to it, and it is none
+        constexpr double end = 0x1p64; // the largest numbers are rounded up to this, which does not fit
         return number && double(*number) < end && quint64(double(*number)) == *number ? std::optional(double(*number))
                                                                                       : std::nullopt;
     }
@@ -202,7 +202,7 @@ std::optional<double> VXEventDescriptor::realValue() const
     }
     default: {
         const std::optional<qint64> number = integerValue();
-        if (!number || wholeNumber(double(*number)) != number) // not every number of 64 bits is a double
+        if (!number || wholeNumber(double(*number)) != number) // not every 64-bit number is a double
             return std::nullopt;
         return double(*number);
     }
@@ -350,7 +350,7 @@ QVariant VXEventDescriptor::value() const
         return realValue() ? QVariant(*realValue()) : QVariant(data());
     case Code::Date: {
         const auto seconds = numberIn<qint64>(_contents->data);
-        constexpr qint64 furthest = qint64(1) << 50; // further ones are no dates of QDateTime
+        constexpr qint64 furthest = qint64(1) << 50; // seconds beyond this give no valid QDateTime
         if (!seconds || *seconds > furthest || *seconds < -furthest)
             return data();
         return QDateTime::fromSecsSinceEpoch(*seconds - secondsBefore1970, Qt::UTC);

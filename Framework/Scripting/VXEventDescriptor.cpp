@@ -42,7 +42,7 @@ VXEventDescriptor::VXEventDescriptor(Contents *contents) : _contents(contents) {
 VXEventDescriptor::~VXEventDescriptor() = default;
 VXEventDescriptor::VXEventDescriptor(const VXEventDescriptor &other) = default;
 VXEventDescriptor &VXEventDescriptor::operator=(const VXEventDescriptor &other) = default;
-// What is moved from is null, not without contents.
+// The moved-from object becomes the null descriptor.
 VXEventDescriptor::VXEventDescriptor(VXEventDescriptor &&other) noexcept : VXEventDescriptor()
 {
     _contents.swap(other._contents);
@@ -187,7 +187,7 @@ void VXEventDescriptor::setDescriptor(const VXEventDescriptor &descriptor, VXFou
 {
     if (!isRecord())
         return;
-    const VXEventDescriptor held = descriptor; // it may be this one, or part of it
+    const VXEventDescriptor held = descriptor; // it may be this object, or a part of it
     QList<Entry> &entries = _contents->entries;
     const auto found = std::ranges::find(entries, keyword, &Entry::keyword);
     if (found == entries.end())

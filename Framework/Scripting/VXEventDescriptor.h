@@ -13,13 +13,13 @@
 #include <optional>
 
 /**
- * A value of the scripting bridge: a type with data, a list, a record (values by keyword, in order), or an event, which is a
- * record with a class, an id and a target. A value type; copies share their contents. Reentrant.
+ * A value of the scripting bridge: a type with data, a list, a record (values by keyword, in order), or an event, which
+ * is a record with a class, an ID and a target. A value type; copies share their contents. Reentrant.
  */
 class VX_EXPORT VXEventDescriptor
 {
 public:
-    /** The null descriptor: type "null", no data. In specifiers it stands for the application itself. */
+    /** The null descriptor: type "null", no data. In specifiers it represents the application itself. */
     VXEventDescriptor();
     ~VXEventDescriptor();
     VXEventDescriptor(const VXEventDescriptor &other);
@@ -30,7 +30,7 @@ public:
     static VXEventDescriptor withData(VXFourCharCode type, const QByteArray &data);
     static VXEventDescriptor withString(const QString &text);
     static VXEventDescriptor withBoolean(bool value);
-    /** Of type "long", or "comp" when it needs more than 32 bits. */
+    /** Of type "long", or "comp" if it needs more than 32 bits. */
     static VXEventDescriptor withInteger(qint64 value);
     static VXEventDescriptor withReal(double value);
     static VXEventDescriptor withDate(const QDateTime &date);
@@ -38,33 +38,33 @@ public:
     static VXEventDescriptor withEnumCode(VXFourCharCode code);
     static VXEventDescriptor list(const QList<VXEventDescriptor> &items = {});
     static VXEventDescriptor record();
-    /** An event with a return id that no other of this process has, and transaction 0. */
+    /** An event with a return ID that is unique in this process, and transaction 0. */
     static VXEventDescriptor event(VXFourCharCode eventClass, VXFourCharCode eventID, const VXEventDescriptor &target);
-    /** The reply to an event, with its return id and transaction. */
+    /** The reply to an event, with the event's return ID and transaction. */
     static VXEventDescriptor replyTo(const VXEventDescriptor &event);
 
     VXFourCharCode type() const;
-    /** Empty for what has no data of its own. */
+    /** Empty if the descriptor has no data of its own. */
     QByteArray data() const;
     bool isNull() const { return type() == VXEventCode::Null; }
     bool isList() const;
-    /** True for events too, and for what was coerced from a record. */
+    /** True for events, too, and for what was coerced from a record. */
     bool isRecord() const;
     bool isEvent() const;
 
     // -- Items of lists, records and events
     qsizetype numberOfItems() const;
-    /** From 1, in order; empty when there is no such item. */
+    /** Counted from 1; empty when there is no such item. */
     std::optional<VXEventDescriptor> descriptorAtIndex(qsizetype index) const;
-    /** 0 when there is no such item, and of a list. */
+    /** 0 when there is no such item, and for lists. */
     VXFourCharCode keywordAtIndex(qsizetype index) const;
     std::optional<VXEventDescriptor> descriptorForKeyword(VXFourCharCode keyword) const;
-    /** Replaces the value of the keyword in its place, or adds it at the end; nothing on what is no record. */
+    /** Replaces the value of the keyword, or adds it at the end; does nothing unless this is a record. */
     void setDescriptor(const VXEventDescriptor &descriptor, VXFourCharCode keyword);
-    /** Adds to a list; nothing on what is none. */
+    /** Adds an item to a list; does nothing unless this is a list. */
     void append(const VXEventDescriptor &item);
 
-    // -- Of events; 0 and null of others
+    // -- Events; 0 and null for others
     VXFourCharCode eventClass() const;
     VXFourCharCode eventID() const;
     VXEventDescriptor target() const;
@@ -73,33 +73,34 @@ public:
 
     // -- Coercions
     /**
-     * The same as another type: between texts, numbers, truth values and codes where nothing is lost, anything to a list of
-     * one, a list of one to its item, and a record to "obj " or "cmpd" when it has the keywords of those, and back.
-     * Empty when it cannot be that.
+     * Converts to another type: between texts, numbers, truth values and codes if nothing is lost, anything to a list
+     * of one, a list of one to its item, and a record to "obj " or "cmpd", if it has their keywords, and back. Empty
+     * when that is not possible.
      */
     std::optional<VXEventDescriptor> coerceToType(VXFourCharCode type) const;
-    /** Null when it cannot be a text. */
+    /** Null when it cannot be converted to text. */
     QString stringValue() const;
     std::optional<qint64> integerValue() const;
     std::optional<double> realValue() const;
     std::optional<bool> booleanValue() const;
-    /** Of a type or enumeration; 0 for anything else. */
+    /** The code of a type or enumeration; 0 for anything else. */
     VXFourCharCode codeValue() const;
 
-    // -- As plain values
+    // -- Conversion from and to plain values
     /**
-     * Text, number, truth value, date, bytes, lists of these and maps, which become a record of named values. Codes cannot be
-     * told from texts there. Anything else becomes its text, or the null descriptor when it has none.
+     * From text, number, truth value, date, bytes, lists of these, and maps, which become a record of named values.
+     * Codes cannot be told from texts there. Any other value is converted to its text, or to the null descriptor if it
+     * has none.
      */
     static VXEventDescriptor fromValue(const QVariant &value);
-    /** The other way; codes become texts of four characters, records without named values maps by keyword. Invalid for null,
-     *  events' attributes are left out, data of unknown types are bytes. */
+    /** The reverse: codes become texts of four characters; records without named values become maps by keyword. Invalid
+     *  for null; attributes of events are left out; data of unknown types become bytes. */
     QVariant value() const;
 
-    // -- As bytes (docs/FORMATS.md)
-    /** Null when it is nested deeper than `maximumDepth`. */
+    // -- Conversion from and to bytes (docs/FORMATS.md)
+    /** Null when nested deeper than `maximumDepth`. */
     QByteArray toBytes() const;
-    /** Empty with the reason for anything but what `toBytes` writes. */
+    /** Empty, with the reason, for anything but the output of `toBytes`. */
     static std::optional<VXEventDescriptor> fromBytes(const QByteArray &bytes, VXError *error = nullptr);
     static constexpr int maximumDepth = 64;
 

@@ -4,7 +4,7 @@
 
 #include <QtCore/QSharedData>
 
-/** What copies of a descriptor share. */
+/** An item of a descriptor. */
 struct VXEventDescriptor::Entry
 {
     VXFourCharCode keyword = 0; // 0 in lists

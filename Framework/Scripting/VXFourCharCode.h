@@ -4,10 +4,10 @@
 
 #include <QtCore/QString>
 
-/** A code of four characters, the first in the highest byte: how events, their parameters and types are named. */
+/** A code of four characters, the first one in the highest byte: identifies events, their parameters and types. */
 using VXFourCharCode = quint32;
 
-/** The code of four ASCII characters, as VXCode("getd"). */
+/** The code of four ASCII characters, such as VXCode("getd"). */
 [[nodiscard]] constexpr VXFourCharCode VXCode(const char (&text)[5])
 {
     VXFourCharCode code = 0;
@@ -18,10 +18,10 @@ using VXFourCharCode = quint32;
 
 /** The four characters of a code (Latin-1). */
 [[nodiscard]] VX_EXPORT QString VXStringFromCode(VXFourCharCode code);
-/** The code of a text of four Latin-1 characters; 0 for any other. Shorter texts count as filled up with blanks. */
+/** The code of a text of four Latin-1 characters; 0 for other texts. Shorter texts are padded with blanks. */
 [[nodiscard]] VX_EXPORT VXFourCharCode VXCodeFromString(const QString &text);
 
-/** The codes that events are made of. */
+/** The codes used in events. */
 struct VXEventCode
 {
     // event classes and events
@@ -70,6 +70,6 @@ struct VXEventCode
     static constexpr VXFourCharCode Comparison = VXCode("cmpd");
     static constexpr VXFourCharCode ExaminedObject = VXCode("exmn");
 
-    /** In a record: a list of names and values in turn, for what is named by texts. */
+    /** In a record: a list of names and values in turn, for values that are named by texts. */
     static constexpr VXFourCharCode NamedValues = VXCode("usrf");
 };

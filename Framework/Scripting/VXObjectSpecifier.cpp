@@ -12,7 +12,7 @@ namespace {
 
 constexpr qsizetype deepest = 32; // containers in a text
 
-// Other than VXValueForKey this calls no methods of QObjects: whoever names a key reads, and does nothing else.
+// Unlike VXValueForKey, calls no methods of QObjects: specifying a key reads a value, and has no other effect.
 QVariant valueForKey(const QVariant &object, const QString &key)
 {
     if (!object.metaType().flags().testFlag(QMetaType::PointerToQObject))

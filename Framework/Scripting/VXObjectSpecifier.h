@@ -9,16 +9,16 @@
 #include <memory>
 #include <optional>
 
-/** Why a specifier leads nowhere. */
+/** Why a specifier cannot be resolved. */
 enum VXSpecifierError : int {
     VXSpecifierNoError = 0,
     VXSpecifierUnknownKey = 3,
-    VXSpecifierInvalidIndex = 4,          // also of an identifier that no element has
-    VXSpecifierOperationNotSupported = 6, // an element of what is no list
+    VXSpecifierInvalidIndex = 4,          // also for an identifier that no element has
+    VXSpecifierOperationNotSupported = 6, // an element of something that is no list
 };
 
 /**
- * Names objects by how they are reached from the application: "devices", "devices[0].localizedDescription",
+ * Identifies objects by the way to reach them from the application: "devices", "devices[0].localizedDescription",
  * "plugins[\"org.example.hello\"]". A value type; copies share their containers.
  */
 class VX_EXPORT VXObjectSpecifier
@@ -26,17 +26,18 @@ class VX_EXPORT VXObjectSpecifier
 public:
     /** The application itself. */
     VXObjectSpecifier() = default;
-    /** All that the container has under the key. `containerClass`: the name of the container's class; null for any. */
+    /** Everything that the container has under the key. `containerClass`: the name of the container's class; null for
+     *  any. */
     static VXObjectSpecifier property(const VXObjectSpecifier &container, const QString &containerClass,
                                       const QString &key);
-    /** The element at an index, from 0; a negative one counts from the end. */
+    /** The element at an index, from 0; a negative index counts from the end. */
     static VXObjectSpecifier atIndex(const VXObjectSpecifier &container, const QString &containerClass,
                                      const QString &key, qsizetype index);
-    /** The element whose "url", or without one "identifier" or "as_identifier", is that text. */
+    /** The element whose "url" (or, if it has none, "identifier" or "as_identifier") is that text. */
     static VXObjectSpecifier withIdentifier(const VXObjectSpecifier &container, const QString &containerClass,
                                             const QString &key, const QString &identifier);
-    /** Keys with dots between, each with an index or a quoted identifier in brackets behind it where one element is meant.
-     *  Empty, with the reason, for anything else. */
+    /** Parses keys separated by dots, each followed by an index or a quoted identifier in brackets if a single element
+     *  is meant. Empty, with the reason, for anything else. */
     static std::optional<VXObjectSpecifier> fromText(const QString &text, QString *reason = nullptr);
 
     bool isApplication() const { return _key.isNull(); }
@@ -44,7 +45,7 @@ public:
     QString containerClass() const { return _containerClass; }
     QString key() const { return _key; }
     std::optional<qsizetype> index() const { return _index; }
-    /** The form that `fromText` reads; "application" for that. */
+    /** The form that `fromText` parses; "application" for the application. */
     QString text() const;
 
     struct Evaluation
@@ -52,10 +53,10 @@ public:
         QVariant objects = {}; // invalid on failure
         int errorNumber = VXSpecifierNoError;
         std::shared_ptr<const VXObjectSpecifier> failing =
-            {}; // the innermost that leads nowhere; null without an error
+            {}; // the innermost one that cannot be resolved; null without an error
     };
-    /** Looks the objects up, from the application's object on: entries of maps, values by key, and properties of QObjects; no
-     *  method is called. On the objects' thread. */
+    /** Resolves the specifier from the application's object on: entries of maps, values by key, and properties of
+     *  QObjects; no method is called. On the objects' thread. */
     Evaluation evaluate(const QVariant &application) const;
 
     friend bool operator==(const VXObjectSpecifier &a, const VXObjectSpecifier &b) { return a.text() == b.text(); }
@@ -65,7 +66,7 @@ private:
     QString _containerClass;
     QString _key;
     std::optional<qsizetype> _index;
-    QString _identifier; // null without one
+    QString _identifier; // null if there is none
 };
 
 Q_DECLARE_METATYPE(VXObjectSpecifier)

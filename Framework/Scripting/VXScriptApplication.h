@@ -6,8 +6,8 @@
 class VXPlugin;
 
 /**
- * The application as scripts see it, from which specifiers count: "devices", every live device; "as_plugins", the enabled
- * plugins; "name" and "version". Main thread only.
+ * The application as seen by scripts, which specifiers start from: "devices", all live devices; "as_plugins", the
+ * enabled plugins; "name" and "version". Main thread only.
  */
 class VX_EXPORT VXScriptApplication : public VXKeyValueCoding, public VXScriptContainer
 {
@@ -19,9 +19,9 @@ public:
     QString scriptClassName() const override;
     VXObjectSpecifier objectSpecifier() const override { return {}; }
 
-    /** For commands, and to evaluate specifiers with. */
+    /** For commands, and for evaluating specifiers. */
     QVariant value() const;
 
-    /** Names a plugin by its identifier among "as_plugins". */
+    /** Specifies a plugin by its identifier in "as_plugins". */
     VXObjectSpecifier specifierForPlugin(const VXPlugin &plugin) const;
 };

@@ -5,11 +5,12 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** One command of a script to the application, while it is carried out. Main thread only. */
+/** A command of a script to the application, while it is carried out. Main thread only. */
 class VX_EXPORT VXScriptCommand
 {
 public:
-    /** `directParameter` is a value, or a VXObjectSpecifier of what the command is about, which counts from `application` on. */
+    /** `directParameter` is a value, or a VXObjectSpecifier of what the command is about, resolved from `application`.
+     *  */
     VXScriptCommand(const QVariant &directParameter, const QVariant &application)
         : _directParameter(directParameter), _application(application)
     {
@@ -18,15 +19,15 @@ public:
 
     QVariant directParameter() const { return _directParameter; }
     /**
-     * The direct parameter; the objects that it specifies when it is a specifier. Invalid, logged, when that leads nowhere: the
-     * error number and text tell why.
+     * The direct parameter; if it is a specifier, the specified objects. Invalid, logged, when it cannot be resolved;
+     * then the error number and text say why.
      */
     QVariant vx_evaluatedDirectParameter();
 
-    /** 0 while nothing went wrong. */
+    /** 0 while there is no error. */
     int scriptErrorNumber() const { return _scriptErrorNumber; }
     void setScriptErrorNumber(int number) { _scriptErrorNumber = number; }
-    /** Null while nothing went wrong. */
+    /** Null while there is no error. */
     QString scriptErrorString() const { return _scriptErrorString; }
     void setScriptErrorString(const QString &text) { _scriptErrorString = text; }
 

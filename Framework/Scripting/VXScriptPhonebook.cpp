@@ -27,7 +27,7 @@ VXManagedObjectPtr findEntry(const QString &phonebookString)
     return VXContactLookup::best(VXContactLookup(*context).forEmailAddress(value, type, name));
 }
 
-// The phonebook strings of an entity's objects; what cannot be fetched counts as none, and is logged by the store.
+// Appends the phonebook strings of the entity's objects; none when they cannot be fetched, which the store logs.
 void appendStrings(VXManagedObjectContext &context, const QString &entityName, qsizetype limit, QStringList &strings)
 {
     const VXEntityDescription *const entity = context.persistentStoreCoordinator()->model().entityForName(entityName);

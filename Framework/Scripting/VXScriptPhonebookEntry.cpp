@@ -61,7 +61,7 @@ struct VXScriptPhonebookEntry::Parts
     unsigned type = VXPhonebookTypeNone;
 };
 
-// What a string holds that has no valid address counts as well.
+// Includes the parts of a string without a valid address.
 VXScriptPhonebookEntry::Parts VXScriptPhonebookEntry::parts() const
 {
     Parts parts;

@@ -9,24 +9,24 @@
 
 #include <memory>
 
-/** What scripts find elements in. */
+/** An object in which scripts find elements. */
 class VX_EXPORT VXScriptContainer
 {
 public:
     virtual ~VXScriptContainer();
-    /** Of its class description. */
+    /** The name in its class description. */
     virtual QString scriptClassName() const = 0;
     virtual VXObjectSpecifier objectSpecifier() const = 0;
 };
 
 /**
- * A phonebook string, as scripts see it: an element of a phonebook's numbers. Its keys are those of the script's language:
- * "as_string", "as_name", "as_number", "as_location", "as_type". Main thread only.
+ * A phonebook string as seen by scripts: an element of a phonebook's numbers. The keys are those of the scripting
+ * language: "as_string", "as_name", "as_number", "as_location", "as_type". Main thread only.
  */
 class VX_EXPORT VXScriptPhonebookEntry : public VXKeyValueCoding
 {
 public:
-    /** At an index of what the container has under the key. */
+    /** The element at that index of what the container has under the key. */
     static std::shared_ptr<VXScriptPhonebookEntry> entryWithPhonebookString(const QString &phonebookString,
                                                                             const VXScriptContainer &container,
                                                                             const QString &key, qsizetype index);
@@ -36,11 +36,11 @@ public:
     QString phonebookString() const { return _phonebookString; }
     VXObjectSpecifier objectSpecifier() const { return _objectSpecifier; }
 
-    /** As it is shown: the name, else the address. */
+    /** The text to show: the name, or else the address. */
     QString as_string() const;
-    /** The name; null when it has none. */
+    /** The name; null for none. */
     QString as_name() const;
-    /** The number or address; null when it has none. */
+    /** The number or address; null for none. */
     QString as_number() const;
     /** "vXlh" for home, "vXlw" for work, "vXlo" for anything else. */
     VXFourCharCode as_location() const;
@@ -54,7 +54,7 @@ public:
     void setAs_number(const QString &number);
 
     QVariant valueForKey(const QString &key) const override;
-    /** All of the above by key, codes as texts. */
+    /** All of the above by key, with codes as texts. */
     QVariantMap values() const;
 
 private:

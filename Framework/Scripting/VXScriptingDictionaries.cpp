@@ -16,7 +16,7 @@ namespace {
 
 const QString subfolder = u"/Scripting"_s;
 
-// Capitals do not count, where people write names.
+// Ignores case, as people write these names.
 bool isNamed(const QString &name, const QString &typed)
 {
     return name.compare(typed, Qt::CaseInsensitive) == 0;

@@ -38,7 +38,7 @@ qsizetype typeLength(const QByteArray &signature, qsizetype offset, int depth = 
     return at < signature.size() && at > offset + 1 ? at + 1 - offset : 0;
 }
 
-/** Takes a property list apart; what is wrong is kept, with the place. */
+/** Parses a property list; keeps the first error with its place. */
 class DictionaryReader
 {
 public:
@@ -154,7 +154,7 @@ private:
         return parameter;
     }
 
-    QString _path; // where the dictionary names none for an entry
+    QString _path; // used for entries that have none of their own
     QString _interface;
     QString _place; // what is being read
 };
@@ -201,7 +201,7 @@ qsizetype VXScriptingDictionary::fitness(const QString &identifier) const
 
 QString VXScriptingDictionary::pathForTarget(const QString &path, const QString &identifier)
 {
-    // As org.freedesktop.Application has it: dots are slashes, and dashes, which no path may have, underscores.
+    // As in org.freedesktop.Application: dots become slashes, and dashes, which paths cannot have, underscores.
     QString name = identifier;
     name.replace(u'.', u'/').replace(u'-', u'_');
     return QString(path).replace("{path}"_L1, name);

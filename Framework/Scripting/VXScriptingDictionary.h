@@ -10,35 +10,35 @@
 
 #include <optional>
 
-/** A property of a target: what a code of an event stands for there. */
+/** A property of a target, which a code in an event stands for. */
 struct VXScriptingProperty
 {
     VXFourCharCode code = 0;
-    QString name = {}; // as the target knows it
+    QString name = {}; // the target's name for it
     QString path = {};
     QString interface = {};
-    QByteArray signature = {}; // its type, as D-Bus writes types
+    QByteArray signature = {}; // its type, as a D-Bus signature
     bool isReadable = true;
     bool isWritable = false;
     QString summary = {};
 };
 
-/** An argument of a method that an event calls. */
+/** An argument of the method that an event calls. */
 struct VXScriptingParameter
 {
-    VXFourCharCode keyword = 0; // of the event's parameter; 0 for a value that is always the same
+    VXFourCharCode keyword = 0; // of the event's parameter; 0 for a constant value
     QString name = {};
     QByteArray signature = {};
-    QVariant value = {};  // that one; else what is passed when the event lacks the parameter
+    QVariant value = {};  // the constant, or the default if the event lacks the parameter
     bool isNeeded = true; // there is no such value
 };
 
-/** An event that a target understands. */
+/** An event that a target supports. */
 struct VXScriptingEvent
 {
     VXFourCharCode eventClass = 0;
     VXFourCharCode eventID = 0;
-    QString name = {}; // for people
+    QString name = {}; // shown to users
     QString path = {};
     QString interface = {};
     QString method = {};
@@ -47,27 +47,28 @@ struct VXScriptingEvent
 };
 
 /**
- * What four-character codes mean to a target, or to all whose identifiers begin like it (docs/FORMATS.md). A value type.
+ * What four-character codes mean to a target, or to all targets whose identifiers have the same prefix
+ * (docs/FORMATS.md). A value type.
  */
 struct VX_EXPORT VXScriptingDictionary
 {
     QString target = {};
     QString summary = {};
-    QString source = {};     // the file it was read from
-    bool isFallback = false; // for targets of whatever name, after their own
+    QString source = {};     // the path of the file
+    bool isFallback = false; // for targets of any name, after their own dictionaries
     QList<VXScriptingProperty> properties = {};
-    QList<VXScriptingEvent> events = {}; // several of one class and id are tried in turn
+    QList<VXScriptingEvent> events = {}; // several with the same class and ID are tried in turn
 
-    /** Empty with the reason for what is no dictionary. */
+    /** Empty, with the reason, for anything but a dictionary. */
     static std::optional<VXScriptingDictionary> fromPropertyList(const QVariant &list, VXError *error = nullptr);
     /** The same from a file; the error names it. */
     static std::optional<VXScriptingDictionary> fromFile(const QString &path, VXError *error = nullptr);
 
-    /** 0 for targets it does not serve; else the longer the name it has in common, the better. */
+    /** 0 for targets that it does not serve; otherwise, the longer the common name, the greater. */
     qsizetype fitness(const QString &identifier) const;
-    /** A path as it is for that target: "{path}" stands for its identifier with slashes for dots. */
+    /** The path for that target: "{path}" is replaced by its identifier with slashes for dots. */
     static QString pathForTarget(const QString &path, const QString &identifier);
 };
 
-/** True for one complete type in D-Bus' writing, as "s", "a{sv}", "(is)". */
+/** Whether it is a single complete type in the notation of D-Bus, such as "s", "a{sv}", "(is)". */
 [[nodiscard]] VX_EXPORT bool VXIsTypeSignature(const QByteArray &signature);

@@ -27,7 +27,7 @@ struct Shared
     std::shared_ptr<VXScriptingTransport> transport VX_GUARDED_BY(lock);
 };
 
-// Never freed: other threads may send to the very end.
+// Never freed: other threads may send events until the very end.
 Shared &shared()
 {
     static auto *const made = new Shared;
@@ -41,7 +41,7 @@ VXScriptingTransport::~VXScriptingTransport() = default;
 
 void VXScriptingTransport::setMaker(Maker maker)
 {
-    std::shared_ptr<VXScriptingTransport> former; // goes without the lock
+    std::shared_ptr<VXScriptingTransport> former; // destroyed after the lock is released
     const VXMutexLocker lock(shared().lock);
     shared().maker = std::move(maker);
     former = std::exchange(shared().transport, nullptr);
@@ -60,7 +60,7 @@ std::shared_ptr<VXScriptingTransport> VXScriptingTransport::sharedTransport()
     if (!made)
         made = std::make_shared<MissingTransport>();
     const VXMutexLocker lock(shared().lock);
-    if (!shared().transport) // another thread may have been faster
+    if (!shared().transport) // another thread may have made it meanwhile
         shared().transport = made;
     return shared().transport;
 }

@@ -7,17 +7,17 @@
 #include <functional>
 #include <memory>
 
-/** What became of an event on its way; an error that the target answers stands in the reply instead. */
+/** The result of sending an event; errors reported by the target are in the reply instead. */
 enum VXScriptingStatus : qint32 {
     VXScriptingDone = 0,
     VXScriptingTargetNotRunning = -600,
-    VXScriptingConnectionInvalid = -609, // there is no connection to other programs, or the target ended meanwhile
+    VXScriptingConnectionInvalid = -609, // no connection to other programs, or the target ended meanwhile
     VXScriptingTimeOut = -1712,
 };
 
 /** Error numbers ("errn") in replies. */
 enum VXScriptingError : qint32 {
-    VXScriptingCoercionFailed = -1700, // a value is not of the type that the target wants
+    VXScriptingCoercionFailed = -1700, // a value cannot be converted to the type that the target expects
     VXScriptingParameterMissing = -1701,
     VXScriptingEventNotHandled = -1708, // the target has no such event
     VXScriptingNoSuchObject = -1728,
@@ -25,17 +25,17 @@ enum VXScriptingError : qint32 {
     VXScriptingEventFailed = -10000,
 };
 
-/** How an event is sent; added up. */
+/** How an event is sent; to be added up. */
 enum VXScriptingSendMode : qint32 {
     VXScriptingNoReply = 1,
     VXScriptingWaitReply = 3,
-    VXScriptingNeverInteract = 16, // nobody is asked anything on the way
+    VXScriptingNeverInteract = 16, // no user interaction on the way
 };
 
 /** The transport's own time-out. */
 inline constexpr qint32 VXScriptingDefaultTimeOut = -1;
 
-/** Carries events to other programs, and their replies back. Any thread, several at once. */
+/** Transports events to other programs, and their replies back. Any thread, several at the same time. */
 class VX_EXPORT VXScriptingTransport
 {
 public:
@@ -44,22 +44,23 @@ public:
     VXScriptingTransport &operator=(const VXScriptingTransport &) = delete;
 
     /**
-     * Sends an event to its target, and with VXScriptingWaitReply blocks until that replies. `timeOut` in milliseconds.
-     * @return VXScriptingStatus; only with VXScriptingDone there is a reply, null unless it was waited for.
+     * Sends an event to its target; with VXScriptingWaitReply, blocks until the reply comes. `timeOut` in milliseconds.
+     * @return VXScriptingStatus; the reply is null unless the status is VXScriptingDone and a reply was waited for.
      */
     virtual qint32 sendMessage(const VXEventDescriptor &event, VXEventDescriptor *reply, qint32 sendMode,
                                qint32 timeOut) = 0;
-    /** Why nobody can be reached, for people; null when that is up to the targets. */
+    /** Why no target can be reached, in the user's language; null when it depends on the target. */
     virtual QString problem() { return {}; }
-    /** The process that runs as that target; 0 when none does. */
+    /** The process that runs as that target; 0 for none. */
     virtual qint64 pidForApplicationWithIdentifier(const QString &identifier) = 0;
-    /** The targets that run, sorted, whose identifiers begin with the prefix. */
+    /** The running targets whose identifiers have the prefix, sorted. */
     virtual QStringList runningIdentifiers(const QString &prefix) = 0;
 
     using Maker = std::function<std::unique_ptr<VXScriptingTransport>()>;
-    /** Who makes the process's transport when it is first wanted; takes the place of one that was made. */
+    /** Sets the function that makes the process's transport when it is first needed; a transport already made is
+     *  replaced. */
     static void setMaker(Maker maker);
-    /** Without a maker one that reaches nobody. Never null. */
+    /** Without a maker, a transport that reaches no target. Never null. */
     static std::shared_ptr<VXScriptingTransport> sharedTransport();
 
 protected:

@@ -7,19 +7,19 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
-/** Of a message or call, as it was recorded. */
+/** A party of a message or call, as it was recorded. */
 struct VXFoundParty
 {
-    QString name = {}; // empty for none, as the address
+    QString name = {}; // empty for none, as is the address
     QString address = {};
 };
 
-/** An object that was found. */
+/** An object that a search found. */
 struct VX_EXPORT VXFoundObject
 {
     QString place = {}; // STORE/ENTITY/pNUMBER
     QString kind = {};  // "contact", "message", "call"
-    QString title = {}; // null for none, as the detail; of a message or call the other party as it is called now
+    QString title = {}; // null for none, as is the detail; for a message or call the other party by its present name
     QString detail = {};
     QDateTime date = {}; // invalid for none
     QList<VXFoundParty> parties = {};
@@ -29,7 +29,7 @@ struct VX_EXPORT VXFoundObject
     QUrl uri() const;
     /** By which the application opens it: "vxbook://STORE/ENTITY/pNUMBER". */
     QUrl url() const;
-    /** The object's URI for such a URL; null for any other. */
+    /** Returns the object's URI for such a URL; null for any other URL. */
     static QUrl uriForURL(const QUrl &url);
 
     /** By which the application with windows shows what these words find: "vxbook://search?words=WORDS". */

@@ -23,15 +23,15 @@ using Kind = VXMetaDataFinding::Kind;
 
 namespace {
 
-constexpr std::chrono::milliseconds longestTurn = 60s; // of another process that makes a pass
+constexpr std::chrono::milliseconds longestTurn = 60s; // to wait for another process that makes a pass
 
 }
 
-/** One look at all objects and files. */
+/** One comparison of all objects with all files. */
 class VXMetaDataSync::Check
 {
 public:
-    /** `isOutdated`: a pass is due for what an earlier generation of the program wrote. */
+    /** `isOutdated`: a pass is due because of files that an earlier generation of the program wrote. */
     Check(VXMetaDataSync &sync, const VXEntityDescription &entity, bool repairs, bool isOutdated)
         : _mirror(sync._mirror), _entity(entity), _relationships(sync._relationships), _repairs(repairs),
           _isOutdated(isOutdated), _context(sync._persistentStoreCoordinator)
@@ -60,11 +60,11 @@ private:
             expected = _mirror.valuesOf(object);
         } catch (...) {
             VXLogMethod(VXLogError, "checkMetaDataFiles", name + ": "_L1 + VXDescribeThrown().description);
-            _numbers.insert(object.objectID().number()); // nobody knows what its file should say
+            _numbers.insert(object.objectID().number()); // its file may be right or wrong, but is no orphan
             return;
         }
         if (!expected)
-            return; // a file of it is an orphan
+            return; // if it has a file, that is an orphan
         _numbers.insert(object.objectID().number());
         if (const std::optional<Kind> kind = _mirror.folder().compare(name, *expected))
             note(*kind == Kind::Outdated && !_isOutdated ? Kind::Stale : *kind, name,
@@ -103,7 +103,7 @@ private:
     const bool _repairs;
     const bool _isOutdated;
     VXManagedObjectContext _context;
-    VXNumberSet _numbers; // of the objects that have files
+    VXNumberSet _numbers; // of the objects that should have files
     VXMetaDataReport _report;
 };
 
@@ -138,7 +138,8 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     }
     if (!report || !checkIndex(repairs, &*report, error))
         return std::nullopt;
-    report->isIndexWhole = report->isIndexWhole || isOutdated; // then it may be of another version, and is new
+    // the index may have been of another version, and be empty now
+    report->isIndexWhole = report->isIndexWhole || isOutdated;
     if (repairs && report->unrepaired == 0) {
         static_cast<void>(_mirror.folder().setOrigin(VXMarkOfStores(*_persistentStoreCoordinator)));
         static_cast<void>(_settings.note(settings)); // else a pass looks at all once more

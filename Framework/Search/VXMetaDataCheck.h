@@ -5,30 +5,30 @@
 
 #include <algorithm>
 
-/** What is wrong with a file of a metadata folder. */
+/** A file of a metadata folder that differs from its object, and how. */
 struct VXMetaDataFinding
 {
     enum class Kind {
-        Stale,    // it tells of its object what is not so
-        Missing,  // its object has none
-        Orphaned, // it has no object, or one that is not to be found
+        Stale,    // its values are not those of the object
+        Missing,  // the object has no file
+        Orphaned, // it has no object, or one that searches must not find
         Damaged,  // it cannot be read
-        Outdated, // an earlier generation of the program wrote it: a pass is due for it, and nothing is wrong
+        Outdated, // an earlier generation of the program wrote it; a pass is due for it, so this is no fault
     };
     Kind kind;
     QString name;
 };
 
-/** What came of comparing every file with its object. */
+/** The result of comparing every file with its object. */
 struct VXMetaDataReport
 {
     qint64 objectCount = 0;
     qint64 fileCount = 0;
     QList<VXMetaDataFinding> findings = {};
-    bool isTakenIn = true;       // else a pass was due, and what it puts right is no fault
-    bool isIndexWhole = true;    // it is sound, and says what the files of the folder say, and no more
-    qint64 unrepaired = 0;       // of the findings, with repairing
-    bool isIndexRepaired = true; // with repairing: false when it is not whole all the same
+    bool isTakenIn = true;       // false: a pass was due, and what that pass will correct is no fault
+    bool isIndexWhole = true;    // the index is sound and holds exactly what the folder's files say
+    qint64 unrepaired = 0;       // with repairing: findings that could not be repaired
+    bool isIndexRepaired = true; // with repairing: false if the index is still not whole
 
     bool isClean() const
     {

@@ -29,7 +29,7 @@ const QString indexSuffix = u"index"_s;
 const QString passSuffix = u".pass"_s;
 const QString laterSuffix = u"later"_s;
 
-// Beside what is mirrored; and where that cannot be written, as what is saved can be.
+// Notes are kept beside the mirror; where that cannot be written, beside the stores, which were writable for the save.
 QStringList folders()
 {
     const VXFileManager &files = VXFileManager::defaultManager();
@@ -43,7 +43,7 @@ bool isDebt(const QString &name)
     return debt.match(name).hasMatch();
 }
 
-// Their paths. What else lies there, and what a link leads to, is somebody's own.
+// The paths of the notes. Other files, and anything behind a symbolic link, are not ours.
 QStringList debts(const QString &pattern)
 {
     QStringList paths;
@@ -58,7 +58,7 @@ QStringList debts(const QString &pattern)
     return paths;
 }
 
-// Not what can wait for a pass that is due for another reason.
+// Notes for later do not count: they wait for a pass that is due for another reason.
 bool isAnyDue(const QString &pattern)
 {
     return std::ranges::any_of(debts(pattern), [](const QString &path) { return !path.endsWith(u'@' + laterSuffix); });
@@ -72,14 +72,14 @@ QByteArray linesOf(const auto &numbers)
     return lines;
 }
 
-// Unlike that of any other, in this or another container.
+// Identifies this process, even among those of other containers, where process IDs may be the same.
 const QString &token()
 {
     static const auto &token = *new QString(QUuid::createUuid().toString(QUuid::Id128).first(16));
     return token;
 }
 
-// Another one each time: what an earlier pass left is not to be replaced.
+// A new name each time, so that no file left by an earlier pass is replaced.
 QString nameOfPass(const QString &name)
 {
     static std::atomic<unsigned> count = 0;
@@ -92,7 +92,7 @@ bool moveToPass(const QString &path, QString *own)
     return std::rename(QFile::encodeName(path).constData(), QFile::encodeName(*own).constData()) == 0;
 }
 
-// For adding to it. Made if need be; not open on failure.
+// Opens a file for appending, and creates it if need be. Not open on failure.
 VXFileDescriptor make(const QString &folder, const QString &name)
 {
     const auto open = [path = folder + u'/' + name] {
@@ -107,7 +107,7 @@ VXFileDescriptor make(const QString &folder, const QString &name)
     return file.isOpen() || errno != ENOENT || !VXMakePrivateFolder(folder) ? std::move(file) : open();
 }
 
-// In the first folder where that can be done.
+// Adds the lines in the first folder where that succeeds.
 bool add(const QString &name, const QByteArray &lines)
 {
     const QStringList all = folders();
@@ -117,7 +117,7 @@ bool add(const QString &name, const QByteArray &lines)
     });
 }
 
-// A line that was cut off names nobody knows which object.
+// A line that was cut off could name any object, so all are owed then.
 void addLines(const QByteArray &text, VXMetaDataDebt::Owed *owed)
 {
     owed->isAll = owed->isAll || (!text.isEmpty() && !text.endsWith('\n'));
@@ -144,7 +144,7 @@ QString VXMetaDataDebt::ownName() const
 
 void VXMetaDataDebt::append(const QByteArray &lines) const
 {
-    static std::atomic<bool> isTold = false; // once, not for each save, until it goes again
+    static std::atomic<bool> isTold = false; // log only the first of several failures
     const bool isWritten = add(ownName(), lines);
     const QString reason = qt_error_string(errno);
     if (!isTold.exchange(!isWritten) && !isWritten)
@@ -178,10 +178,10 @@ void VXMetaDataDebt::leaveToPass() const
 {
     QString own;
     for (const QString &path : debts(ownName()))
-        static_cast<void>(moveToPass(path, &own)); // else a pass has it already
+        static_cast<void>(moveToPass(path, &own)); // on failure a pass already has it
 }
 
-// Under a name of its own first: whoever marks meanwhile makes a new file.
+// Renames the file first, so that whoever adds a note meanwhile makes a new file.
 void VXMetaDataDebt::takeOver(QString path, Owed *owed)
 {
     if (QString own; !path.endsWith(passSuffix)) {
@@ -214,8 +214,8 @@ VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()
     return owed;
 }
 
-// What was written after it was read, by who had the file open already, is not done. Passes that never come to their end leave
-// one file, not one each.
+// A file that has grown since it was read is kept: its writer had it open already, and the added notes are not done. If
+// the pass was not done, its files are merged into one, so that passes that never finish do not leave one each.
 void VXMetaDataDebt::endPass(bool isDone)
 {
     const QList<Taken> all = std::exchange(_taken, {});

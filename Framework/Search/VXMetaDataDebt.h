@@ -8,9 +8,10 @@
 #include <QtCore/QStringList>
 
 /**
- * What of a store was saved and is not mirrored yet, as all processes know it: a file for each process that owes something, with
- * the numbers of the objects that it changed. So that one which ends at once, or is killed, leaves word for the next one. A pass
- * takes them over into files of its own, which go when it is done. Any thread; passes under the folder's lock.
+ * What of a store was saved and is not mirrored yet ("owed"), as all processes see it. Each process that owes something
+ * has a file with the numbers of the objects that it changed, so a process that ends at once, or is killed, leaves word
+ * for the next one. A pass takes these files over into files of its own and removes them when it is done. Any thread;
+ * passes only under the folder's lock.
  */
 class VX_EXPORT VXMetaDataDebt
 {
@@ -19,49 +20,50 @@ public:
     struct Owed
     {
         QSet<qint64> numbers = {};
-        bool isAll = false; // nobody knows which
+        bool isAll = false; // true: which objects is not known, so all of them
         bool contains(qint64 number) const { return isAll || numbers.contains(number); }
     };
 
-    /** Of the sync of that identifier. */
+    /** For the sync with that identifier. */
     explicit VXMetaDataDebt(const QString &identifier);
 
-    // -- What this process saves. Where that cannot be written, nor beside the stores, the log says so once, until it goes again.
-    /** It owes something from now on: these objects, and new ones. */
+    // -- Saves of this process. If a note can be written neither beside the mirror nor beside the stores, the log says
+    // so once, until a write succeeds again.
+    /** Notes that this process owes the files of these objects, and of new ones. */
     void mark(const QList<qint64> &changed = {}) const;
-    /** The same of more objects than can be named. */
+    /** The same for more objects than can be named. */
     void markAll() const;
-    /** Whether the word that it left is still there, and nobody has taken it over. */
+    /** Whether this process's note is still there, not yet taken over by a pass. */
     bool isMarked() const;
-    /** What it owed is done. */
+    /** Removes the note: everything this process owed is done. */
     void settleOwn() const;
 
-    /** What it owes is left to a pass, whatever is settled after. */
+    /** Leaves what this process owes to a pass, so that a later settleOwn() does not remove it. */
     void leaveToPass() const;
 
-    // -- A pass
-    /** A pass is due whether or not anything was saved. */
+    // -- Passes
+    /** Makes a pass due even if nothing was saved. */
     void markPass() const;
-    /** Takes over what any process owes, and what passes owe that did not end. */
+    /** Takes over what all processes owe, and what is left of passes that did not end. */
     Owed beginPass();
-    /** All of that is done; else a pass stays due. */
+    /** Ends the pass: with `isDone` all that it took over is settled, otherwise a pass stays due. */
     void endPass(bool isDone);
-    /** The next pass owes these objects, whenever it comes: they make none due. */
+    /** Notes these objects for the next pass, whenever it comes, without making one due. */
     void markLater(const QList<qint64> &numbers) const;
 
-    // -- The index. It stays so until all files were put in.
-    /** Files were changed that the index was not told of. */
+    // -- The index. It stays owed until all files were entered into it.
+    /** Notes that files were changed without the index being told. */
     void markIndex() const;
     void settleIndex() const;
     bool isIndexOwed() const;
 
-    /** Nothing is owed any more, whatever it was. */
+    /** Removes all notes of this sync. */
     void forget() const;
 
     bool isAny() const;
-    /** Who owes something. */
+    /** Identifiers of the syncs for which anything is noted. */
     static QStringList identifiersOfAll();
-    /** Of any sync, by any process, or by this one. */
+    /** Whether anything is owed for any sync: by any process, or by this one. */
     static bool isAnyOfAll();
     static bool isOwnOfAll();
 
@@ -70,12 +72,12 @@ private:
     void append(const QByteArray &lines) const;
     void takeOver(QString path, Owed *owed);
 
-    const QString _prefix; // of the files' names
+    const QString _prefix; // of the names of the files
     struct Taken
     {
         QString path;
         qint64 size;
     };
-    QList<Taken> _taken; // the pass's, as is
-    Owed _owed;          // what they say
+    QList<Taken> _taken; // the files that the current pass has taken over
+    Owed _owed;          // what those files say
 };

@@ -26,7 +26,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr char beingWritten[] = ".vornix-new"; // what such names begin with
+constexpr char beingWritten[] = ".vornix-new"; // prefix of the names of temporary files
 
 VXError writeError(const QString &path)
 {
@@ -52,7 +52,7 @@ VXError VXMetaDataFolder::open()
     if (!isAbove || !VXMakePrivateFolder(_path, &reason))
         return VXError::platformError(VXPlatformErrorCode::FileWrite, reason, {}, _path);
     for (const QString &beside : {lockPath(), originPath()})
-        static_cast<void>(VXMakeWayForFile(beside)); // else who opens it tells
+        static_cast<void>(VXMakeWayForFile(beside)); // if that fails, whoever opens the file reports it
     return openExisting() ? VXError() : writeError(_path);
 }
 
@@ -76,12 +76,12 @@ bool VXMetaDataFolder::forEachName(const std::function<void(const QString &name)
 
 bool VXMetaDataFolder::forEachEntry(const std::function<void(const char *name)> &visit, bool removesUnfinished) const
 {
-    // A descriptor of its own: listing moves the place where the next one would begin.
+    // A descriptor of its own, since listing moves the read position.
     VXFileDescriptor descriptor(::openat(_folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     DIR *const list = ::fdopendir(descriptor.number());
     if (list == nullptr)
         return false;
-    static_cast<void>(descriptor.release()); // the list's now
+    static_cast<void>(descriptor.release()); // now owned by the list
     const auto close = qScopeGuard([list] { ::closedir(list); });
     while (const dirent *const entry = ::readdir(list)) {
         if (entry->d_name[0] != '.')
@@ -135,7 +135,7 @@ qint64 VXMetaDataFolder::fileCount() const
     return count;
 }
 
-// Byte by byte: the same values are always written as the same bytes.
+// Compares bytes: the same values are always written as the same bytes.
 std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &name, const QVariantMap &values) const
 {
     if (!modificationTime(name))
@@ -152,7 +152,7 @@ std::optional<VXMetaDataFinding::Kind> VXMetaDataFolder::compare(const QString &
         return VXMetaDataFinding::Kind::Damaged;
     if (found->value(VXMetaDataGenerationKey).toLongLong() < VXMetaDataGeneration)
         return VXMetaDataFinding::Kind::Outdated;
-    // An earlier program may have written the same in other bytes.
+    // An earlier program may have written the same values as other bytes.
     return bytesOf(*found) == expected ? std::nullopt : std::optional(VXMetaDataFinding::Kind::Stale);
 }
 
@@ -170,7 +170,8 @@ qint64 VXMetaDataFolder::latestTime() const
     return (isCut ? std::max<qint64>(status.st_mtim.tv_sec, ofAll) : ofAll) * 1000;
 }
 
-// Some file systems keep whole seconds, or even ones. What was changed between the two times is owed all the same.
+// Some file systems store whole seconds, or only even ones. Changes between the real and the stored time are owed
+// anyway.
 bool VXMetaDataFolder::setTime(const VXFileDescriptor &file, qint64 time)
 {
     const qint64 seconds = time >= 0 ? time / 1000 : (time - 999) / 1000;

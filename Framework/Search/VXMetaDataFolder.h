@@ -12,65 +12,69 @@
 #include <optional>
 
 /**
- * The folder in the user's caches where a VXMetaDataSync keeps its files, which nobody else may read. Files are replaced as a
- * whole; unlike a store's they are not carried to the disk at once, for they can be made again. One thread at a time.
+ * The folder in the user's caches where a VXMetaDataSync keeps its files; nobody but the user may read it. Files are
+ * replaced as a whole. Unlike a store's files they are not synced to disk, since they can be made again. One thread at
+ * a time.
  */
 class VX_EXPORT VXMetaDataFolder
 {
 public:
-    /** Of the sync of that identifier. Nothing is made yet. */
+    /** For the sync with that identifier. Creates nothing yet. */
     explicit VXMetaDataFolder(const QString &identifier);
 
     QString path() const { return _path; }
     QString pathOf(const QString &name) const { return _path + u'/' + name; }
-    /** A file beside the folder; who works on the folder holds its lock. */
+    /** A file beside the folder; whoever works on the folder holds its lock. */
     QString lockPath() const { return _path + QLatin1String(".lock"); }
-    /** The mark of the stores whose objects the files tell of, from a file beside the folder; empty where none was set. */
+    /** The mark of the stores whose objects the files describe, read from a file beside the folder; empty if none was
+     *  set. */
     QByteArray origin() const;
-    /** Replaces it. False, with errno, when that fails. */
+    /** Replaces the mark. False, with errno set, on failure. */
     bool setOrigin(const QByteArray &mark) const;
     bool removeOrigin() const;
 
-    /** Makes the folder if need be, with what else lies in its place out of the way, and looks at it afresh from then on. */
+    /** Creates the folder if need be, moving anything else out of its place, and opens it anew. */
     VXError open();
-    /** For looking only. False when there is none. */
+    /** Opens the folder for reading only. False if there is none. */
     bool openExisting();
-    /** Of one that was opened: true when it was removed since. */
+    /** Whether the folder was removed since it was opened. */
     bool isGone() const;
 
-    /** Visits what lies there, without what is hidden; what the visitor removes or makes may be visited or not. False when it
-     *  cannot be listed. */
+    /** Visits the names in the folder, except hidden ones. Files that the visitor removes or creates may or may not be
+     *  visited. False when the folder cannot be listed. */
     bool forEachName(const std::function<void(const QString &name)> &visit) const;
-    /** The same by the names as the disk has them. `removesUnfinished`: what a killed process had not written to its end goes;
-     *  for who holds the lock. */
+    /** The same with the names in the file system's encoding. `removesUnfinished`: also removes files that a killed
+     *  process left half written; only for the holder of the lock. */
     bool forEachEntry(const std::function<void(const char *name)> &visit, bool removesUnfinished = false) const;
-    /** That of an entry. Where it cannot be decoded, as it is no UTF-8, the file has another name from then on, if that is free. */
+    /** Decodes the name of an entry. A file whose name is not valid UTF-8 is renamed, if the new name is free. */
     QString readableName(const char *entry) const;
     qint64 fileCount() const;
-    /** Milliseconds since 1970 of the last change; none without a file, and for what is there but is none. `isFree`: whether
-     *  nothing is there. */
+    /** Milliseconds since 1970 of the last change; none if there is no regular file of that name. `isFree`: set to
+     *  whether nothing at all has that name. */
     std::optional<qint64> modificationTime(const QString &name, bool *isFree = nullptr) const;
     std::optional<qint64> modificationTime(const char *name, bool *isFree = nullptr) const;
-    /** The latest that a file can have here: later ones are cut to it. Found out by making one. */
+    /** The latest modification time that this file system can store; later ones are cut to it. Determined by making a
+     *  file. */
     qint64 latestTime() const;
-    /** None, with an error, for a file that cannot be read or is no property list of the form expected. */
+    /** None, with an error, for a file that cannot be read or is no property list of the expected form. */
     std::optional<QVariantMap> read(const QString &name, VXError *error = nullptr) const;
-    /** What is wrong with a file that is to say that; none when it does. */
+    /** How a file differs from the values it should have; none when it does not. */
     std::optional<VXMetaDataFinding::Kind> compare(const QString &name, const QVariantMap &values) const;
 
-    /** Writes a file as of that time, in milliseconds since 1970; as of now for none. Where files keep less of a time, it is the
-     *  next one that they can keep. */
+    /** Writes a file with that modification time, in milliseconds since 1970; with the present one for none. Where the
+     *  file system is coarser, it is rounded up to the next time that can be stored. */
     bool write(const QString &name, const QVariantMap &values, std::optional<qint64> time,
                VXError *error = nullptr) const;
-    /** False, with errno, when it is still there. */
+    /** False, with errno set, when the file is still there. */
     bool remove(const QString &name) const;
 
 private:
-    /** False, with errno, when it could not be set. */
+    /** False, with errno set, on failure. */
     static bool setTime(const VXFileDescriptor &file, qint64 time);
     QString originPath() const { return _path + QLatin1String(".store"); }
 
     const QString _path;
-    const QByteArray _beingWritten; // nobody else's, also where somebody has removed the lock that others hold
+    // name of a temporary file; unique, as somebody may remove the lock that others hold
+    const QByteArray _beingWritten;
     VXFileDescriptor _folder;
 };

@@ -72,7 +72,7 @@ void VXMetaDataIndexer::carryBeside()
             _isCarried = _index->apply(_identifier, changes, &_problem);
         });
     } catch (const std::system_error &error) {
-        giveUp(VXMakeError(QString::fromLocal8Bit(error.what()))); // the changes are gone
+        giveUp(VXMakeError(QString::fromLocal8Bit(error.what()))); // the changes are lost
     }
 }
 
@@ -135,7 +135,7 @@ bool VXMetaDataIndexer::settle(qint64 fileCount)
         return true;
     if (!_wasEmpty || _index->count(_identifier, nullptr) != fileCount)
         return putAllIn();
-    _isMarked = _wasComplete = true; // all that is in it was told since, as it was written
+    _isMarked = _wasComplete = true; // every file in it was written, and noted, since it was opened empty
     return true;
 }
 

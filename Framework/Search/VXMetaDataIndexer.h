@@ -13,9 +13,9 @@
 #include <thread>
 
 /**
- * Carries the changes of one metadata folder into the search index, a few thousand at once: on a thread of its own while there
- * are more to come. A worker that is killed leaves the folder marked, and the next pass puts all its files in again. Without an
- * index, which is logged, it does nothing. One thread at a time.
+ * Applies the changes of one metadata folder to the search index in batches of a few thousand, on a thread of its own
+ * while more are to come. A killed process leaves the folder marked, and the next pass enters all its files again. If
+ * the index cannot be opened, that is logged, and all calls do nothing. One thread at a time.
  */
 class VXMetaDataIndexer
 {
@@ -26,32 +26,33 @@ public:
     }
 
     void open();
-    /** Before a file is changed. */
+    /** To be called before a file is changed. */
     void willChange();
     void didWrite(const QString &name, const QVariantMap &values) { note({name, values}); }
     void didRemove(const QString &name) { note({name, std::nullopt}); }
-    /** At the end of a look at all files of the folder, which has so many: puts all in where the index tells another story.
-     *  Files that cannot be read are removed. False when there were some. */
+    /** To be called after all files of the folder were looked at; `fileCount` is their number. If the index does not
+     *  agree, enters all files again. Files that cannot be read are removed; false when there were some. */
     bool settle(qint64 fileCount);
     /** Whether they were when it was opened, as the index says, if it is the one that was left. */
     bool wasComplete() const { return _wasComplete; }
-    /** Whether all files are in the index, if so many are in the folder. */
+    /** Whether all files are in the index, given how many are in the folder. */
     bool isInStep(qint64 fileCount);
-    /** Whether it says that of a file, if it is to be whole; isSound() knows of what differs. */
+    /** Compares the index's entry for a file with these values, if the index should be complete; isSound() takes
+     *  differences into account. */
     void compare(const QString &name, const QVariantMap &values);
-    /** Reads all of the index. One that says other words than its entries have is thrown away, so that settle() makes it anew.
-     *  False, with an error, too, when that cannot be seen. */
+    /** Reads the whole index. If its words are not those of its entries, it is discarded, so that settle() makes it
+     *  anew. False then; and, with an error, when this cannot be determined. */
     bool isSound(VXError *hindrance);
     void close();
-    /** Whether the index that had all files when it was last closed lies there still. */
+    /** Whether the index file is still the one that had all files when it was last closed. */
     bool isStillThere() const { return _left == VXSearchIndex::presentFileMark(); }
 
 private:
     void note(const VXSearchIndex::Change &change);
     void flush();
-    /** What was noted, on another thread than this. */
+    /** Applies the noted changes on another thread. */
     void carryBeside();
-    /** Until that is done. */
+    /** Waits until that thread is done. */
     void awaitCarrier();
     bool putAllIn();
     void giveUp(const VXError &error);
@@ -63,12 +64,12 @@ private:
     std::unique_ptr<VXSearchIndex> _index; // while it is open and works; the carrier's while there is one
     QList<VXSearchIndex::Change> _changes; // not carried over yet
     std::thread _carrier;
-    bool _isCarried = true; // this and what follows: the carrier's while there is one
+    bool _isCarried = true; // this and _problem: owned by the carrier thread while it runs
     VXError _problem;
     bool _wasComplete = false;
-    bool _wasEmpty = false; // of this folder's
-    bool _isOther = false;  // than what was compared
+    bool _wasEmpty = false; // of entries for this folder
+    bool _isOther = false;  // compare() found a difference
     bool _isMarked = false;
-    bool _isOfMany = false;                       // changes
-    std::optional<VXSearchIndex::FileMark> _left; // with all files
+    bool _isOfMany = false;                       // more than one batch was applied
+    std::optional<VXSearchIndex::FileMark> _left; // the index as last closed, if it had all files
 };

@@ -20,7 +20,7 @@ QString lockPath()
 
 void VXMetaDataKeeper::begin()
 {
-    // Shared, as there may be several. Who asks whether there is one holds it for a moment.
+    // Shared, as there may be several keepers. isElsewhere() takes the lock for a moment to find out.
     static const auto lock = [] {
         QString reason;
         static_cast<void>(VXMakeMetadataFolder(&reason) &&

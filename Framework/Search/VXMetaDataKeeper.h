@@ -2,13 +2,16 @@
 
 #include "VXFrameworkExport.h"
 
-/** Who keeps the mirror in step: processes that stay, and make passes when something was saved anywhere. Any thread. */
+/**
+ * Processes that keep the mirror in step ("keepers"): they stay, and make passes when something was saved by any
+ * process. Any thread.
+ */
 class VX_EXPORT VXMetaDataKeeper
 {
 public:
-    /** Until the end of this process it is one. */
+    /** Makes this process a keeper until it ends. */
     static void begin();
-    /** Whether another process is one. Not for one that is one itself. */
+    /** Whether another process is a keeper. Not to be called by a keeper. */
     static bool isElsewhere();
 
     VXMetaDataKeeper() = delete;

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Zero and half a character no file can hold.
+// Property lists cannot hold null characters and unpaired surrogates.
 bool isWritable(const QString &text)
 {
     return text.isValidUtf16() && !text.contains(QChar(0));
@@ -37,7 +37,7 @@ bool isWritable(const QVariant &value)
     }
 }
 
-// They give way to signs.
+// Replaces what cannot be written by replacement characters.
 QVariant writable(const QVariant &value)
 {
     if (isWritable(value))
@@ -49,7 +49,7 @@ QVariant writable(const QVariant &value)
     return list;
 }
 
-// Host and path of its URI.
+// The host and path of the object's URI.
 QString identifierOf(const VXManagedObjectID &objectID)
 {
     if (!objectID.isTemporary())
@@ -68,7 +68,7 @@ VXMetaDataMirror::VXMetaDataMirror(const QString &identifier, const QString &mod
 
 VXMetaDataMirror::Use::Use(VXMetaDataMirror &mirror) : _mirror(mirror)
 {
-    static_cast<void>(_mirror._folder.open()); // else what is written is told
+    static_cast<void>(_mirror._folder.open()); // failures show up, and are logged, when a file is written
     _mirror._isFolderGone = false;
     _mirror._isWhole = true;
     _mirror._indexer.open();
@@ -142,7 +142,8 @@ bool VXMetaDataMirror::isCurrent(const VXManagedObject &object, qint64 fileTime)
 
 bool VXMetaDataMirror::isAsLate(qint64 fileTime, std::optional<qint64> date) const
 {
-    constexpr qint64 farOff = qint64(std::numeric_limits<qint32>::max()) * 1000; // which every file system can hold
+    // the latest time that every file system can store
+    constexpr qint64 farOff = qint64(std::numeric_limits<qint32>::max()) * 1000;
     if (!date || fileTime >= *date)
         return true;
     if (*date <= farOff || fileTime < farOff)
@@ -172,7 +173,7 @@ std::optional<QVariantMap> VXMetaDataMirror::valuesOf(const VXManagedObject &obj
             ++value;
         }
     }
-    values->insert(u"kMDItemIdentifier"_s, identifierOf(object.objectID())); // whatever the class says
+    values->insert(u"kMDItemIdentifier"_s, identifierOf(object.objectID())); // overrides what the class says
     values->insert(u"kMDItemCreator"_s, _identifier);
     return values;
 }
@@ -181,7 +182,7 @@ bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &obj
 {
     constexpr auto operation = "writeObjectMetaData:toFile:";
     _indexer.willChange();
-    // The old file goes in any case: it does not tell of the object as it is.
+    // Remove the old file in any case: its values are not the object's any more.
     if (!isFree && !removeFile(name, operation))
         return false;
     auto isGone = qScopeGuard([&] { _indexer.didRemove(name); }); // also when the object's class throws
@@ -191,7 +192,8 @@ bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &obj
                     "Unable to create meta data for object: "_L1 + object.objectID().uriRepresentation().toString());
         return false;
     }
-    // As of the object's own date, not of now: a save that came after it was read has a later one, and the file is older.
+    // Give the file the object's date, not the present time: a save after the object was read has a later date, so the
+    // file is then seen to be older.
     VXError error;
     if (_folder.write(name, *values, modificationTime(object), &error)) {
         _indexer.didWrite(name, *values);
@@ -205,7 +207,7 @@ bool VXMetaDataMirror::writeFile(const QString &name, const VXManagedObject &obj
     return true;
 }
 
-// The index is the caller's to tell. A folder of such a name is somebody's own.
+// Leaves it to the caller to tell the index. A folder of that name belongs to somebody, and goes to the trash.
 bool VXMetaDataMirror::removeFile(const QString &name, const char *operation)
 {
     _indexer.willChange();
@@ -218,7 +220,7 @@ bool VXMetaDataMirror::removeFile(const QString &name, const char *operation)
     return isGone;
 }
 
-// What the user has put there is not lost.
+// Moves what the user has put there to the trash rather than lose it.
 void VXMetaDataMirror::removeOrphan(const QString &name)
 {
     constexpr auto operation = "synchronizeMetaDataFiles";

@@ -8,24 +8,26 @@
 #include <optional>
 #include <vector>
 
-/** The names of the files of an entity's objects as the disk has them, for who makes and reads one for each object of many. For
- *  one thread. */
+/**
+ * Builds and parses the file names of an entity's objects, in the file system's encoding; for loops over many objects.
+ * One thread.
+ */
 class VXMetaDataNames
 {
 public:
-    /** Of its subentities' too. */
+    /** For the entity and its subentities. */
     explicit VXMetaDataNames(const VXEntityDescription &entity);
 
-    /** Of the file of an object of the entity that is stored; holds until another one is asked for. */
+    /** The name of the file of a stored object of the entity; valid until the next call. */
     const char *nameOf(const VXManagedObjectID &objectID);
-    /** The number of the object whose file has that name; none for what can be no such file's. */
+    /** The number of the object whose file has that name; none for a name that no such file has. */
     std::optional<qint64> numberIn(QByteArrayView name) const;
 
 private:
     struct Ending
     {
         const VXEntityDescription *entity;
-        QByteArray text; // behind the number
+        QByteArray text; // what follows the number
     };
     std::vector<Ending> _endings;
     QByteArray _name;

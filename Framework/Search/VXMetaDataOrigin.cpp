@@ -16,8 +16,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// With the time it was made, as numbers are given again; without the device, which may have another number after each start of
-// the machine.
+// Includes the time of birth, as inode numbers are reused; leaves out the device, whose number may change when the
+// machine is restarted.
 QByteArray markOf(const QString &path)
 {
     const QByteArray name = QFile::encodeName(path);
@@ -28,14 +28,14 @@ QByteArray markOf(const QString &path)
            '.' + QByteArray::number(status.stx_btime.tv_nsec) + ' ' + name.toPercentEncoding("/");
 }
 
-// The data file, or its folder where each save replaces the file.
+// The data file, or its folder if each save replaces the file.
 QString markedPath(const VXPersistentStore &store)
 {
     const QFileInfo file(store.path());
     return store.type() == VXStoreType::SQLite ? file.canonicalFilePath() : file.canonicalPath();
 }
 
-// None for a line that names no place: that is a store's identifier, or of an earlier program.
+// Null for a line without a path: that is a store's identifier, or was written by an earlier program.
 QString pathIn(const QByteArray &line)
 {
     return QFile::decodeName(QByteArray::fromPercentEncoding(line.split(' ').value(2)));
@@ -72,7 +72,7 @@ QMap<QString, QByteArray> VXAllMarksOfStores()
     for (const QString &name : all.entryList({u"*.store"_s}, QDir::Files, QDir::Unsorted)) {
         const QString identifier = name.chopped(6);
         const QByteArray mark = VXMetaDataFolder(identifier).origin();
-        if (VXIsMarkOfStores(mark)) // else somebody has put it there
+        if (VXIsMarkOfStores(mark)) // otherwise somebody else has put it there
             marks.insert(identifier, mark);
     }
     return marks;
@@ -92,7 +92,7 @@ QStringList VXSyncsOfStoresIn(const QString &folder)
     const QString inside = QFileInfo(folder).canonicalFilePath() + u'/';
     QStringList identifiers;
     if (inside.size() == 1)
-        return identifiers; // nothing is there
+        return identifiers; // the folder has no other path
     for (const auto &[identifier, mark] : VXAllMarksOfStores().asKeyValueRange()) {
         const QByteArrayList lines = mark.trimmed().split('\n');
         if (std::ranges::any_of(lines,

@@ -9,16 +9,16 @@
 #include <QtCore/QStringList>
 
 /**
- * What tells the coordinator's stores from all others that ever lay in their places, and from copies of themselves, with the
- * places: one that is moved away, or was copied, is another one. Empty without a store.
+ * A mark that tells the coordinator's stores from all others that were ever in the same places, and from copies of
+ * themselves. It contains the places, so a store that was moved, or copied, has another mark. Empty without a store.
  */
 QByteArray VXMarkOfStores(const VXPersistentStoreCoordinator &coordinator);
-/** Whether a text may be such a mark, and not an empty one. */
+/** Whether a text has the form of such a mark, and is not empty. */
 bool VXIsMarkOfStores(const QByteArray &text);
 
-/** The marks of all stores that files tell of, by the identifiers of the syncs. */
+/** The marks of all stores that metadata files describe, by the identifier of the sync. */
 QMap<QString, QByteArray> VXAllMarksOfStores();
-/** Whether each of those stores lies where it lay when its files were made, and no other in its place. */
+/** Whether each of those stores is still where it was when its files were made, and no other store is in its place. */
 VX_EXPORT bool VXAreMarkedStoresInPlace();
-/** The syncs whose files tell of stores in that folder. */
+/** Identifiers of the syncs whose files describe stores in that folder. */
 VX_EXPORT QStringList VXSyncsOfStoresIn(const QString &folder);

@@ -30,40 +30,42 @@ constexpr std::chrono::milliseconds turnPoll = 200ms; // while another process w
 
 } // namespace
 
-/** One walk over all objects of the entity. */
+/** One pass over all objects of the entity. */
 class VXMetaDataSync::Pass
 {
 public:
-    using Wait = std::optional<std::chrono::milliseconds>; // none: without an end
+    using Wait = std::optional<std::chrono::milliseconds>; // none: without a limit
     explicit Pass(VXMetaDataSync &sync) : _sync(sync), _context(sync._persistentStoreCoordinator) {}
     Outcome run(Wait longestWait);
-    /** Only what was saved, and only if nobody else is at work. False when some of it is left. */
+    /** Mirrors only what was saved, and only if nobody else is at work. False when some of it is left. */
     bool runFor(const SavedObjects &saved);
 
 private:
     bool waitForTurn(Wait longestWait);
     bool takeTurn(std::chrono::milliseconds time);
-    /** Whether somebody has removed the lock's file: others may have begun meanwhile. */
+    /** Whether somebody has removed the lock file: others may have begun to work since. */
     bool isTurnLost() const;
     void trashFormerFolder() const;
     bool prepareFolder();
-    /** Whether the files tell of the objects of this store. */
+    /** Whether the files describe objects of this store. */
     bool isOfThisStore() const;
-    /** Else they go, for objects of this one have the same numbers. False when it was broken off. */
+    /** Removes the files of another store, whose objects have the same numbers. False when it was broken off. */
     bool makeWayForStore();
-    /** All that is due, with the folder in hand. False when it was broken off. */
+    /** Does all that is due; the caller holds the folder's lock. False when it was broken off. */
     bool work();
-    /** Each only when the one before ran to its end, or the sync does not run any more. False when it was broken off. */
+    /** This and removeOrphans() run only if the step before was complete, or the sync no longer runs. False when broken
+     *  off. */
     bool synchronizeObjects(const VXEntityDescription &entity);
     bool removeOrphans(qint64 *fileCount);
-    /** Whether the pass is to end before the orphans, or at once. */
+    /** Whether the pass is to end now, before orphans are removed. */
     bool isToStop();
-    /** All or none of them: then their files are found current, and counted. */
+    /** True if the files of all of the page's objects are current; they are counted then. Otherwise nothing is counted.
+     *  */
     bool passOver(const VXMetaDataWalk::Page &page);
     void synchronizeOne(const VXManagedObjectPtr &object);
-    /** False when the object is not there any more. */
+    /** False when the object no longer exists. */
     bool synchronize(const VXManagedObjectPtr &object, const QString &name);
-    /** Runs work on one file. False when a class of the store's threw, which is logged. */
+    /** Runs the work on one file. False when a class of the store threw, which is logged. */
     template <class Work>
     bool withFile(const Work &work);
     void trace(std::chrono::duration<double> duration) const;
@@ -75,10 +77,10 @@ private:
     VXMetaDataSync &_sync;
     VXManagedObjectContext _context;
     std::unique_ptr<VXFileLock> _turn;
-    bool _isRefused = false; // the turn, for ever
+    bool _isRefused = false; // the lock cannot be had, now or later
     VXActivity::Ptr _activity;
     VXNumberSet _numbers;       // of the objects that have been visited
-    QList<qint64> _undescribed; // of those whose class threw
+    QList<qint64> _undescribed; // objects whose class threw
     std::optional<VXMetaDataNames> _names;
     bool _isBrokenOff = false;
 };
@@ -111,7 +113,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     _activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(
         VXLocalizedString(u"Updating Spotlight data"_s));
     const auto end = qScopeGuard([this] { VXActivityManager::sharedActivityManager().removeActivity(_activity); });
-    if (!_sync.isRunning()) // by now: what lies above the folder may be gone as well
+    if (!_sync.isRunning()) // meanwhile: the folders above may be gone as well
         return Outcome::Failed;
     trashFormerFolder();
     if (!prepareFolder())
@@ -119,7 +121,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     if (!waitForTurn(longestWait))
         return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
     const QVariantMap settings = _sync._settings.present();
-    VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // what is saved from now on, anywhere, is owed anew
+    VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // saves from now on, in any process, are owed anew
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
     _sync._mirror.setOwed(std::move(owed));
     _sync._mirror.setChecksGenerations(!_sync._settings.isGenerationNoted());
@@ -131,7 +133,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
         _sync._state.noteStores(*_sync._persistentStoreCoordinator);
     }
     _sync._debt.endPass(isDone);
-    if (!isAlone) { // files may tell what was read earlier than what another has written
+    if (!isAlone) { // another process may have written newer values that this pass then replaced
         log(VXLogNotice, "%1: somebody removed the lock, and all files are made anew"_L1.arg(_sync._identifier));
         _sync._debt.markAll();
         _sync.setNeedsUpdate(true);
@@ -139,7 +141,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
     _sync._isMade = isDone;
     if (isDone)
         _sync.settleIndex();
-    _turn.reset(); // before the main thread is asked for anything, which may wait for it
+    _turn.reset(); // before calls to the main thread, which may itself be waiting for the lock
     trace(std::chrono::steady_clock::now() - start);
     return isDone ? Outcome::Done : Outcome::Failed;
 }
@@ -173,7 +175,7 @@ bool VXMetaDataSync::Pass::takeTurn(std::chrono::milliseconds time)
     else if (isDecided)
         log(VXLogError, turn->reason());
     _isRefused = isDecided && !_turn;
-    if (_turn && isTurnLost()) // before it was had; the folder may be gone as well
+    if (_turn && isTurnLost()) // lost before it was taken; the folder may be gone as well
         _turn.reset();
     return _turn || _isRefused;
 }
@@ -186,7 +188,7 @@ bool VXMetaDataSync::Pass::isTurnLost() const
            std::tuple(own.st_dev, own.st_ino) != std::tuple(present.st_dev, present.st_ino);
 }
 
-// False when it will not come.
+// False when the turn will not come.
 bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
 {
     const auto end = std::chrono::steady_clock::now() + longestWait.value_or(0ms);
@@ -223,14 +225,14 @@ bool VXMetaDataSync::Pass::work()
     if (entity == nullptr) {
         log(VXLogError, "%1: there is no entity %2"_L1.arg(_sync._identifier, _sync._entityName));
         static_cast<void>(_sync._mirror.indexer().settle(0));
-        return true; // nor will there be
+        return true; // and there never will be any objects
     }
     _names.emplace(*entity);
     qint64 fileCount = 0;
     if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
     if (!_sync._mirror.indexer().settle(fileCount))
-        _sync.setNeedsUpdate(true); // files that were removed are to be written
+        _sync.setNeedsUpdate(true); // the files that were removed have to be written again
     return _sync._mirror.isWhole();
 }
 
@@ -252,7 +254,7 @@ bool VXMetaDataSync::Pass::makeWayForStore()
     }
     if (!_sync.isRunning())
         return false;
-    if (!_sync._mirror.isWhole()) // some of them are still there
+    if (!_sync._mirror.isWhole()) // some of the files are still there
         return false;
     if (!folder.setOrigin(VXMarkOfStores(*_sync._persistentStoreCoordinator)))
         log(VXLogError, "%1: which store the files tell of cannot be noted"_L1.arg(_sync._identifier));
@@ -273,7 +275,7 @@ bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
     };
     const auto passesOver = [this](const VXMetaDataWalk::Page &page) { return passOver(page); };
     const bool isRead = walk.forEachUnless(_sync._modificationDateKey, passesOver, visit, &error);
-    if (!isRead && _sync.isRunning()) // else the store may be closed already
+    if (!isRead && _sync.isRunning()) // otherwise the store may be closed already
         log(VXLogError, error.description());
     return isRead && !_isBrokenOff;
 }
@@ -282,7 +284,8 @@ bool VXMetaDataSync::Pass::isToStop()
 {
     if (_sync._mirror.isFolderGone())
         _sync.setNeedsUpdate(true);
-    _isBrokenOff = _sync.isRunning() && _sync.needsUpdate(); // the next pass knows more, and which files have no object
+    // the next pass knows what is new, and which files have no object
+    _isBrokenOff = _sync.isRunning() && _sync.needsUpdate();
     return _isBrokenOff || !_sync.isRunning();
 }
 
@@ -305,7 +308,7 @@ void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
 {
     const VXManagedObjectID &objectID = object->objectID();
     _activity->increment();
-    bool isThere = true; // also one that throws
+    bool isThere = true; // also for an object whose class throws
     if (!withFile([&] { isThere = synchronize(object, QFile::decodeName(_names->nameOf(objectID))); }))
         _undescribed.append(objectID.number());
     if (isThere)
@@ -315,7 +318,7 @@ void VXMetaDataSync::Pass::synchronizeOne(const VXManagedObjectPtr &object)
 bool VXMetaDataSync::Pass::synchronize(const VXManagedObjectPtr &object, const QString &name)
 {
     if (object->isFault())
-        static_cast<void>(object->valueForKey(_sync._modificationDateKey)); // reads it
+        static_cast<void>(object->valueForKey(_sync._modificationDateKey)); // fires the fault
     const bool isThere = !object->isFault();
     if (isThere)
         static_cast<void>(_sync._mirror.synchronizeFile(name, *object));
@@ -356,7 +359,7 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
         if (!_sync.isRunning())
             return false;
         if (!object)
-            continue; // deleted since, which is noted too
+            continue; // deleted since, which is noted as well
         isAll = withFile([&] { _sync._mirror.writeAhead(*object); }) && isAll;
         _context.refreshObject(object, false);
     }

@@ -21,9 +21,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::milliseconds longestTurn = 2s; // of who works on the folder
+constexpr std::chrono::milliseconds longestTurn = 2s; // to wait for a process that works on the folder
 
-// Else it leads out of the folder, or names what lies there beside.
+// Other identifiers lead out of the folder, or name hidden files in it.
 bool isOfSync(const QString &identifier)
 {
     return std::ranges::none_of(identifier.split(u'/'), [](const QString &part) { return part.startsWith(u'.'); }) &&
@@ -44,7 +44,7 @@ bool removeFiles(const QString &identifier)
         const auto remove = [&](const char *entry) {
             const QString name = folder.readableName(entry);
             if (VXNumberInMetaDataFilename(name))
-                static_cast<void>(folder.remove(name)); // else the folder stays, which is told
+                static_cast<void>(folder.remove(name)); // if that fails, removing the folder fails, which is reported
             else
                 static_cast<void>(VXFileManager::defaultManager().safelyTrashFileAtPath(folder.pathOf(name)));
         };
@@ -55,7 +55,7 @@ bool removeFiles(const QString &identifier)
 
 } // namespace
 
-// A lock is no sign: it stays, as somebody may wait for it.
+// A lock file is no sign of a sync: lock files are kept, as somebody may be waiting for one.
 QStringList VXMetaDataRemoval::identifiers()
 {
     const QDir all(VXFileManager::defaultManager().pathToUserMetadataFolder());
@@ -75,7 +75,7 @@ bool VXMetaDataRemoval::remove(const QString &identifier)
 {
     if (!isOfSync(identifier)) {
         VXLogClassMethod(VXLogWarning, VXMetaDataRemoval, "remove", "this names no sync: "_L1 + identifier);
-        VXMetaDataDebt(identifier).forget(); // nobody would settle it
+        VXMetaDataDebt(identifier).forget(); // as nobody would settle it
         return true;
     }
     VXError error;
@@ -88,7 +88,7 @@ bool VXMetaDataRemoval::remove(const QString &identifier)
     if (isGone && isIndexed) {
         isGone = index->forgetFolder(identifier, &error);
         if (isGone && index->folders(&error).isEmpty() && !error)
-            VXSearchIndex::discard(); // what was taken out may still be read in it
+            VXSearchIndex::discard(); // deleted text may still be readable in the file
     }
     if (isGone) {
         VXMetaDataDebt(identifier).forget();

@@ -6,16 +6,17 @@
 #include <QtCore/QStringList>
 
 /**
- * Takes away what was mirrored of objects that nobody is to search any more: files, entries of the index, and what is owed.
- * What somebody else has put between the files goes to the trash. Any thread, any process.
+ * Removes what was mirrored of objects that are no longer to be searched: files, index entries, and what is owed.
+ * Anything that somebody else has put among the files goes to the trash. Any thread, any process.
  */
 class VX_EXPORT VXMetaDataRemoval
 {
 public:
     VXMetaDataRemoval() = delete;
 
-    /** Of which syncs something is there, by their identifiers. */
+    /** Identifiers of the syncs of which anything is left. */
     static QStringList identifiers();
-    /** True when nothing is there, and nothing is made then. False, logged, when something stays. */
+    /** Removes everything of that sync. True, without creating anything, when there is nothing. False, logged, when
+     *  something could not be removed. */
     static bool remove(const QString &identifier);
 };

@@ -23,7 +23,7 @@ QString folder()
     return VXFileManager::defaultManager().pathToUserMetadataFolder();
 }
 
-// As texts: one that is not set is not less of a setting.
+// As texts; a setting that is not set counts as well.
 QVariantMap valuesOf(const QStringList &keys)
 {
     QVariantMap values;
@@ -85,7 +85,7 @@ void VXMetaDataSettings::forget() const
 bool VXMetaDataSettings::areAllPresent()
 {
     const QDir all(folder());
-    QStringList names = VXAllMarksOfStores().keys(); // of no other file that lies there
+    QStringList names = VXAllMarksOfStores().keys(); // only files of known syncs
     std::ranges::for_each(names, [](QString &name) { name += suffix; });
     return std::ranges::all_of(names, [&all](const QString &name) {
         const QVariantMap noted = VXPropertyList::fromFile(all.filePath(name)).toMap();

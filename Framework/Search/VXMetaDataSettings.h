@@ -7,8 +7,9 @@
 #include <QtCore/QVariant>
 
 /**
- * What the texts in the files of one sync go by besides the objects: user defaults, as the order of names, and the generation of
- * the program (VXMetaDataGeneration). What they were when all files were written is kept beside the folder. Any thread.
+ * What, besides the objects, determines the texts in the files of one sync: user defaults, such as the order of names,
+ * and the generation of the program (VXMetaDataGeneration). The values at the time when all files were written are kept
+ * beside the folder. Any thread.
  */
 class VX_EXPORT VXMetaDataSettings
 {
@@ -17,15 +18,17 @@ public:
 
     /** The user defaults as they are now. */
     QVariantMap present() const;
-    /** Whether all files were written by these. */
+    /** Whether all files were written with these values. */
     bool areNoted(const QVariantMap &settings) const;
-    /** Whether this generation of the program wrote them all. */
+    /** Whether this generation of the program wrote all files. */
     bool isGenerationNoted() const;
-    /** Both are so of all files. False when that cannot be kept, and then they are looked at anew the next time. */
+    /** Notes that all files were written with these values, by this generation. False when that cannot be kept; then
+     *  all files are looked at again the next time. */
     bool note(const QVariantMap &settings) const;
     void forget() const;
 
-    /** Of any sync: false when the files of one were written by others than there are now, or by another generation. */
+    /** Over all syncs: false when the files of one were written with other values than the present ones, or by another
+     *  generation. */
     static bool areAllPresent();
 
 private:

@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr QLatin1String generation("_MD2."); // of the format, and the point of the extension
+constexpr QLatin1String generation("_MD2."); // the format's generation, and the dot of the extension
 
 }
 
@@ -23,7 +23,7 @@ std::optional<QVariantMap> metaDataPlist(const VXManagedObject &object)
 
 QString metaDataFilename(const VXManagedObjectID &objectID)
 {
-    // As the last part of its URI.
+    // The same as the last part of the object's URI.
     return VXMetaDataFilename((objectID.isTemporary() ? u't' : u'p') + QString::number(objectID.number()),
                               objectID.entity().name());
 }
@@ -33,7 +33,7 @@ QString VXMetaDataFilename(const QString &name, const QString &entityName)
     return name + generation + entityName.toLower();
 }
 
-// "p" NUMBER "_MD2." ENTITY, as it is made above.
+// Parses "p" NUMBER "_MD2." ENTITY, the format above.
 std::optional<qint64> VXNumberInMetaDataFilename(QStringView name)
 {
     if (!name.startsWith(u'p') || name.startsWith("p0"_L1))
@@ -42,6 +42,7 @@ std::optional<qint64> VXNumberInMetaDataFilename(QStringView name)
     const auto end = std::find_if_not(name.begin() + 1, name.end(), isDigit) - name.begin();
     if (!name.sliced(end).startsWith(generation))
         return std::nullopt;
-    const qint64 number = name.sliced(1, end - 1).toLongLong(); // 0 for none, and for what is none of a store's
+    // 0 if there are no digits, or not the number of a stored object
+    const qint64 number = name.sliced(1, end - 1).toLongLong();
     return number > 0 ? std::optional(number) : std::nullopt;
 }

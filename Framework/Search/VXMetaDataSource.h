@@ -14,10 +14,13 @@
 constexpr qint64 VXMetaDataGeneration = 4; // 1 was not told
 VX_EXPORT extern const QString VXMetaDataGenerationKey;
 
-/** "VXHidden" in the file of an object that not every search is to find. The greater, the fewer find it. */
+/**
+ * The value of "VXHidden" in the file of an object that not every search finds. The greater, the fewer searches find
+ * it.
+ */
 enum class VXMetaDataHiding : int {
-    InTrash = 1, // only who asks for it
-    Removed = 2, // nobody
+    InTrash = 1, // found only by searches that include the trash
+    Removed = 2, // never found
 };
 
 /** Implemented by classes of store objects that can be found by searching. */
@@ -28,30 +31,34 @@ public:
 
     /**
      * What a search finds the object by and shows of it, by the attribute keys of docs/FORMATS.md; values that are none
-     * are left out. With the generation, if it is of this program. Empty optional: the object is not to be found. Called on the thread of the object's context.
+     * are left out. Includes the generation, if the class is of this program. Empty optional: the object is not to be
+     * found. Called on the thread of the object's context.
      */
     virtual std::optional<QVariantMap> metaDataPlist() const = 0;
 };
 
-/** Implemented by classes of store objects that others tell of when they are searched, as a group by its members. */
+/**
+ * Implemented by classes of store objects whose values are part of other objects' metadata, as a group's are of its
+ * members'.
+ */
 class VX_EXPORT VXMetaDataPart
 {
 public:
     virtual ~VXMetaDataPart();
 
     /**
-     * Asked before it is saved: the objects of the same store that tell of it what is not so after that, and are not changed
-     * themselves. On the thread of its context.
+     * Called before the object is saved. Returns the objects of the same store whose metadata becomes outdated by that
+     * although they are not changed themselves. Called on the thread of the object's context.
      */
     virtual QList<VXManagedObjectID> objectsToldAnew() const = 0;
 };
 
-/** What the object's class says; none for a class that is no VXMetaDataSource. */
+/** The metadata that the object's class provides; none for a class that is no VXMetaDataSource. */
 [[nodiscard]] VX_EXPORT std::optional<QVariantMap> metaDataPlist(const VXManagedObject &object);
 
 /** The name of the object's file in a metadata folder: "p42_MD2.contact" for object p42 of the entity "Contact". */
 [[nodiscard]] VX_EXPORT QString metaDataFilename(const VXManagedObjectID &objectID);
-/** The same from the last part of the object's URI, and its entity. */
+/** The same from the last part of the object's URI and the name of its entity. */
 [[nodiscard]] VX_EXPORT QString VXMetaDataFilename(const QString &name, const QString &entityName);
-/** The number of the object that a file of that name is of; none for what is no such name. */
+/** The number of the object whose file has that name; none for any other name. */
 [[nodiscard]] VX_EXPORT std::optional<qint64> VXNumberInMetaDataFilename(QStringView name);

@@ -26,16 +26,16 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr double shortestFrequency = 10;                 // seconds
-constexpr double longestFrequency = 24 * 60 * 60;        // likewise
-constexpr std::chrono::milliseconds delayAfterSave = 5s; // that came during a pass
+constexpr double longestFrequency = 24 * 60 * 60;        // seconds
+constexpr std::chrono::milliseconds delayAfterSave = 5s; // if saved during a pass
 constexpr std::chrono::seconds longestFarewell = 10s;
 constexpr std::chrono::milliseconds servingTurn = 5ms;
-constexpr qsizetype mostOwnSaves = 100; // a few milliseconds' work
-constexpr qsizetype mostNamed = 10000;  // then all are looked at
+constexpr qsizetype mostOwnSaves = 100; // takes a few milliseconds
+constexpr qsizetype mostNamed = 10000;  // of more changed objects than that, all files are looked at
 
 std::atomic<VXMetaDataWork> workOfProcess{VXMetaDataWork::Passes};
 
-/** Those launched. */
+/** The launched syncs. */
 struct Launched
 {
     VXMutex lock;
@@ -93,7 +93,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
     if (isTakenByOther(identifier, coordinator, entityName))
         return nullptr;
     if (isIgnored()) {
-        static_cast<void>(VXMetaDataRemoval::remove(identifier)); // the next time, if not now
+        static_cast<void>(VXMetaDataRemoval::remove(identifier)); // on failure it is tried again at the next launch
         return nullptr;
     }
     const Ptr sync = initWithIdentifier(identifier, coordinator, entityName, modificationDateKey, inputs);
@@ -106,7 +106,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::launchMetaDataSyncWithIdentifier(
     return sync;
 }
 
-// Each would take the other's files for such without object.
+// Two syncs in one folder would take each other's files for orphans.
 bool VXMetaDataSync::isTakenByOther(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                                     const QString &entityName)
 {
@@ -124,14 +124,14 @@ bool VXMetaDataSync::isTakenByOther(const QString &identifier, const VXPersisten
     return true;
 }
 
-// So that the files are made anew although nothing is saved.
+// Makes a pass due even if nothing is saved, so that the files are made anew.
 void VXMetaDataSync::noteOtherStore(bool isToStay) const
 {
     noteReplacement();
     _state.noteStoresWhenClosed();
     const QByteArray origin = VXMetaDataFolder(_identifier).origin();
     const bool isSame = origin.isEmpty() || origin == VXMarkOfStores(*_persistentStoreCoordinator);
-    // Others may settle the index before this one has come to its pass.
+    // Otherwise other syncs may mark the index complete before this one has made its pass.
     if (!isSame || ((origin.isEmpty() || isToStay) && isNewAmongOthers()))
         _debt.markPass();
 }
@@ -151,7 +151,7 @@ bool VXMetaDataSync::isNewAmongOthers() const
     return index && index->isAllComplete(nullptr) && !index->folders(nullptr).contains(_identifier);
 }
 
-// False when the program is at its end.
+// False when the program is ending.
 bool VXMetaDataSync::startWork()
 {
     _mirrorsOwnSaves = workOfProcess == VXMetaDataWork::OwnSaves;
@@ -192,7 +192,7 @@ VXMetaDataSync::Ptr VXMetaDataSync::initWithIdentifier(const QString &identifier
     }
     const Ptr sync(new VXMetaDataSync(identifier, coordinator, entityName, modificationDateKey, inputs));
     if (!VXMainThread::performAndWait([&sync] { sync->addStoreListener(); }))
-        return nullptr; // the program is at its end
+        return nullptr; // the program is ending
     return sync;
 }
 
@@ -239,7 +239,7 @@ double VXMetaDataSync::syncFrequency()
 {
     const double frequency =
         VXUserDefaults::standardUserDefaults().objectForKey(u"metadata.sync.frequency"_s).toDouble();
-    return frequency >= shortestFrequency ? frequency : shortestFrequency; // not a number is none
+    return frequency >= shortestFrequency ? frequency : shortestFrequency; // also false for NaN
 }
 
 bool VXMetaDataSync::isOfThisStore(const VXNotification &notification) const
@@ -248,7 +248,7 @@ bool VXMetaDataSync::isOfThisStore(const VXNotification &notification) const
     return context != nullptr && context->persistentStoreCoordinator() == _persistentStoreCoordinator;
 }
 
-// On whatever thread saves.
+// On the thread that saves.
 void VXMetaDataSync::contextWillSaveNotification(const VXNotification &notification)
 {
     if (!isOfThisStore(notification) || isIgnored())
@@ -278,7 +278,8 @@ VXMetaDataSync::ObjectIDs VXMetaDataSync::objectsToldAnew(const VXNotification &
     return objectIDs;
 }
 
-// New objects have no files, and those of deleted ones are seen to have no object; the date of a changed one may stay.
+// New objects have no files, and files of deleted ones are found to be orphans; but a changed object's date may stay
+// the same, so changed objects are named.
 void VXMetaDataSync::markDebt(const VXNotification &notification, const ObjectIDs &toldAnew)
 {
     const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
@@ -314,7 +315,7 @@ void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notificati
         const VXMutexLocker locker(_lock);
         toldAnew = _toldAnew.take(notification.object.value<VXManagedObjectContext *>());
     }
-    if (!_debt.isMarked()) // a pass took it over, and may have seen the objects as they were
+    if (!_debt.isMarked()) // a pass has taken the note over, and may have read the objects before the save
         markDebt(notification, toldAnew);
     noteSaved(notification, toldAnew);
 }
@@ -356,7 +357,7 @@ void VXMetaDataSync::terminate()
     QList<VXNotificationCenter::ObserverID> observers;
     {
         const VXMutexLocker locker(_lock);
-        // Whoever writes may be in a class of the store's that never returns.
+        // The writer may be stuck in a class of the store that never returns.
         static_cast<void>(
             _changed.waitFor(_lock, longestFarewell, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_isWriting; }));
         _active = false;
@@ -372,7 +373,7 @@ void VXMetaDataSync::terminate()
     waitForWorker(deadline);
 }
 
-// The worker may itself wait for the main thread, to show its activity.
+// Serves calls meanwhile, since the worker may be waiting for the main thread to show its activity.
 void VXMetaDataSync::waitForWorker(Clock::time_point deadline)
 {
     const bool serves = VXMainThread::isCurrent() && !VXMainThread::hasEnded();
@@ -430,14 +431,15 @@ void VXMetaDataSync::runDuePass()
         synchronizeMetaDataFiles();
 }
 
-// What other processes owe, set and remove.
+// Notices what other processes have saved, set and removed.
 void VXMetaDataSync::noteChangesElsewhere()
 {
     if (_isMade) // else it is about to be
         noteReplacement();
     if (_debt.isAny() || !_settings.areNoted(_settings.present()) || !_settings.isGenerationNoted() || isMirrorGone())
         setNeedsUpdate(true);
-    // Seen the next time; whoever observes the user defaults is on the main thread.
+    // The new values are seen the next time. On the main thread, because that is where the observers of user defaults
+    // are.
     VXMainThread::perform([] { static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize()); });
 }
 

@@ -21,25 +21,26 @@
 #include <memory>
 #include <optional>
 
-/** What the syncs of a process do. */
+/** How the syncs of a process work. */
 enum class VXMetaDataWork {
-    Passes,   // each has a thread that goes through all objects whenever that is due
-    OwnSaves, // each mirrors at its end what this process saved, if that is little: of one that does one thing and ends
+    Passes, // each has a thread that goes through all objects whenever a pass is due
+    // each mirrors at its end what this process saved, if that is little: for a process that does one thing and ends
+    OwnSaves,
 };
 
-/** What the files of an entity's objects tell besides the objects' own attributes. */
+/** What the files of an entity's objects depend on besides the objects' own attributes. */
 struct VXMetaDataInputs
 {
-    QStringList settings = {};      // user defaults that the texts go by; when one changes, all are written anew
-    QStringList relationships = {}; // whose objects are read along with many
+    QStringList settings = {};      // user defaults that affect the texts; when one changes, all files are written anew
+    QStringList relationships = {}; // their objects are prefetched when many objects are read
 };
 
 /**
- * Keeps a folder of small property lists, one for each object of an entity, in step with the store, for whoever searches.
- * A thread of its own goes through all objects after the store was saved (a pass), 5 seconds after the pass before or when
- * syncFrequency() has gone by; what was saved in this process it mirrors at once, ahead of the pass. It gives way to all others
- * (VXThread::vx_lowerPriority), but is not idle: it has locks that others wait for.
- * Of all processes one at a time works on a folder. Any thread may call.
+ * Keeps a folder of small property lists, one for each object of an entity, in step with the store, so that searches
+ * can use them. After a save, a thread of its own goes through all objects (a pass), 5 seconds after the previous pass
+ * or when syncFrequency() has gone by; what was saved in this process it mirrors at once, ahead of the pass. The thread
+ * has a low priority (VXThread::vx_lowerPriority) but is not idle, since it holds locks that others wait for. Of all
+ * processes one at a time works on a folder. Any thread may call.
  */
 class VX_EXPORT VXMetaDataSync : public std::enable_shared_from_this<VXMetaDataSync>
 {
@@ -47,8 +48,9 @@ public:
     using Ptr = std::shared_ptr<VXMetaDataSync>;
 
     /**
-     * Starts to mirror into the folder of that identifier; the thread keeps the sync until terminate(). Null when the user
-     * default "metadata.ignore" is true, and what was mirrored before is removed then; and without a coordinator.
+     * Starts to mirror into the folder with that identifier; the thread keeps the sync alive until terminate(). Null
+     * without a coordinator, and when the user default "metadata.ignore" is true; then what was mirrored before is
+     * removed.
      */
     static Ptr launchMetaDataSyncWithIdentifier(const QString &identifier,
                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
@@ -62,12 +64,12 @@ public:
     VXMetaDataSync(const VXMetaDataSync &) = delete;
     VXMetaDataSync &operator=(const VXMetaDataSync &) = delete;
 
-    /** What syncs that are launched from now on do; passes, unless told otherwise. */
+    /** Sets how syncs that are launched from now on work; by default they make passes. */
     static void setWork(VXMetaDataWork work);
-    /** Whether the user wants nothing mirrored. Who finds that out while syncs run has them mirror nothing more. */
+    /** Whether the user wants nothing mirrored. When this is found while syncs run, they mirror nothing more. */
     static bool isIgnored();
-    /** Those launched that run, in the order of their identifiers. Each has its own: none of another entity or store is launched
-     *  with that, which is logged, while it runs. */
+    /** The launched syncs that are running, ordered by identifier. Identifiers are unique: while a sync runs, none of
+     *  another entity or store is launched with its identifier; the attempt is logged. */
     static QList<Ptr> launchedSyncs();
 
     /** Whether the index has all that is in the stores, as far as can be seen without them: nothing is owed, and nothing was replaced. */
@@ -75,11 +77,11 @@ public:
 
     /** Whether passes run on a thread of their own: true. */
     static bool isThreaded() { return true; }
-    /** Seconds between looks whether a pass is due: the user default "metadata.sync.frequency", at least 10. One is made in a
-     *  day at the latest. */
+    /** Seconds between checks whether a pass is due: the user default "metadata.sync.frequency", at least 10. A pass is
+     *  made at least once a day. */
     static double syncFrequency();
 
-    /** Until terminate(). */
+    /** True until terminate(). */
     bool isRunning() const { return _active; }
     const QString &identifier() const { return _identifier; }
     const QString &entityName() const { return _entityName; }
@@ -94,42 +96,43 @@ public:
     void lookNow();
     /** Of the present or last pass. */
     VXMetaDataCounts counts() const;
-    /** Whether somebody has removed what the last pass made. Not while a pass runs. */
+    /** Whether somebody has removed what the last pass made. Not to be called during a pass. */
     bool isMirrorGone() const;
 
-    /** A save by a context of the coordinator makes a pass due. */
+    /** To be called after a save by a context of the coordinator: makes a pass due. */
     void contextDidSaveNotification(const VXNotification &notification);
     /**
-     * Ends the mirroring: waits at most 10 seconds until a file that is being written is whole, and then for the rest of them
-     * until the thread has let go of the store; a pass stops at its next object. On the main thread that goes on serving.
+     * Ends the mirroring. Waits at most 10 seconds until a file that is being written is whole, and uses the rest of
+     * that time to wait until the thread has let go of the store; a pass stops at its next object. On the main thread,
+     * calls to it are still served meanwhile.
      */
     void terminate();
 
-    // -- The work, on the thread that calls; one thread at a time
-    /** What came of a pass. */
+    // -- The work, on the calling thread; one thread at a time
+    /** The result of a pass. */
     enum class Outcome {
         Done,
-        Elsewhere, // another process works on the folder, and the time was over
-        Failed,    // something could not be read or written, which is logged, or it was broken off
+        Elsewhere, // another process worked on the folder until the time limit
+        Failed,    // something could not be read or written, which is logged, or the pass was broken off
     };
-    /** A pass over all objects. Waits for its turn until terminate(), or at most for that time. */
+    /** Makes a pass over all objects. Waits for its turn until terminate(), or at most for the given time. */
     Outcome synchronizeMetaDataFiles(std::optional<std::chrono::milliseconds> longestWait = {});
-    /** Writes the object's file if it is not there or older than the object. False when it could not be written. Of the path only
-     *  the name counts: it lies in the sync's folder. */
+    /** Writes the object's file if it is missing or older than the object. False when it could not be written. Only the
+     *  name in the path counts: the file is in the sync's folder. */
     bool synchronizeMetaDataFile(const QString &path, const VXManagedObject &object);
     /**
-     * Writes the object's file anew, likewise. False without metadata, and when the old file cannot be removed; a new one that cannot
-     * be written is logged, and the result is true.
+     * Writes the object's file anew; of the path, too, only the name counts. False without metadata, and when the old
+     * file cannot be removed. If the new file cannot be written, that is logged, and the result is true.
      */
     bool writeObjectMetaData(const VXManagedObject &object, const QString &path);
     /**
-     * Compares every file with its object, whatever their dates are, and with `repairs` puts right what differs. Waits while
-     * another process works on the folder, a minute at most. None when store or folder cannot be read.
+     * Compares every file with its object, whatever their dates are, and with `repairs` corrects what differs. Waits
+     * while another process works on the folder, a minute at most. None when store or folder cannot be read.
      */
     std::optional<VXMetaDataReport> checkMetaDataFiles(bool repairs, VXError *error = nullptr);
-    /** Passes until terminate(). */
+    /** Makes passes until terminate(). */
     void threadedMetaDataWorker();
-    /** On the main thread: a pass if one is due, and again later. */
+    /** On the main thread: makes a pass if one is due, and calls itself again later. */
     void timedMetaDataWorker();
 
 private:
@@ -139,18 +142,18 @@ private:
     {
         QSet<VXManagedObjectID> present;
         QSet<VXManagedObjectID> deleted;
-        bool isAll = true; // else there were more
+        bool isAll = true; // false: there were more than are listed
         bool isEmpty() const { return present.isEmpty() && deleted.isEmpty(); }
     };
     using Clock = std::chrono::steady_clock;
 
     VXMetaDataSync(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                    const QString &entityName, const QString &modificationDateKey, const VXMetaDataInputs &inputs);
-    /** What the index says of the files. False, with an error, when that cannot be seen. */
+    /** Checks what the index says of the files. False, with an error, when that cannot be determined. */
     bool checkIndex(bool repairs, VXMetaDataReport *report, VXError *error);
     void addStoreListener();
     bool startWork();
-    /** Whether one of another entity or store runs with that identifier, which is logged. */
+    /** Whether a sync of another entity or store runs with that identifier; if so, logs it. */
     static bool isTakenByOther(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                                const QString &entityName);
     void noteOtherStore(bool isToStay) const;
@@ -158,12 +161,12 @@ private:
     /** Of what was replaced by a copy all files are owed. */
     void noteReplacement() const;
     void noteChangesElsewhere();
-    /** What is searched is whole once all that run have made a pass. */
+    /** Marks the whole index complete once all running syncs have made a pass. */
     void settleIndex() const;
-    /** Before what is to be saved is: a kill in the midst of it leaves word. */
+    /** Called before the save itself: a process killed during the save leaves word of it. */
     void contextWillSaveNotification(const VXNotification &notification);
     using ObjectIDs = QSet<VXManagedObjectID>;
-    /** Of this entity, told anew because of others that are to be saved. */
+    /** Objects of this entity whose metadata becomes outdated because others are about to be saved. */
     ObjectIDs objectsToldAnew(const VXNotification &notification) const;
     void markDebt(const VXNotification &notification, const ObjectIDs &toldAnew);
     bool isOfThisStore(const VXNotification &notification) const;
@@ -174,7 +177,7 @@ private:
     void sleepUntil(Clock::time_point time, bool mayBeWoken);
     void mirrorSavedObjects();
     void waitForWorker(Clock::time_point deadline);
-    /** Around the work on one file. */
+    /** Called around the work on one file. */
     void beginFile();
     void endFile();
 
@@ -183,14 +186,14 @@ private:
     const QString _modificationDateKey;
     const VXPersistentStoreCoordinator::Ptr _persistentStoreCoordinator;
     const VXMetaDataSettings _settings;
-    const QStringList _relationships; // read along with many objects
+    const QStringList _relationships; // prefetched when many objects are read
     VXMetaDataDebt _debt{_identifier};
     const VXMetaDataState _state{_identifier};
     VXMetaDataMirror _mirror;      // the worker's
     bool _mirrorsOwnSaves = false; // at the end
     qsizetype _mostSaved = 10000;  // more are left to the pass
 
-    bool _isMade = false; // by the last pass; the worker's
+    bool _isMade = false; // whether the last pass made the mirror; for the worker only
 
     std::atomic<bool> _active{true};
     std::atomic<bool> _needsUpdate{true};

@@ -6,7 +6,7 @@ constexpr qsizetype pageSize = 500;
 
 }
 
-// The model is the store's, which may be another one than the plugin's.
+// Uses the store's model, which may be another one than the plugin's.
 VXMetaDataWalk::VXMetaDataWalk(VXManagedObjectContext &context, const VXEntityDescription &entity,
                                const QStringList &relationships)
     : _context(context), _entity(entity), _relationships(relationships)
@@ -19,8 +19,8 @@ std::optional<qsizetype> VXMetaDataWalk::count(VXError *error) const
     return _context.countForFetchRequest(VXFetchRequest(_entity), error);
 }
 
-// The objects of one SQLite store are read a page after the other, for even the IDs of all would fill memory. The other stores
-// have all in memory anyway.
+// The objects of a single SQLite store are read page by page, since even the IDs of all would fill memory. Other stores
+// keep all objects in memory anyway.
 std::shared_ptr<VXSQLiteStore> VXMetaDataWalk::pagedStore() const
 {
     const auto stores = _context.persistentStoreCoordinator()->persistentStores();

@@ -4,7 +4,10 @@
 
 #include <bitset>
 
-/** A set of numbers that are mostly near each other, as those of objects: a bit for each, and little more. */
+/**
+ * A set of numbers most of which are close to each other, as those of objects are: takes little more than a bit for
+ * each.
+ */
 class VXNumberSet
 {
 public:

@@ -48,7 +48,7 @@ QString VXPartyNames::contactOf(const QString &address, const QString &recordedN
     statement.bindText(1, key);
     statement.bindNumber(2, VXSearchEntries::firstContact);
     statement.bindNumber(3, mostCandidates);
-    constexpr double sameName = 1e9; // before all else
+    constexpr double sameName = 1e9; // outweighs everything else
     const QString wanted = VXSearchTerms::folded(recordedName);
     QString name;
     for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {

@@ -9,7 +9,10 @@
 
 class VXSQLiteConnection;
 
-/** What the parties of records are called: by the contacts of the index as they are called now. For one search. */
+/**
+ * Names the parties of records (messages, calls) by the present names of the contacts in the index. To be used for one
+ * search.
+ */
 class VXPartyNames
 {
 public:

@@ -14,13 +14,13 @@
 
 using namespace Qt::StringLiterals;
 
-// FTS5 gathers words in memory, and has to write them out when an ID is lower than the one before. So what is put in is in
-// the order of its IDs: first all that goes, then all that comes.
+// FTS5 collects words in memory, and has to flush them when an ID is lower than the one before. So changes are made in
+// the order of IDs: first all removals, then all insertions.
 
 namespace {
 
-constexpr qint64 entriesOfAMoment = 1 << 16;   // IDs for what has one date
-constexpr qint64 latestDate = qint64(1) << 45; // in milliseconds, a thousand years on
+constexpr qint64 entriesOfAMoment = 1 << 16;   // IDs reserved for entries of one date
+constexpr qint64 latestDate = qint64(1) << 45; // in milliseconds; a thousand years ahead
 
 const QString identifierKey = u"kMDItemIdentifier"_s;
 const QString numbersKey = u"kMDItemPhoneNumbers"_s;
@@ -30,17 +30,17 @@ const QString dateKey = u"kMDItemContentCreationDate"_s;
 const QString partyNamesKey = u"VXPartyNames"_s;
 const QString partyAddressesKey = u"VXPartyAddresses"_s;
 
-// Once what is said twice, as a number that is all of the title, and a text that is shown beside it.
+// Repeated texts only once, such as a number that is the whole title as well.
 QString wordsOf(const QVariantMap &values)
 {
     QStringList words;
     for (const auto &[key, value] : values.asKeyValueRange()) {
         if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey ||
-            key == partyNamesKey || key == partyAddressesKey) // who the parties are is in other lists, too
+            key == partyNamesKey || key == partyAddressesKey) // the parties are in other lists, too
             continue;
         if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
             value.typeId() == QMetaType::QVariantList)
-            words += value.toStringList(); // of a text the list of it
+            words += value.toStringList(); // a single text gives a list of one
     }
     words.removeDuplicates();
     const QString shown = values.value(descriptionKey).toString();
@@ -64,7 +64,7 @@ QByteArray jsonOf(const QStringList &keys)
                           : QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
 }
 
-// [[NAME, ADDRESS], ...]. Null for none.
+// [[NAME, ADDRESS], ...]; null if there are no parties.
 QByteArray partiesOf(const QVariantMap &values)
 {
     const QStringList names = values.value(partyNamesKey).toStringList();
@@ -75,7 +75,7 @@ QByteArray partiesOf(const QVariantMap &values)
     return parties.isEmpty() ? QByteArray() : QJsonDocument(parties).toJson(QJsonDocument::Compact);
 }
 
-// Null for null.
+// Keeps null as null, which becomes NULL in SQL.
 QByteArray utf8Of(const QString &text)
 {
     return text.isNull() ? QByteArray() : text.toUtf8();
@@ -151,8 +151,8 @@ struct Row
     const QByteArray text;
     const QByteArray json; // of the addresses
     const QByteArray parties;
-    const qint64 hidden; // as VXMetaDataHiding, 0 for none
-    const qint64 known;  // of a contact, as VXPhonebookEntry::informativeValue
+    const qint64 hidden; // a VXMetaDataHiding, or 0
+    const qint64 known;  // for a contact, its VXPhonebookEntry::informativeValue
 };
 
 } // namespace
@@ -223,7 +223,7 @@ VXSearchEntries::Dues VXSearchEntries::inOrder(const QList<VXSearchIndex::Change
     return dues;
 }
 
-// Mostly each is a new one, and the only one of its moment.
+// Optimistic: mostly each entry is new, and the only one of its moment.
 bool VXSearchEntries::insertNew(qint64 folder, Dues *dues, VXError *error)
 {
     bool isDone = true;
@@ -299,7 +299,7 @@ bool VXSearchEntries::replace(qint64 folder, const Dues &dues, VXError *error)
     });
 }
 
-// The next free one from there on; none on failure.
+// The next free ID from `place` on; none on failure.
 std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
 {
     VXSQLiteStatement statement =
@@ -318,11 +318,11 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
         statement.reset();
         if (found <= end)
             return found;
-        place = found; // that moment is full
+        place = found; // all IDs of that moment are taken
     }
 }
 
-// Not while there is one of that ID or name.
+// Inserts nothing (`isIn` is false) if an entry with that ID or name exists.
 bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
 {
     VXSQLiteStatement entry = _connection.statement(u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, "

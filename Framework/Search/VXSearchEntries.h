@@ -20,11 +20,11 @@ class VXSearchEntries
 public:
     explicit VXSearchEntries(VXSQLiteConnection &connection) : _connection(connection) {}
 
-    /** `folder`: its number in the index. Of several changes with one name the last one counts. */
+    /** `folder`: its number in the index. If several changes have the same name, the last one counts. */
     bool apply(qint64 folder, const QList<VXSearchIndex::Change> &changes, VXError *error);
     /** Whether it is there as the change would put it, with its addresses. None on failure. */
     std::optional<bool> has(qint64 folder, const VXSearchIndex::Change &change, VXError *error);
-    /** All of that folder. */
+    /** Removes all entries of that folder. */
     bool takeOutAll(const QString &folder, VXError *error);
 
     // IDs tell kind and date: first what has a date, by that, then what has none, contacts last.
@@ -38,12 +38,12 @@ public:
 private:
     struct Due
     {
-        qint64 place; // its ID, or where free ones are looked for; of a file that is gone, nothing
+        qint64 place; // the entry's ID, or where to look for a free one; unused for a file that is gone
         const VXSearchIndex::Change *change;
     };
     using Dues = std::vector<Due>;
     static Dues inOrder(const QList<VXSearchIndex::Change> &changes);
-    /** Of those that are new; the others are left. */
+    /** Inserts those that are new and removes them from `dues`; leaves the others there. */
     bool insertNew(qint64 folder, Dues *dues, VXError *error);
     bool replace(qint64 folder, const Dues &dues, VXError *error);
     bool takeOut(qint64 folder, const Dues &dues, VXError *error);

@@ -60,7 +60,8 @@ void VXSearchIndex::discard()
     VXSearchIndexFile::discard();
 }
 
-// The first column of the first row; none without one, and on failure, with an error. `folder`: the one parameter, if not null.
+// Returns the first column of the first row; none if there is no row, and, with an error, on failure. `folder`: the
+// only parameter, unless null.
 std::optional<qint64> VXSearchIndex::number(const QString &sql, const QString &folder, VXError *error)
 {
     VXSQLiteStatement statement = _connection->statement(sql, error);
@@ -226,7 +227,7 @@ std::optional<bool> VXSearchIndex::says(const QString &folder, const Change &cha
     return problem ? std::nullopt : std::optional(false);
 }
 
-// Kept in the file: who is killed meanwhile leaves it to the next that changes many.
+// FTS5 keeps this setting in the file: if the process is killed before endMany(), it holds until the next one.
 bool VXSearchIndex::setMerging(bool isMerging, VXError *error)
 {
     return _connection->execute(isMerging ? u"INSERT INTO words (words, rank) VALUES ('automerge', 4)"_s
@@ -250,7 +251,7 @@ std::optional<QList<VXFoundObject>> VXSearchIndex::find(const QString &words, co
     return found;
 }
 
-// By the name of its file, which there is an index of; in each of the few folders.
+// Looks the object up by the name of its file, which is indexed, in each of the few folders.
 std::optional<VXFoundObject> VXSearchIndex::object(const QUrl &uri, VXError *error)
 {
     const QStringList parts = uri.path().split(u'/');

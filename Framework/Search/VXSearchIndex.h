@@ -18,55 +18,60 @@
 class VXSQLiteConnection;
 
 /**
- * An index over the metadata files of all syncs (SQLite, FTS5) in the user's caches. It can be lost at any time: it is made
- * again from the files. One thread at a time; any number of processes, of which one writes at a time.
+ * A full-text index (SQLite, FTS5) over the metadata files of all syncs, in the user's caches. It may be lost at any
+ * time, since it can be made again from the files. One thread at a time; any number of processes, of which one writes
+ * at a time.
  */
 class VX_EXPORT VXSearchIndex
 {
 public:
-    /** Made if need be; one that is damaged, or of another version, is made anew. Null on failure. */
+    /** Opens the index and creates it if need be; one that is damaged, or of another version, is made anew. Null on
+     *  failure. */
     static std::unique_ptr<VXSearchIndex> open(VXError *error = nullptr);
-    /** For searching only, also where nothing can be written. Null, without an error, when there is none yet. */
+    /** Opens the index for searching only, even where nothing can be written. Null, without an error, when there is
+     *  none yet. */
     static std::unique_ptr<VXSearchIndex> openExisting(VXError *error = nullptr);
     static bool isDamage(const VXError &error);
-    /** Removes it after such a failure, so that it is made anew: true; nothing after any other. */
+    /** Removes the index if the failure says that it is damaged, so that it is made anew. Returns true if it was
+     *  removed. */
     static bool discardIfDamaged(const VXError &error);
     static void discard();
     ~VXSearchIndex();
     static QString path();
-    /** Which file it is; no other that ever lies there is the same. */
-    using FileMark = std::tuple<quint64, quint64, qint64>; // device and inode, which is given again, and time of birth
+    /** Identifies the index file: no other file that is ever at its path has the same mark. */
+    using FileMark = std::tuple<quint64, quint64, qint64>; // device, inode (which may be reused) and time of birth
     FileMark fileMark() const { return _file; }
-    /** Of what lies there now. */
+    /** The mark of the file that is at the path now. */
     static FileMark presentFileMark();
-    /** False once another file lies there, or none. */
+    /** False once another file, or none, is at the path. */
     bool isCurrent() const { return presentFileMark() == _file; }
 
-    // -- What is in it, by the identifier of the sync and the names of its files
-    /** False after a start that had no end: files and index may differ. */
+    // -- The contents, by the identifier of the sync ("folder") and the names of its files
+    /** False after a beginChanges() without endChanges(): files and index may differ. */
     bool isComplete(const QString &folder, VXError *error);
-    /** Whether all folders are complete, and somebody has said since it was made which those are. */
+    /** Whether all folders are complete, and settleAll() has named them since the index was made. */
     bool isAllComplete(VXError *error);
-    /** There are these folders, and no other is to be waited for once each of them is complete. False, without an error, when one
-     *  is not. */
+    /** Says that these are all the folders, so that the index is complete once each of them is. False, without an
+     *  error, when one of them is not complete. */
     bool settleAll(const QStringList &folders, VXError *error);
-    /** Whether the words are those of the entries. False, with an error, when it is damaged, and when nobody can say. */
+    /** Whether the indexed words are those of the entries. False, with an error, when the index is damaged, or when
+     *  this cannot be determined. */
     bool isSound(VXError *error);
-    /** Whether it has entries of no folder. */
+    /** Whether the index has entries that belong to no folder. */
     bool hasStrays(VXError *error);
-    /** How many files of the folder are in it; -1 on failure. */
+    /** The number of the folder's files that are in the index; -1 on failure. */
     qint64 count(const QString &folder, VXError *error);
-    /** Before files are changed. */
+    /** To be called before files are changed: the folder is not complete from then on. */
     bool beginChanges(const QString &folder, VXError *error);
-    /** After what was changed is in. */
+    /** To be called once all changes are in the index: the folder is complete again. */
     bool endChanges(const QString &folder, VXError *error);
     /** Another one after each of those, by which an older copy of the index is known. Null without one, and on failure. */
     QByteArray stamp(const QString &folder, VXError *error);
     /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);
-    /** And the folder, which is not to be any more. Whether those that are left are all is to be said anew (settleAll). */
+    /** Removes all entries of a folder and the folder itself. settleAll() has to name the remaining folders anew. */
     bool forgetFolder(const QString &folder, VXError *error);
-    /** Empty on failure, too. */
+    /** The identifiers of all folders; empty on failure, too. */
     QStringList folders(VXError *error);
 
     struct Change
@@ -74,20 +79,21 @@ public:
         QString name;
         std::optional<QVariantMap> values; // none: the file is gone
     };
-    /** All of them or none. Of several with one name the last one counts. */
+    /** Applies all of the changes or none. If several have the same name, the last one counts. */
     bool apply(const QString &folder, const QList<Change> &changes, VXError *error);
     /** Whether it has of that file what `change` says, with its addresses. None on failure. */
     std::optional<bool> says(const QString &folder, const Change &change, VXError *error);
-    /** Around many changes: the pieces that each of them leaves are put together later, with those of what comes after. */
+    /** To be called around a large number of changes: between the two, FTS5 does not merge the segments that each
+     *  change adds; they are merged later, along with those of later changes. */
     bool beginMany(VXError *error) { return setMerging(false, error); }
     bool endMany(VXError *error) { return setMerging(true, error); }
 
     // -- Searching
-    /** Among what. */
+    /** What to search. */
     struct Scope
     {
         QString kind = {};            // null for all
-        bool isTrashIncluded = false; // messages there are found, too
+        bool isTrashIncluded = false; // whether messages in the trash are found, too
     };
     /**
      * Objects that have a word beginning with each of the words given (letters are compared as VXSearchTerms::folded() has them),
@@ -99,7 +105,7 @@ public:
      * have now, and its title has the latter.
      */
     std::optional<QList<VXFoundObject>> find(const QString &words, const Scope &scope, qsizetype limit, VXError *error);
-    /** What is known of an object; none when it is not in the index, and on failure. */
+    /** What the index knows of an object; none when it is not in the index, and on failure. */
     std::optional<VXFoundObject> object(const QUrl &uri, VXError *error);
 
 private:

@@ -24,10 +24,11 @@ namespace {
 constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
 constexpr int version = 6;                            // a new one takes a new VXMetaDataGeneration
 
-// The text is kept beside the index of its words: taking it out needs it. No triggers: connections run none.
+// The text is stored beside the index of its words because FTS5 needs it to remove an entry. There are no triggers:
+// connections do not run them.
 constexpr const char *schema[] = {
     "PRAGMA journal_mode = WAL",
-    "PRAGMA synchronous = OFF", // it can be made again
+    "PRAGMA synchronous = OFF", // the index can be made again
     "BEGIN IMMEDIATE",
     "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER, stamp TEXT)",
     // `stamp`: another one whenever a folder becomes complete.
@@ -46,15 +47,15 @@ constexpr const char *schema[] = {
     "COMMIT",
 };
 
-// For the user alone, which SQLite's own would not be. False when there is one.
+// Creates the file readable for the user only, which SQLite would not do. False when it exists.
 bool makeFile(const QString &path)
 {
     const int flags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC;
     const VXFileDescriptor file(::open(QFile::encodeName(path).constData(), flags, S_IRUSR | S_IWUSR));
-    return file.isOpen() && ::fchmod(file.number(), S_IRUSR | S_IWUSR) == 0; // whatever the process' mask
+    return file.isOpen() && ::fchmod(file.number(), S_IRUSR | S_IWUSR) == 0; // whatever the process's umask is
 }
 
-// Its own, and those that SQLite makes beside it.
+// Of the database file and those that SQLite makes beside it.
 constexpr QLatin1String suffixes[] = {""_L1, "-wal"_L1, "-shm"_L1, "-journal"_L1};
 
 bool makeWay(const QString &path)
@@ -67,14 +68,14 @@ bool isWritableIfThere(const QString &path)
     return ::faccessat(AT_FDCWD, QFile::encodeName(path).constData(), W_OK, AT_EACCESS) == 0 || errno == ENOENT;
 }
 
-// Of what lies there itself, no link being followed; 0 when there is nothing.
+// The type of the file at the path itself (links are not followed); 0 when there is none.
 mode_t typeOf(const QString &path)
 {
     struct stat status = {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & mode_t(S_IFMT) : 0;
 }
 
-// Of a database that has nothing of it yet it makes one, if it may.
+// Creates the tables in an empty database, if `mayMake`.
 std::unique_ptr<VXSQLiteConnection> openFile(bool mayMake, VXError *error)
 {
     auto connection = VXSQLiteConnection::open(VXSearchIndexFile::path(), VXSQLiteConnection::Access::Create,
@@ -96,7 +97,8 @@ std::unique_ptr<VXSQLiteConnection> openFile(bool mayMake, VXError *error)
     return connection;
 }
 
-// Where nothing can be made beside it, it is as it lies there: unless its log has more, which needs that.
+// Where SQLite can create no files beside the database, it is read as immutable; not if its write-ahead log has
+// content, as reading that requires such files.
 std::unique_ptr<VXSQLiteConnection> openReadOnly()
 {
     using Access = VXSQLiteConnection::Access;
@@ -150,7 +152,7 @@ std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
         return nullptr;
     }
     if (!std::ranges::all_of(suffixes, [](QLatin1String suffix) { return isWritableIfThere(path() + suffix); }))
-        discard(); // it stays where its folder cannot be written
+        discard(); // remains if its folder cannot be written
     VXError problem;
     makeFile(path());
     std::unique_ptr<VXSQLiteConnection> connection = openFile(true, &problem);
@@ -159,7 +161,7 @@ std::unique_ptr<VXSQLiteConnection> VXSearchIndexFile::open(VXError *error)
         if (makeFile(path()))
             connection = openFile(true, &problem);
     }
-    if (connection && !connection->execute(u"PRAGMA cache_size = -4096"_s, error)) // however much is to be put in
+    if (connection && !connection->execute(u"PRAGMA cache_size = -4096"_s, error)) // however much is to be inserted
         return nullptr;
     if (!connection)
         VXSetError(error, problem);
@@ -191,7 +193,7 @@ bool VXSearchIndexFile::isDamage(const VXError &error)
 
 bool VXSearchIndexFile::discardIfDamaged(const VXError &error)
 {
-    if (!isDamage(error) || !discard()) // as where its folder cannot be written
+    if (!isDamage(error) || !discard()) // discard() fails, for example, if the folder cannot be written
         return false;
     VXLogClassMethod(VXLogWarning, VXSearchIndexFile, "discardIfDamaged", "made anew: "_L1 + error.description());
     return true;

@@ -9,7 +9,10 @@
 
 class VXSQLiteConnection;
 
-/** The file of the search index: made, made anew when it is damaged or of another version, and thrown away. Any thread. */
+/**
+ * The file of the search index: creates it, makes it anew when it is damaged or of another version, and discards it.
+ * Any thread.
+ */
 class VXSearchIndexFile
 {
 public:
@@ -17,21 +20,24 @@ public:
     using Mark = std::tuple<quint64, quint64, qint64>;
 
     static QString path();
-    /** Not when a link, a pipe or anything else lies in the place of one of its files: SQLite would follow, or wait. */
+    /** Whether the index file is there. False if one of its files is a symbolic link, a pipe or anything else that is
+     *  no regular file: SQLite would follow it, or wait. */
     static bool isThere();
-    /** Of what lies there now. */
+    /** The mark of the file that is at the path now. */
     static Mark presentMark();
 
-    /** Makes it if need be. Null on failure. */
+    /** Opens the index and creates it if need be. Null on failure. */
     static std::unique_ptr<VXSQLiteConnection> open(VXError *error);
-    /** One that is there, perhaps for reading only. Null on failure, and without an error when there is none. */
+    /** Opens an index that exists, perhaps for reading only. Null on failure, and without an error when there is none.
+     *  */
     static std::unique_ptr<VXSQLiteConnection> openExisting(VXError *error);
-    /** False when it is there still. */
+    /** False when the file is still there. */
     static bool discard();
-    /** Of what is made anew. */
+    /** An error that says that the index is damaged, and has to be made anew. */
     static VXError damage(const QString &reason);
     static bool isDamage(const VXError &error);
-    /** Throws it away after such a failure, and says so in the log; false after any other, and when it cannot. */
+    /** Discards the index if the failure says that it is damaged, and logs it; false after any other failure, and when
+     *  it cannot be discarded. */
     static bool discardIfDamaged(const VXError &error);
 
     VXSearchIndexFile() = delete;

@@ -59,7 +59,7 @@ bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contac
     return addNumbersIn(statement, contacts, error);
 }
 
-// By which of the words each contact is found, the first word being the lowest bit; those with the most words first.
+// Contacts with the words each is found by (the first word is the lowest bit), those with the most words first.
 std::optional<QList<VXSearchQuery::FoundContact>> VXSearchQuery::contactsWithAny(const QStringList &words,
                                                                                  VXError *error)
 {
@@ -104,7 +104,7 @@ std::optional<QStringList> VXSearchQuery::addressesOf(const QList<qint64> &entri
     return std::nullopt;
 }
 
-// Of records in no order those that are wanted at most.
+// Keeps only as many records as are wanted, the latest ones. `records` may be in any order.
 void VXSearchQuery::keepLatest(QList<qint64> *records) const
 {
     if (records->size() <= most())
@@ -154,7 +154,7 @@ bool VXSearchQuery::recordsOfAddressesWith(const QStringList &words, const QStri
     return addNumbersIn(statement, records, error);
 }
 
-// Which of the words a record has, as bits: what is in no record a contact must have.
+// The words that occur in any record, as bits: the other words have to be a contact's.
 std::optional<quint32> VXSearchQuery::wordsOfRecords(const QStringList &words, VXError *error)
 {
     VXSQLiteStatement statement =

@@ -75,7 +75,7 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
 {
     if (!isMoreWanted())
         return true;
-    QStringList sets; // of entries, each of which has to have one that is found
+    QStringList sets; // of entries; the result is their intersection
     QStringList values;
     const auto add = [&](const QString &set, const QStringList &its) {
         sets.append("SELECT * FROM ("_L1 + set + u')');
@@ -88,7 +88,7 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
     const QString byWord = u"SELECT rowid FROM words WHERE words MATCH ?"_s;
     for (const VXSearchTerms::NumberEnd &end : reading.ends) {
         const QString first = VXSearchEntries::reversed(end.digits);
-        const QString behind = first + u':'; // follows the digits
+        const QString behind = first + u':'; // ':' follows the digits
         if (end.word.isNull())
             add(byNumber, {first, behind});
         else
@@ -119,7 +119,7 @@ bool VXSearchQuery::collectNumbers(const QString &digits, VXError *error)
             u"GROUP BY entry.id ORDER BY entry.id DESC LIMIT ?4"_s,
     };
     const QString first = VXSearchEntries::reversed(digits);
-    const QString behind = first + u':'; // follows the digits
+    const QString behind = first + u':'; // ':' follows the digits
     return std::ranges::all_of(conditions, [&](const QString &condition) {
         VXSQLiteStatement statement = _connection.statement(
             columns + u"FROM address CROSS JOIN entry ON entry.id = address.entry WHERE "_s + condition, error);

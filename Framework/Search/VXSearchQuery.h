@@ -15,39 +15,42 @@
 class VXSQLiteConnection;
 class VXSQLiteStatement;
 
-/** One search of the index: looks in one way after the other until it has found as many as are wanted, each once. */
+/**
+ * One search of the index: tries one kind of match after the other until it has found as many objects as are wanted,
+ * each only once.
+ */
 class VXSearchQuery
 {
 public:
     VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex::Scope &scope, qsizetype limit);
 
-    /** Once. None on failure. */
+    /** To be called once. None on failure. */
     std::optional<QList<VXFoundObject>> run(const VXSearchTerms &terms, VXError *error);
 
-    /** What foundIn() reads, with a blank behind it. */
+    /** The columns that foundIn() reads, followed by a blank. */
     static const QString columns;
     static VXFoundObject foundIn(const VXSQLiteStatement &row);
 
 private:
     bool isMoreWanted() const { return _found.size() < _limit; }
-    /** How many to ask for: those that are known may be among them. */
+    /** How many rows to ask for: those already found may be among them. */
     qint64 most() const { return _limit + _found.size(); }
-    /** Takes in its rows. */
+    /** Adds the objects of the statement's rows. */
     bool collect(VXSQLiteStatement &statement, VXError *error);
     bool collectNumbers(const QString &digits, VXError *error);
     bool collectWords(const QStringList &words, VXSearchTerms::Match match, VXError *error);
     bool collectReading(const VXSearchTerms::Reading &reading, VXError *error);
     bool collectEntries(const QList<qint64> &entries, VXError *error);
 
-    // -- By their contacts
+    // -- Records found by their contacts
     struct FoundContact
     {
         qint64 id;
-        quint32 words; // by which it was found, a bit for each
+        quint32 words; // the words it was found by, one bit for each
     };
-    /** By words, and the ends that the number has. */
+    /** Finds records by words and ends of numbers of which a contact may have some. */
     bool collectOfContacts(const VXSearchTerms::Reading &reading, VXError *error);
-    /** Of contacts, by the words and ends that they have not themselves. */
+    /** Finds records of these contacts that have the words and ends that the contacts lack. */
     bool collectRecords(const QList<qint64> &contacts, const QStringList &words,
                         const QList<VXSearchTerms::NumberEnd> &ends, VXError *error);
     bool contactsWith(const QStringList &words, QList<qint64> *contacts, VXError *error);
@@ -62,8 +65,8 @@ private:
 
     VXSQLiteConnection &_connection;
     const QString _kind;    // null for all
-    const QString _isShown; // what entries have to be, in SQL, with a blank behind it
+    const QString _isShown; // a condition in SQL that hides what is not to be found, followed by a blank
     const qsizetype _limit;
     QList<VXFoundObject> _found;
-    QSet<QString> _known; // those; several syncs may mirror one object
+    QSet<QString> _known; // the URIs in _found; several syncs may mirror one object
 };

@@ -39,7 +39,7 @@ QStringList partsOf(const QString &text)
     return QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
 }
 
-// Those that have a letter or digit: the others are no words to the index.
+// Folds the words, and drops those without a letter or digit, which the index does not take for words.
 QStringList wordsOf(QStringList words)
 {
     std::ranges::transform(words, words.begin(), VXSearchTerms::folded);
@@ -64,7 +64,8 @@ QString digitsOf(const QString &text)
     return digits.size() >= fewestDigits ? digits : QString();
 }
 
-// A number without what links, lists and this program write around it: "tel:+34600", "<+34600>,", "600/m". Else the part itself.
+// The number without what links, lists and this program write around it: "tel:+34600", "<+34600>,", "600/m". Otherwise
+// the part itself.
 QString bareNumber(const QString &part)
 {
     static const QRegularExpression around(u"^[<\",;]*(?:(?:tel|sms|smsto|callto):)?|(?<=[0-9])(?:/[a-z]+)?[>\",;]*$"_s,
@@ -95,7 +96,7 @@ VXSearchTerms::VXSearchTerms(const QString &text)
         _problem = u"These are too many words to search for: %1, of at most %2."_s.arg(_words.size()).arg(mostWords);
 }
 
-// Digits with blanks between them are one number in the first reading, and each a number or a word in the second.
+// Digits separated by blanks are one number in the first reading, and each a number or a word in the second.
 void VXSearchTerms::read(const QString &text)
 {
     const QStringList parts = partsOf(text);
@@ -125,7 +126,7 @@ void VXSearchTerms::read(const QString &text)
         }
     }
     endRun();
-    const bool isOneNumber = joined.words.isEmpty(); // which is looked for by the digits of the whole
+    const bool isOneNumber = joined.words.isEmpty(); // found by digits() of the whole text
     for (Reading *const reading : {&joined, &apart}) {
         reading->words = wordsOf(reading->words);
         const bool isKnown = reading == &joined ? isOneNumber : parts.size() < 2;
@@ -161,7 +162,7 @@ QString VXSearchTerms::withPlainDigits(const QString &text)
     return plain;
 }
 
-// Each word in quotes, so that nothing in it is taken for an operator.
+// Quotes each word, so that nothing in it is taken for an operator.
 QString VXSearchTerms::expression(const QStringList &words, Match match, const QString &kind)
 {
     const auto quoted = [match](QString word) {

@@ -19,7 +19,7 @@ bool isKeyPath(QStringView text)
     return !text.isEmpty() && std::all_of(text.begin(), text.end(), fits);
 }
 
-// The field that begins with "${" there, with the position behind it; none when it is none.
+// The field that begins with "${" at the position, and where it ends; none when there is no valid field.
 std::optional<VXAttributedTemplate::Part> fieldAt(const QString &text, qsizetype start, qsizetype *behind)
 {
     const qsizetype end = text.indexOf(u'}', start + 2);

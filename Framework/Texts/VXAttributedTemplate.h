@@ -7,26 +7,26 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** What may stand in a template: a value of the object that it is filled in with. */
+/** A field that a template may contain: a value of the object that fills it in. */
 struct VX_EXPORT VXTemplateField
 {
     QString key;         // a key path
-    QString title;       // for people, as "Caller"
-    QString transformer; // by name (VXValueTransformer); null: the value as it is
-    QString example;     // for people who write the template
+    QString title;       // shown to users, such as "Caller"
+    QString transformer; // the name of a VXValueTransformer; null for the plain value
+    QString example;     // shown to users who write the template
 
     bool operator==(const VXTemplateField &) const = default;
 };
 
 /**
- * A text with fields, such as a bezel's line or a message: "Call from ${from|VXDisplayStringForPhonebookString}". A field is a
- * key path and, behind "|", the name of the value transformer that shows the value; "$$" is a "$". What is no field stays as it
- * stands. A value type.
+ * A text with fields, for example for a bezel or a message: "Call from ${from|VXDisplayStringForPhonebookString}". A
+ * field is a key path and, after "|", the name of the value transformer for the value; "$$" means "$". Anything that is
+ * no field is plain text. A value type.
  */
 class VX_EXPORT VXAttributedTemplate
 {
 public:
-    /** A piece of text, or a field, then with a key. */
+    /** A piece of text; or a field, which has a key. */
     struct Part
     {
         QString text = {};
@@ -42,14 +42,14 @@ public:
     explicit VXAttributedTemplate(const QList<Part> &parts);
 
     const QList<Part> &parts() const { return _parts; }
-    /** As it is stored; the same template comes of it again. */
+    /** The text as stored; parsing it gives the same template. */
     QString text() const;
-    /** The key paths of its fields, each once, in order. */
+    /** The key paths of the fields, without duplicates, in order. */
     QStringList keys() const;
 
-    /** Filled in with an object's values (VXValueForKeyPath), on its thread; a value that is none leaves nothing. */
+    /** Fills in the values of an object (VXValueForKeyPath), on its thread; a value that is none becomes empty. */
     QString filledIn(const QVariant &object) const;
-    /** The same, each value as a run with the attribute "field", its key path (attributeName). */
+    /** The same, with each value as a run with the attribute "field" (attributeName), its key path. */
     VXAttributedString attributedString(const QVariant &object) const;
 
     static const QString attributeName; // "field"
@@ -59,5 +59,5 @@ public:
 private:
     void append(const Part &part);
 
-    QList<Part> _parts; // no two texts beside each other, none empty
+    QList<Part> _parts; // without empty texts and adjacent texts
 };

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int daysByWeekday = 6;
 
-// A day's format without the weekday, and without the year unless that is wanted.
+// The format of a day without weekday, and without year unless wanted.
 QString dayFormat(const QLocale &locale, bool hasYear)
 {
     static const QRegularExpression weekday(u"^d{3,4}\\p{P}?\\s*|\\s*\\p{P}?\\s*d{3,4}$"_s);
@@ -26,7 +26,7 @@ QString dayFormat(const QLocale &locale, bool hasYear)
     return format.trimmed();
 }
 
-// Null when the day has to be named by its date.
+// Null when the day has no name and is shown by its date.
 QString nameOfDay(const QDate &day, const QDate &today, const QLocale &locale)
 {
     const qint64 distance = today.daysTo(day);
@@ -76,7 +76,7 @@ QString VXTextOfDuration(double seconds)
         QString format;
     };
     static const std::array<Unit, 4> units{{{86400, u"%1 d"_s}, {3600, u"%1 h"_s}, {60, u"%1 min"_s}, {1, u"%1 s"_s}}};
-    constexpr double most = 9.0e15; // beyond, doubles know no seconds
+    constexpr double most = 9.0e15; // beyond this, doubles cannot represent every second
     if (!std::isfinite(seconds) || std::abs(seconds) > most)
         return {};
     qint64 rest = std::llabs(static_cast<qint64>(seconds));
@@ -88,7 +88,7 @@ QString VXTextOfDuration(double seconds)
         if (count > 0)
             parts.append(VXLocalizedString(unit.format).arg(locale.toString(count)));
         else if (!parts.isEmpty())
-            break; // "2 h 4 s" would say more than anybody wants to know
+            break; // "2 h 4 s" would be too precise
         if (parts.size() == 2)
             break;
     }

@@ -4,6 +4,8 @@
 
 #include <QtCore/QLocale>
 
-/** How the user writes dates and numbers: by the locale of the environment, or, when that is of another language than the
- *  program's texts, by the standard of their language, so that a text is in one language. Any thread. */
+/**
+ * The locale for dates and numbers: that of the environment; or, if that has another language than the program's texts,
+ * the default one of their language, so that a text is in one language. Any thread.
+ */
 [[nodiscard]] VX_EXPORT QLocale VXTextLocale();

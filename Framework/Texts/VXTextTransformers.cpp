@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int mostDecimals = 2;
-constexpr double wholeUpTo = 9.0e15; // doubles tell every whole number up to there
+constexpr double wholeUpTo = 9.0e15; // up to this, doubles represent every whole number
 
 bool isNumber(const QVariant &value)
 {
@@ -55,7 +55,7 @@ QString textOfReal(double number, const QLocale &locale)
 
 QVariant VXDateTransformer::transformedValue(const QVariant &value) const
 {
-    if (value.typeId() == QMetaType::QDate) { // has no time that could be told
+    if (value.typeId() == QMetaType::QDate) { // has no time to show
         const QDateTime noon(value.toDate(), QTime(12, 0));
         return valueOfText(VXTextOfDate(noon, _style == VXDateStyle::Full ? VXDateStyle::Day : _style));
     }

@@ -4,7 +4,7 @@
 #include "VXFrameworkExport.h"
 #include "VXValueTransformer.h"
 
-/** A date (QDateTime, QDate) becomes what people say (VXTextOfDate). Any thread, as all here. */
+/** Converts a date (QDateTime, QDate) to text (VXTextOfDate). Any thread, like everything here. */
 class VX_EXPORT VXDateTransformer : public VXValueTransformer
 {
 public:
@@ -15,14 +15,17 @@ private:
     const VXDateStyle _style;
 };
 
-/** Seconds become "1 min 5 s" (VXTextOfDuration). */
+/** Converts seconds to "1 min 5 s" (VXTextOfDuration). */
 class VX_EXPORT VXDurationTransformer : public VXValueTransformer
 {
 public:
     QVariant transformedValue(const QVariant &value) const override;
 };
 
-/** A number becomes text with the user's separators, at most two decimals; and back, from what the user may write so. */
+/**
+ * Converts a number to text with the user's separators and at most two decimals; and back, accepting the user's
+ * notation.
+ */
 class VX_EXPORT VXNumberTransformer : public VXValueTransformer
 {
 public:
@@ -31,13 +34,15 @@ public:
     QVariant reverseTransformedValue(const QVariant &value) const override;
 };
 
-/** A count of bytes becomes "1.5 MB". */
+/** Converts a number of bytes to "1.5 MB". */
 class VX_EXPORT VXByteCountTransformer : public VXValueTransformer
 {
 public:
     QVariant transformedValue(const QVariant &value) const override;
 };
 
-/** Registers them by name: "VXDateTransformer", "VXShortDateTransformer", "VXDayTransformer", "VXDurationTransformer",
- *  "VXNumberTransformer" and "VXByteCountTransformer". Done by VXInitializeFramework. */
+/**
+ * Registers these transformers as "VXDateTransformer", "VXShortDateTransformer", "VXDayTransformer",
+ * "VXDurationTransformer", "VXNumberTransformer" and "VXByteCountTransformer". Called by VXInitializeFramework.
+ */
 VX_EXPORT void VXRegisterTextTransformers();

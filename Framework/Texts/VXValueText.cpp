@@ -57,7 +57,7 @@ void appendDigits(QByteArray &text, int number, int width)
     text.append(digits.data(), width);
 }
 
-// By hand, for exports have many dates: Qt's own formatting takes longer than all the rest of a line.
+// Formatted by hand, since exports have many dates, and Qt's formatting takes longer than all the rest of a line.
 void appendDate(QByteArray &text, const QDateTime &date, bool inUTC)
 {
     if (!date.isValid())
@@ -86,7 +86,7 @@ void appendDate(QByteArray &text, const QDateTime &date, bool inUTC)
         text.append('Z');
 }
 
-// Of a contact's number, address, page or group: what people write of it. Null for other maps.
+// The text for a contact's number, address, page or group. Null for other maps.
 QString addressText(const QVariantMap &map)
 {
     static const QStringList whole{u"number"_s, u"address"_s, u"url"_s, u"text"_s, u"name"_s};

@@ -31,13 +31,13 @@ const unsigned char *bytesOf(const QByteArray &data)
     return reinterpret_cast<const unsigned char *>(data.constData());
 }
 
-// A value of the signed text is one line.
+// Values in the signed text must be a single line.
 bool isOneLine(const QString &text)
 {
     return !text.isEmpty() && !text.contains(u'\n');
 }
 
-// Nobody is asked for a passphrase: whoever signs may be a script.
+// Never asks for a passphrase, as signing may be done by a script.
 int noPassphrase(char *, int, int, void *)
 {
     return -1;
@@ -104,7 +104,7 @@ bool VXPluginFeed::isSignedBy(const QByteArray &publicKey) const
                           EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
                           EVP_DigestVerify(context.get(), bytesOf(signature), static_cast<size_t>(signature.size()),
                                            bytesOf(text), static_cast<size_t>(text.size())) == 1;
-    ERR_clear_error(); // libcurl would take what is left on this thread for its own
+    ERR_clear_error(); // libcurl would take errors left on this thread for its own
     return isSigned;
 }
 

@@ -8,29 +8,29 @@
 
 #include <optional>
 
-/** What the author of a plugin says of its newest version: a signed property list. A value; any thread. */
+/** A signed property list in which the author of a plugin describes its newest version. A value type; any thread. */
 struct VX_EXPORT VXPluginFeed
 {
     QString identifier;        // of the plugin
     QString version;           // its CFBundleVersion
     QString url;               // of a zip archive with the bundle
-    qint64 size = 0;           // of the archive, in bytes
+    qint64 size = 0;           // of a zip archive with the bundle
     QByteArray sha256;         // of the archive, 32 bytes
-    QByteArray signature = {}; // 64 bytes; empty when it is not signed
+    QByteArray signature = {}; // 64 bytes; empty when not signed
 
-    /** None, with the reason, when that is no feed. A signature is not needed here, and not checked. */
+    /** None, with the reason, when the data is no feed. A signature is neither required nor checked here. */
     static std::optional<VXPluginFeed> fromData(const QByteArray &data, VXError *error = nullptr);
     /** The property list, as XML. */
     QByteArray data() const;
 
-    /** The bytes that the signature is made of. */
+    /** The bytes that are signed. */
     QByteArray signedText() const;
-    /** Whether the signature was made with the private half of the Ed25519 key, 32 bytes. */
+    /** Whether the signature matches the public Ed25519 key of 32 bytes. */
     bool isSignedBy(const QByteArray &publicKey) const;
-    /** Signs it with a private Ed25519 key in PEM. False, and not signed, when that is none. */
+    /** Signs the feed with a private Ed25519 key in PEM. False, and not signed, when the key is invalid. */
     [[nodiscard]] bool sign(const QByteArray &privateKey, VXError *error = nullptr);
 
-    /** The public half of a private Ed25519 key in PEM, 32 bytes; none when that is none. */
+    /** The public key, 32 bytes, of a private Ed25519 key in PEM; none when that is invalid. */
     static std::optional<QByteArray> publicKeyOf(const QByteArray &privateKey, VXError *error = nullptr);
 };
 

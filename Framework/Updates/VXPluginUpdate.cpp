@@ -28,7 +28,7 @@ QString textOf(const VXError &error)
     return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
 }
 
-// What the server offers is not taken; else it was not there, or could not be saved.
+// Whether what the server offers is refused; otherwise it was not available, or could not be saved.
 bool isOfTheServer(const VXError &error)
 {
     return error.domain() == VXURLErrorDomain &&
@@ -55,7 +55,7 @@ VXPluginUpdate::~VXPluginUpdate() = default;
 
 void VXPluginUpdate::start(std::function<void()> completion)
 {
-    // It holds itself until then.
+    // The update keeps itself alive until then.
     _completion = [self = shared_from_this(), completion = std::move(completion)] { completion(); };
     QTimer::singleShot(0, this, &VXPluginUpdate::begin);
 }
@@ -112,7 +112,7 @@ void VXPluginUpdate::requestDidComplete(VXWebRequest *)
         checkArchive();
 }
 
-// What is not signed is not believed in anything.
+// Nothing in an unsigned feed is trusted.
 void VXPluginUpdate::checkFeed()
 {
     QFile file(_download->filePath());

@@ -14,11 +14,11 @@ class VXUpdateFolders;
 class VXZipFile;
 
 /**
- * The update of one plugin: downloads the feed that its bundle names ("VXPluginUpdateURL", over HTTPS), checks it with the
- * key that the bundle carries ("VXPluginUpdateKey", Base64 of an Ed25519 key), and, if it offers a newer version, downloads
- * that, checks its size, SHA-256, identifier and version, and hands the bundle to the plugin manager to be installed. Whatever
- * does not agree is refused with a reason, and nothing is changed. What one that was killed left in the temporary folder goes
- * with the next. Held by a shared pointer. Main thread only.
+ * The update of a plugin: downloads the feed that its bundle names ("VXPluginUpdateURL", over HTTPS), checks it with
+ * the key in the bundle ("VXPluginUpdateKey", Base64 of an Ed25519 key), and, if it offers a newer version, downloads
+ * that, checks its size, SHA-256, identifier and version, and passes the bundle to the plugin manager for installation.
+ * Anything that does not match is refused with a reason, and nothing is changed. What an update that was killed left in
+ * the temporary folder is removed by the next one. Owned by a shared pointer. Main thread only.
  */
 class VX_EXPORT VXPluginUpdate : public QObject, public std::enable_shared_from_this<VXPluginUpdate>
 {
@@ -31,14 +31,14 @@ public:
         NotOffered, // the bundle names no feed
         UpToDate,
         Available,             // a newer version, which was not to be installed
-        Installed,             // in place of one that does not run
-        InstalledForNextStart, // waits in the staging folder
+        Installed,             // in place of a copy that is not running
+        InstalledForNextStart, // it is in the staging folder
         Refused,               // see `reason`
-        Failed,                // it could not be looked up or fetched: see `reason`; it may go better later
+        Failed,                // it could not be looked up or downloaded (see `reason`), and may succeed later
         Cancelled,
     };
     enum class Mode { Check, Install };
-    /** Why a bundle must not be installed; null when it may be. */
+    /** Returns why a bundle must not be installed; null when it may be. */
     using Inspection = std::function<QString(const QString &bundlePath)>;
 
     static Ptr updateOfPlugin(const VXPluginProxy &plugin, Mode mode)
@@ -48,19 +48,19 @@ public:
     VXPluginUpdate(const VXPluginProxy &plugin, Mode mode);
     ~VXPluginUpdate() override;
 
-    /** Asked about the unpacked bundle, once all else agrees. */
+    /** Sets a final check of the unpacked bundle, made when everything else matches. */
     void setInspection(Inspection inspection) { _inspection = std::move(inspection); }
 
-    /** Once. The completion is called once, in the event loop; it holds the update till then. */
+    /** To be called once. The completion is called once, in the event loop; until then it keeps the update alive. */
     void start(std::function<void()> completion);
     void cancel();
 
     State state() const { return _state; }
     QString identifier() const { return _identifier; }
     QString installedVersion() const { return _installedVersion; }
-    /** Of the feed, once it has been checked; null before. */
+    /** The version in the feed, once that was checked; null before. */
     QString newVersion() const { return _newVersion; }
-    /** Why it was refused or failed, for people; null when it was not. */
+    /** Why the update was refused or failed, in the user's language; null if it was not. */
     QString reason() const { return _reason; }
 
     Q_INVOKABLE void requestDidComplete(VXWebRequest *request);
@@ -85,9 +85,9 @@ private:
     bool _isCancelled = false;
     QString _newVersion;
     QString _reason;
-    VXPluginFeed _feed; // once it has been checked
+    VXPluginFeed _feed; // once it was checked
     VXWebDownload::Ptr _download;
     std::shared_ptr<VXZipFile> _zipFile;
-    const std::unique_ptr<VXUpdateFolders> _folders; // made on the way
+    const std::unique_ptr<VXUpdateFolders> _folders; // made during the update
     std::function<void()> _completion;
 };

@@ -16,7 +16,7 @@ namespace {
 
 const QString prefix = u".vornix-update-"_s;
 
-// Nobody else's, and nothing that a link leads to.
+// Removes only folders that belong to this user, and never the target of a link.
 void removeFolder(const QString &path)
 {
     const QFileInfo folder(path);
@@ -24,11 +24,11 @@ void removeFolder(const QString &path)
         QDir(path).removeRecursively();
 }
 
-// Those that are named in a folder that an update left, and that.
+// Removes the folders whose names were recorded in a folder that an update left, and that folder.
 void removeNamed(const QString &names)
 {
     for (const QString &name : QDir(names).entryList(QDir::Files)) {
-        if (!QUuid::fromString(name).isNull()) // as downloads name them
+        if (!QUuid::fromString(name).isNull()) // downloads use UUIDs as names
             removeFolder(QFileInfo(names).path() + u'/' + name);
     }
     QDir(names).removeRecursively();

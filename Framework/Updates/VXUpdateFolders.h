@@ -7,8 +7,8 @@
 #include <memory>
 
 /**
- * The folders that downloads of one update make on the way, which go with the object. A folder beside them keeps their names,
- * so that those of an update that was killed go with the next one. Main thread only.
+ * The temporary folders made by the downloads of an update; removed with the object. A folder beside them records their
+ * names, so that those of an update that was killed are removed by the next one. Main thread only.
  */
 class VXUpdateFolders
 {
@@ -18,12 +18,12 @@ public:
     VXUpdateFolders(const VXUpdateFolders &) = delete;
     VXUpdateFolders &operator=(const VXUpdateFolders &) = delete;
 
-    /** A folder that is about to be made. All of them lie in the same one. */
+    /** Adds a folder that is about to be made. All must have the same parent. */
     void add(const QString &path);
-    /** Removes them with all that is in them. */
+    /** Removes the folders with everything in them. */
     void remove();
 
 private:
     QStringList _folders;
-    std::unique_ptr<VXScratchFolder> _names; // with an empty file of the name of each
+    std::unique_ptr<VXScratchFolder> _names; // with an empty file named like each of them
 };

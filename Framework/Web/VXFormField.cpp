@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Null for none. Where there is a value there is a text.
+// Null for none; any value has a text.
 QString textualDescription(const QVariant &value)
 {
     if (VXIsNone(value))

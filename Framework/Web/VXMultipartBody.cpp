@@ -44,7 +44,7 @@ void VXMultipartBody::addFile(Part &part)
     if (QString reason; !VXRegularFile::open(file, &reason))
         _problem = u"\"%1\": %2"_s.arg(part.path, reason);
     part.fileSize = file.size();
-    // The kernel's own say nothing of their size, and would go out as empty ones.
+    // Files of the kernel, as in /proc, report the size 0, and would be sent empty.
     if (char byte = 0; part.fileSize == 0 && file.isOpen() && file.read(&byte, 1) == 1)
         _problem = u"\"%1\": %2"_s.arg(part.path, u"its size is not known"_s);
 }
@@ -83,12 +83,13 @@ qint64 VXMultipartBody::readFile(const Part &part, char *bytes, qint64 maximum)
         return 0;
     if (!_file.isOpen()) {
         _file.setFileName(part.path);
-        if (QString reason; !VXRegularFile::open(_file, &reason)) { // a pipe may be there by now
+        if (QString reason; !VXRegularFile::open(_file, &reason)) { // there may be a pipe by now
             _problem = u"\"%1\": %2"_s.arg(part.path, reason);
             return -1;
         }
     }
-    const qint64 count = _file.read(bytes, std::min(maximum, rest)); // a file that grew is sent as it was announced
+    // of a file that has grown, only the announced size is sent
+    const qint64 count = _file.read(bytes, std::min(maximum, rest));
     if (count > 0)
         return count;
     _problem = u"\"%1\": %2"_s.arg(part.path, count < 0 ? _file.errorString() : u"it has become shorter"_s);

@@ -12,9 +12,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::milliseconds keptIdle{1000};
-constexpr std::chrono::microseconds watchful{60}; // about two changes of threads
+constexpr std::chrono::microseconds watchful{60}; // roughly the time of two thread switches
 constexpr size_t maximumIdle = 8;
-constexpr int maximumThreads = 100; // each needs a few of the descriptors that a process has
+constexpr int maximumThreads = 100; // each needs a few of the process's file descriptors
 
 } // namespace
 
@@ -45,8 +45,8 @@ QString VXRequestThreads::run(Work work, bool *waits)
     return found == Place::None ? problem : QString();
 }
 
-// On an idle thread, else to wait for one that will be free, where there are so many; else a thread more is counted, unless
-// there can be none.
+// Finds a place for the work: an idle thread; or, if there are the most threads allowed, the queue; or else a new
+// thread, which is counted already.
 VXRequestThreads::Place VXRequestThreads::place(const Work &work, int maximum)
 {
     ThreadPtr idle;
@@ -68,7 +68,7 @@ VXRequestThreads::Place VXRequestThreads::place(const Work &work, int maximum)
         idle->work = work;
         idle->isCalled = true;
     }
-    idle->wake.notifyOne(); // without the lock, which it would only have to wait for
+    idle->wake.notifyOne(); // without the lock, which the thread would have to wait for
     return Place::OnIdle;
 }
 
@@ -81,7 +81,8 @@ void VXRequestThreads::serve(const ThreadPtr &thread, Work work)
     }
 }
 
-// Who sends one thing after the other has the next at once: to sleep and be woken for it would take longer than to watch.
+// Busy-waits for a moment: a client that sends one request after the other has the next one at once, and sleeping and
+// being woken would take longer.
 void VXRequestThreads::watch(const Thread &thread)
 {
     const auto end = std::chrono::steady_clock::now() + watchful;
@@ -89,7 +90,7 @@ void VXRequestThreads::watch(const Thread &thread)
         std::this_thread::yield();
 }
 
-// Null when the thread is to end.
+// Null when the thread has to end.
 VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
 {
     watch(*thread);
@@ -109,14 +110,14 @@ VXRequestThreads::Work VXRequestThreads::waitForWork(const ThreadPtr &thread)
     return std::exchange(thread->work, {});
 }
 
-// Under the same lock as what is decided by it: nobody waits for a thread that takes no more work.
+// Called under the same lock as the decision to end, so that nobody waits for a thread that takes no more work.
 void VXRequestThreads::leave(Thread &thread)
 {
     thread.hasLeft = true;
     --_threads;
 }
 
-// The thread is not woken: it will be by its next work, or in a while by itself.
+// Does not wake the thread: its next work will, or its timeout.
 void VXRequestThreads::becomeFree(const ThreadPtr &thread)
 {
     const VXMutexLocker lock(_lock);
@@ -138,9 +139,9 @@ void VXRequestThreads::becomeFree(const ThreadPtr &thread)
 
 void VXRequestThreads::close(std::chrono::milliseconds longest)
 {
-    std::deque<Work> dropped; // goes once the locks are free
+    std::deque<Work> dropped; // destroyed after the locks are released
     {
-        const VXMutexLocker starting(_startLock); // what is just being started is known by then
+        const VXMutexLocker starting(_startLock); // threads that are just being started are known by then
         const VXMutexLocker lock(_lock);
         _isClosed = true;
         dropped.swap(_waiting);

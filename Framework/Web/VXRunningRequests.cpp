@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::chrono::seconds longestFarewell{10}; // a look-up of a name cannot be interrupted
+constexpr std::chrono::seconds longestFarewell{10}; // a name look-up cannot be interrupted
 
 }
 

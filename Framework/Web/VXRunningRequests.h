@@ -6,15 +6,15 @@
 #include <set>
 
 /**
- * The requests that run. When the application object goes they are cancelled, on the main thread, so that each delegate is
- * told; then the ends of their threads are awaited. Any thread.
+ * The running requests. When the application object is destroyed they are cancelled, on the main thread, so that each
+ * delegate is notified; then it waits for their threads to end. Any thread.
  */
 class VXRunningRequests
 {
 public:
     static VXRunningRequests &shared();
 
-    /** False once the application has ended: the request must not run. */
+    /** False once the application has ended: then the request must not run. */
     [[nodiscard]] bool add(const VXWebRequest::Ptr &request);
     void remove(const VXWebRequest::Ptr &request);
 

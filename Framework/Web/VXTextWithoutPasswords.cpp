@@ -6,7 +6,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Of "scheme://user:password@", up to the last such sign before the path.
+// Matches "scheme://user:password@" up to the last "@" before the path.
 QString VXTextWithoutPasswords(const QString &text)
 {
     static const QRegularExpression password(uR"(\b([A-Za-z][A-Za-z0-9+.-]*://[^\s/?#:@]*):[^\s/?#]*@)"_s);

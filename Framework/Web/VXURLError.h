@@ -7,7 +7,7 @@
 
 /** Codes of VXURLErrorDomain. */
 enum VXURLErrorCode : int {
-    VXURLErrorUnknown = -1, // a request that could not start, an answer other than 200
+    VXURLErrorUnknown = -1, // the request could not start, or the status of the answer is not 200
     VXURLErrorTimedOut = -1001,
     VXURLErrorCannotFindHost = -1003,
     VXURLErrorCannotConnectToHost = -1004,
@@ -22,6 +22,6 @@ enum VXURLErrorCode : int {
     VXURLErrorCannotWriteFile = -3003,
 };
 
-/** An error about loading the URL. The description is a key of the framework's texts; a null suggestion is left out. */
+/** An error in loading the URL. The description is a key of the framework's texts; a null suggestion is left out. */
 VX_EXPORT VXError VXMakeURLError(VXURLErrorCode code, const QString &description, const QUrl &url,
                                  const QString &suggestion = {});

@@ -14,8 +14,8 @@
 class VXMultipartBody;
 
 /**
- * What is sent to a web server: where to, how, and with which form. Caches are passed by; cookies are neither sent nor
- * kept. Copies share the form's body, which one transfer reads at a time.
+ * A request to a web server: URL, method, header fields and form. Caches are bypassed; cookies are neither sent nor
+ * stored. Copies share the form's body, which only one transfer may read at a time.
  */
 class VX_EXPORT VXURLRequest
 {
@@ -23,10 +23,10 @@ public:
     explicit VXURLRequest(const QUrl &url, float timeoutInterval = 30);
 
     QUrl url() const { return _url; }
-    /** Seconds without a byte sent or received after which the transfer fails; 0 for no end. */
+    /** The transfer fails after so many seconds without a byte sent or received; 0 for no limit. */
     float timeoutInterval() const { return _timeoutInterval; }
 
-    /** "POST" at first. */
+    /** "POST" by default. */
     QByteArray httpMethod() const { return _httpMethod; }
     void setHTTPMethod(const QByteArray &method) { _httpMethod = method; }
 
@@ -34,14 +34,15 @@ public:
     void setHeaderField(const QByteArray &name, const QByteArray &value);
     const QList<std::pair<QByteArray, QByteArray>> &headerFields() const { return _headerFields; }
 
-    /** Makes the form the body, and its type the field "Content-Type". */
+    /** Sets the form as the body, and its type as the field "Content-Type". */
     void setContent(const QList<VXFormField> &fields);
-    /** The same, of VXFormFieldsFromDictionary. */
+    /** The same with the fields of VXFormFieldsFromDictionary. */
     void setContentFromDictionary(const QVariantMap &dictionary);
     /** Null for none. */
     const std::shared_ptr<VXMultipartBody> &body() const { return _body; }
 
-    /** With a connection of its own, so that no server's hanging up can have the request sent a second time. */
+    /** Whether the request uses a new connection of its own, so that a server that closes a kept connection cannot
+     *  cause it to be sent twice. */
     bool usesOwnConnection() const { return _usesOwnConnection; }
     void setUsesOwnConnection(bool flag) { _usesOwnConnection = flag; }
 

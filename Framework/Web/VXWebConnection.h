@@ -5,7 +5,7 @@
 #include <optional>
 
 /**
- * A request whose answer is kept in memory, and is often a property list. An answer with another status than 200 is a
+ * A request whose answer, often a property list, is kept in memory. An answer with a status other than 200 is a
  * failure. Any thread may call.
  */
 class VX_EXPORT VXWebConnection : public VXWebRequest
@@ -25,17 +25,17 @@ public:
 
     /** The body received so far; null before the answer and after a failure or a cancel. */
     QByteArray data() const;
-    /** The body as a property list; none, with the reason in the log, when it is no dictionary. */
+    /** The body as a dictionary; none, logged, when it is no property list with a dictionary. */
     std::optional<QVariantMap> plistDictionary() const;
 
-    /** Of the answer, also of one that is a failure; 0 while there was none. */
+    /** The status of the answer, including one that is a failure; 0 while there is none. */
     int statusCode() const;
 
-    /** The most bytes that are taken; more is the failure VXURLErrorDataTooLong. At first 64 MiB. */
+    /** The largest size of an answer; a larger one fails with VXURLErrorDataTooLong. 64 MiB by default. */
     qint64 maximumLength() const;
     void setMaximumLength(qint64 bytes);
 
-    /** With a connection of its own, for what must not be sent twice; see VXURLRequest. */
+    /** Uses a connection of its own, for requests that must not be sent twice; see VXURLRequest. */
     void setUsesOwnConnection(bool flag);
 
     bool _executeWithRequest(const VXURLRequest &request) override;

@@ -17,9 +17,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int maximumNames = 1000; // tried for one file
+constexpr int maximumNames = 1000; // attempts for one file
 
-// "name-2.txt" and so on.
+// Makes "name-2.txt" and so on.
 QString numberedName(const QString &name, int number)
 {
     if (number == 1)
@@ -102,7 +102,7 @@ VXError VXWebDownload::writeError(int problem) const
                           u"%1: %2"_s.arg(filePath(), qt_error_string(problem)));
 }
 
-// Under a name that is free.
+// Creates the file under a free name.
 VXError VXWebDownload::createFile(const VXWebResponse &response)
 {
     const QString folder = folderPath();
@@ -110,10 +110,11 @@ VXError VXWebDownload::createFile(const VXWebResponse &response)
     if (_makesNoFile)
         return VXError(VXErrorDomain, VXErrorCancelled);
     static_cast<void>(
-        ::mkdir(QFile::encodeName(folder).constData(), S_IRWXU)); // never anybody else's, whatever the umask
+        ::mkdir(QFile::encodeName(folder).constData(), S_IRWXU)); // never accessible for others, whatever the umask is
     if (VXError error = VXFileManager::defaultManager().verifyPathExists(folder))
         return error;
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner); // nor less than ours
+    // nor inaccessible for the user
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     const QString name = response.suggestedFilename();
     int problem = EEXIST;
     for (int number = 1; number <= maximumNames && _descriptor < 0 && problem == EEXIST; ++number) {

@@ -3,9 +3,9 @@
 #include "VXWebRequest.h"
 
 /**
- * A request whose answer is saved to a file, as it comes, in a folder of its own under "/tmp", which only the user may look
- * into. Both stay there for the delegate. Answers with any status are saved. The activity shows the bytes received, of as
- * many as the server announced. Any thread may call.
+ * A request whose answer is saved to a file as it arrives, in a folder of its own under "/tmp" that only the user can
+ * access. File and folder are left to the delegate. Answers with any status are saved. The activity shows the bytes
+ * received and, if the server announced it, their total. Any thread may call.
  */
 class VX_EXPORT VXWebDownload : public VXWebRequest
 {
@@ -22,17 +22,18 @@ public:
     VXWebDownload();
     ~VXWebDownload() override;
 
-    /** The file, under the name that the server suggested, or a free one like it; null before the answer. */
+    /** The path of the file, whose name the server suggested, with a number if that was taken; null before the answer.
+     *  */
     QString filePath() const;
-    /** The folder that the file goes into. */
+    /** The folder of the file. */
     QString folderPath() const;
-    /** The beginning of the last answer; its status code is 0 before there is one and after a failure or a cancel. */
+    /** The beginning of the last answer; its status code is 0 before there is one, and after a failure or a cancel. */
     VXWebResponse downloadResponse() const;
     qint64 bytesReceived() const;
     /** 0 while unknown. */
     qint64 bytesTotal() const;
 
-    /** The most bytes that are taken; more is the failure VXURLErrorDataTooLong. At first there is no limit. */
+    /** The largest size of an answer; a larger one fails with VXURLErrorDataTooLong. No limit by default. */
     void setMaximumLength(qint64 bytes);
 
     bool _executeWithRequest(const VXURLRequest &request) override;
@@ -49,9 +50,11 @@ private:
     VXError writeError(int problem) const;
     void dropResponse();
 
-    int _descriptor = -1; // of the file, on the request's thread
+    int _descriptor = -1; // of the file; for the request's thread only
     VXMutex
-        _folderLock; // no file is made once it has been told of a cancel, so that who was told may remove the folder
+        // No file is made after a cancel was announced, so that the delegate, which was notified, can remove the
+        // folder.
+        _folderLock;
     bool _makesNoFile VX_GUARDED_BY(_folderLock) = false;
     mutable VXMutex _dataLock;
     QString _filePath VX_GUARDED_BY(_dataLock);

@@ -28,7 +28,7 @@ struct IdleHandles
     }
 
     VXMutex lock;
-    std::vector<IdleHandle> handles VX_GUARDED_BY(lock); // the last was used last
+    std::vector<IdleHandle> handles VX_GUARDED_BY(lock); // the one used last is last
 };
 
 } // namespace

@@ -5,8 +5,8 @@
 #include <vector>
 
 /**
- * What libcurl needs for one transfer at a time, taken from a few that the process keeps: they hold the connections to
- * servers that were used last. A handle belongs to one thread until it is given back. Any thread may take one.
+ * The libcurl handles for one transfer at a time, taken from a few that the process keeps: these hold the connections
+ * used last. A handle belongs to one thread until it is returned. Any thread may take one.
  */
 class VXWebHandle
 {
@@ -16,14 +16,15 @@ public:
     VXWebHandle(const VXWebHandle &) = delete;
     VXWebHandle &operator=(const VXWebHandle &) = delete;
 
-    /** Both null when there is no memory for them. */
+    /** Both are null when there is no memory for them. */
     CURL *easy() const { return _easy; }
     CURLM *multi() const { return _multi; }
 
-    /** Where its connections are, or were. */
+    /** The sockets of its present and former connections. */
     std::vector<curl_socket_t> &sockets() { return _sockets; }
 
-    /** It is in order, and may serve others once it is given back; else it goes. */
+    /** Says that the handles are in order, so that they are kept for others when returned; otherwise they are
+     *  destroyed. */
     void keep() { _isKept = true; }
 
 private:

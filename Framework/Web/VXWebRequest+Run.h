@@ -4,25 +4,26 @@
 #include "VXWebTransfer.h"
 
 /**
- * From a start, or the cancelling of what was never started, until the delegate has been told. All of it is under the
- * request's lock. The request begins no other before this one is at `Telling`, so that until then it is the last.
+ * A run of a request: from its start, or from the cancelling of a request that was never started, until the delegate
+ * has been notified. All members are guarded by the request's lock. The request begins no other run before this one is
+ * `Telling`, so until then this is its last run.
  */
 struct VXWebRequest::Run
 {
     enum class State {
         Running,
-        Ended,   // what came of it is certain; the first to come by on the main thread takes it up
-        Closing, // it was taken up
-        Telling, // the delegate is being told, and may start the request again
+        Ended,   // the result is final; the first to get to it on the main thread completes it
+        Closing, // is being completed
+        Telling, // the delegate is being notified, and may start the request again
         Told,
     };
     State state = State::Running;
     bool wasStarted = true;
-    bool hasTurn = false; // on a thread
+    bool hasTurn = false; // it runs on a thread
     bool wasCancelled = false;
     VXError failure = {}; // why it was stopped
     VXActivity::Ptr activity = {};
-    std::shared_ptr<VXWebTransfer> transfer = {}; // while it is performed
+    std::shared_ptr<VXWebTransfer> transfer = {}; // while it is being performed
     bool didSendRequest = false;                  // after that
     VXFormRedirect formRedirect = {};
 };

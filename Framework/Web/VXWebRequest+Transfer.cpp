@@ -11,7 +11,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** What the transfer tells, for the request's own operations. */
+/** Passes the events of the transfer to the request's own functions. */
 class VXWebRequest::Receiver final : public VXWebTransferReceiver
 {
 public:
@@ -36,7 +36,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
     const auto isRunning = [&]() VX_NO_THREAD_SAFETY_ANALYSIS { return run->state == Run::State::Running; };
     {
         const VXMutexLocker lock(_lock);
-        // The thread of a run that was cancelled may not be through yet.
+        // The thread of a cancelled run may not have ended yet.
         _runChanged.wait(_lock, [this]() VX_NO_THREAD_SAFETY_ANALYSIS { return !_threadRun; });
         if (!isRunning())
             return;
@@ -44,7 +44,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
         _threadRun = run;
     }
     const VXError outcome = execute(url, *run);
-    std::shared_ptr<VXWebTransfer> transfer; // goes once the lock is free
+    std::shared_ptr<VXWebTransfer> transfer; // destroyed after the lock is released
     {
         const VXMutexLocker lock(_lock);
         _threadRun.reset();
@@ -56,7 +56,7 @@ void VXWebRequest::_requestURL(const QUrl &url, const RunPtr &run)
     end(run, outcome);
 }
 
-// What came of it, where nobody stopped it.
+// The result, unless somebody stopped the run.
 VXError VXWebRequest::execute(const QUrl &url, Run &run)
 {
     bool isStarted = false;
@@ -128,7 +128,7 @@ bool VXWebRequest::startTransfer(const VXURLRequest &request)
     return _threadRun != nullptr;
 }
 
-// Inside a catch clause: subclasses may throw anything.
+// To be called in a catch clause: subclasses may throw anything.
 VXError VXWebRequest::faultOf(const QUrl &url) const
 {
     const VXThrown thrown = VXDescribeThrown();

@@ -27,9 +27,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double longestWatch = 2e6; // seconds, that a timer can count
+constexpr double longestWatch = 2e6; // seconds; what a timer can hold
 
-// The last component of the path, also of one that ends with a slash; of no path the server.
+// The last component of the path, ignoring a trailing slash; the server if there is no path.
 QString nameOf(const QUrl &url)
 {
     const QStringList components = url.path(QUrl::FullyDecoded).split(u'/', Qt::SkipEmptyParts);
@@ -72,7 +72,7 @@ void VXWebRequest::setError(const VXError &error)
         if (error && _run && _run->state == Run::State::Running) {
             _run->failure = error;
             transfer = _run->transfer;
-            if (!_run->hasTurn) { // else its thread ends it
+            if (!_run->hasTurn) { // otherwise its thread ends it
                 _run->state = Run::State::Ended;
                 ended = _run;
             }
@@ -110,7 +110,7 @@ std::shared_ptr<QObject> VXWebRequest::delegate() const
 
 void VXWebRequest::setDelegate(const std::shared_ptr<QObject> &delegate)
 {
-    std::shared_ptr<QObject> previous = delegate; // goes once the lock is free
+    std::shared_ptr<QObject> previous = delegate; // destroyed after the lock is released
     {
         const VXMutexLocker lock(_lock);
         _delegate.swap(previous);
@@ -139,7 +139,8 @@ void VXWebRequest::requestURL(const QUrl &theURL)
     startThread(theURL, run);
 }
 
-// Null when it is being cancelled. From here on it may be cancelled at any moment: it is known as running, and completes.
+// Null when the request is being cancelled. From here on it may be cancelled at any time: it is registered as running,
+// and will complete.
 VXWebRequest::RunPtr VXWebRequest::beginRun(const QUrl &url)
 {
     using State = Run::State;
@@ -156,7 +157,7 @@ VXWebRequest::RunPtr VXWebRequest::beginRun(const QUrl &url)
     return _run;
 }
 
-// On the main thread, so that no completion falls in between: that takes the activity away.
+// On the main thread, so that the completion, which removes the activity, cannot come in between.
 void VXWebRequest::showActivity(const QUrl &url, const RunPtr &run)
 {
     const QString title = VXLocalizedString(u"Downloading %1"_s).arg(nameOf(url));
@@ -168,7 +169,7 @@ void VXWebRequest::showActivity(const QUrl &url, const RunPtr &run)
         }
         const VXActivity::Ptr activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(title, _uuid);
         const VXMutexLocker lock(_lock);
-        if (run->state >= Run::State::Closing) // who heard of it has cancelled
+        if (run->state >= Run::State::Closing) // an observer has cancelled it
             return;
         activity->setDelegate(this);
         run->activity = activity;
@@ -186,13 +187,15 @@ void VXWebRequest::startThread(const QUrl &url, const RunPtr &run)
     bool waits = false;
     if (!isRefused)
         problem = VXRequestThreads::shared().run(
-            // Until it has completed it is held by those that run: one that is cancelled before its turn is not kept for it.
+            // Weak: VXRunningRequests keeps a request alive until it has completed, and one that is cancelled before
+            // its turn must not be kept alive by this.
             [held = weak_from_this(), url, run](VXRequestThreads::Lease lease) {
                 Ptr self = held.lock();
                 if (!self)
                     return;
                 self->_requestURL(url, run);
-                // The reference goes along, so that the request never ends on this thread, which waits for the delegate.
+                // Passes the reference on, so that the request is never destroyed on this thread, which waits for the
+                // delegate.
                 VXMainThread::perform([self = std::move(self), run, lease = std::move(lease)] { self->complete(run); });
             },
             &waits);
@@ -204,7 +207,7 @@ void VXWebRequest::startThread(const QUrl &url, const RunPtr &run)
     VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
 }
 
-// What waits for its turn without end is what nobody expects who has set a time.
+// With a timeout set, nobody expects a request to wait for its turn forever.
 void VXWebRequest::watchTurn(const QUrl &url, const RunPtr &run)
 {
     const double seconds = std::min<double>(timeout(), longestWatch);
@@ -231,7 +234,7 @@ VXError VXWebRequest::unableToStart(const QUrl &url, const QString &reason) cons
 
 // -- The end
 
-// The first to say so decides what came of the run.
+// The first caller determines the result of the run.
 void VXWebRequest::end(const RunPtr &run, const VXError &outcome, bool isForWaiting)
 {
     const VXMutexLocker lock(_lock);
@@ -252,7 +255,8 @@ void VXWebRequest::requestDidComplete()
     finish({});
 }
 
-// Ends the last run, unless it has ended, with no error as it is; returns when its delegate has been told.
+// Ends the last run, unless it has ended; no error means to leave its error unchanged. Returns when the delegate was
+// notified.
 void VXWebRequest::finish(const VXError &cancellation)
 {
     using State = Run::State;
@@ -274,7 +278,7 @@ void VXWebRequest::finish(const VXError &cancellation)
     }
     if (transfer)
         transfer->stop();
-    // Without waiting for that very call: who was told already may be waiting for this thread.
+    // Without waiting for this call: whoever was notified already may be waiting for this thread.
     const bool isTaken = VXMainThread::perform([self = shared_from_this(), run] { self->complete(run); });
     if (!isTaken || VXMainThread::isCurrent())
         return;
@@ -286,7 +290,7 @@ void VXWebRequest::finish(const VXError &cancellation)
 void VXWebRequest::complete(const RunPtr &run)
 {
     using State = Run::State;
-    const Ptr self = shared_from_this(); // the registry may hold the last reference
+    const Ptr self = shared_from_this(); // the registry may own the last reference
     bool wasCancelled = false;
     {
         const VXMutexLocker lock(_lock);
@@ -310,9 +314,10 @@ void VXWebRequest::complete(const RunPtr &run)
     {
         const VXMutexLocker lock(_lock);
         run->state = State::Told;
-        if (_run == run && _delegate && _delegate == delegate) { // not started again meanwhile, nor given another one
+        // not started again meanwhile, nor given another delegate
+        if (_run == run && _delegate && _delegate == delegate) {
             _toldDelegate = _delegate;
-            _delegate.reset(); // `delegate` holds it still
+            _delegate.reset(); // still owned by `delegate`
         }
     }
     _runChanged.notifyAll();
@@ -322,7 +327,7 @@ void VXWebRequest::tellDelegate(QObject *delegate)
 {
     if (!VXInvocation::respondsTo(delegate, "requestDidComplete", 1))
         return;
-    try { // what it throws must not keep the request from ending
+    try { // an exception must not keep the request from ending
         VXInvocation::withMethod(delegate, "requestDidComplete", {QVariant::fromValue(this)}).invoke();
     } catch (...) {
         VXLogMethod(VXLogError, "requestDidComplete",

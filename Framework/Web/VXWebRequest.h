@@ -18,11 +18,11 @@
 class VXWebTransfer;
 
 /**
- * A form that is posted to a web server, on a thread of its own, which holds the request until it has completed. An activity
- * shows it meanwhile, whose delegate is the request: its stop control calls `cancel`. In the end the delegate's invokable
- * method `requestDidComplete(VXWebRequest *)` is called on the main thread: exactly once for each start, whether the
- * request succeeded, failed, was cancelled, or the program ends; `error` tells which. Subclasses do something with
- * the answer. Always held by a shared pointer. Any thread may call.
+ * Posts a form to a web server, on a thread of its own, which keeps the request alive until it has completed. Meanwhile
+ * an activity shows it, with the request as delegate: the activity's stop control calls `cancel`. In the end the
+ * delegate's invokable method `requestDidComplete(VXWebRequest *)` is called on the main thread: exactly once for each
+ * start, whether the request succeeded, failed, was cancelled, or the program ends; `error` says which. Subclasses
+ * process the answer. Always owned by a shared pointer. Any thread may call.
  */
 class VX_EXPORT VXWebRequest : public QObject, public std::enable_shared_from_this<VXWebRequest>
 {
@@ -33,74 +33,78 @@ public:
 
     ~VXWebRequest() override;
 
-    /** Names the request's activity, and the folder of a download. */
+    /** Identifies the request's activity, and the folder of a download. */
     QString uuid() const { return _uuid; }
 
-    /** Seconds without a byte sent or received after which the request fails; 0 for no end. At first 30. Of many at once a
-     *  hundred have their turn: the others wait for theirs, but not longer than that; then the seconds begin anew. */
+    /** The request fails after so many seconds without a byte sent or received; 0 for no limit; 30 by default. At most
+     *  a hundred requests run at the same time: others wait for their turn, at most that long as well; then the time
+     *  starts anew. */
     float timeout() const;
     void setTimeout(float seconds);
 
-    /** Why it failed: VXErrorCancelled of VXErrorDomain after a cancel; no error while it runs and after a success. */
+    /** Why the request failed: VXErrorCancelled of VXErrorDomain after a cancel; no error while it is running, and
+     *  after a success. */
     VXError error() const;
-    /** Replaces the error. A request that runs ends with it; one that waits for its turn at once. */
+    /** Replaces the error. A running request ends with it; one that waits for its turn ends at once. */
     void setError(const VXError &error);
 
-    /** The form: names and values, as VXFormFieldsFromDictionary takes them. "@/..." names files: values that come
-     *  from elsewhere are posted by setFormFields. Empty for no form. */
+    /** The form: names and values, in the form that VXFormFieldsFromDictionary takes. As "@/..." names files, post
+     *  values from elsewhere by setFormFields. Empty for no form. */
     QVariantMap userData() const;
     void setUserData(const QVariantMap &userData);
-    /** A form whose texts are texts, whatever they are. It goes before the user data. */
+    /** Sets a form whose texts are never taken for file names. It takes precedence over the user data. */
     void setFormFields(const QList<VXFormField> &fields);
 
-    /** Who is told. Kept alive until it has been told, and known as long as it lives: one that nobody else holds is gone then, and
-     *  is set anew for another start. Null also takes the activity away. */
+    /** The object to be notified. The request keeps it alive until it was notified, and refers to it weakly afterwards:
+     *  if nobody else owns it, it has to be set anew for another start. Setting null also removes the activity. */
     std::shared_ptr<QObject> delegate() const;
     void setDelegate(const std::shared_ptr<QObject> &delegate);
 
-    /** Starts, and returns at once; on another thread than the main thread once that has shown the activity. A null URL, or a
-     *  request that runs already, fails an assertion. One that another thread is just cancelling before its first start counts
-     *  as started, and cancelled. */
+    /** Starts the request and returns at once; on threads other than the main thread, after the main thread has shown
+     *  the activity. A null URL, or a request that is already running, fails an assertion. A request that another
+     *  thread is just cancelling before its first start counts as started, and cancelled. */
     void requestURL(const QUrl &theURL);
 
-    /** Starts the transfer, on the request's thread; false when that cannot be. The base fails an assertion. */
+    /** Starts the transfer, on the request's thread; false when that is not possible. The base fails an assertion. */
     virtual bool _executeWithRequest(const VXURLRequest &request);
-    /** True while there is a transfer, and no error. The base answers false. */
+    /** Whether there is a transfer, and no error. False in the base. */
     virtual bool isActive() const;
 
-    /** Completes the request with the error VXErrorCancelled; one that was never started too. One that has come to an end
-     *  stays as it is, until it is started again. Returns when the delegate has been told; on the main thread, while it is
-     *  being told, at once. */
+    /** Completes the request with the error VXErrorCancelled, even if it was never started. A request that has ended
+     *  stays as it is until it is started again. Returns when the delegate has been notified; but at once if called on
+     *  the main thread during that. */
     Q_INVOKABLE virtual void cancel(QObject *sender = nullptr);
-    /** Takes the activity away and tells the delegate, on the main thread, and waits for that; once for each start. */
+    /** Removes the activity and notifies the delegate on the main thread, and waits for that; only once for each start.
+     *  */
     void requestDidComplete();
 
-    /** Whether the server may have the whole request, also where no answer came. */
+    /** Whether the server may have received the whole request, even if no answer came. */
     bool didSendRequest() const;
-    /** Where the form did not go along, so that the answer is not one to the form; of status 0 when it reached its end. */
+    /** The redirect that dropped the form, if any, so that the answer is not one to the form; its status is 0 when the
+     *  form reached its destination. */
     VXFormRedirect formRedirect() const;
 
 protected:
     VXWebRequest();
 
     // -- For subclasses
-    /** What `_executeWithRequest` does where it is not abstract. */
+    /** The implementation of `_executeWithRequest` for subclasses. */
     bool startTransfer(const VXURLRequest &request);
     void stopTransfer();
     bool hasActiveTransfer() const;
     /** Null before the start. */
     VXActivity::Ptr activity() const;
 
-    // On the request's thread. An error ends the transfer.
+    // Called on the request's thread. An error ends the transfer.
     virtual void willRedirect(const QUrl &from, const QUrl &to);
     virtual VXError didReceiveResponse(const VXWebResponse &response);
     virtual VXError didReceiveData(QByteArrayView bytes);
     virtual void didSend(qint64 bytesSent, qint64 bytesTotal);
-    /** With no error: the answer is there as a whole. The error that it returns is the request's. */
+    /** No error: the answer is complete. The error that this returns becomes the request's. */
     virtual VXError transferDidEnd(const VXError &error);
 
-    /** On the main thread, before the delegate is told: what of the answer there is will not be needed. The request's thread
-     *  may still be in one of the operations above. */
+    /** Called on the main thread before the delegate is notified: what was received of the answer is not needed. The
+     *  request's thread may still be in one of the functions above. */
     virtual void transferWasCancelled();
 
 private:
@@ -133,8 +137,8 @@ private:
     VXError _error VX_GUARDED_BY(_lock);
     QVariantMap _userData VX_GUARDED_BY(_lock);
     QList<VXFormField> _formFields VX_GUARDED_BY(_lock);
-    RunPtr _run VX_GUARDED_BY(_lock);       // the last, from its start on
-    RunPtr _threadRun VX_GUARDED_BY(_lock); // whose turn it is on its thread: it may be one before the last
+    RunPtr _run VX_GUARDED_BY(_lock);       // the last run, from its start on
+    RunPtr _threadRun VX_GUARDED_BY(_lock); // the run that the thread performs: may be one before the last
     VXCondition _runChanged;
 };
 

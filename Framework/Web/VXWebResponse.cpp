@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestName = 200; // bytes: a file system takes 255, and a number may be added
+constexpr qsizetype longestName = 200; // bytes: file systems allow 255, and a number may be appended
 
 struct Status
 {
@@ -17,7 +17,7 @@ struct Status
     const char *text;
 };
 
-// The registered status codes that people may meet, in order.
+// The registered status codes that users may see, in ascending order.
 constexpr std::array statuses{Status{200, "no error"},
                               Status{201, "created"},
                               Status{202, "accepted"},
@@ -53,7 +53,7 @@ constexpr std::array statuses{Status{200, "no error"},
                               Status{504, "gateway timed out"},
                               Status{505, "unsupported version"}};
 
-// The texts that classes of codes have.
+// The texts for whole classes of codes.
 const char *textOfClass(int code)
 {
     switch (code / 100) {
@@ -72,7 +72,7 @@ const char *textOfClass(int code)
     }
 }
 
-// Up to the ";" that ends it, with quoted strings (RFC 9110) taken as they are.
+// Takes the text up to the next ";", leaving quoted strings (RFC 9110) whole.
 QByteArray takeParameter(QByteArray &rest)
 {
     bool isQuoted = false;
@@ -103,7 +103,7 @@ QByteArray unquoted(const QByteArray &value)
     return text;
 }
 
-// Of "UTF-8'en'name%20with" (RFC 8187); null when it is none.
+// Decodes "UTF-8'en'name%20with" (RFC 8187); null when the value has another form.
 QString extendedValue(const QByteArray &value)
 {
     const QList<QByteArray> parts = value.split('\'');
@@ -113,7 +113,7 @@ QString extendedValue(const QByteArray &value)
     return parts[0].compare("utf-8", Qt::CaseInsensitive) == 0 ? QString::fromUtf8(bytes) : QString::fromLatin1(bytes);
 }
 
-// Null when the server suggests none.
+// Null when the server suggests no name.
 QString nameFromDisposition(QByteArray disposition)
 {
     QString plain;
@@ -132,7 +132,7 @@ QString nameFromDisposition(QByteArray disposition)
     return extended.isEmpty() ? plain : extended;
 }
 
-// Also what has a text shown in another order, so that "gnp.exe" passes for "exe.png".
+// Includes characters that change the order in which text is shown, so that "gnp.exe" could look like "exe.png".
 bool isHidden(QChar c)
 {
     const QChar::Direction direction = c.direction();
@@ -140,7 +140,7 @@ bool isHidden(QChar c)
            (c.category() == QChar::Other_Format && direction != QChar::DirBN);
 }
 
-// What of a name may become a file's; empty when nothing does.
+// The part of a name that may become a file name; empty when there is none.
 QString plainName(QString name)
 {
     name.replace(u'\\', u'/');
@@ -152,7 +152,7 @@ QString plainName(QString name)
     return seen == "."_L1 || seen == ".."_L1 ? QString() : name;
 }
 
-// Keeps the extension where it is one.
+// Keeps the extension, if there is one.
 QString shortened(const QString &name)
 {
     if (name.toUtf8().size() <= longestName)

@@ -20,12 +20,12 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 maximumHeaderBytes = 256 * 1024;
-constexpr qint64 maximumRedirectBody = 64 * 1024; // what a redirect says to people is passed over
+constexpr qint64 maximumRedirectBody = 64 * 1024; // the body of a redirect is skipped
 constexpr std::chrono::seconds longestRedirectBody{2};
-constexpr long noConnectTimeout = 100L * 24 * 60 * 60; // seconds: ours holds
+constexpr long noConnectTimeout = 100L * 24 * 60 * 60; // seconds: no limit, as our own applies
 constexpr long bufferSize = 256 * 1024;
-constexpr std::chrono::microseconds watchful{60}; // a server nearby answers sooner than a thread that sleeps is awake
-constexpr qint64 maximumShortBody = 8 * 1024;     // which goes out together with the header
+constexpr std::chrono::microseconds watchful{60}; // a server nearby answers sooner than a sleeping thread wakes up
+constexpr qint64 maximumShortBody = 8 * 1024;     // sent together with the header
 constexpr std::chrono::milliseconds longestWait{1000};
 constexpr double longestTimeout = 1e9; // seconds
 
@@ -56,7 +56,7 @@ Failure failureOf(CURLcode result)
         Failure{CURLE_WEIRD_SERVER_REPLY, VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s},
         Failure{CURLE_UNSUPPORTED_PROTOCOL, VXURLErrorBadServerResponse,
                 u"The server's answer cannot be understood."_s},
-        // A line of the header that is longer than libcurl takes.
+        // A header line that is longer than libcurl accepts.
         Failure{CURLE_OUT_OF_MEMORY, VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s},
     };
     const auto found = std::ranges::find(failures, result, &Failure::result);
@@ -83,7 +83,7 @@ bool isOverOpenSSL()
     return isIt;
 }
 
-// 0 for none.
+// Returns 0 if there is none.
 int portOf(int (*nameOf)(int, sockaddr *, socklen_t *), int socket)
 {
     sockaddr_storage address{};
@@ -95,8 +95,8 @@ int portOf(int (*nameOf)(int, sockaddr *, socklen_t *), int socket)
     return address.ss_family == AF_INET6 ? ntohs(reinterpret_cast<const sockaddr_in6 &>(address).sin6_port) : 0;
 }
 
-// Whether the other side of a TLS connection has said, on this thread, that it ends. libcurl takes a connection that is cut off
-// for one that has ended.
+// Whether the peer of a TLS connection has announced its end on this thread. libcurl does not tell a connection that
+// was cut off from one that was closed.
 thread_local bool isEndTold = false;
 
 void hearAlert(int isSent, int, int type, const void *bytes, size_t count, SSL *, void *)
@@ -119,7 +119,7 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
     const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
     curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
     curl_easy_setopt(_easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // what a proxy says is no answer
+    curl_easy_setopt(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // the header of a proxy is not the answer
     curl_easy_setopt(_easy, CURLOPT_ERRORBUFFER, _details.data());
     curl_easy_setopt(_easy, CURLOPT_BUFFERSIZE, bufferSize);
     curl_easy_setopt(_easy, CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
@@ -142,8 +142,9 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
             append(_headers, name + ": " + value);
         curl_easy_setopt(_easy, CURLOPT_POST, 1L);
         curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
-        // A server that hangs up on a kept connection has libcurl send once more by itself, but no body that has no way to
-        // be rewound; what has no body gets a new connection. So does what the server has sent on, which it may hang up behind.
+        // When a server closes a kept connection, libcurl sends a request again by itself, unless its body cannot be
+        // rewound; so requests without a body get a new connection. So do redirected ones, since the server may close
+        // the connection after a redirect.
         if (!_body || isFresh)
             curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
         curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowSending);
@@ -160,7 +161,8 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
 void VXWebTransfer::Exchange::setSecurityOptions()
 {
     curl_easy_setopt(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty()) // as all programs over OpenSSL have it
+    // the usual variable of programs that use OpenSSL
+    if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
         curl_easy_setopt(_easy, CURLOPT_CAINFO, file.constData());
     if (isOverOpenSSL())
         curl_easy_setopt(_easy, CURLOPT_SSL_CTX_FUNCTION, &listenForEnd);
@@ -171,7 +173,7 @@ VXError VXWebTransfer::Exchange::unreadableBody() const
     return error(VXURLErrorCannotReadBody, u"A file of the form cannot be read."_s, _body->problem());
 }
 
-// A short one is read here, and is with its header but one packet.
+// A short body is read here, so that it is sent in one packet with the header.
 VXError VXWebTransfer::Exchange::prepareBody()
 {
     if (!_body)
@@ -197,7 +199,8 @@ int VXWebTransfer::Exchange::noteConnection(void *self, curl_socket_t socket, cu
     return CURL_SOCKOPT_OK;
 }
 
-// libcurl could send it once more by itself, when a server hangs up on a kept connection: but that may have acted on it.
+// Allows only one sending: libcurl would send the request again when a server closes a kept connection, but the server
+// may have acted on it.
 int VXWebTransfer::Exchange::allowSending(void *self, char *, char *, int port, int localPort)
 {
     auto &exchange = *static_cast<Exchange *>(self);
@@ -206,10 +209,11 @@ int VXWebTransfer::Exchange::allowSending(void *self, char *, char *, int port, 
     return !exchange._foundEndedConnection && exchange._sendings++ == 0 ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
 }
 
-// What comes over a kept connection before anything was asked is a farewell: libcurl takes that of TLS for a sign of life.
+// Data on a kept connection before the request was sent means that it is being closed; libcurl takes TLS's closing
+// message for a sign of life.
 bool VXWebTransfer::Exchange::hasEndedBefore(int port, int localPort) const
 {
-    const auto isIt = [&](curl_socket_t socket) { // not another file, by now
+    const auto isIt = [&](curl_socket_t socket) { // the descriptor may be another file by now
         return portOf(&::getsockname, socket) == localPort && portOf(&::getpeername, socket) == port;
     };
     const auto found = std::ranges::find_if(_sockets, isIt);
@@ -218,7 +222,7 @@ bool VXWebTransfer::Exchange::hasEndedBefore(int port, int localPort) const
            (::recv(*found, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 || (errno != EAGAIN && errno != EINTR));
 }
 
-// It is not asked for piece by piece.
+// A short body is not read piece by piece, so its sending is noted here.
 void VXWebTransfer::Exchange::noteShortBody()
 {
     if (_shortBody.isNull() || _bytesSent > 0)
@@ -260,7 +264,7 @@ size_t VXWebTransfer::Exchange::receiveHeader(char *bytes, size_t count)
     if (_headerBytes > maximumHeaderBytes)
         _refusal = error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                          VXLocalizedString(u"Its header is too long."_s));
-    else if (!_hasResponse) // else it is a trailer
+    else if (!_hasResponse) // otherwise it is a trailer
         readHeaderLine(QByteArrayView(bytes, static_cast<qsizetype>(count)).trimmed());
     return _refusal ? 0 : count;
 }
@@ -272,8 +276,8 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
         return;
     }
     const qsizetype colon = line.indexOf(':');
-    if (line.startsWith("HTTP/")) { // another answer, after one that was provisional or a proxy's
-        isEndTold = false;          // of a kept connection, say, that libcurl has put away just before
+    if (line.startsWith("HTTP/")) { // another header, after a provisional one or a proxy's
+        isEndTold = false;          // it may be set by a kept connection that libcurl has just closed
         _response = {.url = _url};
         _location = {};
         _announced = -1;
@@ -294,7 +298,7 @@ void VXWebTransfer::Exchange::readHeaderLine(QByteArrayView line)
         _refusal = readLength(value);
 }
 
-// Where it is none, or there are two, nobody knows what belongs to the answer.
+// If the length is no number, or there are two, it is unknown what belongs to the answer.
 VXError VXWebTransfer::Exchange::readLength(QByteArrayView value)
 {
     bool isNumber = false;
@@ -310,7 +314,7 @@ VXError VXWebTransfer::Exchange::headersDidEnd()
 {
     long status = 0;
     curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
-    if (status == 101) // what follows is no HTTP
+    if (status == 101) // what follows is not HTTP
         return error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                      VXLocalizedString(u"It changes to another protocol, which was not asked for."_s));
     if (status < 200)
@@ -322,7 +326,7 @@ VXError VXWebTransfer::Exchange::headersDidEnd()
     _transfer._didSendRequest = true;
     if (isRedirect(_response.statusCode) && !_location.isEmpty()) {
         _redirectedTo = _url.resolved(QUrl::fromEncoded(_location));
-        _isFinished = length < 0 || length > maximumRedirectBody; // nothing that is worth waiting for
+        _isFinished = length < 0 || length > maximumRedirectBody; // the body is not worth reading
         return {};
     }
     _response.expectedContentLength = length;
@@ -333,7 +337,7 @@ size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
 {
     if (_transfer._isStopped)
         return 0;
-    if (_redirectedTo.isEmpty()) // else there is nothing that is worth waiting for
+    if (_redirectedTo.isEmpty()) // a redirect's body does not extend the time
         _lastSign = Clock::now();
     const auto size = static_cast<qsizetype>(count);
     if (_redirectedTo.isEmpty())
@@ -343,18 +347,19 @@ size_t VXWebTransfer::Exchange::receiveBody(char *bytes, size_t count)
     return _refusal ? 0 : count;
 }
 
-// None: without end.
+// None: no limit.
 std::optional<std::chrono::duration<double>> VXWebTransfer::Exchange::longestSilence() const
 {
     const std::chrono::duration<double> timeout(
-        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can count
+        std::min<double>(_transfer._request.timeoutInterval(), longestTimeout)); // what a clock can represent
     if (!_redirectedTo.isEmpty())
         return timeout.count() > 0 ? std::min<std::chrono::duration<double>>(timeout, longestRedirectBody)
                                    : longestRedirectBody;
     return timeout.count() > 0 ? std::optional(timeout) : std::nullopt;
 }
 
-// What libcurl and the kernel have taken may be on its way for long after: while it is, each byte that arrives is a sign.
+// Data taken by libcurl and the kernel may be under way for a long time: while it is, each byte that arrives counts as
+// a sign of life.
 void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
 {
     fd_set reading;
@@ -366,7 +371,7 @@ void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
     int socket = -1;
     int underWay = 0;
     curl_off_t handedOver = 0;
-    curl_multi_fdset(multi, &reading, &writing, &others, &socket); // there is but one
+    curl_multi_fdset(multi, &reading, &writing, &others, &socket); // there is only one
     curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &handedOver);
     if (socket < 0 || ::ioctl(socket, SIOCOUTQ, &underWay) != 0)
         return;
@@ -377,13 +382,13 @@ void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
     _bytesUnderWay = underWay;
 }
 
-// Once in a request, and only for a moment: what is short is often for a server on the same computer.
+// Only once per request, and for a moment: short requests often go to a server on the same computer.
 bool VXWebTransfer::Exchange::isAnswerNear() const
 {
     return !_shortBody.isNull() && _bytesSent > 0 && !_hasResponse && Clock::now() - _lastSign < watchful;
 }
 
-// Until libcurl is done; an error when time is over.
+// Waits until libcurl is done; an error when the time is over.
 VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
 {
     using std::chrono::milliseconds;
@@ -421,7 +426,8 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
     return {};
 }
 
-// An answer without a length ends with the connection, which over TLS has to be told: else anybody on the way may have cut it.
+// An answer without a length ends with the connection; over TLS the end must have been announced, otherwise somebody
+// may have cut it off.
 bool VXWebTransfer::Exchange::isCutOff() const
 {
     long version = 0;
@@ -433,7 +439,7 @@ bool VXWebTransfer::Exchange::isCutOff() const
 
 VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
 {
-    if (_refusal || _isFinished || !_redirectedTo.isEmpty()) // whatever came behind a redirect
+    if (_refusal || _isFinished || !_redirectedTo.isEmpty()) // whatever came after a redirect
         return _refusal;
     if (result == CURLE_OK)
         return isCutOff() ? error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s) : VXError();

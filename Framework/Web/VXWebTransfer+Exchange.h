@@ -14,7 +14,10 @@
 #include <optional>
 #include <vector>
 
-/** One request to one server and its answer, of a transfer that may go on elsewhere. On the thread of the transfer. */
+/**
+ * One request to one server and its answer, within a transfer that may be redirected elsewhere. On the thread of the
+ * transfer.
+ */
 class VXWebTransfer::Exchange
 {
 public:
@@ -27,12 +30,12 @@ public:
 
     VXError run(CURLM *multi);
 
-    /** The server had ended the kept connection that it was to go over: nothing was sent. Never over a fresh one. */
+    /** Whether the server had closed the kept connection before anything was sent. Never true for a new connection. */
     bool foundEndedConnection() const { return _foundEndedConnection; }
 
-    /** Whether the handles may be used again. */
+    /** Whether the handles can be reused. */
     bool isInOrder() const { return _isInOrder; }
-    /** Where the server sends us; empty when this was the answer. */
+    /** The redirect's target; empty when this was the final answer. */
     QUrl redirectedTo() const { return _redirectedTo; }
     int status() const { return _response.statusCode; }
 
@@ -44,7 +47,7 @@ private:
     };
     using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
-    // What a receiver throws must not pass through libcurl.
+    // Exceptions of a receiver must not pass through libcurl.
     template <auto member>
     static size_t callback(char *bytes, size_t size, size_t count, void *self)
     {
@@ -53,7 +56,7 @@ private:
             return (exchange->*member)(bytes, size * count);
         } catch (...) {
             exchange->_thrown = std::current_exception();
-            return CURL_READFUNC_ABORT; // more than a receiving callback may take
+            return CURL_READFUNC_ABORT; // more than the receiving callbacks may return
         }
     }
     void setOptions(bool isPost, bool isFresh);
@@ -90,7 +93,7 @@ private:
     bool _foundEndedConnection = false;
     HeaderList _headers;
     std::array<char, CURL_ERROR_SIZE> _details{};
-    VXError _refusal; // why a callback ended it
+    VXError _refusal; // why a callback ended the exchange
     std::exception_ptr _thrown;
     Clock::time_point _lastSign = Clock::now();
     QByteArray _shortBody; // null for none
@@ -103,7 +106,7 @@ private:
     qint64 _announced = -1;
     bool _isChunked = false;
     bool _hasResponse = false;
-    bool _isFinished = false; // nothing more is wanted of the answer
+    bool _isFinished = false; // the rest of the answer is not needed
     bool _isInOrder = false;
     VXWebResponse _response;
     QByteArray _location;

@@ -38,7 +38,7 @@ void VXWebTransfer::stop()
         curl_multi_wakeup(_wakeable);
 }
 
-/** While it lives `stop` wakes the transfer. */
+/** During its lifetime `stop` can wake the transfer. */
 class VXWebTransfer::Wakeable
 {
 public:
@@ -66,7 +66,7 @@ VXError VXWebTransfer::perform()
     const Wakeable wakeable(*this, handle.multi());
     VXError error;
     bool isPost = true;
-    bool isFresh = false; // over a connection of its own
+    bool isFresh = false; // uses a new connection
     bool isInOrder = true;
     for (int redirects = 0; !_isStopped;) {
         Exchange exchange(*this, url, isPost, isFresh, handle);
@@ -92,7 +92,7 @@ VXError VXWebTransfer::perform()
         _receiver.transferWillRedirect(url, next);
         isPost = isPost && staysPost;
         if (isPost)
-            _didSendRequest = false; // who sends it on has not taken it
+            _didSendRequest = false; // the server that redirected it has not accepted it
         url = next;
         ++redirects;
         curl_easy_reset(handle.easy());

@@ -9,11 +9,11 @@
 
 #include <atomic>
 
-/** Who is told of a transfer's events, on the thread that performs it. An error that is returned ends the transfer. */
+/** Receives the events of a transfer, on the thread that performs it. A returned error ends the transfer. */
 class VXWebTransferReceiver
 {
 public:
-    /** Another request goes to that URL. */
+    /** The transfer is redirected to that URL. */
     virtual void transferWillRedirect(const QUrl &from, const QUrl &to) = 0;
     /** The answer begins. */
     virtual VXError transferDidReceiveResponse(const VXWebResponse &response) = 0;
@@ -26,30 +26,30 @@ protected:
 };
 
 /**
- * One exchange with a web server over HTTP or HTTPS, redirects included. Redirects after a POST are followed with GET,
- * except those that say otherwise (307, 308); none leads from HTTPS to HTTP. `perform` belongs to one thread.
+ * One exchange with a web server over HTTP or HTTPS, including redirects. Redirects after a POST are followed with GET,
+ * except for 307 and 308; redirects from HTTPS to HTTP are refused. `perform` is for one thread.
  */
 class VXWebTransfer
 {
 public:
-    /** False for URLs that are not of the web. */
+    /** Whether the URL is one of the web. */
     static bool canHandle(const QUrl &url);
 
     VXWebTransfer(VXURLRequest request, VXWebTransferReceiver &receiver);
     VXWebTransfer(const VXWebTransfer &) = delete;
     VXWebTransfer &operator=(const VXWebTransfer &) = delete;
 
-    /** Returns when the answer is there as a whole, when that has failed, or soon after `stop`; no error for the first. What
-     *  the receiver throws ends it, and is thrown here again. */
+    /** Returns when the answer is complete (no error), when it has failed, or soon after `stop`. An exception of the
+     *  receiver ends the transfer, and is rethrown here. */
     VXError perform();
 
-    /** Any thread: ends the transfer, or the one that is not yet performed. */
+    /** Any thread: ends the transfer, even before it is performed. */
     void stop();
     bool isStopped() const { return _isStopped; }
 
-    /** Any thread: whether the whole request has been handed to the network, so that the server may have acted on it. */
+    /** Any thread: whether the whole request was passed to the network, so that the server may have acted on it. */
     bool didSendRequest() const { return _didSendRequest; }
-    /** Any thread: where the form did not go along. */
+    /** Any thread: the redirect that dropped the form, if any. */
     VXFormRedirect formRedirect() const;
 
 private:

@@ -10,8 +10,9 @@
 #include <QtCore/QTimer>
 
 /**
- * The running activities for views, in the order in which they began; those that ran before the list was made come first. One
- * that takes less than half a second is not among them. While there are any, views are told ten times a second to look again. Main thread only.
+ * The running activities for views, in the order in which they began; those that were running before the list was made
+ * come first. Activities that take less than half a second are not listed. While there are any, views are notified ten
+ * times a second to refresh. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXActivityList : public QObject
 {
@@ -22,13 +23,13 @@ public:
     ~VXActivityList() override;
 
     QList<VXActivity::Ptr> activities() const;
-    /** Milliseconds before an activity is shown; half a second unless set. For tests too. */
+    /** Milliseconds before an activity is listed; half a second by default. Also for tests. */
     void setDelay(int milliseconds) { _delay = milliseconds; }
 
 Q_SIGNALS:
-    /** Another set of activities. */
+    /** The set of activities has changed. */
     void activitiesDidChange();
-    /** Their values may have moved. */
+    /** Their values may have changed. */
     void progressDidChange();
 
 private:

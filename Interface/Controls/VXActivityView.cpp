@@ -79,7 +79,7 @@ void VXActivityView::stop()
     QObject *const delegate = _activity->delegate();
     _isStopping = true;
     refresh();
-    // Without a sender: a device action that has one is ended a minute later even if it was executed again.
+    // Without a sender: with one, a device action is ended a minute later even if it was executed again.
     VXInvocation::withMethod(delegate, cancelSelector, {QVariant::fromValue<QObject *>(nullptr)}).invoke();
 }
 

@@ -9,23 +9,23 @@ class QLabel;
 class QProgressBar;
 class QToolButton;
 
-/** One running activity: what it does, how far it is, and its stop button where its delegate answers `cancel`. */
+/** A running activity: its titles, its progress, and a stop button if its delegate has a method `cancel`. */
 class VX_INTERFACE_EXPORT VXActivityView : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** On one line, as in a bar; or the two lines of an activity above each other, as in a list. */
+    /** Line: on one line, as in a bar. Block: title and subtitle one above the other, as in a list. */
     enum class Shape { Line, Block };
 
     explicit VXActivityView(const VXActivity::Ptr &activity, Shape shape = Shape::Line, QWidget *parent = nullptr);
     ~VXActivityView() override;
 
     VXActivity::Ptr activity() const { return _activity; }
-    /** Looks at the activity again: it tells nobody when it moves. */
+    /** Reads the activity again, since it does not notify of changes. */
     void refresh();
     bool canStop() const;
-    /** Asks the activity's delegate to cancel, once. */
+    /** Calls `cancel` of the activity's delegate, only once. */
     void stop();
 
 private:

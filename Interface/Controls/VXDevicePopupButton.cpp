@@ -64,7 +64,7 @@ void VXDevicePopupButton::activate(int index)
         _popup->activateItem(item);
 }
 
-// Where there is nothing to choose, the button adds a phone at once.
+// If there is nothing to choose, the button adds a phone at once.
 void VXDevicePopupButton::showPopup()
 {
     refreshMarks();

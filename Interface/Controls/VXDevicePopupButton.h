@@ -6,8 +6,8 @@
 #include <QtWidgets/QComboBox>
 
 /**
- * Lets the user choose a phone: each with its name and whether it is connected, and where there is none an item that adds one.
- * What it does is VXDevicePopup's. Main thread only.
+ * Lets the user choose a phone: each with its name and whether it is connected; if there is none, an item that adds
+ * one. The logic is that of VXDevicePopup. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXDevicePopupButton : public QComboBox
 {
@@ -24,11 +24,11 @@ public:
 Q_SIGNALS:
     /** Null when there is no device. */
     void selectedURLDidChange(const QUrl &url);
-    /** In place of what the pop-up does when the user wants to add a phone; see `setHandlesAdding`. */
+    /** Replaces the pop-up's action when the user wants to add a phone; see `setHandlesAdding`. */
     void addPhoneWanted();
 
 public:
-    /** With true `addPhoneWanted` is emitted, for a program with an assistant of its own. */
+    /** With true, `addPhoneWanted` is emitted instead, for a program with an assistant of its own. */
     void setHandlesAdding(bool flag) { _handlesAdding = flag; }
 
 protected:

@@ -88,8 +88,8 @@ void VXEmptyState::changeEvent(QEvent *event)
         updateSymbol();
 }
 
-// Lines of texts stay short where there is room, and keep away from the edges where there is none; buttons that do not fit beside
-// each other stand below each other.
+// Limits the length of lines if there is room, and keeps texts away from the edges if there is not; buttons that do not
+// fit side by side are put one above the other.
 void VXEmptyState::place()
 {
     const int wanted = fontMetrics().averageCharWidth() * textWidthInCharacters;

@@ -10,8 +10,8 @@ class QPushButton;
 class VXTextLabel;
 
 /**
- * What stands in place of what is not there: a drawing, what belongs there, and up to two buttons for a first step. Main thread
- * only.
+ * Shown in place of missing contents: a drawing, a text about what belongs there, and up to two buttons for a first
+ * step. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXEmptyState : public QWidget
 {
@@ -20,15 +20,15 @@ class VX_INTERFACE_EXPORT VXEmptyState : public QWidget
 public:
     /** Empty, for `setContents`. */
     explicit VXEmptyState(QWidget *parent = nullptr) : VXEmptyState({}, {}, {}, parent) {}
-    /** `symbol`: by name (VXSymbol). */
+    /** `symbol`: the name of a VXSymbol. */
     VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent = nullptr);
     ~VXEmptyState() override;
 
     void setTexts(const QString &title, const QString &text);
-    /** All of it; an empty text or title takes away what it stands for. */
+    /** Sets everything; an empty text or title removes its element. */
     void setContents(const QString &symbol, const QString &title, const QString &text, const QString &action = {},
                      const QString &secondAction = {});
-    /** The first button, which Return presses. */
+    /** Sets the title of the first button, which Return presses. */
     void setActionTitle(const QString &title);
 
 Q_SIGNALS:

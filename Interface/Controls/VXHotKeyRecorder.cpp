@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr quint32 firstScanCode = 8; // X servers and Wayland count evdev codes from there
+constexpr quint32 firstScanCode = 8; // X servers and Wayland add this to evdev codes
 
 bool isModifierKey(int key)
 {
@@ -62,7 +62,7 @@ bool isFunctionKey(int key)
 
 QString heldModifiers(Qt::KeyboardModifiers modifiers)
 {
-    QString text = VXLocalizedKeyCombination({30, flagsOf(modifiers)}); // any key; its name is cut off
+    QString text = VXLocalizedKeyCombination({30, flagsOf(modifiers)}); // any key; its name is removed below
     text.chop(text.size() - 1 - text.lastIndexOf(u'+'));
     return text.contains(u'+') ? text : QString();
 }
@@ -78,7 +78,7 @@ VXKeyCombination VXKeyCombinationOfEvent(const QKeyEvent &event)
         combination.keyCode = event.nativeScanCode() - firstScanCode;
         return combination;
     }
-    // A key that some program sends has no place on the keyboard: its name has one.
+    // A key sent by a program has no position on the keyboard, but perhaps its name does.
     const QString name = QKeySequence(event.key()).toString(QKeySequence::PortableText);
     if (const auto found = VXKeyCombination::fromText(name))
         combination.keyCode = found->keyCode;
@@ -187,7 +187,7 @@ void VXHotKeyRecorder::beginRecording()
     setProblem({});
     _held.clear();
     _field->setFocus();
-    _field->grabKeyboard(); // also what would be a shortcut of the window
+    _field->grabKeyboard(); // including shortcuts of the window
     update();
 }
 
@@ -256,7 +256,7 @@ void VXHotKeyRecorder::take(const QKeyEvent &event)
         endRecording();
         return change({});
     }
-    // Shift alone writes capitals.
+    // Shift alone types capitals.
     const bool isTyping = (event.modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier)) == Qt::NoModifier;
     const VXKeyCombination combination = VXKeyCombinationOfEvent(event);
     if (combination.keyCode == 0 || (isTyping && !isFunctionKey(event.key()))) {
@@ -278,7 +278,7 @@ void VXHotKeyRecorder::change(const VXKeyCombination &combination)
         Q_EMIT combinationDidChange(combination);
 }
 
-// What refuses leaves the old combination in force.
+// If this is refused, the old combination remains in use.
 bool VXHotKeyRecorder::bind(const VXKeyCombination &combination)
 {
     if (_identifier.isNull())

@@ -12,33 +12,33 @@ class QPushButton;
 class QToolButton;
 
 /**
- * Records a key combination for a hot key: Return, Space or a click begins, the next combination is taken, Escape keeps the old
- * one, Backspace takes it away. What hinders it is told below: another command has it, or the desktop refused. Main thread
- * only.
+ * Records a key combination for a hot key: Return, Space or a click starts recording, the next combination is taken,
+ * Escape keeps the old one, Backspace removes it. Problems are shown below: another command has the combination, or the
+ * desktop refused it. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXHotKeyRecorder : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** Without an identifier it only records. */
+    /** Without an identifier it only records, and binds nothing. */
     explicit VXHotKeyRecorder(const QString &identifier = {}, QWidget *parent = nullptr);
     ~VXHotKeyRecorder() override;
 
     VXKeyCombination combination() const { return _combination; }
     void setCombination(const VXKeyCombination &combination);
-    /** What "reset" brings back; none: there is no such button. */
+    /** Sets the combination that "reset" restores; without one, there is no such button. */
     void setStandard(const VXKeyCombination &combination);
 
     bool isRecording() const { return _isRecording; }
     void beginRecording();
     void endRecording();
-    /** Said below the field; null for nothing. */
+    /** The problem shown below the field; null for none. */
     QString problem() const;
     void setProblem(const QString &problem);
 
 Q_SIGNALS:
-    /** The user chose another one; of a hot key it is bound and stored by then. */
+    /** The user chose another combination; if there is a hot key, it was bound and stored before. */
     void combinationDidChange(const VXKeyCombination &combination);
 
 protected:
@@ -55,14 +55,14 @@ private:
     VXKeyCombination _combination;
     VXKeyCombination _standard;
     bool _isRecording = false;
-    QString _held; // modifiers pressed so far, for people
+    QString _held; // names of the modifiers pressed so far
     QPushButton *const _field;
     QToolButton *const _clear;
     QToolButton *const _reset;
     QLabel *const _problem;
 };
 
-/** The key and modifiers of an event, by the place on the keyboard; none for a modifier alone. */
+/** The key and modifiers of an event, by position on the keyboard; none for a modifier alone. */
 VX_INTERFACE_EXPORT VXKeyCombination VXKeyCombinationOfEvent(const QKeyEvent &event);
-/** In the names that the user's keyboard has: "Strg+Umschalt+D". Null for none. */
+/** The combination in the names used on the user's keyboard: "Strg+Umschalt+D". Null for none. */
 VX_INTERFACE_EXPORT QString VXLocalizedKeyCombination(const VXKeyCombination &combination);

@@ -20,7 +20,7 @@ using Type = VXReactorOption::Type;
 struct VXOptionsForm::Field
 {
     VXReactorOption option;
-    std::function<QVariant()> value; // invalid: the standard
+    std::function<QVariant()> value; // invalid: the default
     VXTextLabel *problem;
 
     QString trouble() const
@@ -116,7 +116,8 @@ void VXOptionsForm::add(const VXReactorOption &option, const QVariant &value)
 void VXOptionsForm::changed()
 {
     for (const auto &field : _fields) {
-        const bool isEmpty = !field->value().isValid(); // is told by `problem`, not while somebody fills it in
+        // reported by `problem`, but not shown while the user fills in the form
+        const bool isEmpty = !field->value().isValid();
         field->problem->setText(isEmpty ? QString() : field->trouble());
         field->problem->setVisible(!field->problem->text().isEmpty());
     }

@@ -9,8 +9,8 @@
 #include <vector>
 
 /**
- * Edits the options of a reactor or exporter: a field for each, of its type, with what it means; what is wrong with a value is
- * said below its field. Main thread only.
+ * Edits the options of a reactor or exporter: a field for each by its type, with its meaning; problems with a value are
+ * shown below its field. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXOptionsForm : public QWidget
 {
@@ -20,9 +20,9 @@ public:
     VXOptionsForm(const VXReactorOptions &options, const QVariantMap &values, QWidget *parent = nullptr);
     ~VXOptionsForm() override;
 
-    /** Only those that differ from the standard. */
+    /** Only values other than the defaults. */
     QVariantMap values() const;
-    /** The first thing that is wrong; null when all is well. */
+    /** The first problem; null for none. */
     QString problem() const;
 
 Q_SIGNALS:

@@ -10,8 +10,9 @@
 class QLabel;
 
 /**
- * Where the user says what to look for. The search follows the typing: a letter is searched for at once, those right behind it
- * together. Return searches at once, Escape empties the field, Down goes to what was found. Main thread only.
+ * A field for search texts. The search follows the typing: the first letter is searched for at once, further letters
+ * typed quickly are searched for together. Return searches at once, Escape clears the field, Down goes to the results.
+ * Main thread only.
  */
 class VX_INTERFACE_EXPORT VXSearchField : public QLineEdit
 {
@@ -21,19 +22,19 @@ public:
     explicit VXSearchField(QWidget *parent = nullptr);
     ~VXSearchField() override;
 
-    /** What is looked in, for the placeholder: "Search contacts". */
+    /** Sets the placeholder, which says what is searched: "Search contacts". */
     void setPlace(const QString &placeholder);
-    /** What was searched for last; empty for everything. */
+    /** The last text searched for; empty for everything. */
     QString searchText() const { return _searchText; }
     /** Shown in the field while it has a text, and told to assistive technology; none while nobody knows. `isMore`: there are more. */
     void setResultCount(std::optional<qint64> count, bool isMore = false);
 
 Q_SIGNALS:
-    /** Each time the text is another one, trimmed. */
+    /** The trimmed text has changed. */
     void searchTextDidChange(const QString &text);
-    /** Down: the user wants the first of what was found. */
+    /** Down was pressed: the user wants the first result. */
     void resultsWanted();
-    /** Escape in an empty field. */
+    /** Escape was pressed in an empty field. */
     void escaped();
 
 protected:

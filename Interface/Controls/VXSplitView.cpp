@@ -14,7 +14,7 @@ namespace {
 constexpr int keyStep = 16;
 constexpr int standardPane = 220;
 
-/** A line that is easy to catch, and takes keys. */
+/** A divider that is easy to grab, and accepts keys. */
 class DividerHandle : public QSplitterHandle
 {
 public:
@@ -103,7 +103,7 @@ void VXSplitView::setAutosaveName(const QString &name)
     const int width = handleWidth();
     if (const QByteArray state = _state->value().toByteArray(); !state.isEmpty())
         restoreState(state);
-    setHandleWidth(width); // belongs to the theme
+    setHandleWidth(width); // determined by the theme
 }
 
 void VXSplitView::hideEvent(QHideEvent *event)

@@ -7,8 +7,8 @@
 class VXSavedState;
 
 /**
- * Panes with dividers that remember where the user put them, and that work by keys too: Tab goes to a divider, the arrows
- * move it, Return folds the pane before it away and brings it back. Main thread only.
+ * Panes with dividers that remember their positions and can be used by keyboard: Tab goes to a divider, the arrow keys
+ * move it, Return folds the pane before it and unfolds it again. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXSplitView : public QSplitter
 {
@@ -18,12 +18,12 @@ public:
     explicit VXSplitView(Qt::Orientation orientation = Qt::Horizontal, QWidget *parent = nullptr);
     ~VXSplitView() override;
 
-    /** Restores the sizes kept under the user default "interface.split.NAME", and keeps them from now on. Once the panes
-     *  are in. */
+    /** Restores the sizes stored under the user default "interface.split.NAME", and stores them from now on. To be
+     *  called after the panes were added. */
     void setAutosaveName(const QString &name);
 
     bool isPaneFolded(int index) const;
-    /** Folds a pane away, or brings it back in the size it had. */
+    /** Folds a pane, or unfolds it to the size it had. */
     void setPaneFolded(int index, bool isFolded);
 
 Q_SIGNALS:

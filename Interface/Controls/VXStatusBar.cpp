@@ -13,14 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Its stop button may be what ended the activity.
+// Deferred, since its stop button may have ended the activity.
 void takeAway(QWidget *view)
 {
     view->setParent(nullptr);
     view->deleteLater();
 }
 
-/** All running activities above each other; follows the list. */
+/** All running activities one above the other; follows the list. */
 class AllActivities : public QWidget
 {
 public:

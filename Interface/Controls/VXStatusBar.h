@@ -12,8 +12,9 @@ class VXActivityView;
 class VXAttachedWindow;
 
 /**
- * The bar below a window: a text about what is shown, and beside it the activity that began first, with its stop button; how
- * many more there are stands on a button that shows them all. Without activities only the text is there. Main thread only.
+ * The bar at the bottom of a window: a text about the contents, and beside it the activity that began first, with its
+ * stop button; a button with the number of further activities shows all of them. Without activities there is only the
+ * text. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXStatusBar : public QWidget
 {
@@ -26,7 +27,7 @@ public:
     QString text() const;
     void setText(const QString &text);
     VXActivityList &activityList() const { return *_list; }
-    /** All that runs, above the bar; again closes it. */
+    /** Shows all activities above the bar, or closes them again. */
     void toggleActivities();
 
 private:

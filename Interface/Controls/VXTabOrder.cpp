@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int sameLine = 12; // pixels between the middles of what stands side by side
+constexpr int sameLine = 12; // pixels between the centers of widgets on the same line
 
 struct Place
 {
@@ -30,7 +30,7 @@ public:
     bool eventFilter(QObject *object, QEvent *event) override
     {
         if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show)
-            _rest.start(0); // when all lies in its place
+            _rest.start(0); // when everything is in place
         return QObject::eventFilter(object, event);
     }
 

@@ -5,7 +5,7 @@
 class QWidget;
 
 /**
- * Has Tab go through what lies on the page as it is read, line by line, whenever its layout has changed: parts that came later
- * too. Main thread only.
+ * Keeps the Tab order of a page the same as the reading order, line by line, whenever its layout has changed; includes
+ * widgets added later. Main thread only.
  */
 VX_INTERFACE_EXPORT void VXKeepTabOrder(QWidget &page);

@@ -49,7 +49,7 @@ void VXTableHeader::restore()
     const QScopedValueRollback restoring(_isRestoring, true);
     _standard = saveState();
     const QVariantMap kept = _state->value().toMap();
-    // Widths and orders of other columns mean nothing for these.
+    // A state of other columns is useless.
     if (kept.value(u"columns"_s).toStringList() == columnTitles())
         restoreState(kept.value(u"state"_s).toByteArray());
     if (isSectionHidden(_mainColumn))
@@ -58,7 +58,7 @@ void VXTableHeader::restore()
 
 QVariant VXTableHeader::state() const
 {
-    if (model() == nullptr) // it went first: what was written holds
+    if (model() == nullptr) // the model was destroyed first: keep what was stored
         return _state->value();
     return QVariantMap{{u"columns"_s, columnTitles()}, {u"state"_s, saveState()}};
 }

@@ -8,8 +8,9 @@ class QMenu;
 class VXSavedState;
 
 /**
- * The header of a table that remembers order, widths, what is shown and the sort, as long as the table has the same columns.
- * Its menu, also by `showColumnMenu` for keys, shows and hides columns and brings back the standard. Main thread only.
+ * The header of a table that remembers order, widths, visibility of columns and the sort order, as long as the table
+ * has the same columns. Its menu, also opened by `showColumnMenu` for keyboard use, shows and hides columns and
+ * restores the standard. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXTableHeader : public QHeaderView
 {
@@ -19,14 +20,15 @@ public:
     explicit VXTableHeader(QWidget *parent = nullptr);
     ~VXTableHeader() override;
 
-    /** The user default "interface.columns.NAME". What holds at this moment, with the model set, is the standard. */
+    /** Stores the state under the user default "interface.columns.NAME". The state at the time of this call, with the
+     *  model set, is the standard. */
     void setAutosaveName(const QString &name);
-    /** Back to the standard. */
+    /** Restores the standard. */
     void resetColumns();
-    /** This column is never hidden; the first unless set. */
+    /** Sets the column that is never hidden; the first one by default. */
     void setMainColumn(int column) { _mainColumn = column; }
 
-    /** The menu of the columns, at the header's beginning. */
+    /** Opens the menu of columns at the beginning of the header. */
     void showColumnMenu();
 
     void setModel(QAbstractItemModel *model) override;

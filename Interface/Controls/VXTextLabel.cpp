@@ -45,7 +45,7 @@ VXTextLabel::VXTextLabel(const QString &text, Role role, QWidget *parent) : QLab
     setWordWrap(true);
     setText(text);
     if (isQuiet(role))
-        setProperty("vxTone", u"quiet"_s); // the style sheet's
+        setProperty("vxTone", u"quiet"_s); // used by the style sheet
     updateFont();
     followDirection();
 }
@@ -85,8 +85,8 @@ void VXTextLabel::setText(const QString &text)
     fit();
 }
 
-// Layouts in scroll areas and fixed windows do not ask for the height that a width needs. What a label needs is never less
-// than its least height, so that goes first.
+// Layouts in scroll areas and fixed windows ignore height-for-width. As a label never needs less than its minimum
+// height, that is reset first.
 void VXTextLabel::fit()
 {
     setMinimumHeight(0);

@@ -5,8 +5,8 @@
 #include <QtWidgets/QLabel>
 
 /**
- * A text that wraps and takes the height it needs, in one of the few sizes that the windows have. Plain text: what comes from
- * outside is never taken for markup. It begins where the layout does, whatever it is written in.
+ * A text that wraps and takes the height it needs, in one of the few sizes used in windows. Plain text: markup in texts
+ * from outside is never interpreted. It is aligned with the layout direction, whatever the direction of the text.
  */
 class VX_INTERFACE_EXPORT VXTextLabel : public QLabel
 {
@@ -17,7 +17,7 @@ public:
         Headline, // of a page
         Title,    // of a window or a group
         Body,
-        Secondary, // what explains
+        Secondary, // explanations
         Caption,   // small, beside something
     };
 
@@ -25,7 +25,7 @@ public:
 
     Role role() const { return _role; }
     void setText(const QString &text);
-    /** Wraps at this width; 0 gives the width to the layout again. */
+    /** Sets the width for wrapping; 0 leaves it to the layout again. */
     void setTextWidth(int width);
 
 protected:
@@ -38,6 +38,6 @@ private:
     void fit();
 
     const Role _role;
-    int _fittedWidth = 0; // that the height is made for; 0: none yet
+    int _fittedWidth = 0; // for which the height was computed; 0: none yet
     bool _isUpdatingFont = false;
 };

@@ -22,7 +22,7 @@ namespace {
 constexpr int margin = 24;
 constexpr int iconSize = 40;
 constexpr int columnWidthInCharacters = 52;
-constexpr int highestText = 260; // a longer one scrolls
+constexpr int highestText = 260; // longer texts scroll
 
 std::size_t indexOf(VXAlertButton button)
 {
@@ -90,7 +90,7 @@ VXAlertWindow::VXAlertWindow(const VXAlert &alert, Kind kind, QWidget *parent)
     all->addLayout(makeButtons());
     if (QPushButton *const standard = button(VXAlertButton::Default)) {
         standard->setDefault(true);
-        standard->setFocus(); // or else another button gets it, and with it the Return key
+        standard->setFocus(); // otherwise another button gets the focus, and with it the Return key
     }
 }
 
@@ -141,7 +141,7 @@ void VXAlertWindow::addDetails(QBoxLayout &column)
     column.addWidget(details);
 }
 
-// The button that does something else stands apart from the two that answer the question.
+// The alternative action is apart from the two buttons that answer the question.
 QBoxLayout *VXAlertWindow::makeButtons()
 {
     auto *const row = new QHBoxLayout;
@@ -184,7 +184,7 @@ VXAlertResult VXAlertWindow::runModal()
     const QPointer<VXAlertWindow> self(this);
     const VXAlertResult dismissed{_pressed, _alert.isChecked};
     exec();
-    if (!self) // its parent went away meanwhile
+    if (!self) // its parent was destroyed meanwhile
         return dismissed;
     return {_pressed, _checkBox != nullptr ? _checkBox->isChecked() : _alert.isChecked};
 }

@@ -12,8 +12,8 @@ class QCheckBox;
 class QPushButton;
 
 /**
- * The window of an alert: up to three buttons and a check box, details that unfold. Return presses the default button, Escape
- * and closing the window stand for the button that dismisses. Main thread only.
+ * The window of an alert: up to three buttons, a check box, and details that can be unfolded. Return presses the
+ * default button; Escape and closing the window press the button for dismissal. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXAlertWindow : public QDialog
 {
@@ -26,10 +26,10 @@ public:
     VXAlertWindow(const VXAlert &alert, Kind kind, QWidget *parent = nullptr);
     ~VXAlertWindow() override;
 
-    /** Shows the window until the user answered; a quitting application counts as dismissing. */
+    /** Shows the window until the user has answered; quitting the application counts as dismissal. */
     VXAlertResult runModal();
 
-    /** Null for a button that is not there. */
+    /** Null for a button that does not exist. */
     QPushButton *button(VXAlertButton button) const;
     QCheckBox *checkBox() const { return _checkBox; }
 

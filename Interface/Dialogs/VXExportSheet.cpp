@@ -36,7 +36,7 @@ VXExportSheet::VXExportSheet(const QVariantList &objects, const QString &descrip
 
 VXExportSheet::~VXExportSheet()
 {
-    // It may be one of their buttons that ends this: they go when the event is over.
+    // One of their buttons may have caused this: they are deleted when the event is over.
     if (_sheet) {
         _sheet->disconnect();
         _sheet->end(VXSheet::Cancelled);

@@ -15,21 +15,21 @@ class VXExportSheetController;
 class VXOptionsForm;
 class VXTextLabel;
 
-/** What stands on the export sheet. */
+/** The contents of the export sheet. */
 class VX_INTERFACE_EXPORT VXExportView : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** The controller outlives the view. */
+    /** The controller must outlive the view. */
     explicit VXExportView(VXExportSheetController &controller, QWidget *parent = nullptr);
     ~VXExportView() override;
 
-    /** The options as they stand. */
+    /** The options as set at present. */
     QVariantMap options() const;
-    /** Has the sheet begin with them the next time, but for the file. */
+    /** Stores the options, except for the file, as the initial ones of the next sheet. */
     void rememberOptions() const;
-    /** Why it cannot be exported yet; null when it can. */
+    /** Why the export is not possible yet; null when it is. */
     QString problem() const;
 
 Q_SIGNALS:

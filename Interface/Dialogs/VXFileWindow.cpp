@@ -23,7 +23,7 @@ namespace {
 
 const QString lastFolderKey = u"panel.folder"_s;
 
-/** Leaves out the files and packages that the panel does not take; folders stay, to be looked into. */
+/** Hides the files and packages that the panel does not accept; folders remain, for navigation. */
 class PanelFilter : public QSortFilterProxyModel
 {
 public:
@@ -69,7 +69,7 @@ VXFileWindow::VXFileWindow(const VXOpenPanel &panel, QWidget *parent) : QFileDia
         return;
     if (panel.shouldShowFilename)
         setProxyModel(new PanelFilter(panel, this));
-    // The lists would open a package as a folder.
+    // The lists would open a package like a folder.
     for (QAbstractItemView *const view : findChildren<QAbstractItemView *>()) {
         view->installEventFilter(this);
         view->viewport()->installEventFilter(this);
@@ -125,7 +125,7 @@ VXPanelResult VXFileWindow::run(VXFileWindow *view)
     const QPointer<VXFileWindow> window(view);
     VXPanelResult result{{}, view->_isChecked};
     const bool isOk = window->exec() == Accepted;
-    if (!window) // its parent went away meanwhile
+    if (!window) // its parent was destroyed meanwhile
         return result;
     if (window->_checkBox != nullptr)
         result.isChecked = window->_checkBox->isChecked();
@@ -150,7 +150,7 @@ void VXFileWindow::accept()
         return;
     if (!_openPanel)
         return acceptSave(path);
-    const bool isPackage = _openPanel->isPackage(path); // is not looked into
+    const bool isPackage = _openPanel->isPackage(path); // is not entered
     const bool isFolder = QFileInfo(path).isDir() && !isPackage;
     if ((isPackage && _openPanel->canChoose(path)) || (isFolder && _openPanel->canChooseDirectories))
         return done(Accepted);
@@ -162,12 +162,12 @@ void VXFileWindow::accept()
     static_cast<void>(VXAlertWindow(alert, this).runModal());
 }
 
-// A folder of the kind that is to be written is replaced as a file is; any other is looked into.
+// A folder of the kind to be written is replaced like a file; any other is entered.
 void VXFileWindow::acceptSave(const QString &path)
 {
     const QFileInfo info(path);
     const bool isPackage = info.isDir() && !_packageExtension.isEmpty() && info.suffix() == _packageExtension;
-    const bool asksHere = isPackage || (testOption(DontConfirmOverwrite) && info.isFile()); // else Qt asks
+    const bool asksHere = isPackage || (testOption(DontConfirmOverwrite) && info.isFile()); // otherwise Qt asks
     if (asksHere && !agreesToReplace(path))
         return;
     if (isPackage)

@@ -9,8 +9,8 @@
 class QCheckBox;
 
 /**
- * The window of an open or a save panel. The desktop's own window serves where the panel asks for nothing that it does not
- * have: a filter, packages, a check box. A panel without a folder begins in the one that was used last. Main thread only.
+ * The window of an open or save panel. The desktop's own window is used unless the panel needs something that it lacks:
+ * a filter, packages, a check box. A panel without a folder starts in the one used last. Main thread only.
  */
 class VXFileWindow : public QFileDialog
 {
@@ -38,7 +38,7 @@ private:
     QString chosenPath() const;
 
     const std::optional<VXOpenPanel> _openPanel;
-    const QString _packageExtension; // of what a save panel writes; null: a file
+    const QString _packageExtension; // of what a save panel writes; null for a file
     QCheckBox *_checkBox = nullptr;
     bool _isChecked = false;
 };

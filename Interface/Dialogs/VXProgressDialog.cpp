@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 countsAfter = 5000; // ms: what is nearly done needs no numbers
+constexpr qint64 countsAfter = 5000; // ms: work that is nearly done needs no numbers
 constexpr int steps = 1000;
 
 } // namespace
@@ -56,7 +56,8 @@ void VXProgressDialog::showProgress(const VXProgressWindow &progress, qint64 ela
     _title->setText(progress.title());
     setAccessibleName(progress.title());
     _message->setText(progress.message().isEmpty() ? u" "_s
-                                                   : progress.message()); // the line stays, or the window jumps
+                                                   // keeps the line, so that the window does not change its size
+                                                   : progress.message());
     const bool isCounted = !progress.isIndeterminate() && progress.maxValue() > 0;
     const double share = isCounted ? std::clamp(progress.doubleValue() / progress.maxValue(), 0.0, 1.0) : 0.0;
     _bar->setRange(0, isCounted ? steps : 0);

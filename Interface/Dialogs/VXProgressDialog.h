@@ -11,7 +11,10 @@ class QPushButton;
 class VXProgressWindow;
 class VXTextLabel;
 
-/** The window of a progress window: what is done, how far it is, and a button that stops it; Escape stops it too. */
+/**
+ * The window of a progress window: what is being done, the progress, and a button to stop, which Escape presses as
+ * well.
+ */
 class VX_INTERFACE_EXPORT VXProgressDialog : public QDialog
 {
     Q_OBJECT
@@ -20,12 +23,12 @@ public:
     explicit VXProgressDialog(QWidget *parent = nullptr);
     ~VXProgressDialog() override;
 
-    /** Called at the first request to stop; the button is off from then on. */
+    /** Called at the first request to stop; then the button is disabled. */
     void setStopHandler(std::function<void()> handler) { _stopHandler = std::move(handler); }
-    /** `elapsed`: milliseconds that the work has taken. */
+    /** `elapsed`: how long the work has taken so far, in milliseconds. */
     void showProgress(const VXProgressWindow &progress, qint64 elapsed);
 
-    /** Requests to close are requests to stop. */
+    /** A request to close is a request to stop. */
     void reject() override;
 
 private:

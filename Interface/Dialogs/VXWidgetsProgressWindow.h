@@ -14,14 +14,14 @@ class QWidget;
 class VXInputBlock;
 class VXProgressDialog;
 
-/** Progress in a window that opens when the work has taken half a second; what ends before shows nothing. */
+/** Progress in a window that opens after half a second; nothing is shown for work that ends before. */
 class VX_INTERFACE_EXPORT VXWidgetsProgressWindow : public VXProgressWindow
 {
 public:
     explicit VXWidgetsProgressWindow(QWidget *parent);
     ~VXWidgetsProgressWindow() override;
 
-    /** Milliseconds before the window opens; half a second unless set. For tests too. */
+    /** Milliseconds before the window opens; half a second by default. Also for tests. */
     void setDelay(int milliseconds) { _delay = milliseconds; }
 
 protected:
@@ -36,6 +36,6 @@ private:
     int _delay = 500;
     QTimer _wait;
     QElapsedTimer _since;
-    std::unique_ptr<VXInputBlock> _block; // until the window is there
+    std::unique_ptr<VXInputBlock> _block; // until the window is open
     QPointer<VXProgressDialog> _dialog;
 };

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The window that a question belongs to; none of those that go away by themselves.
+// The parent window for a question; not one that closes by itself.
 QWidget *windowInFront()
 {
     QWidget *const modal = QApplication::activeModalWidget();
@@ -23,7 +23,7 @@ VXAlertResult run(const VXAlert &alert, VXAlertWindow::Kind kind)
 {
     const QPointer<VXAlertWindow> window = new VXAlertWindow(alert, kind, windowInFront());
     const VXAlertResult result = window->runModal();
-    delete window; // its parent may have been faster
+    delete window; // null if its parent has deleted it already
     return result;
 }
 

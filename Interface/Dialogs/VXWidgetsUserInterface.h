@@ -4,8 +4,8 @@
 #include "VXUserInterface.h"
 
 /**
- * Speaks with the user in windows, which belong to the window in front. What takes longer than half a second shows its
- * progress; until then the program's windows take no input. Main thread only.
+ * Communicates with the user in windows, which belong to the front window. Work that takes longer than half a second
+ * shows its progress; until then the program's windows accept no input. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXWidgetsUserInterface : public VXUserInterface
 {
@@ -13,7 +13,7 @@ public:
     VXWidgetsUserInterface();
     ~VXWidgetsUserInterface() override;
 
-    /** Brings the window that was in front last, or else the first, to the front; a minimised one is shown again. */
+    /** Brings the last front window, or else the first window, to the front, restoring it if minimised. */
     void activate() override;
 
 protected:
@@ -21,6 +21,6 @@ protected:
     VXPanelResult showOpenPanel(const VXOpenPanel &panel) override;
     VXPanelResult showSavePanel(const VXSavePanel &panel) override;
     std::unique_ptr<VXProgressWindow> createProgressWindow() override;
-    /** What, why, one button; domain, code and file stand in the details. */
+    /** Shows what went wrong, and why, with a single button; domain, code and file are in the details. */
     void showError(const VXError &error) override;
 };

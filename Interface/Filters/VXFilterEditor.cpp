@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int deepest = 3; // groups in groups
+constexpr int deepest = 3; // nesting of groups
 
 QString text(const QString &key)
 {
@@ -151,7 +151,7 @@ void VXFilterEditor::insertGroup(const std::optional<VXPredicate> &predicate)
     _empty->hide();
 }
 
-// The keyboard goes on with the row that takes its place.
+// The focus goes to the row that takes its place.
 void VXFilterEditor::removeRow(QWidget *row)
 {
     const int index = _rows->indexOf(row);
@@ -266,6 +266,6 @@ bool VXFilterEditor::storeTo(VXSmartFilter &filter) const
     const std::optional<VXPredicate> made = predicate();
     if (!made)
         return false;
-    static_cast<void>(filter.setPredicate(*made)); // what rows cannot say is kept as text
+    static_cast<void>(filter.setPredicate(*made)); // what rows cannot express is kept as text
     return true;
 }

@@ -13,8 +13,8 @@ class QComboBox;
 class QLabel;
 
 /**
- * Edits a condition as rows of field, operator and value that are joined by all, any or none; a group is a row too. What rows
- * cannot say stays as text. Main thread only.
+ * Edits a condition as rows of field, operator and value, joined by all, any or none; a row may be a group. What rows
+ * cannot express is kept as text. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXFilterEditor : public QWidget
 {
@@ -25,18 +25,19 @@ public:
     explicit VXFilterEditor(const QList<VXFilterField> &fields, QWidget *parent = nullptr);
     ~VXFilterEditor() override;
 
-    /** One that is true for all has no rows. */
+    /** A predicate that is always true gives no rows. */
     void setPredicate(const VXPredicate &predicate);
-    /** Of the rows; true for all without any. Empty while a row is wrong or has no value yet. */
+    /** The predicate of the rows; always true without any. Empty while a row is invalid or has no value yet. */
     std::optional<VXPredicate> predicate() const;
-    /** The whole in words: "All of: Contact contains "Jane"; Duration is at least 10 s". */
+    /** A description in words: "All of: Contact contains "Jane"; Duration is at least 10 s". */
     QString words() const;
 
-    /** From and to a stored filter, on the main thread's context. False, with nothing changed, while a row is wrong. */
+    /** Load and store a stored filter, on the main thread's context. False, with nothing changed, while a row is
+     *  invalid. */
     void setFilter(const VXSmartFilter &filter);
     bool storeTo(VXSmartFilter &filter) const;
 
-    /** Below the others. */
+    /** These add below the others. */
     void addRow();
     void addGroup();
     int rowCount() const;

@@ -7,7 +7,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** What a filter may ask about. A plain value. */
+/** A field that filters can test. A value type. */
 struct VX_INTERFACE_EXPORT VXFilterField
 {
     enum class Type { Text, Number, Duration, Date, Boolean, Choice };
@@ -18,14 +18,14 @@ struct VX_INTERFACE_EXPORT VXFilterField
     };
 
     QString key;   // a key path
-    QString title; // for people
+    QString title; // shown to users
     Type type = Type::Text;
-    QList<Choice> choices = {}; // of a Choice
+    QList<Choice> choices = {}; // for the type Choice
 
-    /** Those that make sense for the type, the most usual first. */
+    /** The operators for the type, the most usual first. */
     QList<VXPredicate::Operator> operators() const;
     /** "contains", "is at least", "is before": in the user's language. */
     QString titleOf(VXPredicate::Operator comparison) const;
-    /** The value as people write it. */
+    /** The value in readable form. */
     QString textOf(const QVariant &value) const;
 };

@@ -81,7 +81,7 @@ void VXFilterRowView::makeComparison(const VXPredicate *predicate)
     if (predicate != nullptr) {
         _options = predicate->options();
         int index = _operator->findData(static_cast<int>(predicate->comparisonOperator()));
-        if (index < 0) { // unusual for the type: kept
+        if (index < 0) { // unusual for the type, but kept
             _operator->addItem(field().titleOf(predicate->comparisonOperator()),
                                static_cast<int>(predicate->comparisonOperator()));
             index = _operator->count() - 1;
@@ -139,7 +139,7 @@ void VXFilterRowView::fieldChanged()
     _value->setKind(field(), comparison());
 }
 
-// The same in each row, so that values stand below each other.
+// The same for all rows, so that the values are aligned.
 int VXFilterRowView::lengthOfOperators() const
 {
     int widest = 0;
@@ -147,7 +147,7 @@ int VXFilterRowView::lengthOfOperators() const
         for (const Operator comparison : each.operators())
             widest = std::max(widest, fontMetrics().horizontalAdvance(each.titleOf(comparison)));
     }
-    return widest / fontMetrics().horizontalAdvance(u'X') + 1; // boxes count in that letter
+    return widest / fontMetrics().horizontalAdvance(u'X') + 1; // combo boxes count in widths of that letter
 }
 
 const VXFilterField &VXFilterRowView::field() const

@@ -11,17 +11,17 @@ class QLineEdit;
 class QToolButton;
 class VXFilterValueEdit;
 
-/** One condition: field, operator and value; or a predicate as text where these three cannot say it. */
+/** One condition: field, operator and value; or a predicate as text if these cannot express it. */
 class VXFilterRowView : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** A comparison, which VXSmartFilterRow can express and whose key is a field's; anything else is shown as text. */
+    /** Shows a comparison that VXSmartFilterRow can express and whose key is that of a field; anything else as text. */
     VXFilterRowView(const QList<VXFilterField> &fields, const std::optional<VXPredicate> &predicate);
     ~VXFilterRowView() override;
 
-    /** Empty while the value is none. */
+    /** Empty while there is no value. */
     std::optional<VXPredicate> predicate() const;
     /** The condition in words. */
     QString words() const;

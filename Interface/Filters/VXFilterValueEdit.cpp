@@ -162,7 +162,7 @@ VXFilterValueEdit::Part VXFilterValueEdit::makeChoice(const QList<VXFilterField:
                 }
                 if (!value.isValid() || value.toString().isEmpty())
                     return;
-                box->addItem(value.toString(), value); // of another version: kept
+                box->addItem(value.toString(), value); // from another version, but kept
                 box->setCurrentIndex(box->count() - 1);
             }};
 }

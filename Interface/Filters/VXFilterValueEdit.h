@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-/** Edits what a field is compared with: one value, two of a range, or a list. */
+/** Edits the value that a field is compared with: a single one, the two of a range, or a list. */
 class VXFilterValueEdit : public QWidget
 {
     Q_OBJECT
@@ -17,10 +17,10 @@ public:
     explicit VXFilterValueEdit(QWidget *parent = nullptr);
     ~VXFilterValueEdit() override;
 
-    /** Makes the fields that fit; an earlier value stays where it fits too. */
+    /** Makes the fitting fields; keeps the present value if it fits as well. */
     void setKind(const VXFilterField &field, VXPredicate::Operator comparison);
     void setValue(const QVariant &value);
-    /** Invalid while what stands there is none. */
+    /** Invalid while the input is no value. */
     QVariant value() const;
 
 Q_SIGNALS:

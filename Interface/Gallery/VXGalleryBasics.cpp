@@ -1,4 +1,4 @@
-// Pages of what everything is made of.
+// Pages of basic components.
 
 #include "VXGalleryPage.h"
 

@@ -1,4 +1,4 @@
-// Pages of what people write with.
+// Pages of components for writing.
 
 #include "VXGalleryPage.h"
 

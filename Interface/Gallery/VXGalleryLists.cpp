@@ -1,4 +1,4 @@
-// Pages of lists, and of what runs.
+// Pages of lists and activities.
 
 #include "VXGalleryPage.h"
 
@@ -34,7 +34,7 @@ public:
     Q_INVOKABLE void cancel(QObject *) {}
 };
 
-/** A page with activities that run as long as it is there: they end before what shows them goes. */
+/** A page with activities that run while it exists: they end before the views that show them. */
 class BusyPage : public QWidget
 {
 public:

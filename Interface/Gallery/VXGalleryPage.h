@@ -8,12 +8,12 @@
 class QVBoxLayout;
 class QWidget;
 
-/** A page of the gallery: one piece of the kit with something in it. */
+/** A page of the gallery: a component of the kit with sample contents. */
 struct VXGalleryPage
 {
     QString name;   // of its picture
     QString symbol; // beside its title
-    QString title;  // of the table "Gallery"
+    QString title;  // a key of the table "Gallery"
     std::function<QWidget *()> make;
 };
 
@@ -23,14 +23,14 @@ QList<VXGalleryPage> VXGalleryPages();
 /** A text of the gallery in the user's language. */
 QString VXGalleryString(const QString &key);
 
-// What pages are put together of.
+// Parts of pages.
 
-/** A page with a headline and what the piece is for; in `page` where that is given. */
+/** Makes a page with a headline and an explanation; in `page` if given. */
 QWidget *VXMakePage(const QString &title, const QString &text, QVBoxLayout **column, QWidget *page = nullptr);
 /** A titled part of a page. */
 void VXAddSection(QVBoxLayout &column, const QString &title, QWidget *content);
 
-// The pages, by what they show.
+// The pages by subject.
 QWidget *VXMakeControlsPage();
 QWidget *VXMakeAlertsPage();
 QWidget *VXMakeProgressPage();

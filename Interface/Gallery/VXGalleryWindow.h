@@ -5,7 +5,7 @@
 class QListWidget;
 class QScrollArea;
 
-/** The pages beside a list of them, with a switch of the theme. */
+/** The pages with a list of them and a switch for the theme. */
 class VXGalleryWindow : public QWidget
 {
     Q_OBJECT

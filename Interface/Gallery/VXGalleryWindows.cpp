@@ -1,4 +1,4 @@
-// Pages of what opens over a window.
+// Pages of windows that open over others.
 
 #include "VXGalleryPage.h"
 
@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// As it looks, in the page: a window cannot be on a picture of another.
+// Shows the window as a part of the page, since a picture of the page cannot contain another window.
 QWidget *asPartOfPage(QWidget *window)
 {
     auto *const frame = new QFrame;
@@ -57,7 +57,7 @@ VXAlert failure()
     return alert;
 }
 
-/** Moves by itself and ends. */
+/** Advances and ends by itself. */
 class ShownProgress : public VXWidgetsProgressWindow
 {
 public:
@@ -147,8 +147,8 @@ QWidget *VXMakeSheetPage()
     VXAddSection(*column, u"Below"_s, name);
     column->addStretch();
     QTimer::singleShot(0, page, [page] {
-        // Not installed: it goes with the page's last child. When the page itself is said to be destroyed, hiding a sheet
-        // on it would style a widget that Qt has forgotten already.
+        // Not installed: it is deleted with the page's last child. When the page itself emits destroyed(), hiding a
+        // sheet on it would style a widget that Qt no longer knows.
         auto *const sheet = new VXExportSheet({1, 2, 3}, u"VXPerson"_s, page);
         QObject::connect(new QObject(page), &QObject::destroyed, [sheet] { delete sheet; });
     });

@@ -1,4 +1,4 @@
-// vornix-gallery: a page for each piece of the interface kit, to look at; or a picture of each.
+// vornix-gallery: shows a page for each component of the interface kit, or writes a picture of each.
 
 #include "VXFolders.h"
 #include "VXFramework.h"
@@ -20,9 +20,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int pictureWidth = 900;
-constexpr int settleTime = 350; // ms: what opens by itself has opened
+constexpr int settleTime = 350; // ms: until animations and the like have ended
 
-// Runs the event loop while the page comes to rest: one picture each, in a window of its own.
+// Runs the event loop until the page is stable: one picture each, in a window of its own.
 bool writePictures(const QString &folder, const QString &only)
 {
     if (!QDir().mkpath(folder))
@@ -62,7 +62,7 @@ int main(int argc, char **argv)
                        {u"language"_s, u"en or de."_s, u"language"_s}});
     parser.process(application);
 
-    const QTemporaryDir home; // what one arranges here is nobody's preference
+    const QTemporaryDir home; // keeps changes made here out of the user's preferences
     VXSetHomeFolder(home.path());
     if (parser.isSet(u"language"_s)) {
         VXBundle::setPreferredLanguages({parser.value(u"language"_s)});

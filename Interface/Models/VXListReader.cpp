@@ -10,14 +10,14 @@ namespace {
 
 using Operator = VXPredicate::Operator;
 
-constexpr qsizetype mostFound = 20'000; // at once
+constexpr qsizetype mostFound = 20'000; // at a time
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
     return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
 }
 
-// Texts are ordered by a collation that the store's indexes do not have.
+// Texts are ordered by a collation that the store's indexes lack.
 bool isSeekable(const VXAttributeDescription *attribute)
 {
     if (attribute == nullptr)
@@ -108,9 +108,9 @@ void VXListReader::noteStartBehind(qsizetype index, const QVariantList &values)
     qsizetype skipped =
         std::find_if(values.crbegin(), values.crend(), [&](const auto &v) { return v != last; }) - values.crbegin();
     if (const auto start = _starts.constFind(index); skipped == values.size() && start != _starts.cend())
-        skipped += start->skipped; // all of the page has the value
+        skipped += start->skipped; // all rows of the page have the value
     else if (skipped == values.size() && index > 0)
-        return; // nobody knows how many before it have the value
+        return; // it is unknown how many earlier rows have the value
     _starts.insert(index + 1, {last, skipped});
 }
 
@@ -126,7 +126,7 @@ std::optional<QList<VXManagedObjectPtr>> VXListReader::objectsOfPage(qsizetype i
         QList<VXManagedObjectPtr> objects;
         for (qsizetype place = index * pageSize; place < end; ++place) {
             const VXManagedObjectPtr object = _first->at(place);
-            if (!object->isFault()) // else it has gone meanwhile
+            if (!object->isFault()) // otherwise deleted meanwhile
                 objects.append(object);
         }
         return objects;
@@ -144,7 +144,7 @@ std::optional<QList<VXListRow>> VXListReader::page(qsizetype index, VXError *err
     if (!found)
         return std::nullopt;
     QList<VXListRow> rows;
-    QVariantList values; // that they are ordered by
+    QVariantList values; // the values that they are ordered by
     rows.reserve(found->size());
     for (const VXManagedObjectPtr &object : *found) {
         VXListRow row = _query.makeRow(object);

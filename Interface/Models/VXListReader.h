@@ -25,13 +25,13 @@ public:
 
     explicit VXListReader(VXListQuery query) : _query(std::move(query)) {}
 
-    /** How many rows there are, and forgets where pages begin. None, with an error, on failure. */
+    /** Counts the rows, and forgets where pages begin. None, with an error, on failure. */
     std::optional<qsizetype> count(VXError *error);
     /** The rows of a page; fewer than `pageSize` only at the end. */
     std::optional<QList<VXListRow>> page(qsizetype index, VXError *error);
 
 private:
-    /** Where a page begins: so many rows behind the first that has the value. */
+    /** Where a page begins: so many rows after the first one with the value. */
     struct Start
     {
         QVariant value;

@@ -18,7 +18,7 @@ constexpr qsizetype refreshedPages = 3; // around those that are shown; of a new
 
 } // namespace
 
-/** What a refresh found: the number of rows, and the pages around the ones that are shown. */
+/** The result of a refresh: the number of rows, and the pages around those shown. */
 struct VXStoreListModel::Refresh
 {
     qsizetype count = 0;
@@ -37,7 +37,7 @@ VXStoreListModel::~VXStoreListModel()
     _thread.wait();
 }
 
-// Nobody waits for what it is reading.
+// Lets it finish reading, but ignores the result.
 void VXStoreListModel::dropReader()
 {
     ++*_generation;
@@ -68,7 +68,7 @@ void VXStoreListModel::setQuery(const VXListQuery &query)
     refresh();
 }
 
-// What `work` answers on the reader's thread is taken here, unless the query is another one by then.
+// Runs `work` on the reader's thread, and passes its result to `take` here, unless the query has changed by then.
 template <class Work, class Take>
 void VXStoreListModel::read(Work work, Take take) const
 {
@@ -79,7 +79,7 @@ void VXStoreListModel::read(Work work, Take take) const
             return;
         VXError error;
         auto answer = work(*reader, isWanted, &error);
-        // The model waits for this thread before it goes.
+        // Safe, since the model waits for this thread before it is destroyed.
         QMetaObject::invokeMethod(self, [self, isWanted, take, answer = std::move(answer), error] {
             if (!isWanted())
                 return;
@@ -178,7 +178,7 @@ void VXStoreListModel::takePage(qsizetype index, const Page &rows)
         Q_EMIT dataChanged(this->index(first), this->index(last));
 }
 
-// One at a time: what changes meanwhile makes another one due.
+// One at a time: changes meanwhile make another one due.
 void VXStoreListModel::refresh()
 {
     _isRefreshDue = _isRefreshing;
@@ -214,7 +214,7 @@ void VXStoreListModel::refresh()
 void VXStoreListModel::takeRefresh(const Refresh &refresh)
 {
     QHash<VXManagedObjectID, int> places;
-    int changed = -1; // the first row that is another object now
+    int changed = -1; // the first row with another object
     for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page) {
         for (qsizetype place = 0; place < page->size(); ++place) {
             const int row = static_cast<int>(page.key() * pageSize + place);

@@ -37,7 +37,7 @@ void VXStoreWatch::noteChange()
         _gathering.start();
 }
 
-// What is written ahead comes and goes, and a file that is replaced is watched no more: the folder tells.
+// Log files come and go, and a replaced file is no longer watched: so the folder is watched as well.
 void VXStoreWatch::watchFiles()
 {
     const QStringList watched = _files.files();

@@ -10,15 +10,15 @@
 #include <chrono>
 
 /**
- * Tells when what lies in the stores of a coordinator has changed: after saves of any thread of this process, and of other
- * processes, by their data files. Many changes are told as one. Main thread.
+ * Notifies when the contents of a coordinator's stores have changed: after saves by any thread of this process, and by
+ * other processes, which it notices by the data files. Several changes are reported as one. Main thread.
  */
 class VX_INTERFACE_EXPORT VXStoreWatch : public QObject
 {
     Q_OBJECT
 
 public:
-    /** How long changes are gathered before they are told. */
+    /** How long changes are collected before they are reported. */
     static constexpr std::chrono::milliseconds gatheringTime{100};
 
     explicit VXStoreWatch(const VXPersistentStoreCoordinator::Ptr &coordinator, QObject *parent = nullptr);
@@ -31,7 +31,7 @@ private:
     void watchFiles();
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
-    QStringList _paths; // of data files, and what they write ahead
+    QStringList _paths; // of data files and their logs
     QFileSystemWatcher _files;
     QTimer _gathering;
 };

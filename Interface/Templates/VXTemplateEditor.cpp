@@ -13,7 +13,7 @@ using Part = VXAttributedTemplate::Part;
 
 namespace {
 
-const QString emptyField = u"${"_s; // what every written field begins with
+const QString emptyField = u"${"_s; // the beginning of every typed field
 
 VXAttributedTemplate templateOf(const QList<VXTokenTextEdit::Piece> &pieces)
 {
@@ -107,7 +107,7 @@ QString VXTemplateEditor::example() const
     return text;
 }
 
-// A field that was written out becomes a token when it is complete.
+// Converts typed fields to tokens when they are complete.
 void VXTemplateEditor::tokenizeWrittenFields()
 {
     const QList<Piece> all = pieces();

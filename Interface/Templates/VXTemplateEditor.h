@@ -7,8 +7,8 @@
 #include <QtCore/QList>
 
 /**
- * Edits a text with fields, which stand in it as tokens. They are inserted from `insertField`, by a menu on Ctrl+Space, or by
- * writing them out ("${from}"); F2 shows one written out. Return makes a new line. Main thread only.
+ * Edits a text with fields, which appear as tokens. They are inserted by `insertField`, by a menu on Ctrl+Space, or by
+ * typing them ("${from}"); F2 converts one to text. Return starts a new line. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXTemplateEditor : public VXTokenTextEdit
 {
@@ -19,16 +19,16 @@ public:
     ~VXTemplateEditor() override;
 
     VXAttributedTemplate attributedTemplate() const;
-    /** Not to be undone. */
+    /** Cannot be undone. */
     void setAttributedTemplate(const VXAttributedTemplate &value);
     const QList<VXTemplateField> &fields() const { return _fields; }
 
-    /** At the cursor. A field of that key, or one that nobody knows. */
+    /** Inserts a field at the cursor: that with the key, or an unknown one. */
     void insertField(const QString &key);
-    /** The fields to choose from, at the cursor. */
+    /** Shows a menu of the fields, at the cursor. */
     void showFieldMenu();
 
-    /** The template filled in with the examples of the fields. */
+    /** The template filled in with the fields' examples. */
     QString example() const;
 
 Q_SIGNALS:

@@ -8,22 +8,22 @@
 #include <QtGui/QIcon>
 #include <QtWidgets/QStyledItemDelegate>
 
-/** A colour that has no windows, in the present theme: black is that of texts, grey that of quiet texts. Main thread only. */
+/** Converts a colour to the present theme: black becomes that of texts, grey that of quiet texts. Main thread only. */
 VX_INTERFACE_EXPORT QColor VXThemedColor(const VXColor &color);
 
 /**
- * Whether something can be reached, told by form as well as by colour: a filled disc for online, a ring for offline.
- * Main thread only.
+ * Shows whether something is online, by shape as well as colour: a filled disc for online, a ring for offline. Main
+ * thread only.
  */
 VX_INTERFACE_EXPORT QIcon VXOnlineMark(bool isOnline);
 /** The same in words, for tool tips and assistive technology. */
 VX_INTERFACE_EXPORT QString VXOnlineText(bool isOnline);
-/** Whether the device at the URL is there and connected. */
+/** Whether the device at the URL exists and is connected. */
 VX_INTERFACE_EXPORT bool VXIsDeviceOnline(const QUrl &url);
 
 /**
- * Shows what is in a list through a value transformer (VXValueTransformer): the text by the one of that name, and the colour by
- * "VXDeviceOnlineColor" from the value of a role, where one is given. Main thread only.
+ * Shows list items through value transformers (VXValueTransformer): the text through the one with the given name; if
+ * there is an online role, its value is shown in the colour of "VXDeviceOnlineColor". Main thread only.
  */
 class VX_INTERFACE_EXPORT VXTransformerDelegate : public QStyledItemDelegate
 {

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The first letters of the first and the last word; a number has none.
+// The first letters of the first and last word; none for a number.
 QString initialsOf(const QString &name)
 {
     const QStringList words = name.split(u' ', Qt::SkipEmptyParts);

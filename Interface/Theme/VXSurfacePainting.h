@@ -6,6 +6,8 @@
 
 class QPainter;
 
-/** A surface that floats above others, in the theme's colours: rounded, with a line around it and a shadow `shadow` wide, which
- *  lies inside `rect`. */
+/**
+ * Paints a surface that floats above others, in the theme's colours: rounded, with a border, and a shadow of width
+ * `shadow` inside `rect`.
+ */
 VX_INTERFACE_EXPORT void VXPaintFloatingSurface(QPainter &painter, const QRect &rect, int shadow, int radius);

@@ -44,7 +44,7 @@ QColor colorOf(VXSymbol::Tone tone, QIcon::Mode mode)
     return colors.text;
 }
 
-/** Draws in the colour of the moment, so that a change of the theme shows at the next painting. */
+/** Uses the present colour, so that a change of the theme takes effect at the next painting. */
 class ToneIconEngine : public QIconEngine
 {
 public:
@@ -69,7 +69,7 @@ public:
     bool isNull() override { return false; }
 
 private:
-    // Lists paint the same few symbols for every row.
+    // Cached, since lists paint the same few symbols for every row.
     QPixmap drawn(const QSize &pixels, QIcon::Mode mode) const
     {
         const QString color = colorOf(_tone, mode).name();

@@ -6,11 +6,11 @@
 #include <QtGui/QColor>
 #include <QtGui/QPalette>
 
-/** The colours of a theme; what has no entry is made of these. A plain value. */
+/** The colours of a theme; colours without an entry are derived from these. A value type. */
 struct VX_INTERFACE_EXPORT VXThemeColors
 {
     QColor window;    // behind everything
-    QColor sidebar;   // beside what is worked on
+    QColor sidebar;   // beside the main contents
     QColor base;      // lists and fields
     QColor raised;    // buttons, cards, menus
     QColor hover;     // under the pointer
@@ -18,9 +18,9 @@ struct VX_INTERFACE_EXPORT VXThemeColors
     QColor line;      // between rows and panes
     QColor text;      // contrast with window and base at least 7:1
     QColor quietText; // at least 4.5:1
-    QColor accent;    // what is chosen or comes first; 4.5:1 below onAccent
+    QColor accent;    // selected or primary elements; contrast with onAccent 4.5:1
     QColor onAccent;
-    QColor selection; // of rows and texts, below `text`
+    QColor selection; // of rows and texts, behind `text`
     QColor good;      // states, as texts on window and base: at least 4.5:1
     QColor warning;
     QColor bad;
@@ -31,6 +31,6 @@ struct VX_INTERFACE_EXPORT VXThemeColors
     static const VXThemeColors &dark();
 
     QPalette palette() const;
-    /** The colours by their names above, as the style sheet and drawings write them. */
+    /** The colours by the names above, which the style sheet and drawings use. */
     QHash<QString, QColor> byName() const;
 };

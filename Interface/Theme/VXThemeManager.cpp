@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString choiceKey = u"interface.theme"_s;
-constexpr int darkBelow = 128; // the lightness of a window's colour
+constexpr int darkBelow = 128; // lightness of the window colour
 
 constexpr std::array<std::pair<VXThemeChoice, QLatin1StringView>, 3> choiceNames{{
     {VXThemeChoice::System, "system"_L1},
@@ -61,7 +61,7 @@ VXThemeManager::VXThemeManager()
     : _startedDark(QApplication::palette().color(QPalette::Window).lightness() < darkBelow),
       _appearance(VXDesktopAppearance::sessionAppearance())
 {
-    QApplication::setStyle(new VXThemeStyle); // the application owns it
+    QApplication::setStyle(new VXThemeStyle); // owned by the application
     connect(_appearance.get(), &VXDesktopAppearance::colorSchemeDidChange, this, &VXThemeManager::apply);
     const auto follow = [manager = QPointer(this)](const VXNotification &) {
         VXMainThread::perform([manager] {
@@ -125,7 +125,7 @@ void VXThemeManager::apply()
     Q_EMIT themeDidChange();
 }
 
-// "@name" stands for a colour of the theme, "@icons" for the folder of drawings, which have one of each brightness.
+// "@name" is replaced by a colour of the theme, "@icons" by the folder of drawings for its brightness.
 QString VXThemeManager::styleSheet(const VXThemeColors &colors)
 {
     const VXBundle::Ptr bundle = VXInterfaceBundle();
@@ -140,7 +140,7 @@ QString VXThemeManager::styleSheet(const VXThemeColors &colors)
     const QHash<QString, QColor> byName = colors.byName();
     for (auto color = byName.cbegin(); color != byName.cend(); ++color)
         names.append(color.key());
-    // The longest first: "@text" begins other names.
+    // The longest first, as "@text" is a prefix of other names.
     std::ranges::sort(names, [](const QString &a, const QString &b) { return a.size() > b.size(); });
     for (const QString &name : std::as_const(names))
         text.replace(u'@' + name, byName.value(name).name());

@@ -39,23 +39,23 @@ class VX_INTERFACE_EXPORT VXThemeManager : public QObject
     Q_OBJECT
 
 public:
-    /** Made on first use, when the QApplication is there; applies the theme then. */
+    /** Made on first use, which requires the QApplication; applies the theme then. */
     static VXThemeManager &sharedThemeManager();
     ~VXThemeManager() override;
 
     VXThemeChoice choice() const;
-    /** Stores the choice and shows it at once. */
+    /** Stores the choice and applies it at once. */
     void setChoice(VXThemeChoice choice);
 
     bool isDark() const { return colors().isDark; }
-    /** Of the present theme. */
+    /** The colours of the present theme. */
     const VXThemeColors &colors() const { return *_colors; }
 
     /** The style sheet with its colours and drawings filled in. */
     static QString styleSheet(const VXThemeColors &colors);
 
 Q_SIGNALS:
-    /** After all windows have the new look; for what paints itself. */
+    /** Emitted when all windows have the new appearance; for widgets that paint themselves. */
     void themeDidChange();
 
 private:

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 VXThemeStyle::VXThemeStyle() : QProxyStyle(u"Fusion"_s) {}
 
-// A list that is given its current row before it is shown measures its rows without the sheet, and keeps that.
+// A list whose current row is set before it is shown measures its rows without the style sheet, and keeps the result.
 void VXThemeStyle::polish(QWidget *widget)
 {
     QProxyStyle::polish(widget);

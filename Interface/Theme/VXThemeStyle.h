@@ -2,7 +2,9 @@
 
 #include <QtWidgets/QProxyStyle>
 
-/** What the style sheet of the theme stands on. Lists that were laid out before the sheet reached them are laid out anew. */
+/**
+ * The base style for the theme's style sheet. Lists that were laid out before the sheet was applied are laid out again.
+ */
 class VXThemeStyle : public QProxyStyle
 {
     Q_OBJECT

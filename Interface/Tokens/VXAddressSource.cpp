@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int mostRows = 20;
-constexpr int mostAsked = 100; // of which the best rows are taken
+constexpr int mostAsked = 100; // completions from which the best are chosen
 
 class PhonebookSource : public VXAddressSource
 {
@@ -44,7 +44,7 @@ bool isGroup(const QString &string)
     return string.contains(u'{') && VXPhonebookGroupSplit(string);
 }
 
-// Without case and accents, as people search.
+// Without case and accents.
 QString folded(const QString &text)
 {
     QString result;
@@ -126,7 +126,7 @@ QString VXPhonebookToken::label() const
     if (state == State::Invalid)
         return string;
     const QString shown = VXIsValidPhoneNumber(value) ? VXFormatPhoneNumber(value) : value;
-    return QChar(0x2066) + shown + QChar(0x2069); // a number reads from left to right in any text
+    return QChar(0x2066) + shown + QChar(0x2069); // isolates the number, which is read from left to right in any text
 }
 
 QString VXPhonebookToken::key() const
@@ -155,7 +155,7 @@ QStringList VXAddressSource::rankedCompletions(const QString &typed, const QStri
     {
         Candidate candidate;
         int rank;
-        qsizetype order; // among those of one rank
+        qsizetype order; // within the same rank
     };
     std::vector<Row> rows;
     QStringList keys;
@@ -207,7 +207,7 @@ VXPhonebookToken VXAddressSource::resolve(const QString &text)
         }
         return token;
     }
-    // A name: the addresses of whoever is called exactly that.
+    // A name: the addresses of people with exactly that name.
     QStringList named;
     for (const QString &string : completions(trimmed, mostAsked)) {
         const Candidate candidate(string);

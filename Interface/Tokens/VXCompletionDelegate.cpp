@@ -60,7 +60,7 @@ void VXCompletionDelegate::paint(QPainter *painter, const QStyleOptionViewItem &
         titleRect.setRight(inside.right() - lineWidth - gap);
     painter->setFont(option.font);
     painter->setPen(isChosen ? colors.onAccent : colors.text);
-    painter->setLayoutDirection(option.direction); // mirrors the alignments
+    painter->setLayoutDirection(option.direction); // applies the layout direction to alignments
     painter->drawText(titleRect, Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
                       option.fontMetrics.elidedText(title, Qt::ElideRight, titleRect.width()));
     painter->setPen(isChosen ? colors.onAccent : colors.quietText);

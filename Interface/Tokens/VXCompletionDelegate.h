@@ -2,7 +2,7 @@
 
 #include <QtWidgets/QStyledItemDelegate>
 
-/** A phonebook string or group in two parts: the name, and quieter its number and what kind of number it is. */
+/** Draws a phonebook string or group in two parts: the name, and less prominently the number and its type. */
 class VXCompletionDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

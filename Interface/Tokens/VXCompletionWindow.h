@@ -11,8 +11,8 @@ class QListView;
 class QStringListModel;
 
 /**
- * The list that opens below a field while its user types a name or number. It never takes the focus: the field passes the keys
- * on that are the list's. No row is chosen unless the user chooses one. Main thread only.
+ * The list that opens below a field while the user types a name or number. It never takes the focus: the field passes
+ * on the keys for the list. No row is selected unless the user selects one. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXCompletionWindow : public QFrame
 {
@@ -22,16 +22,16 @@ public:
     explicit VXCompletionWindow(QWidget &field);
     ~VXCompletionWindow() override;
 
-    /** Shows phonebook strings and groups, below this rectangle of the field; none closes the list. */
+    /** Shows phonebook strings and groups below this rectangle of the field; an empty list closes the window. */
     void showRows(const QStringList &rows, const QRect &below);
     QStringList rows() const;
-    /** The row that the user chose; none unless they did. */
+    /** The row that the user has selected, if any. */
     std::optional<QString> chosenRow() const;
-    /** Up and Down, Page Up and Page Down; false for other keys, and while it is closed. */
+    /** Handles Up, Down, Page Up and Page Down; false for other keys, and while closed. */
     bool takeKey(int key);
 
 Q_SIGNALS:
-    /** A click: the row is wanted. */
+    /** The row was clicked. */
     void rowWanted(const QString &row);
 
 protected:

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-/** Asks, inside a field, whether many addresses are to be added. Deletes itself with the answer. */
+/** Asks, inside a field, whether many addresses should be added. Deletes itself after the answer. */
 class VXPasteQuestion : public QFrame
 {
     Q_OBJECT
@@ -12,7 +12,7 @@ class VXPasteQuestion : public QFrame
 public:
     VXPasteQuestion(qsizetype count, std::function<void(bool isYes)> answered, QWidget &field);
 
-    /** At the lower edge of its field. */
+    /** Moves to the lower edge of its field. */
     void place();
 
 protected:
@@ -21,5 +21,5 @@ protected:
 private:
     void answer(bool isYes);
 
-    std::function<void(bool isYes)> _answered; // once
+    std::function<void(bool isYes)> _answered; // called once
 };

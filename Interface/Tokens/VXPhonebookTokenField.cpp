@@ -26,7 +26,7 @@ using State = VXPhonebookToken::State;
 namespace {
 
 constexpr int mostLines = 4;
-constexpr int restInterval = 150; // ms before suggestions
+constexpr int restInterval = 150; // ms before suggestions are shown
 
 } // namespace
 
@@ -138,7 +138,7 @@ void VXPhonebookTokenField::refresh()
     }
 }
 
-// One step to undo. Answers how many were there already.
+// As a single step for undo. Returns how many were there already.
 int VXPhonebookTokenField::insertAddresses(QTextCursor &cursor, const QStringList &strings)
 {
     struct There
@@ -213,7 +213,7 @@ bool VXPhonebookTokenField::commit()
     QList<Piece> texts = pieces();
     texts.removeIf([](const Piece &piece) { return piece.token.has_value(); });
     const bool hasText = std::ranges::any_of(texts, [](const Piece &piece) { return !piece.text.trimmed().isEmpty(); });
-    // From the end, so that the positions before stay true.
+    // In reverse order, so that earlier positions remain valid.
     for (auto piece = texts.crbegin(); piece != texts.crend(); ++piece)
         commitPiece(*piece);
     return hasText;
@@ -279,7 +279,7 @@ void VXPhonebookTokenField::keyPressEvent(QKeyEvent *event)
     }
     const QString text = event->text();
     const bool isSeparator = text == ","_L1 || text == ";"_L1;
-    // "Doe, Jane <555" goes on: inside brackets and braces a comma is text.
+    // "Doe, Jane <555" is incomplete: within brackets and braces a comma is text.
     const auto piece = isSeparator ? typedPiece() : std::nullopt;
     const auto isOpen = [](const QString &typed) {
         return typed.count(u'<') > typed.count(u'>') || typed.count(u'{') > typed.count(u'}');
@@ -312,7 +312,7 @@ bool VXPhonebookTokenField::focusNextPrevChild(bool next)
             return true;
         }
         if (commit())
-            return true; // the first Tab commits, the second leaves
+            return true; // the first Tab commits, the second leaves the field
     }
     return VXTokenTextEdit::focusNextPrevChild(next);
 }
@@ -341,7 +341,7 @@ void VXPhonebookTokenField::changeEvent(QEvent *event)
         followDirection();
 }
 
-// By themselves tokens would stand from left to right: they have no letters.
+// Tokens have no letters, so without this they would always run from left to right.
 void VXPhonebookTokenField::followDirection()
 {
     QTextOption option = document()->defaultTextOption();
@@ -378,14 +378,14 @@ void VXPhonebookTokenField::insertText(const QString &text)
 {
     const QStringList strings = VXAddressesFromPastedText(text);
     if (strings.size() == 1 && _source->resolve(strings.first()).state == State::Invalid) {
-        textCursor().insertText(text.simplified(), {}); // part of a name that is being typed
+        textCursor().insertText(text.simplified(), {}); // a part of a name that is being typed
         _rest.start();
         return;
     }
     if (strings.size() <= pasteWithoutAsking)
         return insertAsked(strings);
     delete _question;
-    setLineRange(2, mostLines); // room for the question
+    setLineRange(2, mostLines); // makes room for the question
     const auto answered = [this, strings](bool isYes) {
         setLineRange(1, mostLines);
         if (isYes)
@@ -410,7 +410,7 @@ void VXPhonebookTokenField::fillMenu(QMenu &menu, const Piece &piece)
 {
     const VXPhonebookToken address = addressOf(*piece.token);
     const int position = piece.position;
-    // Another number of the same person.
+    // Offers other numbers of the same person.
     QStringList candidates = address.candidates;
     if (address.state == State::Known)
         candidates = _source->resolve(address.name).candidates;

@@ -15,9 +15,9 @@ class VXCompletionWindow;
 class VXPasteQuestion;
 
 /**
- * Where the user says to whom: names and numbers become tokens. Comma, semicolon, Return and Tab commit what is typed, and so
- * does leaving the field; a suggestion is taken only when the user chose it. Each address is there once. The value is a list
- * of phonebook strings and groups. Main thread only.
+ * A field for recipients: names and numbers become tokens. Comma, semicolon, Return and Tab commit what is typed, and
+ * so does leaving the field; a suggestion is only taken if the user selected it. No address occurs twice. The value is
+ * a list of phonebook strings and groups. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXPhonebookTokenField : public VXTokenTextEdit
 {
@@ -28,28 +28,29 @@ public:
     VXPhonebookTokenField(std::shared_ptr<VXAddressSource> source, QWidget *parent);
     ~VXPhonebookTokenField() override;
 
-    /** What the tokens stand for, in order, as VXPackPhonebookStrings has lists; what is typed is committed first. */
+    /** The tokens' values, in order, as a list in the form of VXPackPhonebookStrings; commits what is typed first. */
     QString phonebookStrings();
-    /** In place of all there is; not to be undone. */
+    /** Replaces the contents; cannot be undone. */
     void setPhonebookStrings(const QString &list);
     QList<VXPhonebookToken> phonebookTokens() const;
     /** Tokens that are no address: while there are any, nothing can be sent. */
     QList<VXPhonebookToken> invalidTokens() const;
 
-    /** Makes tokens of what is typed. True when there was something. */
+    /** Converts what is typed to tokens. True when there was something. */
     bool commit();
-    /** Adds addresses at the end, in one step to undo; those there already are shown and left out. */
+    /** Adds addresses at the end, as a single step for undo; those already there are highlighted and not added again.
+     *  */
     void addAddresses(const QStringList &phonebookStrings);
-    /** What a program knows of the phonebook changed: looks every token up again. */
+    /** To be called when the phonebook has changed: looks up every token again. */
     void refresh();
 
-    /** More than this many pasted addresses are asked about first. */
+    /** With more pasted addresses than this, the user is asked first. */
     static constexpr int pasteWithoutAsking = 50;
 
 Q_SIGNALS:
-    /** The tokens are other ones. */
+    /** The tokens have changed. */
     void tokensDidChange();
-    /** The user wants an unknown address in the phonebook. */
+    /** The user wants to add an unknown address to the phonebook. */
     void addToContactsWanted(const QString &phonebookString);
 
 protected:
@@ -82,5 +83,5 @@ private:
     VXCompletionWindow *const _completions;
     QPointer<VXPasteQuestion> _question;
     QTimer _rest;
-    QStringList _told; // payloads
+    QStringList _told; // payloads at the last tokensDidChange()
 };

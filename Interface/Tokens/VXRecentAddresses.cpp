@@ -15,7 +15,7 @@ namespace {
 
 const QString defaultsKey = u"interface.recent-addresses"_s;
 constexpr qsizetype most = 100;
-constexpr double halfLife = 30.0 * 24 * 3600; // seconds after which a use counts half
+constexpr double halfLife = 30.0 * 24 * 3600; // seconds after which the weight of a use is halved
 
 struct Entry
 {

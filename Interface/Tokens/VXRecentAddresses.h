@@ -7,15 +7,15 @@
 #include <QtCore/QStringList>
 
 /**
- * Whom the user writes to, and how often: kept under the user default "interface.recent-addresses", the hundred that count
- * most. Main thread only.
+ * The addresses that the user writes to, and how often: the hundred with the highest weight, stored under the user
+ * default "interface.recent-addresses". Main thread only.
  */
 class VX_INTERFACE_EXPORT VXRecentAddresses
 {
 public:
-    /** Those kept, the one that counts most first: often and lately. */
+    /** The stored addresses, highest weight first: used often and recently. */
     static QStringList addresses();
-    /** They were used now. */
+    /** Records that these were used now. */
     static void noteUse(const QStringList &phonebookStrings);
 
     VXRecentAddresses() = delete;

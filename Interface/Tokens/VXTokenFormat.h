@@ -2,7 +2,7 @@
 
 #include <QtGui/QTextFormat>
 
-/** Where a token's parts stand in the format of its character. */
+/** Properties in a token's character format that hold its parts. */
 namespace VXTokenFormat {
 enum Property : int { Payload = QTextFormat::UserProperty + 1, Label, Mood, Icon, ToolTip };
 }

@@ -16,8 +16,8 @@ constexpr int sidePadding = 8;
 constexpr int topPadding = 2;
 constexpr int margin = 2; // between tokens
 constexpr int iconGap = 4;
-constexpr int lift = 2;            // its middle stands on the line of the texts around, and theirs above
-constexpr int spare = 2;           // widths are not whole pixels
+constexpr int lift = 2;            // aligns the label's baseline with that of the text around
+constexpr int spare = 2;           // because widths are rounded
 constexpr int flashInterval = 140; // ms
 constexpr int flashes = 6;         // on and off
 
@@ -92,7 +92,7 @@ QSizeF VXTokenPainter::intrinsicSize(QTextDocument *, int, const QTextFormat &fo
     const QFontMetrics metrics(_edit.font());
     const bool hasIcon = !format.stringProperty(VXTokenFormat::Icon).isEmpty();
     const int chrome = 2 * (sidePadding + margin) + (hasIcon ? iconSizeOf(metrics) + iconGap : 0);
-    // A long one is cut, so that it never takes more than a line.
+    // A long token is truncated, so that it never takes more than a line.
     const int most = std::max(_edit.viewport()->width() - 24, 80);
     const int label = metrics.horizontalAdvance(format.stringProperty(VXTokenFormat::Label)) + spare;
     const int wanted = label + chrome;

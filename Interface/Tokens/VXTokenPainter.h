@@ -7,7 +7,7 @@
 
 class QTextEdit;
 
-/** Draws the tokens of a field into its text. */
+/** Draws tokens within the text of a field. */
 class VXTokenPainter : public QObject, public QTextObjectInterface
 {
     Q_OBJECT
@@ -18,14 +18,14 @@ public:
 
     explicit VXTokenPainter(QTextEdit &edit);
 
-    /** Of a token, and so of a line with tokens. */
+    /** The height of a token, and so of a line with tokens. */
     static int heightOf(const QFontMetrics &metrics);
 
     QSizeF intrinsicSize(QTextDocument *document, int position, const QTextFormat &format) override;
     void drawObject(QPainter *painter, const QRectF &rect, QTextDocument *document, int position,
                     const QTextFormat &format) override;
 
-    /** Shows the token at that position as if it were chosen, twice, for a moment. */
+    /** Highlights the token at that position twice for a moment. */
     void flash(int position);
 
 private:

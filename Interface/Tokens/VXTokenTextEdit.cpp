@@ -63,7 +63,7 @@ std::optional<VXTokenTextEdit::Token> VXTokenTextEdit::tokenOf(const QTextCharFo
 void VXTokenTextEdit::insert(QTextCursor &cursor, const Token &token) const
 {
     cursor.insertText(QString(QChar::ObjectReplacementCharacter), formatOf(token));
-    cursor.setCharFormat({}); // what is typed behind it is text again
+    cursor.setCharFormat({}); // text typed after it is plain again
 }
 
 void VXTokenTextEdit::replaceToken(int position, const Token &token)
@@ -106,7 +106,7 @@ QList<VXTokenTextEdit::Piece> VXTokenTextEdit::piecesBetween(int start, int end)
             if (from >= to)
                 continue;
             const std::optional<Token> token = tokenOf(fragment.charFormat());
-            // Equal tokens beside each other share a fragment.
+            // Adjacent equal tokens share a fragment.
             for (int position = from; token && position < to; ++position)
                 pieces.append({position, {}, token});
             if (!token)
@@ -310,10 +310,10 @@ void VXTokenTextEdit::changeEvent(QEvent *event)
         followHeight();
 }
 
-// A token is never wider than the field.
+// Adapts tokens, which are never wider than the field.
 void VXTokenTextEdit::resizeEvent(QResizeEvent *event)
 {
     QTextEdit::resizeEvent(event);
-    followHeight(); // the frame may have become another one
+    followHeight(); // the frame may have changed
     document()->markContentsDirty(0, document()->characterCount());
 }

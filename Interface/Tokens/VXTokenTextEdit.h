@@ -11,21 +11,21 @@
 class VXTokenPainter;
 
 /**
- * A field of text among which stand tokens: small labels that the keys treat as one character each. Backspace and Delete choose
- * a token first and take it away then; F2 and a double click turn it into text again. Undo, copies and drags take tokens along.
- * Subclasses say what tokens are. Main thread only.
+ * A text field with tokens: small labels that keys treat as one character each. Backspace and Delete first select a
+ * token, and then remove it; F2 and a double click convert it to text. Undo, copying and dragging include tokens.
+ * Subclasses define the tokens. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXTokenTextEdit : public QTextEdit
 {
     Q_OBJECT
 
 public:
-    /** How a token looks; colour is never the only sign. */
+    /** The appearance of a token; never distinguished by colour alone. */
     enum class Mood { Plain, Unsure, Wrong };
 
     struct Token
     {
-        QString payload; // what it stands for; the subclass's own
+        QString payload; // its value; for the subclass
         QString label;
         Mood mood = Mood::Plain;
         QString icon = {}; // by name (VXSymbol); null for none
@@ -34,7 +34,7 @@ public:
         bool operator==(const Token &) const = default;
     };
 
-    /** A stretch of text between tokens, or a token. Positions are those of the document. */
+    /** A run of text between tokens, or a token. Positions are those in the document. */
     struct Piece
     {
         int position = 0;
@@ -44,43 +44,43 @@ public:
 
     ~VXTokenTextEdit() override;
 
-    /** All that the field holds, in order. */
+    /** The contents of the field, in order. */
     QList<Piece> pieces() const;
     QList<Token> tokens() const;
 
-    /** How many lines the field shows before it scrolls. */
+    /** Sets how many lines the field shows before it scrolls. */
     void setLineRange(int fewest, int most);
-    /** The token before the cursor or the only one in the selection; none for anything else. */
+    /** The token before the cursor, or the only one in the selection; otherwise none. */
     std::optional<Piece> currentToken() const;
-    /** Draws the eye to a token. */
+    /** Draws attention to a token. */
     void flash(int position);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 Q_SIGNALS:
-    /** Return where there is nothing to commit. */
+    /** Return was pressed with nothing to commit. */
     void returnPressed();
 
 protected:
     explicit VXTokenTextEdit(QWidget *parent);
 
-    /** The document's characters of a token. */
+    /** The character format of a token in the document. */
     static QTextCharFormat formatOf(const Token &token);
     static std::optional<Token> tokenOf(const QTextCharFormat &format);
     void insert(QTextCursor &cursor, const Token &token) const;
-    /** Takes another token's place; one step to undo. */
+    /** Replaces a token by another, as a single step for undo. */
     void replaceToken(int position, const Token &token);
     void removeToken(int position);
 
-    /** What a token is as text: when it is edited, and in copies. */
+    /** The text of a token, for editing and copying. */
     virtual QString textOfToken(const Token &token) const = 0;
-    /** Inserts what was pasted or dropped, at the cursor, in one step. */
+    /** Inserts pasted or dropped text at the cursor, as a single step for undo. */
     virtual void insertText(const QString &text) = 0;
     virtual QString textOfPieces(const QList<Piece> &pieces) const = 0;
-    /** Turns the token into text that can be edited. */
+    /** Converts the token to text for editing. */
     virtual void editToken(const Piece &piece);
-    /** Adds what can be done with the token. */
+    /** Adds the actions for the token. */
     virtual void fillMenu(QMenu &menu, const Piece &piece) = 0;
 
     void keyPressEvent(QKeyEvent *event) override;

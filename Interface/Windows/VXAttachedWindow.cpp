@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int shadow = 12; // room around the window for it
+constexpr int shadow = 12; // width of the margin for it
 constexpr int gap = 2;
 constexpr int radius = 10;
 
@@ -60,7 +60,7 @@ VXAttachedWindow::VXAttachedWindow(QWidget *content, QWidget &anchor)
     setAttribute(Qt::WA_TranslucentBackground);
     auto *const all = new QVBoxLayout(this);
     all->setContentsMargins(shadow + 14, shadow + 12, shadow + 14, shadow + 12);
-    all->setSizeConstraint(QLayout::SetFixedSize); // follows its content
+    all->setSizeConstraint(QLayout::SetFixedSize); // follows the size of the content
     all->addWidget(content);
     anchor.window()->installEventFilter(this);
     connect(&anchor, &QObject::destroyed, this, &QWidget::close);

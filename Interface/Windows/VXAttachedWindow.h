@@ -6,8 +6,8 @@
 #include <QtWidgets/QFrame>
 
 /**
- * A small window that belongs to a view and stays at its side while that moves: what explains or completes it. Escape and a
- * click elsewhere close it, and the focus goes back to where it was. Main thread only.
+ * A small window that belongs to a view and stays at its side when that moves, for explanations or additions. Escape
+ * and a click elsewhere close it, and the focus returns to where it was. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXAttachedWindow : public QFrame
 {
@@ -16,11 +16,11 @@ class VX_INTERFACE_EXPORT VXAttachedWindow : public QFrame
 public:
     enum class Side { Above, Below, Leading, Trailing };
 
-    /** Takes the content over; the anchor outlives the window, or closes it by going away. */
+    /** Takes ownership of the content; the window closes when the anchor is destroyed. */
     VXAttachedWindow(QWidget *content, QWidget &anchor);
     ~VXAttachedWindow() override;
 
-    /** Shows it at that side, or at the opposite one where the screen ends. */
+    /** Shows the window at that side, or at the opposite side if there is no room on the screen. */
     void attach(Side side);
 
 protected:

@@ -52,7 +52,7 @@ void VXBezelWindow::showNotice(const VXBezelNotice &notice)
 {
     while (QLayoutItem *const item = layout()->takeAt(0)) {
         item->widget()->hide();
-        item->widget()->deleteLater(); // it may be one of its buttons that shows the next notice
+        item->widget()->deleteLater(); // deferred, as one of its buttons may be showing the next notice
         delete item;
     }
     fill(notice);

@@ -9,7 +9,7 @@
 
 #include <functional>
 
-/** What a bezel shows. */
+/** The contents of a bezel. */
 struct VX_INTERFACE_EXPORT VXBezelNotice
 {
     struct Button
@@ -22,16 +22,16 @@ struct VX_INTERFACE_EXPORT VXBezelNotice
     QString title;         // whom it is about
     QString subtitle = {}; // the number
     QString caption = {};  // what happens, and by which phone
-    QImage picture = {};   // null: the icon
-    QString icon = {};     // by name (VXSymbol)
+    QImage picture = {};   // null: the icon is shown
+    QString icon = {};     // the name of a VXSymbol
     QList<Button> buttons = {};
     int seconds = 6; // 0: until it is closed
 };
 
 /**
- * A short notice over all windows, as of a call that comes in or a hot key that was pressed. It never takes the focus; it goes
- * by itself, but not while the pointer is on it. Where programs may not place windows (Wayland), `show` is not for use: see
- * `canPlaceWindows`. Main thread only.
+ * A short notice above all windows, for example about an incoming call or a hot key that was pressed. It never takes
+ * the focus. It closes by itself, but not while the pointer is over it. Where programs cannot place their windows
+ * (Wayland) it must not be shown: see `canPlaceWindows`. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXBezelWindow : public QWidget
 {
@@ -41,16 +41,16 @@ public:
     VXBezelWindow();
     ~VXBezelWindow() override;
 
-    /** Whether the desktop lets a program place its windows; otherwise its notifications have to serve. */
+    /** Whether the desktop lets a program place its windows; otherwise use the desktop's notifications. */
     static bool canPlaceWindows();
 
-    /** Shows the notice, in place of the one there is, at the upper end of the screen with the pointer. */
+    /** Shows the notice, replacing the present one, at the top of the screen with the pointer. */
     void showNotice(const VXBezelNotice &notice);
-    /** Milliseconds for a second of a notice: for tests. */
+    /** How many milliseconds a second of a notice takes, for tests. */
     void setSecond(int milliseconds) { _second = milliseconds; }
 
 Q_SIGNALS:
-    /** It went: by itself, by a button or by its close button. */
+    /** The bezel was closed: by itself, by a button or by its close button. */
     void didClose();
 
 protected:

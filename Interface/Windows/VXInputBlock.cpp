@@ -30,7 +30,7 @@ bool VXInputBlock::eventFilter(QObject *object, QEvent *event)
     case QEvent::InputMethod:
         return object->isWidgetType() || qobject_cast<QWindow *>(object) != nullptr;
     case QEvent::Close:
-        // A window that closes itself is no input: the system's request comes to the QWindow first.
+        // A window that closes itself is no input; a request by the system comes to the QWindow first.
         if (qobject_cast<QWindow *>(object) != nullptr && event->spontaneous()) {
             event->ignore();
             return true;

@@ -5,8 +5,8 @@
 #include <QtCore/QObject>
 
 /**
- * While it lives no widget gets keys, clicks, drops or requests to close: for work that has begun and shows no window of its
- * own yet. Main thread only.
+ * During its lifetime no widget gets keys, clicks, drops or requests to close: for work that has begun and has no
+ * window of its own yet. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXInputBlock : public QObject
 {

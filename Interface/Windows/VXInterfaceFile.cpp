@@ -27,7 +27,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Knows the widgets of the kit. */
+/** Supports the widgets of the kit. */
 class KitLoader : public QUiLoader
 {
 public:
@@ -82,7 +82,7 @@ void setOutlet(QObject &owner, QWidget &widget)
                    u"The interface file's \"%1\" is no value of that property"_s.arg(widget.objectName()));
 }
 
-// "save_clicked" of the owner is called by the signal "clicked" of the widget "save".
+// Connects the owner's method "save_clicked" to the signal "clicked" of the widget "save".
 void connectActions(QObject &owner, QWidget &widget)
 {
     const QMetaObject &methods = *owner.metaObject();
@@ -124,7 +124,7 @@ bool VXInterfaceFile::load(const QString &path, QObject &owner)
 {
     QFile file(path);
     KitLoader loader;
-    loader.setWorkingDirectory(QFileInfo(path).dir()); // pictures lie beside it
+    loader.setWorkingDirectory(QFileInfo(path).dir()); // pictures are in the same folder
     QWidget *const window = file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr;
     if (window == nullptr) {
         VXLog::log(VXLogError, u"Unable to load the interface file %1: %2"_s.arg(

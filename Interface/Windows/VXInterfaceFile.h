@@ -8,13 +8,13 @@ class QObject;
 class VXPlugin;
 
 /**
- * Interface files (".ui", as Qt Designer writes them) of plugins. Widgets of the kit may be used by their class names. What lies
- * in the file is connected with its owner by names:
- *   - a property of the owner that is named as a widget gets that widget, when their types agree;
- *   - an invokable method "NAME_clicked" (or another signal's name) of the owner is called by the widget NAME;
- *   - a widget with the dynamic property "vxValue" shows the value of that key path of the owner, through the transformer that
- *     "vxTransformer" names.
- * Windows belong to their owner: they go when it goes. Main thread only.
+ * Loads interface files (".ui", written by Qt Designer) of plugins. Widgets of the kit can be used by their class
+ * names. The contents are connected with their owner by names:
+ * - a property of the owner with the name of a widget receives that widget, if the types match;
+ * - an invokable method "NAME_clicked" (or the name of another signal) of the owner is called by the widget NAME;
+ * - a widget with the dynamic property "vxValue" shows the value of that key path of the owner, through the transformer
+ *   named by "vxTransformer".
+ * Windows belong to their owner, and are destroyed with it. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXInterfaceFile
 {
@@ -22,7 +22,7 @@ public:
     /** The windows and connections of the file at the path, for the owner. False, logged, when it is no interface file. */
     static bool load(const QString &path, QObject &owner);
 
-    /** Has plugins load their "NSMainNibFile" so. */
+    /** Has plugins load their "NSMainNibFile" with this class. */
     static void install();
 
     VXInterfaceFile() = delete;

@@ -10,25 +10,25 @@
 #include <functional>
 
 /**
- * Keeps what a user arranged under a user default: read at once, written when changes have come to rest, and at the latest
- * when the view goes. Belongs to the view. Main thread only.
+ * Stores the user's arrangement of a view under a user default: read at once, written when changes have paused, and at
+ * the latest when the view is destroyed. Belongs to the view. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXSavedState : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Called when it is to be written; an invalid value removes the default. */
+    /** Returns the value to be written; an invalid value removes the default. */
     using Source = std::function<QVariant()>;
 
     /** `key`: the user default. */
     VXSavedState(const QString &key, Source source, QObject *owner);
     ~VXSavedState() override;
 
-    /** What was kept; invalid for nothing. */
+    /** The stored value; invalid for none. */
     QVariant value() const;
     void changed();
-    /** Writes what changed, if anything did; the view calls it before it goes. */
+    /** Writes pending changes; the view calls it before it is destroyed. */
     void write();
 
 private:

@@ -91,10 +91,10 @@ void VXSheet::keyPressEvent(QKeyEvent *event)
     if (event->key() == Qt::Key_Escape)
         end(Cancelled);
     else
-        event->accept(); // nothing goes to the window below
+        event->accept(); // keeps it from the window below
 }
 
-// The window below does not get the focus.
+// Keeps the focus in the sheet.
 bool VXSheet::focusNextPrevChild(bool next)
 {
     const QWidgetList chain = focusChain(*_content);

@@ -6,8 +6,8 @@
 #include <QtWidgets/QWidget>
 
 /**
- * A question or a form on the window it is about, which takes no input meanwhile; other windows do. It deletes itself when
- * it has ended. Escape cancels it; the window's end cancels it too. Main thread only.
+ * A question or form on a window, which accepts no other input meanwhile, unlike other windows. It deletes itself when
+ * it has ended. Escape cancels it, and so does the destruction of the window. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXSheet : public QWidget
 {
@@ -16,18 +16,18 @@ class VX_INTERFACE_EXPORT VXSheet : public QWidget
 public:
     enum ReturnCode : int { Cancelled = 0, Ok = 1 };
 
-    /** Takes the content over. */
+    /** Takes ownership of the content. */
     explicit VXSheet(QWidget *content);
     ~VXSheet() override;
 
-    /** Shows it on the window that the widget is in. */
+    /** Shows the sheet on the widget's window. */
     void beginOnWindow(QWidget &widget);
-    /** Ends it; again does nothing. */
+    /** Ends the sheet; further calls do nothing. */
     void end(int returnCode);
     bool isRunning() const { return _isRunning; }
 
 Q_SIGNALS:
-    /** Once. */
+    /** Emitted once. */
     void didEnd(int returnCode);
 
 protected:

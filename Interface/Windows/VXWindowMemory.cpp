@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Watches a window for what changes its place. */
+/** Observes changes of a window's position and size. */
 class WindowMemory : public QObject
 {
 public:

@@ -8,8 +8,8 @@ class QSize;
 class QWidget;
 
 /**
- * Has a window come back where the user left it, in its size, maximised or full screen if it was: under the user default
- * "interface.window.NAME". A place that no screen shows any more is not taken. `standardSize` holds the first time. Call it
- * before the window is shown, on the main thread.
+ * Restores a window's position and size, and whether it was maximised or full screen, from the user default
+ * "interface.window.NAME", and stores them there. A position that is on no screen any more is ignored. `standardSize`
+ * is used the first time. To be called before the window is shown, on the main thread.
  */
 VX_INTERFACE_EXPORT void VXRememberWindow(QWidget &window, const QString &name, const QSize &standardSize);

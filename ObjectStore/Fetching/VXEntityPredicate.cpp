@@ -45,7 +45,7 @@ std::optional<QVariant> truthFromText(const QString &text)
     return word == "false"_L1 || word == "no"_L1 ? std::optional<QVariant>(false) : numberFromText(text);
 }
 
-// The value as one that attributes of the type may equal; empty when there is none.
+// The value converted for comparison with attributes of the type; empty when that is not possible.
 std::optional<QVariant> ofType(VXAttributeType type, const QVariant &value)
 {
     const bool isText = value.typeId() == QMetaType::QString;
@@ -71,7 +71,7 @@ QString textOf(const QVariant &value)
     return VXExpression::constant(value).format();
 }
 
-/** One side of a comparison brought in line with the property that the other leads to. */
+/** One side of a comparison, converted to match the property on the other side. */
 class Side
 {
 public:
@@ -104,7 +104,7 @@ private:
     {
         const VXAttributeDescription *const attribute =
             _path.property == nullptr ? nullptr : _path.property->asAttribute();
-        if (_path.property != nullptr && attribute == nullptr) { // to objects
+        if (_path.property != nullptr && attribute == nullptr) { // leads to objects
             const bool isText = value.typeId() == QMetaType::QString;
             if (isText)
                 *problem = u"\"%1\" leads to objects: %2 is none"_s.arg(_name, textOf(value));
@@ -135,7 +135,7 @@ std::optional<VXEntityPath> pathOf(const VXExpression &expression, const VXEntit
         if (!pathOf(element, entity, problem))
             return std::nullopt;
     }
-    return VXEntityPath{.leadsInside = true}; // nothing is known of it
+    return VXEntityPath{.leadsInside = true}; // nothing is known about it
 }
 
 std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXEntityDescription &entity,
@@ -179,7 +179,7 @@ std::optional<VXEntityPath> VXEntityPath::follow(const VXEntityDescription &enti
             return std::nullopt;
         } else {
             path.leadsInside = path.property->asAttribute()->type() == VXAttributeType::PropertyList;
-            break; // what a property list holds is not known beforehand
+            break; // the contents of a property list are unknown
         }
     }
     return path;

@@ -6,23 +6,24 @@
 
 #include <optional>
 
-/** Where a key path leads from the objects of an entity. */
+/** What a key path that starts at the objects of an entity leads to. */
 struct VX_STORE_EXPORT VXEntityPath
 {
-    const VXPropertyDescription *property = nullptr; // nullptr: to a number of objects
+    const VXPropertyDescription *property = nullptr; // nullptr: a number of objects (@count)
     bool isToMany = false;
-    /** The path goes on inside a property list, which may hold anything. */
+    /** The path continues inside a property list, which may contain anything. */
     bool leadsInside = false;
 
-    /** Empty, with what is wrong, when it leads nowhere. */
+    /** Empty, with the problem, when it leads nowhere. */
     [[nodiscard]] static std::optional<VXEntityPath> follow(const VXEntityDescription &entity, const QStringList &keys,
                                                             QString *problem);
 };
 
 /**
- * The predicate as objects of the entity can meet it: where an attribute is compared with a text and is itself a date,
- * a number or a truth value, the text is read as one ("2026-01-01", local time, is a date). Refused, with the reason, are keys that
- * the entity does not have and comparisons that can never hold, which would else match nothing without a word. Reentrant.
+ * Adapts a predicate to objects of the entity: where an attribute that is a date, a number or a truth value is compared
+ * with a text, the text is converted ("2026-01-01" is a date in local time). Keys that the entity does not have, and
+ * comparisons that can never be true, are refused with the reason; they would otherwise silently match nothing.
+ * Reentrant.
  */
 [[nodiscard]] VX_STORE_EXPORT std::optional<VXPredicate>
 VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity, QString *problem);

@@ -16,34 +16,35 @@ class VX_STORE_EXPORT VXFetchRequest
 {
 public:
     explicit VXFetchRequest(const VXEntityDescription &entity) : _entity(&entity) {}
-    /** The entity's template of that name with its variables replaced. @return empty when there is none, it cannot be
-     * read or a variable is left. */
+    /** The entity's fetch template of that name with its variables replaced. @return empty when there is none, it
+     *  cannot be parsed, or a variable has no value. */
     [[nodiscard]] static std::optional<VXFetchRequest> fromTemplate(const VXEntityDescription &entity,
                                                                     const QString &name,
                                                                     const QVariantMap &variables = {},
                                                                     VXError *error = nullptr);
 
     const VXEntityDescription &entity() const { return *_entity; }
-    /** Whether only some of what matches is wanted. */
+    /** Whether only some of the matching objects are wanted. */
     bool isCut() const { return limit > 0 || offset > 0; }
 
     VXPredicate predicate;
     QList<VXSortDescriptor> sortDescriptors = {};
     qsizetype limit = 0; // 0: all
     qsizetype offset = 0;
-    /** Only objects with a greater number: for who goes through all of one store, a page (`limit`) after the other, without
-     * sort descriptors, which is in the order of their numbers. */
+    /** Only objects with a greater number: for going through a whole store page by page (`limit`). Without sort
+     *  descriptors the order is that of the numbers. */
     qint64 afterNumber = 0;
-    /** Objects read from the store at once while the result is walked; 0: all at the start. */
+    /** How many objects are read at a time while the result is iterated; 0: all at the start. */
     qsizetype batchSize = 0;
     bool includesSubentities = true;
-    /** Unsaved changes of the context take part. */
+    /** Whether unsaved changes of the context are considered. */
     bool includesPendingChanges = true;
-    /** False: objects come as faults, and their values are read when they are asked for. */
+    /** False: objects are returned as faults, and their values are read when needed. */
     bool includesPropertyValues = true;
-    /** Objects already in the context take the values of the store, unless they have unsaved changes. */
+    /** Objects that are already in the context get the values of the store, unless they have unsaved changes. */
     bool refreshesObjects = false;
-    /** Relationships whose objects are read along, with one more query each, not one for each object. */
+    /** Relationships whose objects are read as well, with one additional query for each relationship rather than for
+     *  each object. */
     QStringList prefetchedRelationships = {};
 
 private:

@@ -16,7 +16,7 @@ QVariant VXSortDescriptor::sortValue(const QVariant &object) const
 {
     const QVariant value = VXValueForKeyPath(object, key);
     if (value.typeId() == QMetaType::Double && std::isnan(value.toDouble()))
-        return {}; // has no place in an order
+        return {}; // NaN has no place in the order
     return options && value.typeId() == QMetaType::QString ? VXFoldedText(value.toString(), options) : value;
 }
 
@@ -26,7 +26,7 @@ int VXSortDescriptor::compareSortValues(const QVariant &a, const QVariant &b) co
     return order < 0 ? -1 : int(order > 0);
 }
 
-// The values to sort by are made once for each object. Only a stable sort stands values without an order.
+// Sort values are computed once per object. The sort must be stable, since some values are unordered.
 std::vector<qsizetype> VXSortedPlaces(const QList<VXSortDescriptor> &descriptors, qsizetype count,
                                       const std::function<QVariant(qsizetype place)> &objectAt)
 {

@@ -10,27 +10,27 @@
 #include <functional>
 #include <vector>
 
-/** By which value to sort, and how. A value type. */
+/** What to sort by, and how. A value type. */
 struct VX_STORE_EXPORT VXSortDescriptor
 {
     QString key; // a key path
     bool isAscending = true;
-    VXTextOptions options = {}; // what the comparison of texts overlooks
+    VXTextOptions options = {}; // what to ignore when comparing texts
 
-    /** Less than 0, 0 or more than 0: the order of two objects, with values by name. None comes first when ascending. */
+    /** Compares two objects with named values: negative, 0 or positive. None comes first when ascending. */
     int compare(const QVariant &a, const QVariant &b) const;
 
-    /** The value that an object is sorted by, without what the options overlook: to be made once for each object. */
+    /** The value that an object is sorted by, with the options applied; to be computed once per object. */
     QVariant sortValue(const QVariant &object) const;
-    /** The order of two such values. */
+    /** Compares two such values. */
     int compareSortValues(const QVariant &a, const QVariant &b) const;
 
     friend bool operator==(const VXSortDescriptor &a, const VXSortDescriptor &b) = default;
 };
 
 /**
- * The places of `count` objects, from 0, in the order of the descriptors. Objects that are equal, or have no order among
- * themselves, keep theirs.
+ * The indexes, from 0, of `count` objects in the order of the descriptors. Objects that are equal or unordered keep
+ * their order.
  */
 [[nodiscard]] VX_STORE_EXPORT std::vector<qsizetype>
 VXSortedPlaces(const QList<VXSortDescriptor> &descriptors, qsizetype count,

@@ -13,13 +13,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// In the order of the enumeration.
+// In the order of the enumerators.
 constexpr std::array<QLatin1StringView, 9> typeNames = {
     "integer16"_L1, "integer32"_L1, "integer64"_L1, "double"_L1,        "boolean"_L1,
     "string"_L1,    "date"_L1,      "binary"_L1,    "property-list"_L1,
 };
 
-// A whole number in the range of T; a floating-point value only when nothing of it gets lost.
+// An integer in the range of T; a floating-point value only if nothing is lost.
 template <class T>
 std::optional<qint64> wholeNumber(const QVariant &value)
 {
@@ -68,7 +68,7 @@ std::optional<QVariant> date(const QVariant &value)
     return time.isValid() ? std::optional<QVariant>(time.toUTC()) : std::nullopt;
 }
 
-// As a store gives it back: else a value would differ from itself once it was saved.
+// The value as a store would return it: otherwise it would differ from itself after a save.
 QVariant asRead(const QVariant &value)
 {
     if (value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash) {

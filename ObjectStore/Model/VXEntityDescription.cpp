@@ -89,7 +89,7 @@ bool isSameName(const QString &a, const QString &b)
            (a.constData() == b.constData() || std::memcmp(a.constData(), b.constData(), size_t(a.size()) * 2) == 0);
 }
 
-// Of few, comparing is faster than hashing the name: most differ in length already, and many come from here.
+// For few properties comparing is faster than hashing the name: most names differ in length, and many share their data.
 template <class Property>
 const Property *propertyNamed(const QString &name, const QList<const Property *> &properties)
 {

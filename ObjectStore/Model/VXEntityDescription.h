@@ -10,7 +10,7 @@
 
 class VXManagedObjectModel;
 
-/** A kind of objects: their properties, and what they inherit. Belongs to its model, and never changes. */
+/** A kind of object: its own and inherited properties. Belongs to its model, and is immutable. */
 class VX_STORE_EXPORT VXEntityDescription
 {
 public:
@@ -22,22 +22,22 @@ public:
 
     const QString &name() const { return _name; }
     const VXManagedObjectModel &model() const { return _model; }
-    /** The name its objects' class is registered under; null for the common one. */
+    /** The name under which the class of its objects is registered; null for the common class. */
     const QString &managedObjectClassName() const { return _className; }
     bool isAbstract() const { return _isAbstract; }
-    /** Its place in the model's list of entities. */
+    /** Its index in the model's list of entities. */
     int number() const { return _number; }
 
-    /** nullptr for a root. */
+    /** nullptr for a root entity. */
     const VXEntityDescription *superentity() const { return _superentity; }
     const VXEntityDescription &rootEntity() const { return *_root; }
     const QList<const VXEntityDescription *> &subentities() const { return _subentities; }
-    /** Itself and all below it. */
+    /** The entity and everything below it. */
     QList<const VXEntityDescription *> family() const;
-    /** True for the entity itself and for those it inherits from. */
+    /** Whether this is the entity, or inherits from it. */
     bool isKindOfEntity(const VXEntityDescription &entity) const { return this == &entity || inheritsFrom(entity); }
 
-    /** All properties, inherited ones first: the one at place i has index i. */
+    /** All properties, inherited ones first; the property at position i has index i. */
     const QList<const VXPropertyDescription *> &properties() const { return _properties; }
     const QList<const VXAttributeDescription *> &attributes() const { return _attributes; }
     const QList<const VXRelationshipDescription *> &relationships() const { return _relationships; }
@@ -49,11 +49,12 @@ public:
     const VXAttributeDescription *attributeForName(const QString &name) const;
     const VXRelationshipDescription *relationshipForName(const QString &name) const;
 
-    /** The predicate's text; null when neither the entity nor one it inherits from has such a template. */
+    /** The text of the predicate; null when neither the entity nor one that it inherits from has a fetch template of
+     *  that name. */
     QString fetchTemplate(const QString &name) const;
-    /** Of the entity's own, by name. */
+    /** The entity's own templates, by name. */
     const QHash<QString, QString> &fetchTemplates() const { return _fetchTemplates; }
-    /** Over several of the entity's own properties, besides those of single ones. */
+    /** Indexes over several of the entity's own properties; those of single properties are not listed. */
     const QList<QList<const VXPropertyDescription *>> &indexes() const { return _indexes; }
 
 private:

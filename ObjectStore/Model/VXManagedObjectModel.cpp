@@ -9,7 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** Makes the descriptions of a sound definition and ties them together. */
+/** Makes the descriptions of a valid definition and links them. */
 class VXModelLinker
 {
 public:
@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    // An entity is made after the one it inherits from.
+    // The entity that this one inherits from is made first.
     VXEntityDescription &make(int number)
     {
         std::unique_ptr<VXEntityDescription> &entity = _made[size_t(number)];
@@ -74,7 +74,7 @@ VXError modelError(const QString &reason, const QString &path = {})
                                   path);
 }
 
-// What decides how objects are stored, in an order that does not depend on the order of definition.
+// Digest of what determines how objects are stored, independent of the order of definition.
 QByteArray versionHash(const VXEntityDescription &entity)
 {
     QStringList lines;
@@ -138,7 +138,7 @@ VXManagedObjectModel::Ptr VXManagedObjectModel::modelWithContentsOfFile(const QS
 VXManagedObjectModel::Ptr VXManagedObjectModel::modelByMergingModels(const QList<Ptr> &models, VXError *error)
 {
     VXModelDefinition merged;
-    QHash<QString, QVariantMap> seen; // how each entity is defined
+    QHash<QString, QVariantMap> seen; // the definition of each entity
     for (const Ptr &model : models) {
         if (!model) {
             if (error != nullptr && !*error)

@@ -9,15 +9,15 @@
 #include <vector>
 
 /**
- * The entities of a store and how they hang together. Made from one or more model files, checked, and never changed
- * after, so that any thread may read it.
+ * The entities of a store and their relations. Made from one or more model files, checked, and immutable, so any thread
+ * may read it.
  */
 class VX_STORE_EXPORT VXManagedObjectModel
 {
 public:
     using Ptr = std::shared_ptr<const VXManagedObjectModel>;
 
-    /** @return null, with the first problem as error, when the definition is not sound (VXCheckModel). */
+    /** @return null, with the first problem as error, when the definition is invalid (VXCheckModel). */
     [[nodiscard]] static Ptr modelWithDefinition(const VXModelDefinition &definition, VXError *error = nullptr);
     /** Reads a compiled model (.mom). @return null, with the path in the error, on failure. */
     [[nodiscard]] static Ptr modelWithContentsOfFile(const QString &path, VXError *error = nullptr);
@@ -31,18 +31,18 @@ public:
     VXManagedObjectModel(const VXManagedObjectModel &) = delete;
     VXManagedObjectModel &operator=(const VXManagedObjectModel &) = delete;
 
-    /** In the order they were defined in. */
+    /** In the order of definition. */
     const QList<const VXEntityDescription *> &entities() const { return _entities; }
-    /** nullptr when the model has none of that name. */
+    /** nullptr when the model has no entity of that name. */
     const VXEntityDescription *entityForName(const QString &name) const { return _byName.value(name); }
 
     const VXModelDefinition &definition() const { return _definition; }
-    /** Writes the compiled form, replacing the file atomically. */
+    /** Writes the compiled form; replaces the file atomically. */
     bool writeToFile(const QString &path, VXError *error = nullptr) const;
 
     /**
-     * For each entity a digest (SHA-256) of what decides how its objects are stored. Equal digests: one model can read
-     * what the other wrote.
+     * For each entity a digest (SHA-256) of everything that determines how its objects are stored. If digests are
+     * equal, one model can read what was written with the other.
      */
     const QMap<QString, QByteArray> &entityVersionHashes() const { return _hashes; }
 

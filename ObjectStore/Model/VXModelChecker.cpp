@@ -11,8 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype longestLineage = 100; // entities: each has all that it inherits
-constexpr int mostColumns = 1990;         // of the 2,000 that SQLite allows in a table, some are the store's own
+constexpr qsizetype longestLineage = 100; // entities: each has all properties that it inherits
+constexpr int mostColumns = 1990;         // SQLite allows 2,000 per table, some of which the store uses itself
 
 bool isIdentifier(const QString &name)
 {
@@ -21,7 +21,7 @@ bool isIdentifier(const QString &name)
            std::all_of(name.cbegin(), name.cend(), [&](QChar c) { return isLetter(c) || (c >= u'0' && c <= u'9'); });
 }
 
-// Words that predicates and objects give a meaning of their own.
+// Words with a meaning of their own in predicates and objects.
 bool isReserved(const QString &name)
 {
     static const QSet<QString> words = {
@@ -91,7 +91,7 @@ private:
                 return;
             }
             if (seen.contains(at->name)) {
-                if (at->name == entity.name) // those that only lead into the cycle are not to blame
+                if (at->name == entity.name) // entities that only lead into the cycle are not reported
                     report(entity.line, u"entity \"%1\" inherits from itself"_s.arg(entity.name));
                 _cyclic.insert(entity.name);
                 return;
@@ -113,7 +113,7 @@ private:
 
     void checkProperties(const VXEntityDefinition &entity)
     {
-        QHash<QString, QString> owners; // of property names, in lower case: SQL does not tell case apart
+        QHash<QString, QString> owners; // of property names in lower case, as SQL ignores case
         const QList<const VXEntityDefinition *> ancestors = lineage(entity).sliced(1);
         for (const VXEntityDefinition *const ancestor : ancestors) {
             for (const VXAttributeDefinition &attribute : ancestor->attributes)
@@ -140,7 +140,7 @@ private:
         checkIndexes(entity);
     }
 
-    // What a root entity and all that inherit from it store lies in one table of an SQLite store.
+    // The properties of a root entity and everything that inherits from it are in one table of an SQLite store.
     void checkColumns()
     {
         QHash<const VXEntityDefinition *, int> columns; // by root

@@ -11,7 +11,7 @@ namespace {
 constexpr std::array<QLatin1StringView, 4> deleteRuleNames = {"nullify"_L1, "cascade"_L1, "deny"_L1, "no-action"_L1};
 constexpr int formatVersion = 1;
 
-// -- Writing: what is false, none or the default is left out.
+// -- Writing: false, none and default values are left out.
 
 struct Writer
 {
@@ -83,7 +83,7 @@ struct Writer
     }
 };
 
-// -- Reading: the first thing that is not as it must be ends it.
+// -- Reading: ends at the first error.
 
 class Reader
 {

@@ -9,20 +9,20 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-/** What becomes of the objects at the other end when an object is deleted. */
+/** What happens to the objects at the other end when an object is deleted. */
 enum class VXDeleteRule : quint8 {
-    Nullify,  // they forget the object
-    Cascade,  // they are deleted too
+    Nullify,  // their reference to the object is removed
+    Cascade,  // they are deleted as well
     Deny,     // while there are any, the object cannot be deleted
-    NoAction, // they are left as they are
+    NoAction, // they are left unchanged
 };
 
-/** The name in model files, as "no-action". */
+/** The name in model files, such as "no-action". */
 VX_STORE_EXPORT QString VXDeleteRuleName(VXDeleteRule rule);
 VX_STORE_EXPORT std::optional<VXDeleteRule> VXDeleteRuleFromName(QStringView name);
 
-// A model as it is written down: names in place of links, nothing checked yet. `line` is the line of the source the
-// definition stands on; 0 when it came from elsewhere.
+// A model as written: names in place of links, not checked yet. `line` is the line of the definition in the source; 0
+// if there is no source.
 
 struct VXAttributeDefinition
 {
@@ -54,7 +54,7 @@ struct VXFetchTemplateDefinition
     int line = 0;
 };
 
-/** An index over several properties: for fetches that compare the first of them and sort by the last. */
+/** An index over several properties: for fetches that compare the first ones and sort by the last. */
 struct VXIndexDefinition
 {
     QStringList properties; // attributes and to-one relationships of the entity itself, in order
@@ -64,7 +64,7 @@ struct VXIndexDefinition
 struct VXEntityDefinition
 {
     QString name;
-    QString className; // of its objects; null for the common one
+    QString className; // of its objects; null for the common class
     QString superentity;
     bool isAbstract = false;
     QList<VXAttributeDefinition> attributes = {};
@@ -78,16 +78,16 @@ struct VX_STORE_EXPORT VXModelDefinition
 {
     QList<VXEntityDefinition> entities = {};
 
-    /** The definition as a property list: the contents of a .mom file. */
+    /** The definition as a property list, which is the contents of a .mom file. */
     QVariantMap toPropertyList() const;
-    /** @return no entities on failure; `error` then says what is wrong and where. */
+    /** @return no entities on failure; then `error` says what is wrong and where. */
     static VXModelDefinition fromPropertyList(const QVariant &list, VXError *error = nullptr);
 };
 
-/** A mistake in a model. */
+/** An error in a model. */
 struct VXModelProblem
 {
-    int line = 0; // 0 when it belongs to none
+    int line = 0; // 0 if it has no line
     QString text;
 
     friend bool operator==(const VXModelProblem &a, const VXModelProblem &b) = default;

@@ -23,7 +23,7 @@ QStringList typeNames()
 
 using Token = VXModelToken;
 
-/** A mistake in the source; caught where parsing can go on. */
+/** An error in the source; caught where parsing can continue. */
 struct Mistake
 {
     VXModelProblem problem;
@@ -128,7 +128,7 @@ private:
         return entity;
     }
 
-    // To behind the next ";" or before the entity's end, whichever comes first.
+    // Skips to after the next ";" or to the end of the entity, whichever comes first.
     void skipStatement()
     {
         while (_token.kind != Token::Kind::End && !_token.isMark(u"}")) {
@@ -235,7 +235,7 @@ private:
         return index;
     }
 
-    // A value as it is written for the type; what does not fit it is found when the model is checked.
+    // A value in the notation of the type; a value that does not fit is found when the model is checked.
     QVariant literal(VXAttributeType type)
     {
         const Token token = std::exchange(_token, {});

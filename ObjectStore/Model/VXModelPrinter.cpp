@@ -73,7 +73,7 @@ QString graphNode(const VXEntityDefinition &entity)
         entity.name, entity.isAbstract ? u"\\<abstract\\>\\n"_s + entity.name : entity.name, attributes);
 }
 
-// Each pair of inverse relationships is one edge: of the two the one that comes first draws it.
+// A pair of inverse relationships is a single edge, drawn for the one that comes first.
 QString graphEdge(const VXEntityDefinition &entity, const VXRelationshipDefinition &relationship)
 {
     const QString from = entity.name + u'.' + relationship.name;

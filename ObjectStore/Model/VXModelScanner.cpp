@@ -9,7 +9,7 @@ bool isWordStart(QChar c)
     return c.isLetter() || c == u'_';
 }
 
-// Words hold dashes, for "property-list".
+// Words may contain dashes, because of "property-list".
 bool isWordPart(QChar c)
 {
     return isWordStart(c) || c.isDigit() || c == u'-';

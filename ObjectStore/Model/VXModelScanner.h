@@ -9,20 +9,20 @@ struct VXModelToken
     enum class Kind { End, Word, Mark, Number, Text, Bad };
 
     Kind kind = Kind::End;
-    QString text; // of a Text what it stands for, of a Bad what is wrong
+    QString text; // for Text its value, for Bad the problem
     int line = 0;
 
     bool isMark(QStringView mark) const { return kind == Kind::Mark && text == mark; }
     bool isWord(QStringView word) const { return kind == Kind::Word && text == word; }
 };
 
-/** Cuts a model's source into tokens; comments and white space lie between them. */
+/** Splits a model's source into tokens, without comments and white space. */
 class VXModelScanner
 {
 public:
     explicit VXModelScanner(QStringView source) : _source(source) {}
 
-    /** The next token; End, again and again, after the last. */
+    /** The next token; after the last one always End. */
     VXModelToken next();
 
 private:

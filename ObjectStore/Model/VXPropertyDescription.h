@@ -9,7 +9,7 @@ class VXEntityDescription;
 class VXRelationshipDescription;
 class VXAttributeDescription;
 
-/** An attribute or relationship of an entity. Belongs to its model, and never changes. */
+/** An attribute or relationship of an entity. Belongs to its model, and is immutable. */
 class VX_STORE_EXPORT VXPropertyDescription
 {
 public:
@@ -20,7 +20,7 @@ public:
     const QString &name() const { return _name; }
     /** The entity that declares it; entities that inherit it share the description. */
     const VXEntityDescription &entity() const { return _entity; }
-    /** Where objects keep its value: the same in each entity that has the property. */
+    /** The position of the value in objects; the same for all entities that have the property. */
     int index() const { return _index; }
     bool isOptional() const { return _isOptional; }
     bool isTransient() const { return _isTransient; }
@@ -52,7 +52,7 @@ public:
     const VXAttributeDescription *asAttribute() const override { return this; }
     VXAttributeType type() const { return _type; }
     bool isIndexed() const { return _isIndexed; }
-    /** What new objects have; invalid for none. */
+    /** The value in new objects; invalid for none. */
     const QVariant &defaultValue() const { return _defaultValue; }
 
 private:
@@ -68,17 +68,17 @@ public:
 
     const VXRelationshipDescription *asRelationship() const override { return this; }
     const VXEntityDescription &destination() const { return *_destination; }
-    /** nullptr: a transient relationship may have none. */
+    /** nullptr if there is none, which only transient relationships may have. */
     const VXRelationshipDescription *inverse() const { return _inverse; }
     bool isToMany() const { return _isToMany; }
     VXDeleteRule deleteRule() const { return _deleteRule; }
-    /** To-many at both ends. */
+    /** Whether it is to-many at both ends. */
     bool isManyToMany() const { return _isToMany && _inverse != nullptr && _inverse->_isToMany; }
 
 private:
     friend class VXModelLinker;
 
-    const VXEntityDescription *_destination = nullptr; // set once, while the model is made, as the inverse
+    const VXEntityDescription *_destination = nullptr; // set once while the model is made, as is the inverse
     const VXRelationshipDescription *_inverse = nullptr;
     const bool _isToMany;
     const VXDeleteRule _deleteRule;

@@ -27,7 +27,7 @@ void VXChangedObjects::remove(const VXManagedObject &object)
 
 void VXChangedObjects::clear()
 {
-    const QList<VXManagedObjectPtr> before = std::exchange(_places, {}); // let go of when this is empty
+    const QList<VXManagedObjectPtr> before = std::exchange(_places, {}); // released when this list is already empty
     _count = 0;
 }
 

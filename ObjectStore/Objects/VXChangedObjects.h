@@ -2,7 +2,7 @@
 
 #include "VXManagedObject.h"
 
-/** The objects of a context with one kind of unsaved change, in the order they were changed; it holds them. */
+/** The objects of a context with one kind of unsaved change, in the order of the changes; keeps them alive. */
 class VX_STORE_EXPORT VXChangedObjects
 {
 public:
@@ -10,12 +10,12 @@ public:
     qsizetype size() const { return _count; }
     QList<VXManagedObjectPtr> objects() const;
 
-    /** An object is in one such list at most. */
+    /** An object may be in at most one such list. */
     void insert(const VXManagedObjectPtr &object);
     void remove(const VXManagedObject &object);
     void clear();
 
-    /** Calls with each; nothing may be changed meanwhile. */
+    /** Calls the function with each object; the list must not change meanwhile. */
     template <class Function>
     void forEach(const Function &function) const
     {
@@ -28,6 +28,6 @@ public:
 private:
     void closeGaps();
 
-    QList<VXManagedObjectPtr> _places; // null where one was removed; objects know their place
+    QList<VXManagedObjectPtr> _places; // null where an object was removed; objects know their index
     qsizetype _count = 0;
 };

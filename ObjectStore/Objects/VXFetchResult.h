@@ -11,8 +11,8 @@ class VXFetchRequest;
 class VXManagedObjectContext;
 
 /**
- * The objects that a fetch found, in order. With a batch size only the batch that is being walked is in memory, unless
- * somebody else holds objects. Use it on the context's thread, and no longer than the context lives.
+ * The objects that a fetch found, in order. With a batch size, only the batch being iterated is in memory, unless
+ * somebody else keeps objects. To be used on the context's thread, and only while the context exists.
  */
 class VX_STORE_EXPORT VXFetchResult
 {
@@ -42,7 +42,7 @@ public:
 
     qsizetype size() const { return _batchSize == 0 ? _objects.size() : _objectIDs.size(); }
     bool isEmpty() const { return size() == 0; }
-    /** Reads the batch the object lies in, if need be; a failure to read is reported as a diagnostic. */
+    /** Reads the batch that contains the object, if need be; a failure to read is reported as a diagnostic. */
     VXManagedObjectPtr at(qsizetype index) const;
     VXManagedObjectPtr first() const { return isEmpty() ? VXManagedObjectPtr() : at(0); }
     Iterator begin() const { return {*this, 0}; }
@@ -60,9 +60,9 @@ private:
     qsizetype _batchSize;
     bool _includesPropertyValues;
     QList<const VXRelationshipDescription *> _prefetched;
-    QList<VXManagedObjectID> _objectIDs;                      // with a batch size
-    QHash<VXManagedObjectID, VXManagedObjectPtr> _newObjects; // of those the ones that were not saved
+    QList<VXManagedObjectID> _objectIDs;                      // if there is a batch size
+    QHash<VXManagedObjectID, VXManagedObjectPtr> _newObjects; // those of _objectIDs that are not saved yet
     mutable QList<VXManagedObjectPtr> _objects;               // all, or those of the present batch
-    mutable QList<VXManagedObjectPtr> _related;               // to those, read along
+    mutable QList<VXManagedObjectPtr> _related;               // prefetched for these
     mutable qsizetype _batchStart = -1;
 };

@@ -19,7 +19,7 @@ VXError problemOf(const VXManagedObject &object, VXObjectStoreErrorCode code, co
 
 bool VXManagedObject::hasMandatoryValues(VXError *error) const
 {
-    if (!_values) // as it was read
+    if (!_values) // unchanged since it was read
         return true;
     for (const VXPropertyDescription *const each : entity().mandatoryProperties()) {
         if (_values->hasValue(each->index()))

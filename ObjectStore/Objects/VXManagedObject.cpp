@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// So that key paths of predicates and sort descriptors can be followed from objects.
+// Lets key paths of predicates and sort descriptors follow objects.
 [[maybe_unused]] const bool isConverterRegistered =
     QMetaType::registerConverter<VXManagedObjectPtr, VXKeyValueCoding *>(
         [](const VXManagedObjectPtr &object) { return static_cast<VXKeyValueCoding *>(object.get()); });
@@ -23,7 +23,7 @@ bool isNumber(const QVariant &value)
            type == QMetaType::Double;
 }
 
-// Of a number that does not fit it is told which, of all else what it is.
+// Names a number that is out of range; for other values says only what they are.
 QString valueProblem(const VXPropertyDescription &property, const QVariant &value)
 {
     const VXAttributeDescription *const attribute = property.asAttribute();
@@ -55,7 +55,7 @@ QList<VXManagedObjectPtr> objectsIn(const VXPropertyDescription &property, const
     return objects;
 }
 
-// None where an attribute of the type holds no whole number, or not this one.
+// None when an attribute of the type cannot hold integers, or not this one.
 VXStoreRow::Kind kindOfNumber(VXAttributeType type, qint64 number)
 {
     using Kind = VXStoreRow::Kind;
@@ -79,7 +79,7 @@ VXStoreRow::Kind kindOfNumber(VXAttributeType type, qint64 number)
     return Kind::None;
 }
 
-// Whether rows have its values behind their cells.
+// Whether rows store the values after their cells.
 bool isPacked(const VXPropertyDescription &property)
 {
     const VXAttributeDescription *const attribute = property.asAttribute();
@@ -172,7 +172,7 @@ void VXManagedObject::changeValues(const VXPropertyDescription &property, const 
     if (!_values)
         _values = isPacked(property) ? before->copy(before->version() + 1)
                                      : VXStoreRow::copyToChange(_row, before->version() + 1);
-    else if (_values.use_count() > 1) // a save that failed may have left it with a store
+    else if (_values.use_count() > 1) // a failed save may have left it shared with a store
         _values = before->copy(before->version());
     set(*_values);
     if (property.asAttribute() == nullptr || !property.isTransient())
@@ -209,7 +209,7 @@ void VXManagedObject::setAttribute(int index, const QVariant &value)
     set(*fitting);
 }
 
-// Calls `set` with the row, unless that says already that it has the value.
+// Calls `set` with the row, unless it already has the value.
 template <class IsSame, class Set>
 void VXManagedObject::setPlain(int index, VXAttributeType type, const IsSame &isSame, const Set &set)
 {
@@ -303,7 +303,7 @@ void VXManagedObject::setValueForKey(const QVariant &value, const QString &key)
         setRelated(named.index(), objectIn(named, value));
 }
 
-// As valueForKey gives it.
+// The value as valueForKey returns it.
 QVariant VXManagedObject::objectValue(const VXStoreRow &row, const VXPropertyDescription &property) const
 {
     const VXRelationshipDescription *const relationship = property.asRelationship();

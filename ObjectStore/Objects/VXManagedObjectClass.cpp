@@ -10,7 +10,8 @@ VXMutex lock;
 
 QHash<QString, VXManagedObjectClass::Factory> &factories() VX_REQUIRES(lock)
 {
-    static auto &byName = *new QHash<QString, VXManagedObjectClass::Factory>; // never freed: plugins may leave late
+    // never freed: plugins may be unloaded late
+    static auto &byName = *new QHash<QString, VXManagedObjectClass::Factory>;
     return byName;
 }
 

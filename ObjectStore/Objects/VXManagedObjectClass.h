@@ -4,8 +4,8 @@
 #include "VXPersistentStoreCoordinator.h"
 
 /**
- * The classes of managed objects, by the name that entities give ("entity Call (VXCall)"). An entity whose class is not
- * registered has plain VXManagedObjects. Any thread.
+ * The classes of managed objects by the names used in entities ("entity Call (VXCall)"). Objects of an entity whose
+ * class is not registered are plain VXManagedObjects. Any thread.
  */
 class VX_STORE_EXPORT VXManagedObjectClass
 {
@@ -17,7 +17,7 @@ public:
     {
         registerFactory(name, []() -> VXManagedObject * { return new T; });
     }
-    /** Objects that exist keep their class. */
+    /** Existing objects keep their class. */
     static void removeClass(const QString &name);
 
 private:

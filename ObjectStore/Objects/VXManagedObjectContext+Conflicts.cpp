@@ -13,7 +13,7 @@ using StorePtr = VXPersistentStoreCoordinator::StorePtr;
 
 namespace {
 
-// Somebody else would have to save between each of these attempts.
+// Each further attempt is only needed if somebody else has saved meanwhile.
 constexpr int maximumAttempts = 10;
 
 QVariantMap storedValues(const VXEntityDescription &entity, const VXStoreRow &row)
@@ -107,7 +107,7 @@ bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<Object
             continue;
         if (part.objects[size_t(place)] != nullptr)
             _contested.push_back({conflict.key(), part.request.changes[place].row, *conflict});
-        bool isDropped = part.objects[size_t(place)] == nullptr; // a delete rule is applied again to what is there now
+        bool isDropped = part.objects[size_t(place)] == nullptr; // a delete rule is applied again to what is stored now
         if (!isDropped && !resolve(part, place, *conflict, &isDropped))
             return false;
         if (isDropped)
@@ -116,7 +116,7 @@ bool VXManagedObjectContext::Save::resolveChanged(Part &part, const QHash<Object
     return true;
 }
 
-// -- The changes of a part while conflicts are resolved: what is dropped keeps its place until all are
+// -- The changes of a part while conflicts are resolved: dropped changes keep their place until all are resolved
 
 void VXManagedObjectContext::Save::notePlaces(Part &part)
 {
@@ -131,7 +131,7 @@ qsizetype VXManagedObjectContext::Save::placeOf(const Part &part, const ObjectID
     return part.places.value(objectID, -1);
 }
 
-// One that is written as it is stored, to be changed by the caller.
+// Adds a change that writes the object as stored, for the caller to modify.
 qsizetype VXManagedObjectContext::Save::append(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored)
 {
     const qsizetype place = part.request.changes.size();
@@ -175,7 +175,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
     VXManagedObject *const object = part.objects[size_t(place)];
     const VXMergePolicy policy = _context._mergePolicy;
     const bool isDeletion = !change.row;
-    *isDropped = isDeletion && !stored; // both wanted the same
+    *isDropped = isDeletion && !stored; // both sides deleted it
     if (*isDropped)
         return true;
     if (policy == VXMergePolicy::Error)
@@ -185,7 +185,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
         *isDropped = true;
     } else if (isDeletion) {
         change.base = stored;
-    } else if (!stored) { // saved anew
+    } else if (!stored) { // saved again as a new object
         change.base = nullptr;
         change.overwrites = true;
     } else {
@@ -193,7 +193,7 @@ bool VXManagedObjectContext::Save::resolve(Part &part, qsizetype place, const VX
                          ? change.row->copy(stored->version() + 1)
                          : VXMergedRow(object->entity(), *change.base, *change.row, *stored, storeTrumps);
         change.base = stored;
-        change.overwrites = false; // or what a third one saves meanwhile is lost unseen
+        change.overwrites = false; // so that a further save by somebody else is not overwritten unnoticed
         change.changedProperties = VXChangedProperties(object->entity(), *stored, *change.row);
         *isDropped = change.changedProperties.isEmpty();
     }
@@ -209,7 +209,7 @@ VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &
     for (const VXRowConflict &conflict : conflicts) {
         const ObjectPtr object = _context.objectWithID(conflict.objectID);
         const bool isChanged = conflict.kind == VXRowConflict::Kind::Changed;
-        if (isChanged && (!object->_row || (object->isDeleted() && !conflict.stored))) // which both wanted
+        if (isChanged && (!object->_row || (object->isDeleted() && !conflict.stored))) // both sides deleted it
             continue;
         list.append(descriptionOf(conflict));
         ++counts.at(size_t(conflict.kind));
@@ -230,7 +230,7 @@ VXError VXManagedObjectContext::Save::conflictError(const QList<VXRowConflict> &
     return {VXCocoaErrorDomain, int(VXObjectStoreErrorCode::MergeConflict), userInfo};
 }
 
-// To-many relationships are among the values when the context has read them.
+// Includes to-many relationships that the context has read.
 QVariantMap VXManagedObjectContext::Save::descriptionOf(const VXRowConflict &conflict) const
 {
     const ObjectPtr object = _context.objectWithID(conflict.objectID);

@@ -5,7 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-// One object after the other, however long the chain of cascades is.
+// Iterative, since chains of cascades may be long.
 void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
 {
     VXAssert(object && object->_context == this, u"an object can be deleted in its own context only"_s);
@@ -42,7 +42,7 @@ void VXManagedObjectContext::applyDeleteRule(const ObjectPtr &object, const Rela
     const bool isCascade = relationship.deleteRule() == VXDeleteRule::Cascade;
     if (inverse == nullptr && !isCascade)
         return;
-    // What no store knows yet leaves no trace. Links between to-many relationships never outlive their objects.
+    // Objects that no store knows leave no trace. Links of many-to-many relationships never outlive their objects.
     if (!object->isInserted() && (relationship.deleteRule() == VXDeleteRule::Deny ||
                                   (relationship.deleteRule() == VXDeleteRule::NoAction && !inverse->isToMany())))
         return;

@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 using StorePtr = VXPersistentStoreCoordinator::StorePtr;
 
-/** One fetch or count: what the stores have, corrected by the context's unsaved changes. */
+/** One fetch or count: the results of the stores, corrected by the context's unsaved changes. */
 class VXManagedObjectContext::Fetch
 {
 public:
@@ -32,14 +32,14 @@ private:
     VXManagedObjectContext &_context;
     const VXFetchRequest &_request;
     const QList<StorePtr> _stores;
-    VXFetchRequest _stored;             // as the stores are asked
-    QList<ObjectPtr> _pending;          // inserted and updated ones that may match
-    qsizetype _uncertain = 0;           // of the objects that stores find, how many at most may not match any more
-    bool _isDecided = true;             // by the stores: which objects, in which order, from where to where
-    bool _isExact = true;               // the stores decided all of the predicate
+    VXFetchRequest _stored;             // the request for the stores
+    QList<ObjectPtr> _pending;          // inserted and updated objects that may match
+    qsizetype _uncertain = 0;           // at most so many of the stored objects may not match any more
+    bool _isDecided = true;             // the stores have decided on objects, order, limit and offset
+    bool _isExact = true;               // the stores have evaluated the whole predicate
     QList<VXFetchedRow> _rows;          // of the stores
     QList<ObjectPtr> _objects;          // the result
-    QList<ObjectID> *_walked = nullptr; // likewise, where it is read batch by batch
+    QList<ObjectID> *_walked = nullptr; // IDs of the result, if it is read in batches
 };
 
 VXManagedObjectContext::Fetch::Fetch(VXManagedObjectContext &context, const VXFetchRequest &request)
@@ -76,7 +76,7 @@ void VXManagedObjectContext::Fetch::findPending()
     _context._deleted.forEach([this](const ObjectPtr &object) { _uncertain += isWanted(*object) ? 1 : 0; });
 }
 
-// What the stores have decided becomes objects or IDs at once, if wanted; the rest waits as rows.
+// Results that the stores have decided become objects or IDs at once, if wanted; others are kept as rows.
 bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects, VXError *error)
 {
     for (const StorePtr &store : _stores) {
@@ -102,7 +102,7 @@ bool VXManagedObjectContext::Fetch::readStores(bool needsRows, bool makesObjects
     return true;
 }
 
-// IDs of objects become the objects, as relationships lead to those.
+// Replaces IDs by objects, which is what relationships lead to.
 QVariant VXManagedObjectContext::Fetch::inContext(const QVariant &constant) const
 {
     if (constant.metaType() != QMetaType::fromType<ObjectID>())
@@ -124,7 +124,7 @@ bool VXManagedObjectContext::Fetch::keepMatching(QList<ObjectPtr> &objects, VXEr
     return true;
 }
 
-// Without those that are gone, and changed only in that nothing leads to them any more.
+// Drops objects that no longer exist, or whose only change is that nothing refers to them any more.
 bool VXManagedObjectContext::Fetch::keepPending(VXError *error)
 {
     if (!_context.fulfillFaults(_pending, error))
@@ -163,7 +163,7 @@ bool VXManagedObjectContext::Fetch::makeObjects(VXError *error)
 std::optional<VXFetchResult> VXManagedObjectContext::Fetch::run(VXError *error)
 {
     VXFetchResult result(_context, _request);
-    const bool isWalked = _request.batchSize > 0; // then only the batch at hand is in memory
+    const bool isWalked = _request.batchSize > 0; // only one batch is in memory at a time
     const bool isSorted = !_isDecided && !_request.sortDescriptors.isEmpty();
     _walked = isWalked ? &result._objectIDs : nullptr;
     if (!readStores(isSorted || (_request.includesPropertyValues && !isWalked), !isWalked, error))
@@ -200,7 +200,7 @@ std::optional<qsizetype> VXManagedObjectContext::Fetch::count(VXError *error)
         if (isExact)
             return count;
     }
-    if (!readStores(!hasPending, false, error)) // without unsaved changes it was a count that stores cannot decide
+    if (!readStores(!hasPending, false, error)) // without unsaved changes, the stores cannot evaluate this count
         return std::nullopt;
     if (!_isExact)
         return makeObjects(error) ? std::optional(_objects.size()) : std::nullopt;
@@ -213,7 +213,7 @@ std::optional<qsizetype> VXManagedObjectContext::Fetch::count(VXError *error)
     return cut(std::count_if(_rows.cbegin(), _rows.cend(), isUnchanged) + _pending.size());
 }
 
-// How many of a number of objects lie between offset and limit.
+// How many of so many objects are within offset and limit.
 qsizetype VXManagedObjectContext::Fetch::cut(qsizetype count) const
 {
     const qsizetype rest = std::max<qsizetype>(0, count - _request.offset);

@@ -18,7 +18,7 @@ bool VXManagedObjectContext::assignPermanentIDs(const QList<ObjectPtr> &objects,
             _assignedStores.isEmpty() ? first.get() : _assignedStores.value(object.get(), first).get();
         return Place(store, &object->entity().rootEntity());
     };
-    std::map<Place, qint64> numbers; // first how many, then the next
+    std::map<Place, qint64> numbers; // first the count, then the next number
     std::pair<const Place, qint64> *last = nullptr;
     const auto numberFor = [&](const ObjectPtr &object) -> std::pair<const Place, qint64> & {
         if (const Place place = placeOf(object); last == nullptr || last->first != place)
@@ -93,7 +93,7 @@ void VXManagedObjectContext::restoreReferences(const QHash<ObjectID, ObjectID> &
 
 void VXManagedObjectContext::registerAgain(const QList<Renamed> &renamed)
 {
-    for (const Renamed &each : renamed) // one after the other: IDs that follow each other are found together
+    for (const Renamed &each : renamed) // one by one: removals of successive IDs share look-ups
         _objects.remove(each.before);
     for (const Renamed &each : renamed)
         _objects.insert(each.object->objectID(), each.object.get());

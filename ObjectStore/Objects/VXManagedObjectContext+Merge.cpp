@@ -37,7 +37,7 @@ void VXManagedObjectContext::mergeChanges(const QList<VXManagedObjectID> &insert
                                           const QList<VXManagedObjectID> &updated,
                                           const QList<VXManagedObjectID> &deleted)
 {
-    QList<ObjectID> changedHere; // and there
+    QList<ObjectID> changedHere; // and in the other context
     for (const ObjectID &objectID : inserted + updated) {
         const ObjectPtr object = objectRegisteredForID(objectID);
         if (!object)
@@ -61,7 +61,7 @@ void VXManagedObjectContext::mergeChanges(const QList<VXManagedObjectID> &insert
     for (const ObjectID &objectID : deleted) {
         const ObjectPtr object = objectRegisteredForID(objectID);
         if (!object || object->isDeleted() || object->_values)
-            continue; // what only others lead to or from is no change of its own
+            continue; // changes of other objects' references are no change of this object
         noteForObservers(*object);
         forget(object);
     }
@@ -107,7 +107,7 @@ void VXManagedObjectContext::rebase(VXManagedObject &object, const VXStoreRow::P
         removeWhereStored(object);
 }
 
-// Where the store has the object by now, but its own changes do not: those are changes there too.
+// Where the stored object has a relationship that its own changes lack, its absence is a change.
 void VXManagedObjectContext::removeWhereStored(VXManagedObject &object)
 {
     for (const Relationship *const relationship : object.entity().relationships()) {
@@ -167,7 +167,7 @@ void VXManagedObjectContext::dropChanges(const ObjectPtr &object)
     settle(*object);
 }
 
-// False when it cannot lead again to what is stored, which is being deleted.
+// False when the relationship cannot be restored, because the stored object is being deleted.
 bool VXManagedObjectContext::dropTarget(const ObjectPtr &object, const Relationship &relationship)
 {
     if (!object->_values)

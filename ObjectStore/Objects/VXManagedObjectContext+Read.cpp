@@ -66,7 +66,7 @@ bool VXManagedObjectContext::storedRows(const QList<ObjectID> &objectIDs,
     return unread.isEmpty() || readRows(unread, sink, error);
 }
 
-// The ID may be wrong about the entity, and the row then be one of other properties.
+// The ID may have the wrong entity; then the row has other properties.
 bool VXManagedObjectContext::adoptRow(VXManagedObject &object, VXStoreRow::Ptr row)
 {
     if (row->propertyCount() != object.entity().properties().size())
@@ -112,7 +112,7 @@ bool VXManagedObjectContext::fulfillFaults(const QList<ObjectPtr> &objects, VXEr
         if (object && object->isFault())
             objectIDs.append(object->objectID());
     }
-    QList<VXFetchedRow> rows; // first all of them: objects that awake may read others
+    QList<VXFetchedRow> rows; // all rows first, since objects that awake may read others
     rows.reserve(objectIDs.size());
     if (!storedRows(
             objectIDs, [&rows](const VXFetchedRow &row) { rows.append(row); }, error))
@@ -135,7 +135,7 @@ bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const 
         if (set.isRead())
             continue;
         if (object->isInserted() || object->objectID().isTemporary()) {
-            set.setRead(); // no store has anything of it
+            set.setRead(); // no store knows it
             continue;
         }
         sources[object->objectID().store()].append(object->objectID());

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-// False when one of them is mandatory.
+// False when one of the references is mandatory.
 bool VXManagedObjectContext::Save::removeReferences(VXRowChange &change, const QSet<ObjectID> &targets)
 {
     std::shared_ptr<VXStoreRow> row;
@@ -59,7 +59,7 @@ bool VXManagedObjectContext::Save::leadsBack(const Part &part, const ObjectID &o
     return target == nullptr || (there && leadsTo(*there, *relationship.inverse(), objectID));
 }
 
-// An end of a pair that the other end has left. False when it is mandatory.
+// Clears the end of a pair whose other end has a new partner. False when it is mandatory.
 bool VXManagedObjectContext::Save::unpair(Part &part, const ObjectID &objectID, const Relationship &relationship,
                                           const ObjectID &from)
 {
@@ -72,7 +72,7 @@ bool VXManagedObjectContext::Save::unpair(Part &part, const ObjectID &objectID, 
     return true;
 }
 
-// One of those that are written; else it joins them, as it is stored.
+// The change of the object; if it has none, adds one that writes it as stored.
 VXRowChange &VXManagedObjectContext::Save::changeOf(Part &part, const ObjectID &objectID, const VXStoreRow::Ptr &stored)
 {
     qsizetype place = placeOf(part, objectID);
@@ -83,8 +83,8 @@ VXRowChange &VXManagedObjectContext::Save::changeOf(Part &part, const ObjectID &
     return part.request.changes[place];
 }
 
-// The context knew one end as it was before somebody else paired it anew, and did not change it: that end follows. Where the
-// store's changes count, it follows only to let go.
+// The context has an outdated value of one end and did not change it, while somebody else gave it a new partner: that
+// end follows. If the store's changes win, it only lets go.
 bool VXManagedObjectContext::Save::resolveOneSided(Part &part, const VXRowConflict &conflict)
 {
     const VXMergePolicy policy = _context._mergePolicy;
@@ -100,14 +100,14 @@ bool VXManagedObjectContext::Save::resolveOneSided(Part &part, const VXRowConfli
     return true;
 }
 
-// Which partner a contested object has is decided by now. Those that it has not lead elsewhere, and the one that it has leads
-// back. Both ends of a pair are written together, so that only what is contested can come apart.
+// The final partner of a contested object is known now: makes others that refer to it refer elsewhere, and its partner
+// refer back. Since both ends of a pair are written together, only contested objects can be inconsistent.
 bool VXManagedObjectContext::Save::pairUp(Part &part, const Contested &contested)
 {
     if (contested.objectID.store() != &part.store->identity())
         return true;
     const VXStoreRow::Ptr now = rowToBe(part, contested.objectID);
-    if (!now) // deleted: what leads there is found by every save
+    if (!now) // deleted: every save finds references to it
         return true;
     for (const Relationship *const relationship : contested.objectID.entity().relationships()) {
         if (!VXIsPair(*relationship) || !VXMustLeadSomewhere(*relationship))
@@ -138,9 +138,9 @@ bool VXManagedObjectContext::Save::pairUp(Part &part, const Contested &contested
     return true;
 }
 
-// -- Objects that are gone
+// -- Objects that no longer exist
 
-// What the context lets lead to objects that somebody else has deleted leads nowhere, as if it had done so before.
+// Removes references to objects that somebody else has deleted.
 bool VXManagedObjectContext::Save::resolveMissing(Part &part, const QSet<ObjectID> &gone)
 {
     if (gone.isEmpty())
@@ -162,8 +162,8 @@ bool VXManagedObjectContext::Save::resolveMissing(Part &part, const QSet<ObjectI
     return true;
 }
 
-// Somebody else has let an object lead to one that the context deletes. Where the store's changes count, it stays; else the
-// delete rule holds for that object too.
+// Somebody else has made an object refer to one that the context deletes. If the store's changes win, that one is kept;
+// otherwise the delete rule is applied to the referring object.
 bool VXManagedObjectContext::Save::resolveReferenced(Part &part, const VXRowConflict &conflict)
 {
     const VXMergePolicy policy = _context._mergePolicy;
@@ -171,7 +171,7 @@ bool VXManagedObjectContext::Save::resolveReferenced(Part &part, const VXRowConf
     if (policy == VXMergePolicy::Error)
         return false;
     if (policy == VXMergePolicy::Rollback || policy == VXMergePolicy::MergeByPropertyStoreTrumps) {
-        if (place < 0) // it stays because of another relationship
+        if (place < 0) // it is kept because of another relationship
             return true;
         _yielding.push_back({part.objects[size_t(place)], conflict.stored});
         _contested.push_back({conflict.objectID, nullptr, conflict.stored});
@@ -183,7 +183,7 @@ bool VXManagedObjectContext::Save::resolveReferenced(Part &part, const VXRowConf
     });
 }
 
-// False when it does not allow the deletion.
+// False when the rule forbids the deletion.
 bool VXManagedObjectContext::Save::applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference)
 {
     const ObjectID &source = reference.source.objectID;

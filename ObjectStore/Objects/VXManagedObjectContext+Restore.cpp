@@ -1,7 +1,7 @@
 #include "VXManagedObjectContextSave.h"
 
-// An object whose deletion gives way stays, with what its delete rules have deleted, and what they took from it leads there
-// again, unless the context or the store has it lead elsewhere.
+// An object that is kept after all is restored along with what its delete rules have deleted; references to it that
+// they removed are restored, unless the context or the store has changed them.
 void VXManagedObjectContext::Save::restoreDeleted(Part &part)
 {
     QList<ObjectPtr> restored;

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 using StorePtr = VXPersistentStoreCoordinator::StorePtr;
 namespace {
 
-// A link between to-many relationships shows at both ends and is saved from one.
+// A many-to-many link is known at both ends and saved from one.
 bool isSavedFrom(const VXRelationshipDescription &relationship)
 {
     const VXRelationshipDescription &inverse = *relationship.inverse();
@@ -62,7 +62,7 @@ bool VXManagedObjectContext::Save::run(VXError *error)
 
 // -- Preparing
 
-// Also those that a hook changes. A hook that saves asks the others, and those no more than once.
+// Includes objects that a hook changes. If a hook saves, that save calls the hooks of the others, but none twice.
 void VXManagedObjectContext::Save::callWillSave() const
 {
     if (!_context._hasHooks)
@@ -75,7 +75,7 @@ void VXManagedObjectContext::Save::callWillSave() const
     for (quint64 before = _context._stateCount + 1; before != _context._stateCount;) {
         before = _context._stateCount;
         for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted}) {
-            const QList<ObjectPtr> objects = changed->objects(); // which hooks may change
+            const QList<ObjectPtr> objects = changed->objects(); // a copy, as hooks may change the list
             for (const ObjectPtr &object : objects) {
                 if (object->_context == &_context && std::exchange(object->_askedInSave, number) != number)
                     object->willSave(); // else one before it has deleted it
@@ -157,7 +157,7 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
     const StorePtr store = _context._coordinator->persistentStoreForIdentity(*objectID.store());
     if (store) {
         Part &made = _parts.emplace_back(Part{store, {}, {}});
-        const qsizetype count = _inserted.size() + _updated.size() + _deleted.size(); // mostly of one store
+        const qsizetype count = _inserted.size() + _updated.size() + _deleted.size(); // mostly all are of one store
         made.request.changes.reserve(count);
         made.objects.reserve(size_t(count));
         return &made;
@@ -167,10 +167,10 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
     return nullptr;
 }
 
-// The values as they are saved. Stores share them from then on, and the object as well.
+// The values to be saved, shared by the store and the object from then on.
 VXStoreRow::Ptr VXManagedObjectContext::Save::rowOf(const VXManagedObject &object)
 {
-    if (object._values.use_count() == 1) // else a save that failed left it with a store
+    if (object._values.use_count() == 1) // otherwise it is still shared with a store, after a failed save
         object._values->shrink();
     if (!VXHasTransientValues(object.entity(), *object._values))
         return object._values;
@@ -210,13 +210,14 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
         if (!set.hasChanges() || relationship.isTransient() || !relationship.isManyToMany() ||
             !isSavedFrom(relationship))
             continue;
-        if (object.isDeleted() && relationship.deleteRule() != VXDeleteRule::Deny) // they go with it
+        // links are deleted with their object
+        if (object.isDeleted() && relationship.deleteRule() != VXDeleteRule::Deny)
             continue;
         const bool isSymmetric = relationship.inverse() == &relationship;
         VXLinkChange change{object.objectID(), &relationship, {}, {}};
         const auto add = [&](const ObjectID &target, QList<ObjectID> *list) {
             const VXManagedObject *const known = _context._objects.find(target);
-            // Its links go with it; but those that it may not have then are removed before.
+            // The object's links are deleted with it; but those that it must not have then are removed before.
             const bool isGoing = known != nullptr && known->isDeleted() &&
                                  (list == &change.added || relationship.inverse()->deleteRule() != VXDeleteRule::Deny);
             if (!isGoing && (!isSymmetric || change.source.number() <= target.number()))
@@ -224,7 +225,7 @@ bool VXManagedObjectContext::Save::addLinks(const VXManagedObject &object, VXErr
         };
         const QList<ObjectPtr> added = set.added();
         for (const ObjectPtr &other : added) {
-            if (other->_context != nullptr && !object.isDeleted()) // else it was deleted before it was ever saved
+            if (other->_context != nullptr && !object.isDeleted()) // otherwise deleted before it was ever saved
                 add(other->objectID(), &change.added);
         }
         const QList<ObjectID> removed = set.removed();
@@ -255,12 +256,12 @@ void VXManagedObjectContext::Save::addMetadata()
 
 // -- Afterwards
 
-// Of a store that was saved all the same, when another was not, everything stays.
+// After a partial save, everything about stores that were saved is kept.
 void VXManagedObjectContext::Save::undo()
 {
     const auto isUnsaved = [this](const VXStoreIdentity *store) { return !_saved.contains(store); };
     std::erase_if(_parts,
-                  [&](const Part &part) { return isUnsaved(&part.store->identity()); }); // share objects' values
+                  [&](const Part &part) { return isUnsaved(&part.store->identity()); }); // they share objects' values
     for (QList<ObjectPtr> *const objects : {&_inserted, &_updated, &_deleted})
         objects->removeIf([&](const ObjectPtr &object) { return isUnsaved(object->objectID().store()); });
     std::erase_if(_yielding, [&](const Yielding &each) { return isUnsaved(each.object->objectID().store()); });
@@ -367,7 +368,7 @@ void VXManagedObjectContext::Save::takeOverRows()
     _deleted += takeOut(gone, _updated);
 }
 
-// Takes those objects out of the list, in one go through it, for they may be many.
+// Removes these objects from the list in a single pass, as they may be many.
 QList<VXManagedObjectContext::ObjectPtr>
 VXManagedObjectContext::Save::takeOut(const QSet<const VXManagedObject *> &objects, QList<ObjectPtr> &list)
 {
@@ -383,7 +384,7 @@ VXManagedObjectContext::Save::takeOut(const QSet<const VXManagedObject *> &objec
     return taken;
 }
 
-// Before what was saved is taken over: relationships then let go of what belongs to no context.
+// Called before saved values are adopted: relationships then drop objects without a context.
 void VXManagedObjectContext::Save::forgetGone()
 {
     QList<ObjectPtr> found;

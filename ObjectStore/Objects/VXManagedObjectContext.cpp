@@ -284,7 +284,7 @@ void VXManagedObjectContext::processPendingChanges()
         }
         if (std::exchange(object->_isRefreshed, false))
             _refreshed.remove(object.get());
-        object = nullptr; // while it is at hand: there may be many
+        object = nullptr; // released early, as there may be many
     }
     for (VXManagedObject *const object : std::exchange(_refreshed, {})) {
         object->_isRefreshed = false;
@@ -296,7 +296,7 @@ void VXManagedObjectContext::processPendingChanges()
                                                               {VXRefreshedObjectsKey, refreshed}});
 }
 
-// Of the lists, those that are not empty.
+// Leaves out empty lists.
 void VXManagedObjectContext::post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists)
 {
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();

@@ -17,9 +17,9 @@
 
 /**
  * Posted by a context on its thread; object: the context (VXManagedObjectContext *). The user info has lists of objects
- * (VXManagedObjectPtr) under the keys below, each only when it is not empty. They may be read during the call only.
+ * (VXManagedObjectPtr) under the keys below, but no empty ones. Valid during the call only.
  */
-VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextWillSaveNotification; // once all is found valid
+VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextWillSaveNotification; // after validation
 VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextDidSaveNotification;
 VX_STORE_EXPORT extern const VXNotificationName VXManagedObjectContextObjectsDidChangeNotification;
 VX_STORE_EXPORT extern const QString VXInsertedObjectsKey;  // "inserted"
@@ -28,14 +28,14 @@ VX_STORE_EXPORT extern const QString VXDeletedObjectsKey;   // "deleted"
 VX_STORE_EXPORT extern const QString VXRefreshedObjectsKey; // "refreshed"
 
 /**
- * A scratch pad of objects over a coordinator: one object for each ID, changes kept until they are saved together. Confined
- * to one thread, or locked by its users. Both ends of relationships are kept in step.
+ * A workspace of objects over a coordinator: it has one object for each ID, and keeps changes until they are saved
+ * together. Confined to one thread, or locked by its users. Updates both ends of relationships.
  */
 class VX_STORE_EXPORT VXManagedObjectContext
 {
 public:
     explicit VXManagedObjectContext(const VXPersistentStoreCoordinator::Ptr &coordinator);
-    /** Unsaved changes are lost; objects still held become faults that cannot be read. */
+    /** Unsaved changes are lost; objects that are still referenced become faults that cannot be read. */
     ~VXManagedObjectContext();
     VXManagedObjectContext(const VXManagedObjectContext &) = delete;
     VXManagedObjectContext &operator=(const VXManagedObjectContext &) = delete;
@@ -46,19 +46,19 @@ public:
     void setMergePolicy(VXMergePolicy policy) { _mergePolicy = policy; }
 
     // -- Objects
-    /** A new object with the default values, to be saved to the store given, else to the first. An abstract entity fails an
-     * assertion. */
+    /** Makes a new object with default values, to be saved in the given store, or else in the first one. An abstract
+     *  entity fails an assertion. */
     VXManagedObjectPtr insertNewObject(const VXEntityDescription &entity,
                                        const VXPersistentStoreCoordinator::StorePtr &store = nullptr);
-    /** By name; an unknown one fails an assertion. */
+    /** The same by name; an unknown entity fails an assertion. */
     VXManagedObjectPtr insertNewObject(const QString &entityName);
-    /** Deletes at the next save, and what the delete rules say with it. */
+    /** Marks the object for deletion at the next save, along with what the delete rules say. */
     void deleteObject(const VXManagedObjectPtr &object);
-    /** Null when it is not in memory. */
+    /** The object with that ID if it is in memory; null otherwise. */
     VXManagedObjectPtr objectRegisteredForID(const VXManagedObjectID &objectID) const;
-    /** The object, as a fault if it is not in memory; it need not exist. Null for a null ID. */
+    /** The object with that ID, as a fault if it is not in memory; it need not exist. Null for a null ID. */
     VXManagedObjectPtr objectWithID(const VXManagedObjectID &objectID);
-    /** Null when the store has no such object. */
+    /** The object with that ID; null when it does not exist in the store. */
     VXManagedObjectPtr existingObjectWithID(const VXManagedObjectID &objectID, VXError *error = nullptr);
 
     // -- Fetching
@@ -67,13 +67,14 @@ public:
     [[nodiscard]] std::optional<qsizetype> countForFetchRequest(const VXFetchRequest &request,
                                                                 VXError *error = nullptr);
 
-    /** For who reads all objects of a store that nobody changes more than once, and not all at a time: keeps the rows that are
-     * read and take up at most so many bytes. */
+    /** Caches rows of at most so many bytes when they are read. Only for contexts that read a whole store repeatedly,
+     *  but not at a time, while nobody changes it. */
     void keepRows(qsizetype largestRow) { _largestKeptRow = largestRow; }
-    /** What the stores have of those objects that are there, in no particular order; or had, when it was kept. */
+    /** Passes on the stored rows of those objects that exist, in no particular order; cached rows as they were when
+     *  read. */
     bool storedRows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
                     VXError *error = nullptr);
-    /** Reads what a to-many relationship of these objects leads to, with one query; the objects led to are not read. */
+    /** Reads a to-many relationship of all these objects with one query; the objects it leads to are not read. */
     bool readRelated(const QList<VXManagedObjectPtr> &objects, const VXRelationshipDescription &relationship,
                      VXError *error = nullptr);
 
@@ -82,28 +83,30 @@ public:
     QList<VXManagedObjectPtr> insertedObjects() const;
     QList<VXManagedObjectPtr> updatedObjects() const;
     QList<VXManagedObjectPtr> deletedObjects() const;
-    /** Validates and saves all changes: to each store all or nothing. On failure they stay as they are, but those to a store
-     * that was saved before another one failed (SavedInPart): saving again saves the rest. */
+    /** Validates and saves all changes; in each store all of them or nothing. After a failure the changes remain
+     *  unsaved, except for those in a store that was saved before another one failed (SavedInPart): saving again saves
+     *  the rest. */
     bool save(VXError *error = nullptr);
-    /** Drops all changes. Tells observers. */
+    /** Drops all changes. Notifies observers. */
     void rollback();
-    /** Forgets everything; objects still held belong to no context any more. */
+    /** Drops everything; objects that are still referenced belong to no context any more. */
     void reset();
     /**
-     * With mergeChanges reads the stored values under the object's changes; without it turns the object into a fault, and drops
-     * its changes. The objects of a to-many relationship with a to-one inverse stay as they are: those are their changes.
+     * With mergeChanges, reads the stored values and keeps the object's changes on top; otherwise turns the object into
+     * a fault, and drops its changes. To-many relationships with a to-one inverse are not affected, since they are
+     * changes of the other objects.
      */
     void refreshObject(const VXManagedObjectPtr &object, bool mergeChanges);
     /** Gives new objects their permanent IDs before they are saved. */
     bool obtainPermanentIDs(const QList<VXManagedObjectPtr> &objects, VXError *error = nullptr);
-    /** Takes over what another context of the coordinator saved: inserted, updated and deleted IDs. Unsaved changes stay.
-     * Tells observers. */
+    /** Applies what another context of the coordinator has saved, given by IDs. Unsaved changes are kept. Notifies
+     *  observers. */
     void mergeChanges(const QList<VXManagedObjectID> &inserted, const QList<VXManagedObjectID> &updated,
                       const QList<VXManagedObjectID> &deleted);
-    /** Tells observers of the changes since it last did. A save does it too. */
+    /** Notifies observers of the changes since the last time. A save does this as well. */
     void processPendingChanges();
 
-    /** How many objects are in memory; how many were ever made by this context. For measurements. */
+    /** The number of objects in memory, and of all objects this context ever made. For measurements. */
     qsizetype registeredObjectCount() const { return _objects.size(); }
     qint64 madeObjectCount() const { return _madeObjectCount; }
 
@@ -120,24 +123,24 @@ private:
     // -- Objects in memory
     VXManagedObject &makeObject(const ObjectID &objectID);
     void unregister(VXManagedObject &object);
-    /** From now on the object belongs to no context. */
+    /** Detaches the object from the context. */
     void forget(const ObjectPtr &object);
     void forgetAll();
     QList<ObjectPtr> objectsWithIDs(const QList<ObjectID> &objectIDs);
 
     // -- Reading
     VXStoreRow::Ptr readRow(const ObjectID &objectID, VXError *error) const;
-    /** Several rows with few queries; those that are gone are left out. */
+    /** Reads several rows with few queries; leaves out those that no longer exist. */
     bool readRows(const QList<ObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
                   VXError *error);
     static bool adoptRow(VXManagedObject &object, VXStoreRow::Ptr row);
     ObjectPtr objectForRow(VXFetchedRow fetched, bool refreshes);
-    /** False without an error: the object is gone. */
+    /** False without an error when the object no longer exists. */
     bool readFault(VXManagedObject &object, VXError *error);
     /** A failure is reported as a diagnostic. */
     bool fulfillFault(VXManagedObject &object);
     bool fulfillFaults(const QList<ObjectPtr> &objects, VXError *error);
-    /** Reads the objects that a relationship leads to. They are held in `held`. */
+    /** Reads the objects of a relationship, and keeps them alive in `held`. */
     bool prefetch(const QList<ObjectPtr> &objects, const Relationship &relationship, QList<ObjectPtr> *held,
                   VXError *error);
 
@@ -146,24 +149,27 @@ private:
     /** A change that cannot be made, as its object cannot be read. The next save fails with that, and no other. */
     void noteLostChange(const VXManagedObject &object, const VXError &problem);
     void noteForObservers(VXManagedObject &object);
-    /** Of an object without changes. It is not held: a walk turns any number of objects into faults. */
+    /** For objects without changes. Does not keep the object, since iterations turn any number of objects into faults.
+     *  */
     void noteRefreshed(VXManagedObject &object);
     void setState(VXManagedObject &object, State state);
     VXChangedObjects *objectsInState(State state);
-    /** Of all three kinds. */
+    /** Objects in all three states. */
     QList<ObjectPtr> changedObjects() const;
-    /** What the delete rules of a stored object have done, which is undone where its deletion gives way to the store. */
+    /** The effects of the delete rules of a stored object, which are undone if the store's version wins over its
+     *  deletion. */
     struct DeleteEffects
     {
-        QList<ObjectPtr> deleted;                                    // by "cascade"
-        QList<std::pair<ObjectPtr, const Relationship *>> nullified; // what led to it, and by which relationship
+        QList<ObjectPtr> deleted; // by the rule "cascade"
+        // objects that referred to it, and by which relationship
+        QList<std::pair<ObjectPtr, const Relationship *>> nullified;
     };
     void applyDeleteRule(const ObjectPtr &object, const Relationship &relationship, QList<ObjectPtr> &doomed);
-    /** An object without changes left is not an updated one. */
+    /** Makes an object without remaining changes unchanged. */
     void settle(VXManagedObject &object);
     void post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists);
 
-    // -- Taking over what the store has
+    // -- Adopting the state of the store
     void turnIntoFault(VXManagedObject &object);
     static void forgetRelated(VXManagedObject &object);
     void dropChanges(const ObjectPtr &object);
@@ -171,7 +177,7 @@ private:
     void dropLinks(const ObjectPtr &object, const Relationship &relationship);
     void rebase(VXManagedObject &object, const VXStoreRow::Ptr &stored);
     void removeWhereStored(VXManagedObject &object);
-    /** Brings to-many relationships that were read in step with what an object's row says by now. */
+    /** Updates to-many relationships that were read after the change of an object's row. */
     void moveInRelated(const VXManagedObject &object, const VXStoreRow *before, const VXStoreRow *after) const;
 
     // -- Identity
@@ -180,35 +186,36 @@ private:
         ObjectPtr object;
         ObjectID before;
     };
-    /** Of those that have temporary ones, which stay registered for the time being. Nothing is changed on failure. */
+    /** For objects with temporary IDs, which also remain registered under these for now. Nothing is changed on failure.
+     *  */
     bool assignPermanentIDs(const QList<ObjectPtr> &objects, QList<Renamed> *renamed, VXError *error);
-    /** In the values of a changed object. A null ID as replacement is none. */
+    /** Replaces IDs in the values of a changed object; a null replacement removes one. */
     template <class Replacement>
     static void replaceReferences(VXManagedObject &object, const Replacement &replacement);
     void replaceTemporaryReferences(VXManagedObject &object) const;
-    /** Of objects whose IDs had been taken from them again. */
+    /** Restores references to objects whose permanent IDs were withdrawn. */
     void restoreReferences(const QHash<ObjectID, ObjectID> &before) const;
     void registerAgain(const QList<Renamed> &renamed);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     VXMergePolicy _mergePolicy = VXMergePolicy::Error;
-    VXObjectShelves<VXManagedObject *> _objects; // every one in memory; they are owned by their holders
+    VXObjectShelves<VXManagedObject *> _objects; // all objects in memory; owned by their references
     VXObjectShelves<VXStoreRow::Ptr> _keptRows;
     qsizetype _largestKeptRow = 0; // in bytes
     VXChangedObjects _inserted;
     VXChangedObjects _updated;
     VXChangedObjects _deleted;
     QHash<const VXManagedObject *, VXPersistentStoreCoordinator::StorePtr>
-        _assignedStores;                                          // of new objects, where named
-    QHash<const VXManagedObject *, DeleteEffects> _deleteEffects; // of the deleted ones
+        _assignedStores;                                          // of new objects, if a store was given
+    QHash<const VXManagedObject *, DeleteEffects> _deleteEffects; // by deleted object
     QList<ObjectPtr> _noted;                                      // for observers
-    QSet<VXManagedObject *> _refreshed;                           // for observers too, not held
+    QSet<VXManagedObject *> _refreshed;                           // for observers, too; not kept alive
     qint64 _madeObjectCount = 0;
     quint64 _stateCount = 0; // of changes of state, so that hooks are seen to make any
     VXError _lostChange;     // why the first change since the last save was not made, as its object could not be read
     quint32 _saveNumber = 0;
-    bool _hasHooks = false; // objects of classes of their own, one of which there was at least
-    bool _isAsking = false; // hooks of objects to be saved, which may save themselves
+    bool _hasHooks = false; // whether there was ever an object of a class of its own
+    bool _isAsking = false; // while hooks run before a save; they may save the context themselves
 };
 
 Q_DECLARE_METATYPE(VXManagedObjectContext *)

@@ -4,35 +4,35 @@
 
 #include <vector>
 
-/** One save of a context: what is written, to which store, and what becomes of the objects then. Used once. */
+/** One save of a context: what is written to which store, and what it means for the objects. To be used once. */
 class VXManagedObjectContext::Save
 {
 public:
     explicit Save(VXManagedObjectContext &context) : _context(context) {}
 
-    /** On failure objects are as they were before. */
+    /** On failure, objects are as they were before. */
     bool run(VXError *error);
 
 private:
-    using Places = QHash<ObjectID, qsizetype>; // of the changes in a part
+    using Places = QHash<ObjectID, qsizetype>; // indexes into the changes of a part
 
-    /** What goes to one store. */
+    /** The part of the save for one store. */
     struct Part
     {
         VXPersistentStoreCoordinator::StorePtr store;
         VXSaveRequest request;
-        // Of the request's changes, in their order; nullptr: no change of the context.
+        // For each change of the request, in order; nullptr for one that is no change of the context.
         std::vector<VXManagedObject *> objects;
-        Places places = {}; // while conflicts are resolved; a change that is not at its place is dropped
+        Places places = {}; // while conflicts are resolved; a change whose index is not here is dropped
     };
-    /** An object that is not written after all: somebody else has changed it, and that stays. */
+    /** An object that is not written, because somebody else's change to it wins. */
     struct Yielding
     {
         VXManagedObject *object;
-        VXStoreRow::Ptr stored; // null: it is gone
+        VXStoreRow::Ptr stored; // null: it no longer exists
     };
 
-    /** An object that somebody else has changed too, as this save and the store had it. Either may be null. */
+    /** An object that somebody else has changed, too: its row in this save and in the store. Either may be null. */
     struct Contested
     {
         ObjectID objectID;
@@ -54,7 +54,7 @@ private:
 
     // -- Writing (VXManagedObjectContext+Conflicts.cpp)
     bool write(VXError *error);
-    /** False when it is for the user to decide. */
+    /** False when the user has to decide. */
     bool resolve(const QList<VXRowConflict> &conflicts);
     bool resolveChanged(Part &part, const QHash<ObjectID, VXStoreRow::Ptr> &stored);
     bool resolve(Part &part, qsizetype place, const VXStoreRow::Ptr &stored, bool *isDropped);
@@ -66,7 +66,7 @@ private:
     VXError conflictError(const QList<VXRowConflict> &conflicts) const;
     QVariantMap descriptionOf(const VXRowConflict &conflict) const;
 
-    // -- References that would lead nowhere (VXManagedObjectContext+References.cpp)
+    // -- References to objects that no longer exist (VXManagedObjectContext+References.cpp)
     bool resolveMissing(Part &part, const QSet<ObjectID> &gone);
     bool resolveReferenced(Part &part, const VXRowConflict &conflict);
     bool applyDeleteRule(Part &part, const ObjectID &deleted, const VXRowReference &reference);
@@ -81,7 +81,7 @@ private:
     static bool leadsTo(const VXStoreRow &row, const Relationship &relationship, const ObjectID &objectID);
     static void setTarget(VXRowChange &change, const Relationship &relationship, const QVariant &target);
 
-    // -- Deletions that give way (VXManagedObjectContext+Restore.cpp)
+    // -- Deletions that lose against the store (VXManagedObjectContext+Restore.cpp)
     void restoreDeleted(Part &part);
     QList<ObjectPtr> restoreCascaded(Part &part, const DeleteEffects &effects);
     void restoreNullified(Part &part, const VXManagedObject &object, const DeleteEffects &effects);
@@ -103,8 +103,8 @@ private:
     QList<ObjectPtr> _inserted;
     QList<ObjectPtr> _updated;
     QList<ObjectPtr> _deleted;
-    QList<Renamed> _renamed; // objects that were given permanent IDs
-    QList<int> _changed;     // properties of the last object updated
+    QList<Renamed> _renamed; // objects that got permanent IDs
+    QList<int> _changed;     // changed properties of the object updated last
     std::vector<Part> _parts;
     std::vector<VXManagedObject *> _unwritten; // that a part has no change of, or no more
     std::vector<Yielding> _yielding;

@@ -78,7 +78,7 @@ VXPredicate VXPredicateWithConstants(const VXPredicate &predicate, const Replace
 
 VXPredicate VXPredicateWithIDs(const VXPredicate &predicate)
 {
-    if (!holdsObject(predicate)) // as most; to make it anew costs more than a look
+    if (!holdsObject(predicate)) // the usual case; checking is cheaper than making it anew
         return predicate;
     return VXPredicateWithConstants(predicate, [](const QVariant &value) {
         if (value.metaType() != QMetaType::fromType<VXManagedObjectPtr>())

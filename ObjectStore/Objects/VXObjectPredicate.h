@@ -6,12 +6,12 @@
 
 #include <functional>
 
-/** The predicate with its constants, also those in lists, replaced by what `replacement` makes of them. */
+/** The predicate with its constants, including those in lists, replaced by the result of `replacement`. */
 VXPredicate VXPredicateWithConstants(const VXPredicate &predicate,
                                      const std::function<QVariant(const QVariant &)> &replacement);
 
-/** For stores: the IDs of objects in their place. */
+/** For stores: replaces objects in the predicate by their IDs. */
 VXPredicate VXPredicateWithIDs(const VXPredicate &predicate);
 
-/** Sorts the objects; those that are equal keep their order. */
+/** Sorts the objects; equal objects keep their order. */
 void VXSortObjects(QList<VXManagedObjectPtr> &objects, const QList<VXSortDescriptor> &descriptors);

@@ -7,8 +7,8 @@
 #include <utility>
 
 /**
- * Holds a managed object in memory. An object that nobody holds and that has no unsaved changes is let go of; its context
- * makes a new one when it is asked for again. Copy and use it on the context's thread only.
+ * A reference that keeps a managed object in memory. An object without references and unsaved changes is destroyed; its
+ * context makes a new one when needed. Copy and use references on the context's thread only.
  */
 template <class T>
 class VXObjectRef

@@ -17,7 +17,7 @@ bool VXRelatedSet::add(const VXManagedObjectPtr &object)
         if (_stored.contains(object->objectID()))
             return false;
     }
-    // With a removal it may never have been there, so it is added all the same.
+    // After a removal the object may never have been there, so it is added anyway.
     return _added.insert(object) || wasRemoved;
 }
 

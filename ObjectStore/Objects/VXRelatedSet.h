@@ -4,8 +4,8 @@
 #include "VXSmallSet.h"
 
 /**
- * What a to-many relationship of one object leads to: the objects that the store has, once they were read, and the changes
- * to them. Changes need no reading. Belongs to its object.
+ * The objects of a to-many relationship of one object: those in the store, once they were read, and the changes to
+ * them. Changes can be made without reading. Belongs to its object.
  */
 class VXRelatedSet
 {
@@ -18,41 +18,41 @@ public:
     QList<VXManagedObjectPtr> added() const { return _added.values(); }
     QList<VXManagedObjectID> removed() const { return _removed.values(); }
 
-    /** As long as it is not read, of the objects that were added. */
+    /** While it is not read, only the number of added objects. */
     qsizetype count() const { return _added.size() + (_isRead ? _stored.size() - _removed.size() : 0); }
     QList<VXManagedObjectID> stored() const { return _stored.values(); }
-    /** Those stored that were not removed. */
+    /** The stored ones that were not removed. */
     QList<VXManagedObjectID> keptIDs() const;
 
-    // True when something changed:
+    // These return whether anything changed.
     bool add(const VXManagedObjectPtr &object);
-    /** One whose own relationship, to-one, led elsewhere so far: then it is in no need of being looked for. */
+    /** Adds an object whose to-one inverse led elsewhere so far, so it need not be looked up here. */
     void addNew(const VXManagedObjectPtr &object);
     bool remove(const VXManagedObjectPtr &object);
-    /** As if the object had been neither added nor removed. */
+    /** Takes back the addition or removal of an object. */
     void revert(const VXManagedObjectPtr &object);
 
-    /** What the store has, one after the other; changes stay. Once all are noted it is read. */
+    /** Notes a stored object; changes are kept. Once all are noted, setRead() is called. */
     void noteStored(const VXManagedObjectID &objectID) { _stored.insert(objectID); }
     void setRead();
     void forgetStored();
-    /** The store now has, or no longer has, an object; of no effect on what was not read. */
+    /** Says that the store now has, or no longer has, an object; without effect if the set was not read. */
     void addStored(const VXManagedObjectID &objectID);
     void removeStored(const VXManagedObjectID &objectID);
 
-    /** The changes have been saved. */
+    /** To be called when the changes were saved. */
     void commit();
     /** Drops the changes. */
     void revert();
 
 private:
-    /** What was read is then not needed to know what is stored: it is what the objects' rows say. */
+    /** Whether the stored objects follow from the objects' rows, so that they need not be kept. */
     bool followsRows() const { return _relationship->inverse() != nullptr && !_relationship->isManyToMany(); }
 
     const VXRelationshipDescription *_relationship;
     bool _isRead = false;
     VXSmallSet<VXManagedObjectID> _stored;
-    VXSmallSet<VXManagedObjectID> _removed; // once it is read, some of those stored
+    VXSmallSet<VXManagedObjectID> _removed; // once read, a subset of _stored
     VXSmallSet<VXManagedObjectPtr>
         _added; // once it is read, none of those stored; held, they may be known from here only
 };

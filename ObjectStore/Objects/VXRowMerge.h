@@ -7,20 +7,21 @@
 
 #include <memory>
 
-/** Indexes of the properties with a place in the row that differ between two rows of an entity. */
+/** The indexes of the properties with a column in the row that differ between two rows of an entity. */
 QList<int> VXChangedProperties(const VXEntityDescription &entity, const VXStoreRow &before, const VXStoreRow &after);
-/** Whether they are just those. */
+/** Whether exactly these differ. */
 bool VXAreChangedProperties(const QList<int> &properties, const VXEntityDescription &entity, const VXStoreRow &before,
                             const VXStoreRow &after);
 
-/** True when the row has values of transient properties, which no store keeps. */
+/** Whether the row has values of transient properties, which no store keeps. */
 bool VXHasTransientValues(const VXEntityDescription &entity, const VXStoreRow &row);
 void VXCopyTransientValues(const VXEntityDescription &entity, const VXStoreRow &from, VXStoreRow &to);
 void VXRemoveTransientValues(const VXEntityDescription &entity, VXStoreRow &row);
 
 /**
- * What an object is to be whose row was changed here, from `base` to `own`, and by somebody else to `stored`: the changes of
- * both; of a property that both changed the own, or the stored one. The version is the one after the stored row's.
+ * Merges the row of an object that was changed here, from `base` to `own`, and by somebody else to `stored`: takes the
+ * changes of both; if both changed a property, the own or, with `storeTrumps`, the stored value. The version is the
+ * stored row's plus one.
  */
 std::shared_ptr<VXStoreRow> VXMergedRow(const VXEntityDescription &entity, const VXStoreRow &base,
                                         const VXStoreRow &own, const VXStoreRow &stored, bool storeTrumps);

@@ -6,8 +6,9 @@
 #include <utility>
 
 /**
- * A set that takes little memory as long as it has few members, as most have: a QSet of one takes hundreds of bytes. Members that
- * are known to be new cost no look-up, however many, until one is looked for.
+ * A set that takes little memory while it has few members, as most sets do: a QSet with one member takes hundreds of
+ * bytes. Inserting members that are known to be new needs no look-up, however many there are, until one is searched
+ * for.
  */
 template <class T>
 class VXSmallSet
@@ -19,7 +20,7 @@ public:
     bool contains(const T &member) const { return isListed() ? _list.contains(member) : _hash.contains(member); }
     QList<T> values() const { return _hash.isEmpty() ? _list : _hash.values(); }
 
-    /** False when it was there. */
+    /** False when it was already there. */
     bool insert(const T &member)
     {
         if (isListed()) {
@@ -31,11 +32,11 @@ public:
             }
             makeHash();
         }
-        const qsizetype before = _hash.size(); // one look-up tells both
+        const qsizetype before = _hash.size(); // saves a separate look-up
         _hash.insert(member);
         return _hash.size() > before;
     }
-    /** One that is not there. */
+    /** Inserts a member that is known to be new. */
     void insertNew(const T &member)
     {
         if (_hash.isEmpty())
@@ -49,7 +50,7 @@ public:
     void removeIf(const Predicate &predicate)
     {
         _list.removeIf(predicate);
-        if (!_hash.isEmpty()) // an empty QSet, too, would take memory for that
+        if (!_hash.isEmpty()) // an empty QSet would allocate memory here
             _hash.removeIf(predicate);
     }
     void clear() { *this = {}; }
@@ -57,7 +58,8 @@ public:
 private:
     static constexpr qsizetype mostSearched = 8;
 
-    // Where members are looked for: the list while it is short. One that grew unsearched is hashed then.
+    // Whether members are searched for in the list, which is the case while it is short. A list that has grown
+    // meanwhile is hashed first.
     bool isListed() const
     {
         if (Q_UNLIKELY(_list.size() > mostSearched))
@@ -71,5 +73,5 @@ private:
     }
 
     mutable QList<T> _list;
-    mutable QSet<T> _hash; // all of them, once there were more
+    mutable QSet<T> _hash; // all members, once there are more
 };

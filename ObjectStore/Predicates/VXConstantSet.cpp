@@ -14,7 +14,7 @@
 
 namespace {
 
-// Of whole numbers, and of real ones that have no fraction.
+// For integers, and reals without a fraction.
 std::optional<qint64> wholeNumber(const QVariant &value)
 {
     if (const std::optional<qint64> number = VXWholeNumber(value))

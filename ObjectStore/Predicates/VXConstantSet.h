@@ -17,7 +17,7 @@ class VXConstantSet
 public:
     VXConstantSet(const QVariantList &elements, VXTextOptions options);
 
-    /** Whether an element equals the value, as VXEqualValues has it, texts compared with the options. */
+    /** Whether an element equals the value in the sense of VXEqualValues, with texts compared by the options. */
     bool contains(const QVariant &value) const;
 
 private:

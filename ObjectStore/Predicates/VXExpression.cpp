@@ -28,7 +28,7 @@ QString constantFormat(const QVariant &value)
     case QMetaType::Bool:
         return value.toBool() ? u"TRUE"_s : u"FALSE"_s;
     case QMetaType::Double:
-        if (std::isinf(value.toDouble())) // as what is too large is read
+        if (std::isinf(value.toDouble())) // which is parsed as infinity, being too large
             return value.toDouble() > 0 ? u"1e999"_s : u"-1e999"_s;
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
     case QMetaType::QDateTime:
@@ -90,7 +90,7 @@ VXExpression VXExpression::variable(const QString &name)
     return made;
 }
 
-// Of constants alone it is one itself: made once, and equal however it was written.
+// An aggregate of constants becomes a constant: computed once, and equal to others however written.
 VXExpression VXExpression::aggregate(const QList<VXExpression> &elements)
 {
     const auto isConstant = [](const VXExpression &element) { return element._kind == Kind::Constant; };

@@ -7,38 +7,38 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-/** One side of a comparison: a value, or where it comes from. A value type; reentrant. */
+/** One side of a comparison: a value, or where to get it. A value type; reentrant. */
 class VX_STORE_EXPORT VXExpression
 {
 public:
     enum class Kind {
         Constant,
-        KeyPath,   // keys to follow from the object, "@count" among them
+        KeyPath,   // keys to follow from the object, possibly with "@count"
         Self,      // the object itself
-        Variable,  // $NAME, to be given a value before evaluation
+        Variable,  // $NAME, to be replaced by a value before evaluation
         Aggregate, // { a, b, ... }
     };
 
     /** The constant "none". */
     VXExpression() = default;
     static VXExpression constant(const QVariant &value);
-    /** Keys separated by dots; "SELF" in the first place is left out. */
+    /** Keys separated by dots; a leading "SELF" is dropped. */
     static VXExpression keyPath(const QString &path);
     static VXExpression self();
     static VXExpression variable(const QString &name);
     static VXExpression aggregate(const QList<VXExpression> &elements);
 
     Kind kind() const { return _kind; }
-    /** Of a constant; of a variable its name. */
+    /** The value of a constant; for a variable its name. */
     const QVariant &value() const { return _value; }
     const QStringList &keys() const { return _keys; }
     const QList<VXExpression> &elements() const { return _elements; }
 
-    /** The expression with variables replaced; those that have no value stay. */
+    /** The expression with variables replaced; those without a value are kept. */
     VXExpression substituted(const QVariantMap &variables) const;
     /** The value for an object. @return invalid for none and for a variable. */
     QVariant evaluate(const QVariant &object) const;
-    /** As it is written in predicates. */
+    /** The expression as written in predicates. */
     QString format() const;
 
     friend bool operator==(const VXExpression &a, const VXExpression &b)

@@ -6,10 +6,10 @@ using namespace Qt::StringLiterals;
 
 bool VXPatternMatches(const QRegularExpression &pattern, const QString &text)
 {
-    if (!text.isValidUtf16()) // which no pattern is matched with: halves of pairs count as any other character
+    if (!text.isValidUtf16()) // patterns cannot match invalid UTF-16, so unpaired surrogates are replaced
         return VXPatternMatches(pattern, QString::fromUtf8(text.toUtf8()));
     const QRegularExpressionMatch fast = pattern.match(text);
-    if (fast.hasMatch() || fast.isValid()) // invalid: it was not decided
+    if (fast.hasMatch() || fast.isValid()) // invalid: the matcher gave up
         return fast.hasMatch();
     const QRegularExpression slow("(*NO_JIT)"_L1 + pattern.pattern(), pattern.patternOptions());
     const QRegularExpressionMatch match = slow.match(text);

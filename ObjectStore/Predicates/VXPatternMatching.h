@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 
 /**
- * Whether a valid regular expression describes the text. Long texts are matched on the heap where the fast matcher's stack
- * does not suffice. A pattern that would try for ever gives up: false, which is reported. Reentrant.
+ * Whether a valid regular expression matches the text. Long texts are matched on the heap if the stack of the fast
+ * matcher is too small. A pattern that would take too long is given up: false, with a report. Reentrant.
  */
 VX_STORE_EXPORT bool VXPatternMatches(const QRegularExpression &pattern, const QString &text);

@@ -13,7 +13,7 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-// The elements of a collection, those of collections within it in their place; of a single value, itself.
+// The elements of a collection, with nested collections expanded; a single value gives itself.
 void flatten(const QVariant &value, QVariantList &elements)
 {
     if (!VXIsList(value)) {
@@ -35,7 +35,7 @@ bool isEqual(const QVariant &left, const QVariant &right, VXTextOptions options)
     return VXEqualValues(folded(left, options), folded(right, options));
 }
 
-// Where none takes part nothing is greater or less.
+// None is neither greater nor less than anything.
 std::partial_ordering order(const QVariant &left, const QVariant &right, VXTextOptions options)
 {
     if (VXIsNone(left) || VXIsNone(right))

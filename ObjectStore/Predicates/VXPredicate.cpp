@@ -21,7 +21,7 @@ struct VXPredicate::Node
     Operator comparison = Operator::Equal;
     VXTextOptions options = {};
     Modifier modifier = Modifier::Direct;
-    int depth = 1;             // of predicates inside each other, itself included
+    int depth = 1;             // nesting, including itself
     bool hasVariables = false; // of a comparison
     std::shared_ptr<const VXConstantSet> constants = {};
     std::shared_ptr<const Node> joined = {};
@@ -29,10 +29,10 @@ struct VXPredicate::Node
 
 namespace {
 
-// What walks over a predicate, and what takes it apart, goes as deep as it does.
+// A limit, since evaluation and destruction are recursive.
 constexpr int deepest = 1000;
 
-constexpr qsizetype longList = 16; // where a set is faster than a walk
+constexpr qsizetype longList = 16; // from this length on, a set is faster than a linear search
 
 std::shared_ptr<const VXConstantSet> setOf(const VXExpression &expression, VXTextOptions options)
 {
@@ -92,7 +92,7 @@ VXPredicate VXPredicate::compound(Kind kind, const QList<VXPredicate> &predicate
     return VXPredicate(std::make_shared<const Node>(std::move(node)));
 }
 
-// "a == 1 OR a == 2 OR b < 3" as "a IN {1, 2} OR b < 3"; null where that would not be shorter by much.
+// "a == 1 OR a == 2 OR b < 3" as "a IN {1, 2} OR b < 3"; null if that would not be much shorter.
 std::shared_ptr<const VXPredicate::Node> VXPredicate::joinedAlternatives(const QList<VXPredicate> &predicates)
 {
     QHash<QPair<QString, int>, QVariantList> values; // by key path and options
@@ -109,7 +109,7 @@ std::shared_ptr<const VXPredicate::Node> VXPredicate::joinedAlternatives(const Q
             parts.append(each);
         else if (const QVariantList list = values.take(keyOf(each)); list.size() == 1)
             parts.append(each);
-        else if (!list.isEmpty()) // else it is in a list already
+        else if (!list.isEmpty()) // otherwise it is in a list already
             parts.append(comparison(each.left(), Operator::In, VXExpression::constant(list), each.options()));
     }
     return parts.size() > predicates.size() / 2 ? nullptr : anyOf(parts)._node;
@@ -282,7 +282,7 @@ QString optionsFormat(VXTextOptions options)
     return ignoresCase ? ignoresMarks ? u"[cd]"_s : u"[c]"_s : u"[d]"_s;
 }
 
-// With brackets only where they are needed: so the text is nested no deeper than the one it was read from.
+// Uses brackets only where needed, so that the text is nested no deeper than the one it was parsed from.
 QString partFormat(const VXPredicate &part, VXPredicate::Kind whole)
 {
     using Kind = VXPredicate::Kind;

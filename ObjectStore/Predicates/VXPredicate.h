@@ -14,13 +14,13 @@
 class VXConstantSet;
 
 /**
- * A condition on objects: comparisons joined by and, or, not. Made once, from text or from parts; evaluated on objects in
- * memory or compiled to SQL by a store. A cheap value: copies share what never changes. Reentrant.
+ * A condition on objects: comparisons joined by and, or, not. Made once, from text or from parts; evaluated on objects
+ * in memory or compiled to SQL by a store. A cheap value: copies share immutable data. Reentrant.
  *
- *     name BEGINSWITH[cd] "ja" AND calls.@count > 2
- *     ANY calls.caller.name == %@ OR NOT index IN {1, 2, $OTHER}
+ *   name BEGINSWITH[cd] "ja" AND calls.@count > 2
+ *   ANY calls.caller.name == %@ OR NOT index IN {1, 2, $OTHER}
  *
- * Words are read in any case of letters. %K stands for a key path and %@ for a value among the arguments, in order.
+ * Words are case-insensitive. %K stands for a key path and %@ for a value; both are taken from the arguments in order.
  */
 class VX_STORE_EXPORT VXPredicate
 {
@@ -41,17 +41,18 @@ public:
         In,
         Between,
     };
-    /** How the comparison is meant where its left side is a collection. */
+    /** The meaning of the comparison if its left side is a collection. */
     enum class Modifier { Direct, Any, All, None };
 
-    /** @return empty, with what is wrong and where as error, when the text is no predicate or arguments are missing. */
+    /** @return empty, with the problem and its position as error, when the text is no predicate or arguments are
+     *  missing. */
     [[nodiscard]] static std::optional<VXPredicate>
     predicateWithFormat(const QString &format, const QVariantList &arguments = {}, VXError *error = nullptr);
 
     /** True for every object. */
     VXPredicate();
     static VXPredicate truth(bool value);
-    /** Of no predicates, "and" is true and "or" is false. */
+    /** Without predicates, "and" is true and "or" is false. */
     static VXPredicate allOf(const QList<VXPredicate> &predicates);
     static VXPredicate anyOf(const QList<VXPredicate> &predicates);
     static VXPredicate negationOf(const VXPredicate &predicate);
@@ -59,28 +60,30 @@ public:
                                   VXTextOptions options = {}, Modifier modifier = Modifier::Direct);
 
     Kind kind() const;
-    /** Of And, Or and Not. */
+    /** For And, Or and Not. */
     const QList<VXPredicate> &subpredicates() const;
-    // Of a comparison:
+    // For comparisons:
     const VXExpression &left() const;
     const VXExpression &right() const;
     Operator comparisonOperator() const;
     VXTextOptions options() const;
     Modifier modifier() const;
-    /** Of In with a long list of constants: those; else nullptr. */
+    /** The constants of In with a long list; otherwise nullptr. */
     const VXConstantSet *constants() const;
-    /** Of Or with many comparisons of one key path with constants: the same with those as one list; else itself. */
+    /** Joins many comparisons of one key path with constants in an Or into a single one with a list; otherwise returns
+     *  the predicate itself. */
     VXPredicate joined() const;
 
-    /** The predicate with $VARIABLES replaced by values; those that have none stay. */
+    /** The predicate with $VARIABLES replaced by values; those without a value are kept. */
     VXPredicate substituted(const QVariantMap &variables) const;
-    /** The names of the variables that are left, each once. */
+    /** The names of the remaining variables, without duplicates. */
     QStringList variables() const;
 
-    /** False too for what cannot be compared, a variable left over and a pattern that is none. On the object's thread. */
+    /** Also false for values that cannot be compared, remaining variables, and invalid patterns. On the object's
+     *  thread. */
     bool evaluateWithObject(const QVariant &object) const;
 
-    /** Text that gives an equal predicate, unless it holds values that cannot be written, as objects. */
+    /** Text that parses to an equal predicate, unless it contains values that have no notation, such as objects. */
     QString predicateFormat() const;
 
     friend bool operator==(const VXPredicate &a, const VXPredicate &b) { return a.isEqual(b); }

@@ -15,7 +15,7 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-constexpr int maximumDepth = 200; // so that no text, however deep, exhausts the stack
+constexpr int maximumDepth = 200; // protects the stack
 
 constexpr std::array<std::pair<QLatin1StringView, Operator>, 10> markOperators = {{
     {"=="_L1, Operator::Equal},

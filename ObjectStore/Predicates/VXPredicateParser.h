@@ -3,17 +3,17 @@
 #include "VXPredicate.h"
 #include "VXPredicateScanner.h"
 
-/** Reads a predicate from its text. One object reads one text. */
+/** Parses a predicate. One object parses one text. */
 class VXPredicateParser
 {
 public:
     VXPredicateParser(const QString &format, const QVariantList &arguments);
 
-    /** @return empty, with what is wrong and where, on failure. */
+    /** @return empty, with the problem and its position, on failure. */
     std::optional<VXPredicate> parse(VXError *error);
 
 private:
-    struct Mistake // thrown and caught inside
+    struct Mistake // thrown and caught internally
     {
         qsizetype position;
         QString text;
@@ -45,5 +45,5 @@ private:
     VXPredicateToken _token;
     const QVariantList _arguments;
     qsizetype _nextArgument = 0;
-    int _depth = 0; // of brackets and negations
+    int _depth = 0; // nesting of brackets and negations
 };

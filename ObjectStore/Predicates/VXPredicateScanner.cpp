@@ -64,7 +64,7 @@ VXPredicateToken VXPredicateScanner::text(QChar quote)
     return {VXPredicateToken::Kind::Bad, u"the text does not end"_s, start};
 }
 
-// A sign, digits with or without a point among or before them, an exponent.
+// A sign, digits with an optional point, an exponent.
 VXPredicateToken VXPredicateScanner::number()
 {
     const qsizetype start = _at;

@@ -8,7 +8,7 @@ struct VXPredicateToken
     enum class Kind { End, Word, Mark, Number, Text, Bad };
 
     Kind kind = Kind::End;
-    QString text; // of a Text what it stands for, of a Bad what is wrong
+    QString text; // for Text its value, for Bad the problem
     qsizetype position = 0;
 
     bool isMark(QLatin1StringView mark) const { return kind == Kind::Mark && text == mark; }
@@ -18,13 +18,13 @@ struct VXPredicateToken
     }
 };
 
-/** Cuts a predicate's text into tokens. Words begin with a letter, "_", "#", "@" or "$". */
+/** Splits a predicate's text into tokens. Words begin with a letter, "_", "#", "@" or "$". */
 class VXPredicateScanner
 {
 public:
     explicit VXPredicateScanner(const QString &source) : _source(source) {}
 
-    /** The next token; End, again and again, after the last. */
+    /** The next token; after the last one always End. */
     VXPredicateToken next();
 
 private:

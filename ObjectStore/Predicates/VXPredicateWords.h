@@ -2,5 +2,5 @@
 
 #include <QtCore/QString>
 
-/** True for the words with a meaning of their own in predicates, in any case of letters; "#" before one makes it a key. */
+/** Whether the word is reserved in predicates, ignoring case; "#" before a reserved word makes it a key. */
 bool VXIsPredicateWord(const QString &word);

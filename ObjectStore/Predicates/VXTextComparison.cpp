@@ -49,12 +49,12 @@ VXLikePattern::VXLikePattern(const QString &pattern, VXTextOptions options) : _o
 
 bool VXLikePattern::matches(const QString &text) const
 {
-    // Only the last "*" seen can still be extended: what came before it matched as early as could be.
+    // Only the last "*" needs backtracking: everything before it has matched as early as possible.
     const QString subject = VXFoldedText(text, _options);
     qsizetype at = 0;
     qsizetype piece = 0;
-    qsizetype star = -1;     // the piece behind the last "*"
-    qsizetype starStart = 0; // where what it stands for ends at present
+    qsizetype star = -1;     // the piece after the last "*"
+    qsizetype starStart = 0; // where its match ends at present
     while (at < subject.size()) {
         const Piece *const next = piece < _pieces.size() ? &_pieces[piece] : nullptr;
         if (next != nullptr && next->kind == Kind::AnyNumber) {

@@ -6,27 +6,27 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 
-/** What a comparison of texts overlooks. */
+/** What to ignore when comparing texts. */
 enum class VXTextOption : quint8 {
-    CaseInsensitive = 1,      // [c]: texts are folded as Unicode's full case folding says
-    DiacriticInsensitive = 2, // [d]: marks that combine with a letter do not count
+    CaseInsensitive = 1,      // [c]: texts are folded by Unicode's full case folding
+    DiacriticInsensitive = 2, // [d]: combining marks are ignored
 };
 Q_DECLARE_FLAGS(VXTextOptions, VXTextOption)
 Q_DECLARE_OPERATORS_FOR_FLAGS(VXTextOptions)
 
-/** The text without what the options overlook; the text itself, not copied, when they overlook nothing. Reentrant. */
+/** The text without what the options ignore; without options the text itself, not copied. Reentrant. */
 VX_STORE_EXPORT QString VXFoldedText(const QString &text, VXTextOptions options);
 
 /**
- * A pattern of LIKE: "?" stands for any one character, "*" for any number of them, a backslash makes the next one
- * plain. It is taken apart once. Reentrant.
+ * A LIKE pattern: "?" matches any one character, "*" any number of them, a backslash escapes the next character. Parsed
+ * once. Reentrant.
  */
 class VX_STORE_EXPORT VXLikePattern
 {
 public:
     VXLikePattern(const QString &pattern, VXTextOptions options);
 
-    /** True when the pattern describes the whole text. Time grows with the product of the lengths at most. */
+    /** Whether the pattern matches the whole text. The time grows at most with the product of the lengths. */
     bool matches(const QString &text) const;
 
 private:
@@ -41,5 +41,5 @@ private:
     QList<Piece> _pieces;
 };
 
-/** The regular expression of MATCHES, which must describe the whole text. Invalid when the pattern is. */
+/** The regular expression for MATCHES, which has to match the whole text. Invalid if the pattern is. */
 VX_STORE_EXPORT QRegularExpression VXMatchesPattern(const QString &pattern, VXTextOptions options);

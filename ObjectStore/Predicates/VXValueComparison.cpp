@@ -16,7 +16,7 @@ Family familyOf(const QVariant &value)
     if (VXIsNone(value))
         return Family::None;
     if (VXIsWholeNumber(value.metaType())) {
-        // One that exceeds the signed range has no exact place among the whole ones.
+        // A number beyond the signed range is compared as real.
         const bool isLarge = value.toULongLong() > quint64(std::numeric_limits<qint64>::max()) && value.toDouble() > 0;
         return isLarge ? Family::Real : Family::Whole;
     }
@@ -36,7 +36,7 @@ Family familyOf(const QVariant &value)
     }
 }
 
-// Exact also where the whole number has more digits than a double holds.
+// Exact even if the integer has more digits than a double can hold.
 std::partial_ordering compareWholeWithReal(qint64 whole, double real)
 {
     if (real != real)

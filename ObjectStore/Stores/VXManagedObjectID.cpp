@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 const VXStoreIdentity &VXStoreIdentity::withIdentifier(const QString &identifier)
 {
     static VXMutex lock;
-    static auto &identities = *new QHash<QString, const VXStoreIdentity *>; // never freed, nor what it holds
+    static auto &identities = *new QHash<QString, const VXStoreIdentity *>; // never freed, as are its values
 
     const QString normal = identifier.toLower();
     const VXMutexLocker locker(lock);

@@ -13,9 +13,9 @@
 class VX_STORE_EXPORT VXStoreIdentity
 {
 public:
-    /** The one object for that identifier (a UUID without braces, in any case of letters). Any thread. */
+    /** The one object for that identifier (a UUID without braces, in any case). Any thread. */
     static const VXStoreIdentity &withIdentifier(const QString &identifier);
-    /** In lower case, as URIs have it. */
+    /** In lower case, as in URIs. */
     const QString &identifier() const { return _identifier; }
 
 private:
@@ -24,8 +24,8 @@ private:
 };
 
 /**
- * Names an object of a store, whether or not it is in memory. A cheap value that may cross threads, unlike objects; valid
- * as long as its model. A new object has a temporary ID until it is saved.
+ * Identifies an object of a store, whether or not it is in memory. A cheap value that, unlike objects, may be used on
+ * any thread; valid as long as its model. A new object has a temporary ID until it is saved.
  */
 class VX_STORE_EXPORT VXManagedObjectID
 {
@@ -37,17 +37,17 @@ public:
         : _entity(&entity), _store(&store), _number(number)
     {
     }
-    /** A new temporary ID, unlike any other of the process. Any thread. */
+    /** A new temporary ID, unique in the process. Any thread. */
     static VXManagedObjectID temporary(const VXEntityDescription &entity);
 
     bool isNull() const { return _entity == nullptr; }
     bool isTemporary() const { return _store == nullptr && _entity != nullptr; }
-    /** Of an ID that is not null. */
+    /** For an ID that is not null. */
     const VXEntityDescription &entity() const { return *_entity; }
     const VXStoreIdentity *store() const { return _store; }
     qint64 number() const { return _number; }
 
-    /** "x-coredata://STORE-UUID/ENTITY/pNUMBER"; of a temporary ID "x-coredata:///ENTITY/tNUMBER". */
+    /** "x-coredata://STORE-UUID/ENTITY/pNUMBER"; for a temporary ID "x-coredata:///ENTITY/tNUMBER". */
     QUrl uriRepresentation() const;
 
     friend bool operator==(const VXManagedObjectID &a, const VXManagedObjectID &b)
@@ -62,7 +62,7 @@ public:
 private:
     const VXEntityDescription *root() const { return _entity == nullptr ? nullptr : &_entity->rootEntity(); }
 
-    const VXEntityDescription *_entity = nullptr; // the object's own, never abstract
+    const VXEntityDescription *_entity = nullptr; // the object's own entity, never an abstract one
     const VXStoreIdentity *_store = nullptr;      // nullptr: temporary
     qint64 _number = 0;
 };

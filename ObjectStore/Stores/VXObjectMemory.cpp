@@ -11,20 +11,20 @@
 namespace {
 
 constexpr size_t alignment = 16;
-constexpr size_t largestShared = VXPageMemory::isChecked ? 0 : 512; // of the objects in pages of several
+constexpr size_t largestShared = VXPageMemory::isChecked ? 0 : 512; // in bytes, of objects that share pages
 
 constexpr size_t aligned(size_t size)
 {
     return (size + alignment - 1) & ~(alignment - 1);
 }
 
-/** What a thread makes objects in. Before each of them stands where its page is. */
+/** A page in which a thread allocates objects. Each is preceded by a pointer to its page. */
 class Page
 {
 public:
     static constexpr size_t sizeFor(size_t object) { return firstPlace() + object; }
     static Page *make(size_t size) { return new (VXPageMemory::allocate(size)) Page(size); }
-    /** nullptr when there is no room left. */
+    /** nullptr when the page is full. */
     void *allocate(size_t size)
     {
         if (_next + size > _size)
@@ -35,7 +35,7 @@ public:
         ++_made;
         return memory;
     }
-    /** No more will be made in it. */
+    /** No more objects are allocated in it. */
     void close() { letGo(unlimited - _made); }
     static void release(void *memory) { pageOf(memory)->letGo(1); }
 
@@ -52,13 +52,13 @@ private:
             VXPageMemory::release(this, _size);
     }
 
-    std::atomic<std::int64_t> _holders = unlimited; // its objects and, until it is closed, those that it may yet have
+    std::atomic<std::int64_t> _holders = unlimited; // its objects and, until it is closed, those it may yet get
     std::int64_t _made = 0;
-    size_t _next = firstPlace(); // where the next object will stand
+    size_t _next = firstPlace(); // where the next object goes
     const size_t _size;
 };
 
-/** Where a thread makes its next objects. */
+/** The page in which a thread allocates its next objects. */
 struct OpenPage
 {
     ~OpenPage() { replace(nullptr); }

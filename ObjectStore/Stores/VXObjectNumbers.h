@@ -9,23 +9,23 @@
 #include <vector>
 
 /**
- * Objects of one store and family, by their numbers: how a statement is asked for all of them. Those whose numbers lie close
- * together are asked for as a range, which SQLite walks without looking for each; it may hold others too, so whoever reads asks
- * `find` first. The list and this must outlive the statement's use.
+ * Objects of one store and family, by their numbers, as parameters of a statement that reads all of them. Numbers that
+ * are close together are passed as a range, which SQLite scans without looking up each; as a range may contain others,
+ * readers have to call `find` first. The list and this object must outlive the use of the statement.
  */
 class VXObjectNumbers
 {
 public:
-    /** At least one. `others`: how many numbers beside each that is wanted may lie in a range. */
+    /** At least one object. `others`: how many unwanted numbers per wanted one a range may contain. */
     explicit VXObjectNumbers(const QList<VXManagedObjectID> &objectIDs, int others = 0);
 
-    /** What a column must be, with the parameters ?1 and ?2; there are three such texts. */
+    /** The condition for a column, with the parameters ?1 and ?2; there are three such texts. */
     QString wanted() const;
     void bind(VXSQLiteStatement &statement) const;
-    /** The first of that number; nullptr for a number that was not asked for. */
+    /** The first object with that number; nullptr for a number that was not asked for. */
     const VXManagedObjectID *find(qint64 number) const;
 
-    /** As a JSON array. */
+    /** The numbers as a JSON array. */
     static QString list(const QList<VXManagedObjectID> &objectIDs);
 
 private:
@@ -34,6 +34,6 @@ private:
     qint64 _first; // the least number
     qint64 _last;
     bool _isRange;
-    std::vector<const VXManagedObjectID *> _byNumber; // of a range: from the first number on; else sorted
-    QString _list;                                    // of others
+    std::vector<const VXManagedObjectID *> _byNumber; // for a range: indexed by number from _first on; otherwise sorted
+    QString _list;                                    // if there is no range
 };

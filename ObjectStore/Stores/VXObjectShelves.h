@@ -9,8 +9,8 @@
 #include <utility>
 
 /**
- * What belongs to objects, by their IDs. They are mostly asked for in the order of their numbers, so those whose numbers follow
- * each other stand together: one look-up serves all of them. T{} stands for nothing.
+ * A map from object IDs to values. As objects are mostly accessed in the order of their numbers, values of successive
+ * numbers are stored together: one look-up serves all of them. T{} means no value.
  */
 template <class T>
 class VXObjectShelves
@@ -27,7 +27,7 @@ public:
         const Shelf *const found = objectID.isNull() ? nullptr : shelf(keyOf(objectID));
         return found == nullptr ? T{} : (*found)[placeOf(objectID)];
     }
-    /** In place of the one that has the ID. */
+    /** Replaces the value of the ID, if any. */
     void insert(const VXManagedObjectID &objectID, T value)
     {
         const Key key = keyOf(objectID);
@@ -46,7 +46,7 @@ public:
         if (std::any_of(found->cbegin(), found->cend(), [](const T &each) { return each != T{}; }))
             return;
         _shelves.remove(key);
-        _lastShelf = nullptr; // that of the key; others may have moved
+        _lastShelf = nullptr; // it was the last shelf; others may have moved
     }
     void clear()
     {
@@ -56,7 +56,7 @@ public:
         _count = 0;
     }
 
-    /** Calls with each; nothing may be inserted or removed meanwhile. */
+    /** Calls the function with each value; nothing may be inserted or removed meanwhile. */
     template <class Function>
     void forEach(const Function &function) const
     {
@@ -90,7 +90,7 @@ private:
         return {&objectID.entity().rootEntity(), objectID.store(), quint64(objectID.number()) / shelfSize};
     }
     static size_t placeOf(const VXManagedObjectID &objectID) { return quint64(objectID.number()) % shelfSize; }
-    // That there is none is kept as well: who looks in vain mostly puts one there.
+    // Caches misses as well, since an insertion mostly follows.
     Shelf *shelf(const Key &key) const
     {
         if (_lastKey == key)
@@ -101,8 +101,8 @@ private:
         return _lastShelf;
     }
 
-    QHash<Key, Shelf> _shelves; // none is empty
+    QHash<Key, Shelf> _shelves; // without empty shelves
     qsizetype _count = 0;
-    mutable Key _lastKey; // the shelf used last
+    mutable Key _lastKey; // of the shelf used last
     mutable Shelf *_lastShelf = nullptr;
 };

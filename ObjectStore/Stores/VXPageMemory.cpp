@@ -16,24 +16,24 @@ namespace {
 
 using VXPageMemory::pageSize;
 
-constexpr size_t regionSize = 2 << 20; // what a processor can find by one entry of its table, if the system sees to it
+constexpr size_t regionSize = 2 << 20; // the size of a huge page, if the system provides them
 
-// Of empty regions, which may soon be used again:
-constexpr size_t mostKept = 32;    // as they are
-constexpr size_t mostMapped = 128; // with those, and the system takes the others' memory when it is short of it
+// Limits for empty regions, which may soon be reused:
+constexpr size_t mostKept = 32;    // kept as they are
+constexpr size_t mostMapped = 128; // including those; of the others the system may reclaim the memory
 
 bool isOfPage(size_t size)
 {
     return !VXPageMemory::isChecked && size > pageSize / 2 && size <= pageSize;
 }
 
-/** Stands in the first of its pages. */
+/** The header of a region, in its first page. */
 class Region
 {
 public:
-    /** Of memory that was mapped, or of a region that is empty, of which nothing need be left. */
+    /** In newly mapped memory, or in an empty region, of which nothing is needed any more. */
     static Region *make(void *memory) { return new (memory) Region; }
-    /** Memory for one; nullptr when there is none. `isOneOfMany`: the system may provide all of it at once. */
+    /** Maps memory for a region; nullptr when there is none. `isOneOfMany`: the system may provide a huge page. */
     static void *map(bool isOneOfMany);
     static void unmap(void *region) { ::munmap(region, regionSize); }
     static Region *of(void *page)
@@ -43,7 +43,7 @@ public:
 
     bool isFull() const { return _freeCount == 0; }
     bool isEmpty() const { return _freeCount == pageCount - 1; }
-    /** The first one that is free, so that those asked for in turn mostly follow each other. */
+    /** Takes the first free page, so that successive pages are mostly adjacent. */
     void *take()
     {
         const auto word = std::find_if(_free.begin(), _free.end(), [](std::uint64_t bits) { return bits != 0; });
@@ -67,14 +67,14 @@ private:
     Region()
     {
         _free.fill(~std::uint64_t(0));
-        _free[0] &= ~std::uint64_t(1); // the region's own
+        _free[0] &= ~std::uint64_t(1); // the region's header
     }
 
     std::array<std::uint64_t, pageCount / 64> _free; // a bit for each page
     size_t _freeCount = pageCount - 1;
 };
 
-// The system maps at any page: of twice the size, a piece that begins where it has to is kept.
+// mmap aligns to pages only: maps twice the size and keeps an aligned part.
 void *Region::map(bool isOneOfMany)
 {
     void *const mapped =
@@ -87,7 +87,7 @@ void *Region::map(bool isOneOfMany)
         ::munmap(begin, before);
     ::munmap(begin + before + regionSize, regionSize - before);
     if (isOneOfMany)
-        ::madvise(begin + before, regionSize, MADV_HUGEPAGE); // where it cannot, it takes longer
+        ::madvise(begin + before, regionSize, MADV_HUGEPAGE); // a failure only costs time
     return begin + before;
 }
 
@@ -96,7 +96,7 @@ class Pages
 public:
     static Pages &shared()
     {
-        static auto &pages = *new Pages; // objects may be let go of after all else has ended
+        static auto &pages = *new Pages; // never freed: objects may be released after everything else has ended
         return pages;
     }
 
@@ -104,7 +104,7 @@ public:
     {
         if (void *const page = takeWithLock(nullptr); page != nullptr)
             return page;
-        void *const more = Region::map(usedBytes() > 0); // without the lock: the system takes its time
+        void *const more = Region::map(usedBytes() > 0); // without the lock, since the system takes a while
         if (more == nullptr)
             throw std::bad_alloc();
         return takeWithLock(Region::make(more));
@@ -115,7 +115,7 @@ public:
         void *const empty = giveBackWithLock(page);
         if (empty == nullptr)
             return;
-        ::madvise(empty, regionSize, MADV_FREE); // the system takes it when it is short of memory
+        ::madvise(empty, regionSize, MADV_FREE); // the system reclaims it when it is short of memory
         if (!keep(empty, mostMapped))
             Region::unmap(empty);
     }
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    /** @return nullptr where there is no room; not with `more`. */
+    /** @return nullptr when there is no free page, which cannot be with `more`. */
     void *takeWithLock(Region *more)
     {
         const VXMutexLocker locker(_lock);
@@ -146,7 +146,7 @@ private:
         return page;
     }
 
-    /** @return the memory of a region that is empty, and one too many; else nullptr. */
+    /** @return the memory of a region that is empty and in excess; otherwise nullptr. */
     void *giveBackWithLock(void *page)
     {
         const VXMutexLocker locker(_lock);
@@ -176,8 +176,8 @@ private:
     }
 
     VXMutex _lock;
-    std::vector<Region *> _withRoom VX_GUARDED_BY(_lock); // neither full nor empty, but while one is taken from
-    std::vector<void *> _empty VX_GUARDED_BY(_lock);      // memory of regions without a page in use
+    std::vector<Region *> _withRoom VX_GUARDED_BY(_lock); // neither full nor empty, except while one is taken from
+    std::vector<void *> _empty VX_GUARDED_BY(_lock);      // memory of regions without used pages
     size_t _usedCount VX_GUARDED_BY(_lock) = 0;           // pages
 };
 

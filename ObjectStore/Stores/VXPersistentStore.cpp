@@ -13,7 +13,8 @@ const QString VXStoreModelVersionHashesKey = u"NSStoreModelVersionHashes"_s;
 
 namespace {
 
-constexpr std::array<QLatin1StringView, 3> typeNames = {"SQLite"_L1, "XML"_L1, "InMemory"_L1}; // as the enumeration
+// in the order of the enumerators
+constexpr std::array<QLatin1StringView, 3> typeNames = {"SQLite"_L1, "XML"_L1, "InMemory"_L1};
 
 QVariantMap hashesOf(const VXManagedObjectModel &model)
 {
@@ -23,7 +24,7 @@ QVariantMap hashesOf(const VXManagedObjectModel &model)
     return hashes;
 }
 
-/** The stores of this process that are open. */
+/** The open stores of this process. */
 struct OpenStores
 {
     VXMutex lock;
@@ -32,7 +33,7 @@ struct OpenStores
 
 OpenStores &openStores()
 {
-    static auto &stores = *new OpenStores; // never freed: the last store may outlive whatever is
+    static auto &stores = *new OpenStores; // never freed: the last store may outlive anything
     return stores;
 }
 
@@ -110,7 +111,7 @@ QVariantMap VXPersistentStore::initialMetadata() const
     return made;
 }
 
-// The model may have entities in addition to those the store was made with: from now on it has them all.
+// The model may have more entities than the store was made with; from now on the store has all of them.
 QVariantMap VXPersistentStore::withOwnEntries(const QVariantMap &metadata) const
 {
     QVariantMap complete = metadata;
@@ -189,8 +190,8 @@ bool VXPersistentStore::mendValues(QStringList *, VXError *)
     return true;
 }
 
-// The values first: with some of them a row cannot be read. Then by an ordinary save, so that others who have read a row learn of
-// it.
+// Values first, since some make a row unreadable; then references, by an ordinary save, so that others who have read a
+// row notice the change.
 std::optional<QStringList> VXPersistentStore::mend(VXError *error)
 {
     QList<VXBrokenReference> broken;
@@ -198,7 +199,7 @@ std::optional<QStringList> VXPersistentStore::mend(VXError *error)
     if (!mendValues(&mended, error) || !findBrokenReferences(&broken, error))
         return std::nullopt;
     VXSaveRequest request;
-    QHash<VXManagedObjectID, std::pair<std::shared_ptr<VXStoreRow>, qsizetype>> changed; // and where in the request
+    QHash<VXManagedObjectID, std::pair<std::shared_ptr<VXStoreRow>, qsizetype>> changed; // and the index in the request
     for (const VXBrokenReference &each : std::as_const(broken)) {
         if (each.source.isNull())
             continue;

@@ -26,19 +26,19 @@ struct VXStoreOptions
     std::chrono::milliseconds busyTimeout = std::chrono::seconds(10);
 };
 
-/** What every store's metadata has; users cannot change it. */
+/** Keys in every store's metadata; users cannot change these entries. */
 VX_STORE_EXPORT extern const QString VXStoreUUIDKey;               // "NSStoreUUID": text
 VX_STORE_EXPORT extern const QString VXStoreTypeKey;               // "NSStoreType": "SQLite", "XML" or "InMemory"
 VX_STORE_EXPORT extern const QString VXStoreModelVersionHashesKey; // "NSStoreModelVersionHashes": data by entity name
 
-/** What a fetch gives for one object; the row is null when only IDs were asked for. */
+/** One object of a fetch; the row is null when only IDs were requested. */
 struct VXFetchedRow
 {
     VXManagedObjectID objectID;
     VXStoreRow::Ptr row;
 };
 
-/** The rows that a fetch finds, in order. Holds on to what it reads from, so let go of it when done. For one thread. */
+/** The rows that a fetch finds, in order. Keeps what it reads from open, so destroy it when done. One thread. */
 class VXRowCursor
 {
 public:
@@ -48,8 +48,8 @@ public:
     VXRowCursor(const VXRowCursor &) = delete;
     VXRowCursor &operator=(const VXRowCursor &) = delete;
 
-    /** Whether all of the predicate and the order was decided. If not, no order, limit and offset was applied, and the caller
-     * decides the rest on each row. */
+    /** Whether predicate and order were evaluated completely. If not, order, limit and offset were not applied, and the
+     *  caller has to evaluate the rest on each row. */
     bool isExact() const { return _isExact; }
     virtual Step next(VXFetchedRow *row, VXError *error) = 0;
 
@@ -60,7 +60,7 @@ private:
     const bool _isExact;
 };
 
-/** How a to-many relationship without a column of its own (to-many at both ends) changes. */
+/** A change of a to-many relationship without a column of its own (many-to-many). */
 struct VXLinkChange
 {
     VXManagedObjectID source;
@@ -69,17 +69,17 @@ struct VXLinkChange
     QList<VXManagedObjectID> removed;
 };
 
-/** One object in a save. */
+/** A change of one object in a save. */
 struct VXRowChange
 {
     VXManagedObjectID objectID;
-    /** Of an inserted or updated object: all its values, with the version it is to have. Null: it is deleted. */
+    /** All values of an inserted or updated object, with its new version. Null for a deleted object. */
     VXStoreRow::Ptr row;
-    /** What it is based on: null for an inserted object. */
+    /** The row that the change is based on; null for an inserted object. */
     VXStoreRow::Ptr base;
-    /** Indexes of the properties that changed; of no meaning for inserted and deleted objects. */
+    /** Indexes of the changed properties; meaningless for inserted and deleted objects. */
     QList<int> changedProperties = {};
-    /** Save it whatever the store holds by now; else a row of another version than `base` is a conflict. */
+    /** Save it whatever the store has; otherwise a stored version other than that of `base` is a conflict. */
     bool overwrites = false;
 
     /** Whether all values are written, whatever the store has; of a change that is no deletion. */
@@ -90,42 +90,45 @@ struct VXSaveRequest
 {
     QList<VXRowChange> changes;
     QList<VXLinkChange> links;
-    std::optional<QVariantMap> metadata; // to be saved too
+    std::optional<QVariantMap> metadata; // saved as well, if set
 };
 
-/** A row and the to-one relationship of it that leads to an object. */
+/** A row and its to-one relationship that leads to an object. */
 struct VXRowReference
 {
     VXFetchedRow source;
     const VXRelationshipDescription *relationship;
 };
 
-/** What stands against the save of an object. */
+/** Why an object cannot be saved. */
 struct VXRowConflict
 {
     enum class Kind {
         Changed,    // somebody else has changed or deleted it since the context read it
-        Missing,    // it is not there, but something that is saved leads to it
-        Referenced, // it is deleted, but something that stays leads to it
-        OneSided, // of a pair, both relationships to-one, one end would lead to the other, and that not back; it is the end
-                  // that the save does not write
+        Missing,    // it does not exist, but a saved object refers to it
+        Referenced, // it is deleted, but a remaining object refers to it
+        // of two to-one relationships that are each other's inverse, one end would refer to the other without being
+        // referred to; the object is the end that the save does not write
+        OneSided,
     };
     VXManagedObjectID objectID;
-    VXStoreRow::Ptr stored; // null: it is gone
+    VXStoreRow::Ptr stored; // null: it no longer exists
     Kind kind = Kind::Changed;
-    QList<VXRowReference> references = {}; // of one that is referenced: from where; of a pair: the one that leads
+    // for Referenced: the references to it; for OneSided: the end that refers to it
+    QList<VXRowReference> references = {};
 };
 
-/** A save that has been carried out but is not yet for good. Destroyed without commit it is undone. */
+/** A save that was carried out but is not permanent yet. Destroying it without commit undoes it. */
 class VXStoreTransaction
 {
 public:
     virtual ~VXStoreTransaction() = default;
-    /** False, with nothing changed, on failure; with the code SaveUnknown it may come to light after a crash all the same. */
+    /** False, with nothing changed, on failure; with the code SaveUnknown the save may appear after a crash
+     *  nevertheless. */
     virtual bool commit(VXError *error) = 0;
 };
 
-/** A reference that leads to an object that is gone, or to one that does not lead back. */
+/** A reference to an object that no longer exists, or that does not refer back. */
 struct VXBrokenReference
 {
     VXManagedObjectID source;
@@ -137,8 +140,8 @@ struct VXBrokenReference
 };
 
 /**
- * A store as the coordinator uses it. Knows rows, nothing of contexts or objects. Any thread may call; operations of
- * several threads run side by side where the store allows it.
+ * A store as the coordinator uses it. Handles rows, and knows nothing of contexts or objects. Any thread may call;
+ * operations of several threads run in parallel where the store allows it.
  */
 class VX_STORE_EXPORT VXPersistentStore
 {
@@ -148,83 +151,86 @@ public:
     VXPersistentStore &operator=(const VXPersistentStore &) = delete;
 
     VXStoreType type() const { return _type; }
-    /** As the metadata have it. */
+    /** The name in the metadata. */
     static QString nameOfType(VXStoreType type);
     /** The data file; null for a store in memory. */
     const QString &path() const { return _path; }
     const VXManagedObjectModel &model() const { return *_model; }
-    /** Known once the store is open. */
+    /** Available once the store is open. */
     const VXStoreIdentity &identity() const { return *_identity; }
-    /** Kept with the store: the three entries named above, and what users set. */
+    /** Stored with the store: the three entries above, and what users set. */
     QVariantMap metadata() const;
-    /** Replaces what users set; written with the next save. */
+    /** Replaces the entries that users set; written with the next save. */
     void setMetadata(const QVariantMap &metadata);
-    /** The metadata, if it was set since it was last written. */
+    /** The metadata if it was set since it was last written. */
     std::optional<QVariantMap> unsavedMetadata() const;
 
-    /** Opens or creates the data file. Refuses one that is damaged, or was made with a model that differs, untouched. */
+    /** Opens or creates the data file. A file that is damaged, or was made with a different model, is refused and left
+     *  unchanged. */
     virtual bool open(VXError *error) = 0;
 
-    /** Lets go of the file, and brings all that was saved into it; what is called afterwards fails. */
+    /** Closes the file after everything saved was written into it; later calls fail. */
     virtual void close() {}
-    /** Closes every store that is still open: for the end of the program. */
+    /** Closes every store that is still open; for the end of the program. */
     static void closeAll();
 
-    /** The matching rows. `needsRows` false: IDs only. @return null on failure. */
+    /** The matching rows; if `needsRows` is false, only IDs. @return null on failure. */
     virtual std::unique_ptr<VXRowCursor> fetch(const VXFetchRequest &request, bool needsRows, VXError *error) = 0;
-    /** Empty with an error on failure; empty without one when the store cannot decide all of the predicate. */
+    /** Empty with an error on failure; empty without one when the store cannot evaluate the whole predicate. */
     virtual std::optional<qint64> count(const VXFetchRequest &request, VXError *error) = 0;
-    /** Null when the object is gone, and then without an error. */
+    /** Null, without an error, when the object no longer exists. */
     virtual VXStoreRow::Ptr row(const VXManagedObjectID &objectID, VXError *error) = 0;
-    /** Hands over the rows of those objects that are there, in no particular order. False on failure. */
+    /** Passes on the rows of those objects that exist, in no particular order. False on failure. */
     virtual bool rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,
                       VXError *error);
-    /** What a to-many relationship leads to, in no particular order; for many objects at once, by source. */
+    /** The objects of a to-many relationship, in no particular order; for many sources at once, grouped by source. */
     virtual bool
     related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
             const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink,
             VXError *error) = 0;
 
-    /** The first of `count` numbers that no object of the root entity has had or will be given again. */
+    /** The first of `count` numbers that no object of the root entity has had, and that will not be given out again. */
     virtual std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) = 0;
     /**
-     * Carries out a save: all or nothing. @return null on failure; with conflicts listed, nothing else is wrong. What is saved
-     * leads only to objects that are there afterwards, and nothing to one that is deleted, unless a delete rule allows it; where
-     * both ends of a relationship are to-one, they lead to each other.
+     * Carries out a save, completely or not at all. @return null on failure; if conflicts are listed, they are the only
+     * problem. What is saved may only refer to objects that exist afterwards, and nothing may refer to a deleted
+     * object, unless a delete rule allows it; if both ends of a relationship are to-one, they must refer to each other.
      */
     virtual std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                      VXError *error) = 0;
-    /** The references of a relationship to objects that are gone. Where it is to-many at both ends `related` is without them. */
+    /** Finds a relationship's references to objects that no longer exist. For many-to-many relationships, `related`
+     *  leaves these out. */
     virtual bool findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,
                                     VXError *error);
-    /** What an integrity check finds; empty when the store is sound. */
+    /** The problems that an integrity check finds; empty for a sound store. */
     virtual QStringList check() = 0;
     /**
-     * Removes the references that are broken, and sets right the values that do not fit their attribute: what says the same in the
-     * attribute's type becomes that, all else its default value, or none. Saves that. @return what was mended, as texts, with
-     * the values that were; empty on failure.
+     * Removes broken references, and corrects values that do not fit their attribute: a value is converted to the
+     * attribute's type if that loses nothing, and otherwise replaced by the default value, or none. Saves that. @return
+     * the corrections as texts, with the former values; empty on failure.
      */
     std::optional<QStringList> mend(VXError *error);
-    /** Writes what the store holds to a new file of the same type, while others may go on saving. The copy is the same
-     * store: both cannot be attached together. */
+    /** Writes the contents to a new file of the same type, while others may continue to save. The copy is the same
+     *  store: both cannot be attached together. */
     virtual bool copyTo(const QString &path, VXError *error) = 0;
 
 protected:
     VXPersistentStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model);
 
-    /** Called once, by open: the metadata as the data file has it, or initialMetadata() for a new one. */
+    /** To be called once, by open, with the metadata in the data file, or initialMetadata() for a new one. */
     void setOpened(const QVariantMap &metadata);
-    /** For the destructors of those who override close: closeAll leaves the store alone from then on. */
+    /** For destructors of subclasses that override close: from then on closeAll ignores the store. */
     void setClosed();
-    /** What a new store begins with. */
+    /** The metadata of a new store. */
     QVariantMap initialMetadata() const;
-    /** Whether the store has an identifier, and its entities are the same in the model; `reason` names what is wrong. */
+    /** Whether the store has an identifier, and its entities are the same as in the model; otherwise `reason` says what
+     *  is wrong. */
     bool isCompatible(const QVariantMap &metadata, QString *reason) const;
-    /** Takes over metadata that somebody else wrote; metadata set here that was not written yet stays. */
+    /** Adopts metadata that somebody else wrote; unwritten metadata set here is kept. */
     void setStoredMetadata(const QVariantMap &metadata);
     void markMetadataSaved(const QVariantMap &saved);
     virtual bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) = 0;
-    /** Of stores that can hold values that do not fit: sets them right and saves that. */
+    /** For stores that may contain values that do not fit: corrects them and saves that. */
     virtual bool mendValues(QStringList *mended, VXError *error);
 
 private:

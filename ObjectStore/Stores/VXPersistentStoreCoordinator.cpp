@@ -40,7 +40,7 @@ bool isSameFile(const QString &a, const QString &b)
     return !a.isNull() && !b.isNull() && QFileInfo(a) == QFileInfo(b);
 }
 
-// The first object that a change leads to in another store; empty when all are in its own.
+// The first object in another store that a change refers to; empty when all are in the same store.
 std::optional<VXManagedObjectID> strangerIn(const VXRowChange &change)
 {
     if (!change.row)
@@ -80,15 +80,15 @@ bool staysInStore(const Changes &changes, VXError *error)
     return true;
 }
 
-/** What a store has carried out of a save. */
+/** The prepared part of a save in one store. */
 struct Prepared
 {
     VXPersistentStore *store;
     std::unique_ptr<VXStoreTransaction> transaction;
 };
 
-// Those that may fail yet come first: an SQLite store writes at the commit, an XML store has only to rename its file, and one
-// in memory cannot fail.
+// Commits those first that may still fail: an SQLite store writes at the commit, an XML store only renames its file,
+// and a store in memory cannot fail.
 bool commit(std::vector<Prepared> prepared, QSet<const VXStoreIdentity *> *saved, VXError *error)
 {
     std::stable_sort(prepared.begin(), prepared.end(),
@@ -110,7 +110,7 @@ bool commit(std::vector<Prepared> prepared, QSet<const VXStoreIdentity *> *saved
                                     each.store->path()));
         return false;
     }
-    saved->clear(); // all of them
+    saved->clear(); // all stores have committed
     return true;
 }
 
@@ -255,7 +255,7 @@ bool VXPersistentStoreCoordinator::save(const QHash<const VXStoreIdentity *, VXS
                                         QList<VXRowConflict> *conflicts, QSet<const VXStoreIdentity *> *saved,
                                         VXError *error)
 {
-    QList<StorePtr> stores; // always in the order they were attached, so that two saves cannot wait for each other
+    QList<StorePtr> stores; // always in the order of attachment, so that two saves cannot deadlock
     for (const StorePtr &store : persistentStores()) {
         if (requests.contains(&store->identity()))
             stores.append(store);

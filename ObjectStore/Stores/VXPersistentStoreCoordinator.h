@@ -10,14 +10,14 @@
 #include <memory>
 
 /**
- * Of which class objects are: of the one that is registered for their entity (VXManagedObjectClass), or all plain, as for a
- * model of earlier times, whose entities have by now classes that expect other properties.
+ * The class of objects: the one registered for their entity (VXManagedObjectClass), or plain managed objects. Plain
+ * ones are for models of earlier versions, since the present classes of their entities expect other properties.
  */
 enum class VXObjectClasses { Registered, Plain };
 
 /**
- * Several stores over one model, used by any number of contexts as if they were one. Lives as long as a context or its
- * owner holds it. Any thread may call.
+ * Several stores over one model, used by any number of contexts as if they were one. Exists as long as a context or
+ * another owner keeps it. Any thread may call.
  */
 class VX_STORE_EXPORT VXPersistentStoreCoordinator : public std::enable_shared_from_this<VXPersistentStoreCoordinator>
 {
@@ -29,29 +29,29 @@ public:
     [[nodiscard]] static Ptr coordinatorWithModel(const VXManagedObjectModel::Ptr &model, VXError *error = nullptr,
                                                   VXObjectClasses classes = VXObjectClasses::Registered);
 
-    /** Of the objects of all contexts over it. */
+    /** For the objects of all contexts over this coordinator. */
     VXObjectClasses objectClasses() const { return _objectClasses; }
-    /** Has something held until the coordinator is gone, as a lock on what its stores have open. */
+    /** Keeps a resource until the coordinator is destroyed, such as a lock on the files of its stores. */
     void holdWhileOpen(const std::shared_ptr<const void> &resource);
 
     const VXManagedObjectModel &model() const { return *_model; }
     const VXManagedObjectModel::Ptr &modelPtr() const { return _model; }
 
-    /** Opens or creates a store and attaches it. `path` is null for one in memory; links in it are followed, and a file
-     * with several names (hard links) is refused. @return null, with an error, on failure. */
+    /** Opens or creates a store and attaches it. `path` is null for a store in memory; symbolic links in it are
+     *  followed, and a file with several hard links is refused. @return null, with an error, on failure. */
     StorePtr addPersistentStore(VXStoreType type, const QString &path, const VXStoreOptions &options = {},
                                 VXError *error = nullptr);
-    /** Opens and attaches a store of another making. */
+    /** Opens and attaches a store that was made elsewhere. */
     bool addPersistentStore(const StorePtr &store, VXError *error);
-    /** Closes a store and lets go of it; objects of it can no longer be read or saved. */
+    /** Closes and detaches a store; its objects can no longer be read or saved. */
     bool removePersistentStore(const StorePtr &store, VXError *error = nullptr);
-    /** In the order they were attached. */
+    /** In the order in which they were attached. */
     QList<StorePtr> persistentStores() const;
-    /** Null when none of the attached ones lies there, or has that identity. */
+    /** Null when no attached store has that path, or that identity. */
     StorePtr persistentStoreForPath(const QString &path) const;
     StorePtr persistentStoreForIdentity(const VXStoreIdentity &identity) const;
 
-    /** Null when the URI is none of an attached store, or of no entity of the model. The object need not exist. */
+    /** Null when the URI is not that of an attached store and an entity of the model. The object need not exist. */
     VXManagedObjectID objectIDForURIRepresentation(const QUrl &uri) const;
 
     /** The metadata of a store that is not attached. @return empty on failure. */
@@ -59,9 +59,10 @@ public:
                                                                 VXError *error = nullptr);
 
     /**
-     * Saves to every store that is concerned: first all carry out their part, and only when all have done so they commit, one
-     * after the other. Each store is saved as a whole or not at all. Conflicts are gathered from all. On failure `saved`
-     * has the stores that had committed when another one could not (SavedInPart); none otherwise.
+     * Saves to every store involved: first all of them carry out their part, and only when all have succeeded do they
+     * commit, one after the other. Each store is saved completely or not at all. Conflicts of all stores are collected.
+     * On failure, `saved` contains the stores that had committed when another one could not (SavedInPart), otherwise
+     * none.
      */
     bool save(const QHash<const VXStoreIdentity *, VXSaveRequest> &requests, QList<VXRowConflict> *conflicts,
               QSet<const VXStoreIdentity *> *saved, VXError *error);
@@ -72,6 +73,6 @@ private:
     const VXManagedObjectModel::Ptr _model;
     const VXObjectClasses _objectClasses;
     mutable VXMutex _lock;
-    QList<std::shared_ptr<const void>> _held VX_GUARDED_BY(_lock); // let go of after the stores
+    QList<std::shared_ptr<const void>> _held VX_GUARDED_BY(_lock); // released after the stores
     QList<StorePtr> _stores VX_GUARDED_BY(_lock);
 };

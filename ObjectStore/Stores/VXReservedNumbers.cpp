@@ -43,5 +43,5 @@ bool VXReservedNumbers::add(const QByteArray &entity, qint64 highest)
 
 void VXReservedNumbers::clear()
 {
-    [[maybe_unused]] const int status = ::ftruncate(_descriptor, 0); // else they stay, and do no harm
+    [[maybe_unused]] const int status = ::ftruncate(_descriptor, 0); // if that fails, they remain, which does no harm
 }

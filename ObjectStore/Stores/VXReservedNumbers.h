@@ -4,9 +4,9 @@
 #include <QtCore/QMap>
 
 /**
- * The highest numbers given out and not yet in the store, by root entity, in an open file: lines "ENTITY NUMBER", of which the
- * highest of an entity counts. Lines are only ever added, so that whoever dies or has no room meanwhile takes none away. Used
- * with the file locked.
+ * The highest numbers that were given out and are not in the store yet, by root entity, in an open file: lines "ENTITY
+ * NUMBER", of which the highest for an entity counts. Lines are only ever appended, so that a crash or a full disk
+ * loses none. To be used with the file locked.
  */
 class VXReservedNumbers
 {
@@ -14,9 +14,9 @@ public:
     explicit VXReservedNumbers(int descriptor) : _descriptor(descriptor) {}
 
     QMap<QByteArray, qint64> read() const;
-    /** On failure the file is as before. */
+    /** On failure the file is unchanged. */
     bool add(const QByteArray &entity, qint64 highest);
-    /** When the store has them all. */
+    /** To be called when all numbers are in the store. */
     void clear();
 
 private:

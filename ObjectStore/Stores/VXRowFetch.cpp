@@ -8,7 +8,7 @@ namespace {
 
 using Rows = std::vector<const VXFetchedRow *>;
 
-// Whether the keys lead over stored properties only, and so mean the same on rows as on objects.
+// Whether the keys use stored properties only, and so mean the same for rows as for objects.
 bool isStored(const QStringList &keys, const VXEntityDescription &entity)
 {
     const VXEntityDescription *at = &entity;
@@ -43,7 +43,7 @@ bool isStored(const VXPredicate &predicate, const VXEntityDescription &entity)
                        [&](const VXPredicate &part) { return isStored(part, entity); });
 }
 
-// What of the predicate rows can decide: all of it, or those of its conditions that all must hold.
+// The part of the predicate that rows can decide: all of it, or some of the conditions joined by AND.
 VXPredicate storedPart(const VXPredicate &predicate, const VXEntityDescription &entity)
 {
     if (isStored(predicate, entity))

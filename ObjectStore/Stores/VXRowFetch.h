@@ -4,16 +4,16 @@
 
 #include <vector>
 
-/** Carries out a fetch request over row tables: what of it rows can decide. Used once. */
+/** Evaluates a fetch request on row tables, as far as rows suffice for that. To be used once. */
 class VXRowFetch
 {
 public:
     VXRowFetch(const VXRowTables &tables, const VXFetchRequest &request);
 
-    /** False when the predicate or the order needs what is not stored, as transient properties; then no order, limit and
-     * offset is applied. */
+    /** False when the predicate or the order needs something that is not stored, such as transient properties; then no
+     *  order, limit and offset is applied. */
     bool isExact() const { return _isExact; }
-    /** The rows that match; valid as long as this. */
+    /** The matching rows; valid as long as this object. */
     std::vector<const VXFetchedRow *> run();
 
 private:

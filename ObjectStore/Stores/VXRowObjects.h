@@ -6,8 +6,9 @@
 #include <deque>
 
 /**
- * The objects of row tables as predicates and sort descriptors see them: values by name, relationships followed. One object
- * for each ID, so that the same object is equal to itself. They live as long as this; one thread.
+ * Presents the objects of row tables to predicates and sort descriptors: values by name, and relationships that can be
+ * followed. There is one object for each ID, so that an object equals itself. They live as long as this object; one
+ * thread.
  */
 class VXRowObjects
 {
@@ -18,7 +19,7 @@ public:
 
     /** The object as a VXKeyValueCoding *; it need not exist. */
     QVariant object(const VXManagedObjectID &objectID);
-    /** The predicate with object IDs among its values replaced by objects. */
+    /** The predicate with the object IDs in its values replaced by objects. */
     VXPredicate withObjects(const VXPredicate &predicate);
 
 private:
@@ -30,7 +31,7 @@ private:
 
     private:
         VXRowObjects &_objects;
-        const VXFetchedRow *const _stored; // nullptr: there is none
+        const VXFetchedRow *const _stored; // nullptr if it does not exist
     };
 
     QVariant withObjects(const QVariant &value);

@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** The rows that were found at once, of the tables as they were then. */
+/** The rows that were found, in the tables as they were at that time. */
 class VXRowTableStore::Cursor final : public VXRowCursor
 {
 public:
@@ -23,13 +23,13 @@ public:
     }
 
 private:
-    const std::unique_ptr<VXRowFetch> _fetch; // which keeps the rows
+    const std::unique_ptr<VXRowFetch> _fetch; // keeps the rows
     const bool _needsRows;
     const std::vector<const VXFetchedRow *> _rows;
     size_t _next = 0;
 };
 
-/** Holds the turn until it is over; what was checked is applied at the commit, in place unless somebody is reading. */
+/** Holds the turn until it is destroyed; the commit applies what was checked, in place unless somebody is reading. */
 class VXRowTableStore::Transaction final : public VXStoreTransaction
 {
 public:
@@ -89,7 +89,7 @@ VXRowTables VXRowTableStore::tables() const
 
 void VXRowTableStore::setTables(const VXRowTables &tables)
 {
-    VXRowTables before = tables; // destroyed without the lock
+    VXRowTables before = tables; // destroyed after the lock is released
     const VXMutexLocker lock(_lock);
     std::swap(_tables, before);
 }

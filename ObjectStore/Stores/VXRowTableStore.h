@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-/** A store that holds its rows in memory; by itself one without a data file. Readers never wait for a save. */
+/** A store that keeps its rows in memory; this class itself has no data file. Readers never wait for a save. */
 class VXRowTableStore : public VXPersistentStore
 {
 public:
@@ -22,21 +22,21 @@ public:
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;
     QStringList check() override;
-    /** Refused: there is no file. */
+    /** Fails: there is no file. */
     bool copyTo(const QString &path, VXError *error) override;
 
 protected:
-    /** Of the one save at a time; on the thread that began it. */
+    /** Held by the only save at a time, on the thread that began it. */
     using WriterTurn = std::unique_lock<VXMutex>;
 
     VXRowTableStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model);
 
-    /** Called before anything is read: takes over what other processes wrote. */
+    /** Called before anything is read: reads what other processes wrote. */
     virtual bool refresh(VXError *error);
-    /** The rest of a save once its turn has come. */
+    /** The rest of a save, once it has its turn. */
     virtual std::unique_ptr<VXStoreTransaction> saveInTurn(WriterTurn turn, const VXSaveRequest &request,
                                                            QList<VXRowConflict> *conflicts, VXError *error);
-    /** False, with the conflicts or the error, when the save cannot be carried out. */
+    /** False, with the conflicts or the error, when the save is not possible. */
     bool canSave(const VXSaveRequest &request, QList<VXRowConflict> *conflicts, VXError *error) const;
 
     bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
@@ -44,14 +44,14 @@ protected:
     WriterTurn waitForTurn();
     VXRowTables tables() const;
     void setTables(const VXRowTables &tables);
-    /** The first of `count` numbers above all that were given out, here and, up to `highest`, elsewhere. */
+    /** The first of `count` numbers above all that were given out, by this store and, up to `highest`, by others. */
     qint64 takeNumbers(const VXEntityDescription &root, qint64 count, qint64 highest = 0);
 
 private:
     class Cursor;
     class Transaction;
 
-    VXMutex _writing; // guards nothing: who holds it may save
+    VXMutex _writing; // guards nothing: whoever holds it may save
     mutable VXMutex _lock;
     VXRowTables _tables VX_GUARDED_BY(_lock);
 };

@@ -81,7 +81,7 @@ void VXRowTables::take(const VXManagedObjectID &source, const VXRelationshipDesc
         links.erase(found);
 }
 
-// A to-many relationship with a to-one inverse follows the rows of the other side.
+// Updates to-many relationships with a to-one inverse from the rows of the other side.
 void VXRowTables::updateLinks(const VXManagedObjectID &objectID, const VXStoreRow *before, const VXStoreRow *after)
 {
     for (const VXRelationshipDescription *const relationship : objectID.entity().relationships()) {
@@ -110,7 +110,7 @@ QList<VXRowConflict> VXRowTables::changedRows(const QList<VXRowChange> &changes)
     return result;
 }
 
-// The rows of a one end that lead to an object by now; `relationship` is the object's.
+// The rows that refer to an object through the to-one inverse of its `relationship`.
 QList<VXRowReference> VXRowTables::references(const VXManagedObjectID &objectID,
                                               const VXRelationshipDescription &relationship) const
 {
@@ -169,7 +169,7 @@ QList<VXRowConflict> VXRowTables::conflicts(const VXSaveRequest &request) const
     return found;
 }
 
-// By pairs that stay.
+// Finds pairs that remain and so deny the deletion.
 QList<VXRowConflict> VXRowTables::denied(const VXManagedObjectID &objectID,
                                          const VXRelationshipDescription &relationship, const VXSaveRequest &request,
                                          const Changes &changes) const
@@ -195,7 +195,7 @@ QList<VXRowConflict> VXRowTables::denied(const VXManagedObjectID &objectID,
                                                         VXRowConflict::Kind::Referenced, references}};
 }
 
-// What the object leads to leads back, and nothing else leads to it.
+// Checks that the object's partner refers back, and nothing else refers to it.
 QList<VXRowConflict> VXRowTables::oneSided(const VXManagedObjectID &objectID,
                                            const VXRelationshipDescription &relationship, const Changes &changes) const
 {
@@ -237,7 +237,7 @@ void VXRowTables::apply(const VXSaveRequest &request)
     for (const VXRowChange &change : request.changes) {
         if (!change.row)
             continue;
-        // Above what it overwrites, so that whoever has read that will notice.
+        // The version is above that of the overwritten row, so that whoever has read that notices.
         const VXFetchedRow *const stored = change.overwrites ? find(change.objectID) : nullptr;
         const bool isBelow = stored != nullptr && stored->row->version() >= change.row->version();
         put({change.objectID, isBelow ? change.row->copy(stored->row->version() + 1) : change.row});
@@ -248,7 +248,7 @@ void VXRowTables::apply(const VXSaveRequest &request)
         for (const VXManagedObjectID &target : change.added)
             link(change.source, *change.relationship, target);
     }
-    for (const VXRowChange &change : request.changes) { // last, and with all links
+    for (const VXRowChange &change : request.changes) { // last, with all their links
         if (!change.row)
             remove(change.objectID);
     }
@@ -283,7 +283,7 @@ QList<VXBrokenReference> VXRowTables::brokenReferences() const
             continue;
         for (auto link = links->cbegin(); link != links->cend(); ++link) {
             for (const VXManagedObjectID &target : *link) {
-                if (find(link.key()) != nullptr) // else it is told at the other end
+                if (find(link.key()) != nullptr) // otherwise it is reported at the other end
                     check(link.key(), *links.key(), target);
             }
         }

@@ -6,8 +6,8 @@
 #include <QtCore/QSet>
 
 /**
- * The objects of a store in memory: rows by root entity and number, and what to-many relationships lead to. A value: a copy
- * costs next to nothing until one of the two is changed, so that a reader on any thread keeps one and needs no lock.
+ * The objects of a store in memory: rows by root entity and number, and the links of to-many relationships. A value
+ * type: copying is cheap until one of the copies is changed, so readers on any thread keep a copy and need no lock.
  */
 class VXRowTables
 {
@@ -15,10 +15,10 @@ public:
     using Table = QHash<qint64, VXFetchedRow>; // by number
     using Targets = QSet<VXManagedObjectID>;
 
-    /** nullptr when there is no such object. Valid until something changes. */
+    /** nullptr when there is no such object. Valid until the next change. */
     const VXFetchedRow *find(const VXManagedObjectID &objectID) const;
     Table table(const VXEntityDescription &root) const { return _tables.value(&root); }
-    /** What a to-many relationship leads to. */
+    /** The objects of a to-many relationship. */
     Targets targets(const VXManagedObjectID &source, const VXRelationshipDescription &relationship) const;
 
     /** The highest number that an object of the root entity has had; 0 for none. */
@@ -27,22 +27,22 @@ public:
 
     /** Adds or replaces an object. */
     void put(const VXFetchedRow &object);
-    /** Removes an object, if it is there, and its links. */
+    /** Removes an object, if it exists, and its links. */
     void remove(const VXManagedObjectID &objectID);
-    /** For a relationship that is to-many at both ends; the inverse follows. */
+    /** For many-to-many relationships; the inverse is updated, too. */
     void link(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
               const VXManagedObjectID &target);
     void unlink(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
                 const VXManagedObjectID &target);
 
-    /** What stands against a save: rows that differ from those that the changes are based on, and, when there are none,
-     * references that would lead nowhere, or not back. */
+    /** The conflicts of a save: rows that differ from those that the changes are based on; if there are none,
+     *  references to missing objects, or without one back. */
     QList<VXRowConflict> conflicts(const VXSaveRequest &request) const;
-    /** Whether an object to be inserted has the number of one that is there. */
+    /** Whether an object to be inserted has the number of an existing one. */
     bool hasInserted(const QList<VXRowChange> &changes) const;
     void apply(const VXSaveRequest &request);
 
-    /** References to objects that are not there or do not lead back. */
+    /** References to objects that do not exist or do not refer back. */
     QList<VXBrokenReference> brokenReferences() const;
 
 private:

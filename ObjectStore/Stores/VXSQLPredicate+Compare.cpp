@@ -17,7 +17,7 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-constexpr qsizetype maximumMarkCount = 16; // more whole numbers or texts than that come as one parameter
+constexpr qsizetype maximumMarkCount = 16; // longer lists of integers or texts are passed as one parameter
 
 constexpr qsizetype maximumPartCount = 200;
 
@@ -34,7 +34,7 @@ std::optional<qint64> storedNumber(const QVariant &value)
     return value.typeId() == QMetaType::QDateTime ? value.toDateTime().toMSecsSinceEpoch() : VXWholeNumber(value);
 }
 
-// The first text, by the bytes of UTF-16LE, behind all that begin so; null when there is none.
+// The first text after all with that prefix, in the order of UTF-16LE bytes; null when there is none.
 QString endOfBeginning(QString text)
 {
     constexpr ushort highByte = 0xff00;
@@ -51,13 +51,13 @@ QString endOfBeginning(QString text)
     return {};
 }
 
-// SQLite ends a text at the first, and reads the others as damage.
+// SQLite ends a text at the first of these, and takes the others for damage.
 bool isUnsayable(QChar character)
 {
     return character.isNull() || character == QChar(0xFFFE) || character == QChar(0xFFFF);
 }
 
-// As JSON; null where that cannot say them.
+// The texts as JSON; null when JSON cannot represent them.
 QString textList(const QVariantList &texts)
 {
     QJsonArray list;
@@ -119,7 +119,7 @@ QString VXSQLPredicate::equal(const Scalar &left, const Scalar &right, VXTextOpt
             return mayBeNone ? u"1"_s : never;
         return mayBeNone ? sql(left) + " IS NULL"_L1 : never;
     }
-    // Property lists are compared as values, and objects of other kinds by what they are: not by what a column holds.
+    // Property lists are compared as values, and other kinds of objects by identity: not by the contents of a column.
     if ((left.family == Family::Other && !(left.isConstant && right.family != Family::Object)) ||
         (right.family == Family::Other && !(right.isConstant && left.family != Family::Object)))
         throw Unsupported{};
@@ -146,7 +146,7 @@ QString VXSQLPredicate::ordered(const Scalar &left, QLatin1StringView mark, cons
         return never;
     const Scalar a = folded(left, options);
     const Scalar b = folded(right, options);
-    // Data, as which "not a number" is kept, comes behind all numbers.
+    // NaN is stored as data, which sorts after all numbers.
     if (a.isReal && mark == ">"_L1 && b.constant.typeId() == QMetaType::Double)
         return u"(%1 BETWEEN %2 AND 9e999)"_s.arg(sql(a), parameter(leastAbove(b.constant.toDouble())));
     if (a.isReal && mark == ">="_L1 && b.isConstant) // SQLite reads the column once for both bounds
@@ -222,7 +222,7 @@ QString VXSQLPredicate::between(const Scalar &left, const Operand &bounds, VXTex
                                 ordered(left, "<="_L1, scalar(operand(bounds.elements[1])), options));
 }
 
-// One of the elements is equal. None among them is an element too, which is why the value looked for must not be none.
+// Whether an element is equal. None would be an element as well, so the value must not be none.
 QString VXSQLPredicate::contains(const Path &path, const Operand &element, VXTextOptions options)
 {
     const bool isSelf = element.shape == Operand::Shape::Path && element.path.steps.isEmpty() &&
@@ -243,7 +243,7 @@ QString VXSQLPredicate::texts(QLatin1StringView function, const Scalar &text, co
     return u"%1(%2, %3, %4)"_s.arg(function, sql(text), sql(part)).arg(int(options.toInt()));
 }
 
-// Texts with one beginning stand together in the order of their bytes, by which columns and their indexes are sorted.
+// Texts with the same prefix are adjacent in the order of bytes, which columns and indexes use.
 QString VXSQLPredicate::beginsWith(const Scalar &text, const Scalar &part, VXTextOptions options)
 {
     const QString beginning = part.constant.toString();

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype maximumStepCount = 8; // each nests a query in the one before
+constexpr qsizetype maximumStepCount = 8; // each step nests another query
 
 } // namespace
 

@@ -15,9 +15,9 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-constexpr int maximumDepth = 12;            // SQLite's parser is not made for much more
-constexpr qsizetype maximumValues = 30000;  // parameters of a statement
-constexpr qsizetype maximumPartCount = 200; // in one row without brackets, which SQLite takes for nested
+constexpr int maximumDepth = 12;            // SQLite's parser does not support much more
+constexpr qsizetype maximumValues = 30000;  // parameters per statement
+constexpr qsizetype maximumPartCount = 200; // without brackets, as SQLite counts a sequence as nesting
 
 QString negated(const QString &condition)
 {
@@ -134,7 +134,7 @@ QString VXSQLPredicate::comparison(const VXPredicate &predicate)
     return predicate.modifier() == Modifier::Direct ? direct(predicate, left, right) : modified(predicate, left, right);
 }
 
-// ANY, ALL and NONE take the elements that are not none one by one; a single value is the only element.
+// ANY, ALL and NONE consider the elements that are not none one by one; a single value is the only element.
 QString VXSQLPredicate::modified(const VXPredicate &predicate, const Operand &left, const Operand &right)
 {
     if (left.shape != Operand::Shape::Path)
@@ -165,7 +165,7 @@ QString VXSQLPredicate::direct(const VXPredicate &predicate, const Operand &left
     if (comparison == Operator::NotEqual)
         return negated(direct(VXPredicate::comparison(predicate.left(), Operator::Equal, predicate.right(), options),
                               left, right));
-    // Where none cannot hold on the left, the rows that do are found first, by index if there is one.
+    // If none cannot match on the left, the matching rows are found first, by an index if there is one.
     const auto isNeverNone = [](const VXExpression &element) {
         return element.kind() == VXExpression::Kind::Constant && !VXIsNone(element.value());
     };
@@ -185,7 +185,7 @@ QString VXSQLPredicate::order(const VXSortDescriptor &descriptor)
         if (key.family == Family::Object || key.family == Family::Other)
             return {};
         QString sql = key.sql;
-        if (key.isReal) // what is not a number has no place in the order: it comes with none
+        if (key.isReal) // NaN has no place in the order, and sorts with none
             sql = u"iif(%1 <= 9e999, %1, NULL)"_s.arg(sql);
         if (key.family == Family::Text)
             sql += " COLLATE VXTEXT"_L1;
@@ -195,7 +195,7 @@ QString VXSQLPredicate::order(const VXSortDescriptor &descriptor)
     }
 }
 
-// By the property that the left side begins with: attributes say whether they have an index, relationships always have.
+// Judged by the first property on the left: attributes may have an index, relationships always do.
 bool VXSQLPredicate::leadsToRows(const VXPredicate &predicate) const
 {
     if (predicate.kind() != Kind::Comparison || predicate.modifier() == Modifier::All ||

@@ -11,62 +11,63 @@
 #include <functional>
 #include <optional>
 
-/** "(a AND b AND ...)", with brackets around groups where there are more than SQLite takes in one row. */
+/** "(a AND b AND ...)", with nested brackets if there are more parts than SQLite accepts in a row. */
 QString VXSQLJoined(const QStringList &parts, QLatin1StringView word);
 
 /**
- * Says predicates and sort descriptors in SQL, so that just those rows match for which VXPredicate::evaluateWithObject is true.
- * SQL's third truth value counts as false: a negation is written IS NOT TRUE. The table of the entity is named t0. Values and
- * texts never become part of the SQL; they are the parameters ?1 and on. For one statement; used once.
+ * Compiles predicates and sort descriptors to SQL, so that exactly those rows match for which
+ * VXPredicate::evaluateWithObject is true. SQL's NULL counts as false: a negation is written IS NOT TRUE. The table of
+ * the entity is named t0. Values and texts never become part of the SQL; they are passed as the parameters ?1 and
+ * following. For one statement.
  */
 class VXSQLPredicate
 {
 public:
-    /** Objects are those of `entity` in `store`. */
+    /** For objects of `entity` in `store`. */
     VXSQLPredicate(const VXEntityDescription &entity, const VXStoreIdentity &store) : _entity(entity), _store(store) {}
 
-    /** Adds the conditions that SQL can decide. @return false when it was not the whole of the predicate. */
+    /** Adds the conditions that SQL can express. @return false when that is not the whole predicate. */
     bool add(const VXPredicate &predicate);
-    /** An expression for ORDER BY; null when SQL cannot say it. */
+    /** An expression for ORDER BY; null when SQL cannot express it. */
     QString order(const VXSortDescriptor &descriptor);
-    /** Adds a value. @return the parameter that stands for it. */
+    /** Adds a value. @return the parameter for it. */
     QString parameter(const QVariant &value);
 
     /** All conditions, joined by AND; null when there are none. */
     QString conditions() const;
-    /** Of the parameters, in order: texts, numbers, dates and data. */
+    /** The values of the parameters, in order: texts, numbers, dates and data. */
     const QVariantList &values() const { return _values; }
-    /** The value of a parameter that stands for a constant. */
+    /** The value of the parameter for a constant. */
     static QVariant boundValue(const QVariant &constant);
-    /** What stands for a number that reals must exceed, as BETWEEN begins with its bound; not a number above infinity. */
+    /** The least number greater than `number`, to be used as the lower bound of BETWEEN; NaN for infinity. */
     static double leastAbove(double number);
-    /** Whether an index leads to the rows. */
+    /** Whether the rows can be found by an index. */
     bool isSelective() const { return _isSelective; }
 
 private:
-    struct Unsupported // thrown where SQL cannot say it
+    struct Unsupported // thrown where SQL cannot express something
     {
     };
     enum class Family { None, Number, Text, Date, Data, Object, Other };
 
-    /** An SQL expression that has one value. */
+    /** An SQL expression with a single value. */
     struct Scalar
     {
-        QString sql = {}; // of a constant not used
+        QString sql = {}; // unused for a constant
         Family family = Family::None;
-        const VXEntityDescription *root = nullptr; // of objects; nullptr: of no object of the store
-        bool isReal = false;                       // a column that can hold "not a number"
+        const VXEntityDescription *root = nullptr; // of objects; nullptr for an object outside this store
+        bool isReal = false;                       // a column that may contain NaN
         bool isConstant = false;
         QVariant constant = {};
     };
-    /** Keys followed from a row. */
+    /** A key path that starts at a row. */
     struct Path
     {
         QList<const VXRelationshipDescription *> steps = {}; // from row to row
-        const VXPropertyDescription *end = nullptr;          // of the last row; nullptr: that row itself
-        const VXRelationshipDescription *counted = nullptr;  // "@count" of it, in place of an end
+        const VXPropertyDescription *end = nullptr;          // of the last row; nullptr: the row itself
+        const VXRelationshipDescription *counted = nullptr;  // the relationship of "@count", instead of an end
         const VXEntityDescription *entity = nullptr;         // of the last row
-        int collectionCount = 0;                             // how many steps are to-many
+        int collectionCount = 0;                             // the number of to-many steps
     };
     /** One side of a comparison. */
     struct Operand
@@ -84,7 +85,7 @@ private:
     QString modified(const VXPredicate &predicate, const Operand &left, const Operand &right);
     QString direct(const VXPredicate &predicate, const Operand &left, const Operand &right);
 
-    // -- Comparisons of values; `mayBeNone`: none is a value like others on the left side, else it never holds
+    // -- Comparisons of values; `mayBeNone`: whether none may match on the left side, like any other value
     QString holds(const Scalar &left, VXPredicate::Operator comparison, const Operand &right, VXTextOptions options,
                   bool mayBeNone);
     QString equal(const Scalar &left, const Scalar &right, VXTextOptions options, bool mayBeNone);
@@ -101,13 +102,13 @@ private:
     Operand operand(const VXExpression &expression);
     Scalar scalar(const Operand &operand);
     Scalar constant(const QVariant &value) const;
-    /** Of a constant a new parameter. */
+    /** For a constant, adds a parameter. */
     QString sql(const Scalar &scalar);
     Path path(const QStringList &keys) const;
-    /** That one of the rows, or the one row, the path leads to fulfils the condition. */
+    /** The condition that one of the rows, or the only row, that the path leads to meets the given condition. */
     QString some(const Path &path, const Condition &condition, qsizetype step = 0,
                  const QString &table = QStringLiteral("t0"));
-    /** The value at the end of a path without collections; NULL where the path is broken. */
+    /** The value at the end of a path without collections; NULL if the path is interrupted. */
     QString value(const Path &path, qsizetype step, const QString &table);
     Scalar end(const Path &path, const QString &table);
     static Family familyOf(VXAttributeType type);

@@ -19,14 +19,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype maximumStatements = 200; // then those of long ago give way, with all others
+constexpr qsizetype maximumStatements = 200; // beyond that, all are discarded
 
 VXObjectStoreErrorCode codeOf(int status)
 {
     switch (status & 0xFF) {
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-    case SQLITE_ERROR: // the SQL is ours: what it names is missing
+    case SQLITE_ERROR: // as the SQL is ours, something that it names is missing
         return VXObjectStoreErrorCode::FileCorrupt;
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
@@ -61,7 +61,7 @@ QString descriptionOf(VXObjectStoreErrorCode code)
     }
 }
 
-// Of the files beside the store, as the index of its log, SQLite tells a full disk as any other failure.
+// For files beside the store, such as the index of its log, SQLite reports a full disk like any other failure.
 bool isOutOfSpace(sqlite3 *database, int status)
 {
     const int problem = (status & 0xFF) == SQLITE_IOERR && database != nullptr ? sqlite3_system_errno(database) : 0;
@@ -120,8 +120,8 @@ struct OpenFiles
     }
 };
 
-// Else SQLite counts every piece of memory under one lock, for which readers of all threads wait. Without effect where somebody
-// else in the process was first to use it.
+// Otherwise SQLite counts all memory under one lock, which delays readers. Without effect if somebody else in the
+// process used SQLite first.
 void countNoMemory()
 {
     [[maybe_unused]] static const int status = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
@@ -138,15 +138,15 @@ VXSQLiteConnection::VXSQLiteConnection(sqlite3 *database, const QString &path, c
 bool VXSQLiteConnection::whileNotOpenHere(const QString &path, const std::function<void()> &call)
 {
     OpenFiles &files = OpenFiles::shared();
-    const VXMutexLocker locker(files.lock); // nor is it opened meanwhile
+    const VXMutexLocker locker(files.lock); // also keeps it from being opened meanwhile
     if (files.counts.contains(OpenFiles::keyOf(path)))
         return false;
     call();
     return true;
 }
 
-// Piece by piece, from where the system has it in memory if SQLite can map the file, and else read first. SQLite's own file, and not
-// another one: closing that would end the locks that this process has on it.
+// Copies piece by piece, from the page cache if SQLite can map the file. Uses SQLite's own descriptor, because closing
+// another one would release the locks that this process has on the file.
 bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error)
 {
     constexpr qint64 pieceSize = 1 << 20;
@@ -213,7 +213,7 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
                                                              std::chrono::milliseconds busyTimeout,
                                                              std::atomic<qint64> *executions, VXError *error)
 {
-    // An absolute path, so that no name has a meaning of its own to SQLite.
+    // An absolute path, so that SQLite gives no name a special meaning.
     QByteArray name = QFileInfo(path).absoluteFilePath().toUtf8();
     int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
     if (access == Access::Create || access == Access::Write || access == Access::Query)
@@ -246,8 +246,8 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteConnection::open(const QString &path
     return connection;
 }
 
-// Nothing that a file brings along is run, and no damage in it is taken on trust. What has to be set for each connection,
-// not once for a file, is set here.
+// Runs nothing that a file contains, and does not trust damaged data. Makes the settings that belong to each connection
+// rather than to the file.
 void VXSQLiteConnection::protect()
 {
     sqlite3_db_config(_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
@@ -280,7 +280,7 @@ VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *err
     if (found != _statements.cend())
         return lent({sql, *found});
     if (_statements.size() >= maximumStatements)
-        _statements.clear(); // those that are borrowed live on
+        _statements.clear(); // borrowed statements stay alive
     const std::shared_ptr<sqlite3_stmt> prepared = prepare(sql, true, error);
     if (!prepared)
         return {};
@@ -351,8 +351,8 @@ bool VXSQLiteConnection::isReadOnly() const
     return sqlite3_db_readonly(_database, "main") == 1;
 }
 
-// The end of a transaction is written last. So it is not there when it had no turn, or one of the writes before failed; but
-// it may be when only what comes after it did: bringing it to the disk, or telling other processes.
+// The end of a transaction is written last. So it is missing if it was not reached, or an earlier write failed; but it
+// may be there if only something after it failed: syncing to disk, or informing other processes.
 bool VXSQLiteConnection::mayHaveCommitted() const
 {
     const int kind = _lastStatus & 0xFF;

@@ -18,51 +18,52 @@
 
 struct sqlite3;
 
-/** A connection to an SQLite file, with its prepared statements. For one thread at a time. */
+/** A connection to an SQLite file, with its prepared statements. One thread at a time. */
 class VX_STORE_EXPORT VXSQLiteConnection
 {
 public:
     enum class Access {
         Create,    // the file may be missing
-        Write,     // the file must be there
-        Read,      // of a file that others may write; what SQLite makes beside it stays
-        Query,     // the same, but the last one brings the log into the file and removes what lay beside it
-        Immutable, // of a file that nobody writes and in whose folder nothing can be made
+        Write,     // the file must exist
+        Read,      // reads a file that others may write; the files that SQLite makes beside it remain
+        Query,     // the same, but the last connection merges the log into the file and removes the others
+        Immutable, // reads a file that nobody writes, in a folder where nothing can be created
     };
 
-    /** `executions`, if given, counts executed statements and outlives the connection. @return null on failure. */
+    /** `executions`, if given, counts executed statements, and must outlive the connection. @return null on failure. */
     static std::unique_ptr<VXSQLiteConnection> open(const QString &path, Access access,
                                                     std::chrono::milliseconds busyTimeout,
                                                     std::atomic<qint64> *executions, VXError *error);
     ~VXSQLiteConnection();
 
     /**
-     * Calls with the file in no use by a connection of this process; false, and not called, when one has it open. To open and
-     * close a file ends all locks that its process has on it, and others would then take away the log that is being written.
+     * Makes the call while no connection of this process uses the file; returns false, without the call, when one has
+     * it open. Needed because opening and closing a file releases all locks of the process on it; then others could
+     * delete the log while it is being written.
      */
     static bool whileNotOpenHere(const QString &path, const std::function<void()> &call);
 
     VXSQLiteConnection(const VXSQLiteConnection &) = delete;
     VXSQLiteConnection &operator=(const VXSQLiteConnection &) = delete;
 
-    /** Prepared when it is first asked for. To be borrowed once at a time. False on failure. */
+    /** Prepared when first used. A statement can be lent only once at a time. False on failure. */
     [[nodiscard]] VXSQLiteStatement statement(const QString &sql, VXError *error);
     /** Prepares and runs a statement without values. */
     bool execute(const QString &sql, VXError *error);
-    /** The same of one that may take long: `goesOn` is asked every so many steps of SQLite, of which each row takes some. False
-     * without an error when it ended the statement, which then has changed nothing. */
+    /** The same for statements that may take long: `goesOn` is asked every `steps` steps of SQLite, of which each row
+     *  takes some. False without an error when it stopped the statement, which has changed nothing then. */
     bool execute(const QString &sql, int steps, const std::function<bool()> &goesOn, VXError *error);
-    /** The first column of the first row; null without one or on failure. */
+    /** The first column of the first row; null without a row and on failure. */
     QString textOf(const QString &sql, VXError *error);
 
-    /** Copies the file, as it lies there, to an open one, and that to the disk: for who holds its write lock. Read by way of
-     * SQLite, as to open and close a file that it has open ends the locks that it holds. */
+    /** Copies the file as it is to an open one, and syncs that to disk; the caller must hold the file's write lock.
+     *  Reads through SQLite, since opening and closing the file would release the locks that SQLite holds on it. */
     bool copyFileTo(const VXFileDescriptor &copy, VXError *error);
 
-    /** Adds another file, under a name of its own in SQL. Once. */
+    /** Attaches another file, by a name for use in SQL. Only once. */
     bool attach(const QString &path, const QString &name, VXError *error);
 
-    /** How many rows the last INSERT, UPDATE or DELETE concerned. */
+    /** The number of rows changed by the last INSERT, UPDATE or DELETE. */
     int changes() const;
     bool isInTransaction() const;
     /** Whether the file that it has open no longer lies at its path: nobody would find what is written to it. One call of the
@@ -70,11 +71,12 @@ public:
     bool hasMoved() const;
     /** Also when writing was asked for and the file does not allow it. */
     bool isReadOnly() const;
-    /** Of a commit that failed just now: whether the log may hold it all the same, for whoever recovers it after a crash. */
+    /** After a commit has just failed: whether the log may contain it nevertheless, and a recovery after a crash would
+     *  apply it. */
     bool mayHaveCommitted() const;
-    /** Whether the last failure was that a row is there already. */
+    /** Whether the last failure was that a row already exists. */
     bool isConstraintViolated() const;
-    /** The last failure, as what kept an object store from working. */
+    /** The last failure as an error of the object store. */
     VXError lastError() const;
 
 private:
@@ -100,6 +102,6 @@ private:
     int _bindingStatus = 0; // of the statement that made the last step: what kept a value of it from being bound
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
-    std::array<Prepared, 4> _recent; // of those, some asked for before, known by the very text without reading it
-    size_t _next = 0;                // of the recent ones, to give way
+    std::array<Prepared, 4> _recent; // some of _statements, found by comparing the pointer of the text
+    size_t _next = 0;                // of the recent ones, to be replaced
 };

@@ -60,7 +60,7 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
 
 void VXSQLiteConnectionPool::giveBack(VXSQLiteConnection *connection, int generation)
 {
-    std::unique_ptr<VXSQLiteConnection> returned(connection); // closed without the lock
+    std::unique_ptr<VXSQLiteConnection> returned(connection); // closed after the lock is released
     const VXMutexLocker lock(_lock);
     if (_idle.size() < maximumIdle && !_isClosed && generation == _generation)
         _idle.push_back(std::move(returned));

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-/** Connections to one file, each borrowed by one thread at a time, so that readers run side by side. Any thread. */
+/** Connections to one file, each lent to one thread at a time, so that readers run in parallel. Any thread. */
 class VXSQLiteConnectionPool
 {
 public:
@@ -27,9 +27,9 @@ public:
         void operator()(VXSQLiteConnection *connection) const { pool->giveBack(connection, generation); }
     };
     using Lease = std::unique_ptr<VXSQLiteConnection, Return>;
-    /** Opens one more when all are in use. @return null on failure. */
+    /** Opens another connection when all are in use. @return null on failure. */
     Lease borrow(VXError *error);
-    /** Lends no more. Those that are lent are closed when they come back. */
+    /** Lends no more connections. Those that are lent are closed when they are returned. */
     void close();
 
 private:

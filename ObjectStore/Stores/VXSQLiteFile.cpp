@@ -48,7 +48,7 @@ bool isForeign(const QString &reason, const QString &path, VXError *error)
     return fail(Code::FileCorrupt, u"The store is damaged, or no store at all."_s, reason, path, error);
 }
 
-// The header is that of a store from its first transaction on.
+// From its first transaction on, the file has the header of a store.
 bool isHeaderOfStore(const QString &path, VXError *error)
 {
     QFile file(path);
@@ -70,7 +70,7 @@ bool isHeaderOfStore(const QString &path, VXError *error)
     return true;
 }
 
-// A file that is open here is one already.
+// A file that is already open in this process is a store.
 bool hasHeader(const QString &path, VXError *error)
 {
     bool isStore = true;
@@ -109,18 +109,18 @@ public:
     ~Folder()
     {
         if (_descriptor >= 0)
-            ::close(_descriptor); // ends the lock
+            ::close(_descriptor); // releases the lock
     }
     Folder(const Folder &) = delete;
     Folder &operator=(const Folder &) = delete;
 
-    void lock() const { ::flock(_descriptor, LOCK_EX); } // for as long as it takes to make a store
+    void lock() const { ::flock(_descriptor, LOCK_EX); } // held while a store is being made
 
 private:
     const int _descriptor;
 };
 
-// An empty file for the user alone; what SQLite makes beside it gets the same mode.
+// Creates an empty file for the user only; SQLite gives the files beside it the same mode.
 bool makePrivate(const QString &path, VXError *error)
 {
     const VXFileDescriptor file(
@@ -130,14 +130,15 @@ bool makePrivate(const QString &path, VXError *error)
     return file.isOpen();
 }
 
-// The log comes last: from the first transaction on the file itself says what it is. Closing brings it all to the disk.
+// The log mode is set last: so the file itself identifies a store from the first transaction on. Closing syncs
+// everything to disk.
 bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
               const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error)
 {
     const auto connection =
         makePrivate(path, error) ? VXSQLiteConnection::open(path, Access::Write, busyTimeout, nullptr, error) : nullptr;
     VXSQLiteFile::Contents none;
-    // The encoding counts while the file is empty only; so texts need no conversion.
+    // The encoding can be set only while the file is empty; texts then need no conversion.
     return connection && connection->execute(u"PRAGMA encoding = 'UTF-16le'"_s, error) &&
            connection->execute(u"PRAGMA synchronous = FULL"_s, error) &&
            connection->execute(u"BEGIN IMMEDIATE"_s, error) &&
@@ -148,13 +149,14 @@ bool writeNew(const QString &path, const VXSQLiteSchema &schema, const VXManaged
            connection->execute(u"PRAGMA journal_mode = WAL"_s, error);
 }
 
-// Reads the file itself, as of now: whoever reads from it alone, for its log is empty, keeps all from changing it, and what is
-// saved meanwhile goes to the log. None, as that cannot be had, where other readers or writers keep the log from being empty.
+// Begins to read only the file, as it is now: a reader of a file with an empty log keeps it from being changed, and new
+// saves go to the log. None when this is not possible, because other readers or writers keep the log from being
+// emptied.
 bool beginReadingWithoutLog(VXSQLiteConnection &source, const QString &path, VXError *error)
 {
     constexpr int tries = 3;
     const auto isLogEmpty = [&] { return QFileInfo(path + "-wal"_L1).size() == 0; };
-    // Not longer: who waits for readers to end lets nobody write.
+    // Not longer, since waiting for readers blocks all writers.
     if (!source.execute(u"PRAGMA busy_timeout = 200"_s, error))
         return false;
     for (int attempt = 0; attempt < tries; ++attempt) {
@@ -168,7 +170,7 @@ bool beginReadingWithoutLog(VXSQLiteConnection &source, const QString &path, VXE
     return false;
 }
 
-// As fast as files are copied, and nobody waits meanwhile. None where that cannot be had.
+// As fast as copying a file, and without blocking others. None when that is not possible.
 std::optional<bool> copyBytes(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout,
                               VXError *error)
 {
@@ -187,8 +189,8 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
     return file.isOpen() && source->copyFileTo(file, error);
 }
 
-// One read transaction over all of it. VACUUM keeps the numbers, the version and the mark of the file, and waits for the disk. It
-// takes over disorder that it does not stumble on.
+// A single read transaction. VACUUM keeps the file's numbers, version and application ID, and syncs. It copies damage
+// that it does not notice.
 bool copyDatabase(const QString &path, const QString &to, std::chrono::milliseconds busyTimeout, VXError *error)
 {
     {
@@ -214,14 +216,14 @@ bool moveInPlace(const QString &from, const QString &path, VXError *error)
     if (!removeLogs(path, error))
         return false;
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(path).constData()) == 0) {
-        static_cast<void>(VXSynchronizeFolderOf(path)); // it is there all the same
+        static_cast<void>(VXSynchronizeFolderOf(path)); // a failure only makes it less durable
         return true;
     }
     VXSetError(error, VXStoreWriteError(path, qt_error_string()));
     return false;
 }
 
-// The errors of what is made aside are those of the file it is to become.
+// Errors about the temporary file are reported for the file it is to become.
 VXError renamed(const VXError &error, const QString &path)
 {
     return VXObjectStoreError(Code(error.code()), error.localizedDescription(), error.localizedRecoverySuggestion(),
@@ -325,12 +327,12 @@ std::unique_ptr<VXSQLiteConnection> VXSQLiteFile::openForReading(const QString &
 {
     if (!hasHeader(path, error))
         return nullptr;
-    // A file that no log belongs to is read without anything being made beside it.
+    // A file without a log is read without creating anything beside it.
     Access access = QFile::exists(path + "-wal"_L1) ? accessForReaders(path) : Access::Immutable;
     if (access == Access::Query)
-        access = Access::Read; // a file that turns out to be no store stays as it is, to the end
+        access = Access::Read; // a file that is no store stays unchanged
     if (QFileInfo(path + "-journal"_L1).size() > 0)
-        access = Access::Write; // what was cut short is undone first
+        access = Access::Write; // an interrupted transaction is rolled back first
     return VXSQLiteConnection::open(path, access, busyTimeout, executions, error);
 }
 
@@ -363,10 +365,10 @@ bool VXSQLiteFile::create(const QString &path, const VXSQLiteSchema &schema, con
     const QFileInfo place(path);
     const Folder folder(place.path());
     folder.lock();
-    if (!isMissing(path)) // by now: another process was faster
+    if (!isMissing(path)) // another process has made it meanwhile
         return true;
     const QString aside = place.path() + "/."_L1 + place.fileName() + ".new"_L1;
-    removeWithLogs(aside); // left by somebody who died
+    removeWithLogs(aside); // left by a process that was killed
     VXError problem;
     if (writeNew(aside, schema, model, metadata, busyTimeout, &problem) && moveInPlace(aside, path, &problem))
         return true;

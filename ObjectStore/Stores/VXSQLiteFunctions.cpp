@@ -13,7 +13,7 @@
 
 namespace {
 
-// The text of a value, for the length of the call, without a copy.
+// The text of a value without a copy; valid during the call.
 QString textOf(sqlite3_value *value)
 {
     const auto *const units = static_cast<const QChar *>(sqlite3_value_text16(value));
@@ -25,7 +25,7 @@ VXTextOptions optionsOf(sqlite3_value *value)
     return VXTextOptions::fromInt(VXTextOptions::Int(sqlite3_value_int(value)));
 }
 
-// What the right side of a comparison is made into, once for each statement.
+// The right side of a comparison, prepared once per statement.
 
 struct FoldedPart
 {
@@ -56,7 +56,7 @@ struct Contains : FoldedPart
           matcher(part, options.testFlag(VXTextOption::CaseInsensitive) ? Qt::CaseInsensitive : Qt::CaseSensitive)
     {
     }
-    // Plain letters are compared in place: tables are searched row by row.
+    // ASCII is compared in place: tables are searched row by row.
     bool matches(const QString &text) const
     {
         return isASCII(text) ? matcher.indexIn(text) >= 0 : VXFoldedText(text, options).contains(part);
@@ -99,7 +99,7 @@ void compareTexts(sqlite3_context *context, int /*count*/, sqlite3_value **argum
     }
     auto made = std::make_unique<Pattern>(textOf(arguments[1]), optionsOf(arguments[2]));
     sqlite3_result_int(context, made->matches(textOf(arguments[0])) ? 1 : 0);
-    // Last, because it may free the pattern at once. The text it was made of, too, has its own copy in it.
+    // Last, as it may free the pattern at once; the text it was made from, which it has copied, may go as well.
     sqlite3_set_auxdata(context, 1, made.release(), [](void *pattern) { delete static_cast<Pattern *>(pattern); });
 }
 
@@ -109,13 +109,13 @@ void fold(sqlite3_context *context, int /*count*/, sqlite3_value **arguments)
         sqlite3_result_value(context, arguments[0]);
         return;
     }
-    // The mark in front is taken off again; without it a text that begins with one would lose its own.
+    // SQLite removes the byte order mark in front; without it a text that begins with one would lose it.
     const QString folded = QChar(QChar::ByteOrderMark) + VXFoldedText(textOf(arguments[0]), optionsOf(arguments[1]));
     sqlite3_result_text64(context, reinterpret_cast<const char *>(folded.utf16()),
                           sqlite3_uint64(folded.size()) * sizeof(QChar), SQLITE_TRANSIENT, SQLITE_UTF16);
 }
 
-// Texts in a record may lie at odd addresses.
+// Texts in a record may be unaligned.
 int compareUnits(void * /*context*/, int leftBytes, const void *left, int rightBytes, const void *right)
 {
     const auto *const a = static_cast<const uchar *>(left);

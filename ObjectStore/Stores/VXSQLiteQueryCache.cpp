@@ -15,8 +15,7 @@ namespace {
 
 constexpr size_t maximumEntries = 64;
 
-// By their type alone, the SQL is the same for all such values: none, and what is not a number, are compared in words of their
-// own.
+// Whether the SQL is the same for all values of this type: none and NaN need SQL of their own.
 bool isPlain(const QVariant &value, const VXStoreIdentity &store)
 {
     switch (value.typeId()) {
@@ -74,7 +73,7 @@ bool isSameShape(const VXFetchRequest &a, const VXFetchRequest &b)
            a.sortDescriptors == b.sortDescriptors && isSameShape(a.predicate, b.predicate);
 }
 
-// Of the same type. What was asked for is not kept, which may be long, and private.
+// A value of the same type: the actual values are not cached, as they may be long, and private.
 QVariant withoutValue(const QVariant &value)
 {
     switch (value.typeId()) {

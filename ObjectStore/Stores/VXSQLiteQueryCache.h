@@ -10,22 +10,22 @@
 #include <vector>
 
 /**
- * The SQL of fetches made before, by their shape: requests that differ only in the single values that keys are compared with
- * have the same SQL, and need not be put into words again. Of one store; any thread.
+ * Caches the SQL of fetches by their shape: requests that differ only in the values that keys are compared with have
+ * the same SQL, which need not be compiled again. For one store; any thread.
  */
 class VXSQLiteQueryCache
 {
 public:
     enum class Wanted { Rows, IDs, Count };
 
-    /** The values of a predicate that has a shape, as they are bound: comparisons of keys with values, joined by AND. Empty
-     * for any other predicate. */
+    /** The values of a predicate that has a shape, in the form in which they are bound: comparisons of keys with
+     *  values, joined by AND. Empty for any other predicate. */
     static std::optional<QVariantList> valuesOf(const VXPredicate &predicate, const VXStoreIdentity &store);
 
-    // Of requests whose predicate has a shape:
-    /** Null when it is not known. `values` become those that are bound. */
+    // For requests whose predicate has a shape:
+    /** Null when it is not cached. Changes `values` to those that are to be bound. */
     QString find(const VXFetchRequest &request, Wanted wanted, QVariantList *values);
-    /** With the values of the predicate, and those that were bound in their place. */
+    /** Adds the SQL, with the values of the predicate, and those that were bound in their place. */
     void keep(const VXFetchRequest &request, Wanted wanted, const QString &sql, const QVariantList &values,
               const QVariantList &bound);
 
@@ -35,10 +35,10 @@ private:
         VXFetchRequest request;
         Wanted wanted;
         QString sql;
-        QList<qsizetype> raised; // places of values, of which the least number above is bound
+        QList<qsizetype> raised; // indexes of values for which the least greater number is bound
     };
 
     VXMutex _lock;
     std::vector<Entry> _entries VX_GUARDED_BY(_lock);
-    size_t _next VX_GUARDED_BY(_lock) = 0; // to give way
+    size_t _next VX_GUARDED_BY(_lock) = 0; // to be replaced
 };

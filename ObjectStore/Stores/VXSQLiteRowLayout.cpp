@@ -8,8 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int firstValueColumn = 3; // behind Z_PK, Z_ENT and Z_OPT
-constexpr int mostHandedOver = 100; // columns to one function, which may have 127 arguments
+constexpr int firstValueColumn = 3; // after Z_PK, Z_ENT and Z_OPT
+constexpr int mostHandedOver = 100; // SQLite allows 127 arguments
 
 } // namespace
 
@@ -18,7 +18,7 @@ VXSQLiteRowLayout::VXSQLiteRowLayout(const VXEntityDescription &entity, const VX
       _byProperty(size_t(entity.properties().size())), _identityColumns(u"t0.Z_PK, t0.Z_ENT"_s),
       _rowColumns(u"t0.Z_PK, t0.Z_ENT, t0.Z_OPT"_s)
 {
-    QHash<const VXPropertyDescription *, Cell> placed; // properties are shared by those who inherit them
+    QHash<const VXPropertyDescription *, Cell> placed; // inherited properties are shared
     int column = firstValueColumn;
     for (const VXEntityDescription *const each : entity.family()) {
         std::vector<Cell> &cells = _cells[size_t(each->number())];
@@ -55,7 +55,8 @@ QString VXSQLiteRowLayout::handedColumns(int parameter) const
     return u"VX_ROW(?%1, %2)"_s.arg(QString::number(parameter), _rowColumns);
 }
 
-// "OR FAIL": else SQLite copies each page before one of several rows changes it, to undo the statement by itself.
+// "OR FAIL", because otherwise SQLite copies each page before a multi-row statement changes it, to be able to undo that
+// statement.
 QString VXSQLiteRowLayout::insertion(qsizetype count) const
 {
     const QString marks = u"(?"_s + u", ?"_s.repeated(_insertedColumns - 1) + u')';
@@ -76,7 +77,7 @@ VXSQLiteRowLayout::Cell VXSQLiteRowLayout::place(const VXPropertyDescription &pr
     return cell;
 }
 
-// The column of the value and, of some relationships, that of the entity.
+// The column of the value and, for some relationships, that of the entity.
 QStringList VXSQLiteRowLayout::columnsOf(const Cell &cell)
 {
     QStringList names{VXSQLiteSchema::column(*cell.property)};
@@ -267,7 +268,7 @@ bool VXSQLiteRowLayout::bindCell(VXSQLiteStatement &statement, const Cell &cell,
             statement.bindNumber((*parameter)++, _schema.entityNumber(target.entity()));
         break;
     }
-    case Kind::Other: // whose copies share what is bound
+    case Kind::Other: // copies share the bound data
         statement.bindValue(at, row.value(cell.index));
         break;
     }

@@ -9,30 +9,32 @@
 #include <vector>
 
 /**
- * In which columns of a statement the rows of an entity and of its subentities stand, worked out once for each entity so that
- * rows are read and written without looking up a name.
+ * The columns of a statement in which the rows of an entity and its subentities are found, computed once for each
+ * entity, so that rows are read and written without looking up names.
  */
 class VXSQLiteRowLayout
 {
 public:
     VXSQLiteRowLayout(const VXEntityDescription &entity, const VXSQLiteSchema &schema);
 
-    /** What a SELECT that names the table t0 asks for. */
+    /** The columns for a SELECT in which the table is named t0. */
     const QString &identityColumns() const { return _identityColumns; }
     const QString &rowColumns() const { return _rowColumns; }
-    /** Whether a function may have them all. */
+    /** Whether a function can take all of them. */
     bool canHandOver() const { return _canHandOver; }
-    /** The same for a VXSQLiteRowReader, bound to that parameter; for statements that do not sort. */
+    /** The same columns passed to a VXSQLiteRowReader, which is bound to that parameter; for statements that do not
+     *  sort. */
     QString handedColumns(int parameter) const;
-    static constexpr int readerParameter = 3; // of the queries below, where the columns can be handed over
-    /** The row of the object with the number ?1. */
+    static constexpr int readerParameter = 3; // in the queries below, if the columns can be passed
+    /** Selects the row of the object with the number ?1. */
     const QString &rowQuery() const { return _rowQuery; }
-    /** The rows of the objects whose numbers are as `wanted` says (VXObjectNumbers), with ?1 and ?2. */
+    /** Selects the rows of the objects whose numbers meet the condition `wanted` (VXObjectNumbers), with ?1 and ?2. */
     QString query(const QString &wanted) const { return _rowsQuery + wanted; }
-    /** INSERT with all values of so many objects of just that entity. Where it fails, part of them may be inserted. */
+    /** INSERT with all values of so many objects of exactly this entity. If it fails, some of them may have been
+     *  inserted. */
     QString insertion(qsizetype count) const;
 
-    /** The ID from the first columns. @return null when no such entity belongs there. */
+    /** Reads the ID in the first columns. @return null when its entity does not belong there. */
     VXManagedObjectID readID(const VXSQLiteStatement &statement, const VXStoreIdentity &store) const
     {
         return makeID(statement.number(0), statement.number(1), store);
@@ -42,17 +44,18 @@ public:
         return makeID(values[0].number(), values[1].number(), store);
     }
     static qint64 readVersion(VXSQLiteValues values) { return values[2].number(); }
-    /** The values of the row whose ID was read. @return false when they are damaged; `problem` says how. */
+    /** Reads the values of the row whose ID was read. @return false when they are damaged; then `problem` says how. */
     bool readRow(VXSQLiteValues values, const VXManagedObjectID &objectID, VXStoreRow &row, QString *problem) const;
 
-    /** Binds the values of the object at that place of an insertion. @return false when one has no place in the store. */
+    /** Binds the values of the object at that index of an insertion. @return false when one of them cannot be stored.
+     *  */
     bool bindInsertion(VXSQLiteStatement &statement, qsizetype place, const VXManagedObjectID &objectID,
                        const VXStoreRow &row, VXError *error) const;
     /** "column = ?1, ..., " for those of the properties that have columns. */
     QString assignments(const QList<int> &properties) const;
-    /** How many parameters those have. */
+    /** The number of parameters for these. */
     int parameterCount(const QList<int> &properties) const;
-    /** Binds their values from `parameter` on, which is then the one behind. As bindInsertion. */
+    /** Binds their values from `parameter` on, and sets it to the next one. Otherwise like bindInsertion. */
     bool bindProperties(VXSQLiteStatement &statement, const QList<int> &properties, const VXManagedObjectID &objectID,
                         const VXStoreRow &row, int *parameter, VXError *error) const;
     /** All properties that have columns. */
@@ -64,15 +67,15 @@ private:
         const VXPropertyDescription *property = nullptr;
         int index = 0; // of the property
         int column = 0;
-        int entityColumn = -1;                                   // of a to-one relationship; -1: it has none
-        const VXRelationshipDescription *relationship = nullptr; // nullptr: an attribute
+        int entityColumn = -1;                                   // of a to-one relationship; -1 if there is none
+        const VXRelationshipDescription *relationship = nullptr; // nullptr for an attribute
         VXAttributeType type = VXAttributeType::Integer64;
     };
 
     VXManagedObjectID makeID(qint64 number, qint64 entityNumber, const VXStoreIdentity &store) const;
     Cell place(const VXPropertyDescription &property, int *column);
     static QStringList columnsOf(const Cell &cell);
-    // Of what is not NULL. Those of attributes are read in place: there are many.
+    // For values other than NULL. References are read separately; attributes in place, as there are many.
     static bool readAttribute(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
     static bool readPropertyList(const VXSQLiteValue &value, const Cell &cell, VXStoreRow &row, QString *problem);
     bool readReference(VXSQLiteValues values, const Cell &cell, const VXStoreIdentity &store, VXStoreRow &row,
@@ -82,8 +85,8 @@ private:
 
     const VXEntityDescription &_entity;
     const VXSQLiteSchema &_schema;
-    std::vector<std::vector<Cell>> _cells; // by the place of the entity in the model; empty for those of other families
-    std::vector<Cell> _byProperty; // of the entity itself, by index; property is nullptr where there is no column
+    std::vector<std::vector<Cell>> _cells; // by the entity's number in the model; empty for entities of other families
+    std::vector<Cell> _byProperty;         // of the entity itself, by index; property is nullptr if there is no column
     QList<int> _storedProperties;
     QString _identityColumns;
     QString _rowColumns;

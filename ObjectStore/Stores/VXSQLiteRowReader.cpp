@@ -23,7 +23,7 @@ void VXSQLiteRowReader::bind(VXSQLiteStatement &statement, int parameter)
     _isHandedOver = true;
 }
 
-// Nothing may be thrown across SQLite.
+// Exceptions must not pass through SQLite.
 void VXSQLiteRowReader::readArguments(sqlite3_context *context, int count, sqlite3_value **arguments)
 {
     auto *const reader = static_cast<VXSQLiteRowReader *>(sqlite3_value_pointer(arguments[0], pointerType));

@@ -10,9 +10,9 @@
 struct sqlite3;
 
 /**
- * Makes rows of those of one statement. Mostly SQLite hands their columns over all at once, as arguments of a function of ours:
- * it takes a fifth of a fetch to ask for each. Where it sorts it would call that before it has sorted, so there they are asked
- * for. Stays where it is until the statement is reset; used by one thread at a time.
+ * Makes row objects of a statement's rows. Mostly SQLite passes all columns at once as arguments of a function, since
+ * reading them one by one takes a fifth of a fetch. A statement that sorts would call the function before sorting, so
+ * there the columns are read one by one. Must not move until the statement is reset; one thread at a time.
  */
 class VXSQLiteRowReader
 {
@@ -21,15 +21,15 @@ public:
     VXSQLiteRowReader(const VXSQLiteRowReader &) = delete;
     VXSQLiteRowReader &operator=(const VXSQLiteRowReader &) = delete;
 
-    /** Teaches a connection the function: VX_ROW(reader, column, ...), which answers the first column. */
+    /** Adds the function to a connection: VX_ROW(reader, column, ...), which returns the first column. */
     static void registerFunction(sqlite3 *database);
-    /** To the function's first parameter, of a statement that asks for VXSQLiteRowLayout::handedColumns. */
+    /** Binds this object as the function's first argument, in a statement with VXSQLiteRowLayout::handedColumns. */
     void bind(VXSQLiteStatement &statement, int parameter);
-    /** Leaves all other objects unread. */
+    /** Skips all other objects. */
     void wantOnly(const VXObjectNumbers &numbers) { _wanted = &numbers; }
 
-    /** The row on which the statement stands, once; none for an object that cannot be. @return false when its values are
-     * damaged; `problem` says how. */
+    /** Takes the present row of the statement; to be called once per row. None for an object that cannot exist. @return
+     *  false when its values are damaged; then `problem` says how. */
     bool take(const VXSQLiteStatement &statement, VXFetchedRow *fetched, QString *problem);
 
 private:
@@ -40,7 +40,7 @@ private:
     const VXStoreIdentity &_store;
     const VXObjectNumbers *_wanted = nullptr; // nullptr: all
     bool _isHandedOver = false;
-    std::vector<sqlite3_value *> _columns; // of the present row, where they are asked for
+    std::vector<sqlite3_value *> _columns; // of the present row, if read one by one
     VXStoreRowBatch _rows;
     VXFetchedRow _read;
     QString _problem;

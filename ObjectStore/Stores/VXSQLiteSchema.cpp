@@ -9,13 +9,13 @@ struct VXSQLiteSchema::Table
     struct Column
     {
         QString name;
-        QString declaration; // type and what else belongs to it
+        QString declaration; // type and constraints
         bool isIndexed = false;
     };
 
     QString name;
     QList<Column> columns;
-    QString ending;                  // behind the columns
+    QString ending;                  // after the columns
     QList<QStringList> indexes = {}; // over several columns
 };
 
@@ -26,14 +26,14 @@ QString quoted(const QString &name)
     return u'"' + name + u'"';
 }
 
-// -- Names, not yet quoted
+// -- Names before quoting
 
 QString tableName(const VXEntityDescription &root)
 {
     return "VX_"_L1 + root.name();
 }
 
-// The root's own properties have their plain names, unless those look like a column of the store's own.
+// Properties of the root entity have their plain names, unless those look like one of the store's own columns.
 QString columnName(const VXPropertyDescription &property)
 {
     const bool isPlain =
@@ -65,13 +65,13 @@ QString typeName(VXAttributeType type)
     case VXAttributeType::String:
         return u"TEXT"_s;
     case VXAttributeType::Binary:
-    case VXAttributeType::PropertyList: // in the binary form
+    case VXAttributeType::PropertyList: // in binary form
         break;
     }
     return u"BLOB"_s;
 }
 
-// The end that gives the pair of relationships its table.
+// Whether the table of the pair is named after this end.
 bool isLeading(const VXRelationshipDescription &relationship)
 {
     const auto nameOf = [](const VXRelationshipDescription &each) {
@@ -87,7 +87,7 @@ bool isConcreteFamilyOfSeveral(const VXEntityDescription &root)
                          [](const VXEntityDescription *each) { return !each->isAbstract(); }) > 1;
 }
 
-// Properties that the entity does not inherit.
+// Whether the entity does not inherit the property.
 bool isOwn(const VXPropertyDescription &property, const VXEntityDescription &entity)
 {
     return &property.entity() == &entity;
@@ -141,7 +141,7 @@ VXSQLiteSchema::Table VXSQLiteSchema::entityTable(const VXEntityDescription &roo
                 made.columns.append({columnName(*property), typeName(attribute->type()), attribute->isIndexed()});
                 continue;
             }
-            made.columns.append({columnName(*property), u"INTEGER"_s, true}); // the inverse is read by it
+            made.columns.append({columnName(*property), u"INTEGER"_s, true}); // used to read the inverse
             if (const QString name = entityColumnName(*property->asRelationship()); !name.isNull())
                 made.columns.append({name, u"INTEGER"_s});
         }

@@ -9,19 +9,19 @@
 
 #include <vector>
 
-/** A relationship that is to-many at both ends: the table of its pairs, and in which column each end stands. */
+/** A many-to-many relationship: the table of its pairs, and the column of each end. */
 struct VXSQLiteLink
 {
     QString table;
     QString source;
     QString target;
-    bool isSymmetric; // its own inverse: each pair stands there in both directions
+    bool isSymmetric; // it is its own inverse: each pair is stored in both directions
 };
 
 /**
- * How a model lies in an SQLite file. Each root entity has a table with the objects of its whole family; Z_PK is the object's
- * number, Z_ENT its entity by a number of the file's own, Z_OPT the version of the row. Names here are quoted for SQL. They
- * hold "." and ":" where no name of a model can, so that none of them collide.
+ * How a model is stored in an SQLite file. Each root entity has a table with the objects of its whole family; Z_PK is
+ * the object's number, Z_ENT its entity by a number used only in this file, Z_OPT the version of the row. The names are
+ * quoted for SQL. They contain "." and ":", which names in a model cannot, so that none of them collide.
  */
 class VXSQLiteSchema
 {
@@ -35,12 +35,12 @@ public:
     static bool hasColumn(const VXPropertyDescription &property);
     static QString table(const VXEntityDescription &entity);
     static QString column(const VXPropertyDescription &property);
-    /** Of a to-one relationship, the column with the entity of the object it leads to, NULL for the destination itself. Null
-     * where the destination has no subentities. */
+    /** The column of a to-one relationship for the entity of its object, with NULL for the destination entity itself.
+     *  Null when the destination has no subentities. */
     static QString entityColumn(const VXRelationshipDescription &relationship);
     static VXSQLiteLink link(const VXRelationshipDescription &relationship);
 
-    /** What a file has already; names as they are, not quoted. */
+    /** What a file already has; names are not quoted. */
     struct Existing
     {
         QHash<QString, QHash<QString, QString>> columns; // types of columns, by table and name
@@ -57,10 +57,10 @@ public:
      * when none is. */
     QString misfit(const Existing &existing) const;
 
-    // -- Numbers of entities in the file, known once it is open
+    // -- Numbers of entities in the file, available once it is open
     void setEntityNumber(const VXEntityDescription &entity, int number);
     int entityNumber(const VXEntityDescription &entity) const { return _numbers[size_t(entity.number())]; }
-    /** nullptr for a number that no entity has. */
+    /** nullptr when no entity has the number. */
     const VXEntityDescription *entityWithNumber(qint64 number) const
     {
         return number >= 0 && number < qint64(_entities.size()) ? _entities[size_t(number)] : nullptr;
@@ -74,6 +74,6 @@ private:
     static Table linkTable(const VXRelationshipDescription &leading);
 
     const VXManagedObjectModel &_model;
-    std::vector<int> _numbers;                          // by the entity's place in the model
-    std::vector<const VXEntityDescription *> _entities; // by number
+    std::vector<int> _numbers;                          // by the entity's number in the model
+    std::vector<const VXEntityDescription *> _entities; // by number in the file
 };

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char notANumber[] = "NaN";
 
-// SQLite takes a first U+FEFF or U+FFFE for a mark of the byte order and drops it; one put before it takes its place.
+// SQLite takes a leading U+FEFF or U+FFFE for a byte order mark and drops it; so another one is put before it.
 bool looksMarked(QStringView text)
 {
     return !text.isEmpty() && (text.front() == QChar(0xFEFF) || text.front() == QChar(0xFFFE));
@@ -111,7 +111,7 @@ void VXSQLiteStatement::bindValue(int parameter, const QVariant &value)
         bindReal(parameter, value.toDouble());
         break;
     case QMetaType::ULong:
-    case QMetaType::ULongLong: // one that exceeds the signed range has its place only among the reals
+    case QMetaType::ULongLong: // beyond the signed range, it can only be bound as real
         if (value.toULongLong() > quint64(std::numeric_limits<qint64>::max()))
             bindReal(parameter, value.toDouble());
         else
@@ -174,7 +174,7 @@ double VXSQLiteValue::real() const
 QByteArrayView VXSQLiteValue::data() const
 {
     const void *const bytes = sqlite3_value_blob(_value);
-    if (bytes == nullptr) // also for data of no bytes
+    if (bytes == nullptr) // also for empty data
         return isNull() ? QByteArrayView() : QByteArrayView("", 0);
     return {static_cast<const char *>(bytes), sqlite3_value_bytes(_value)};
 }

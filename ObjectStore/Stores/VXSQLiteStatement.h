@@ -17,7 +17,7 @@
 
 #include <sqlite3.h>
 
-/** A column of a statement's present row; views hold until the statement steps on. */
+/** A column of a statement's present row; views are valid until the next step. */
 class VXSQLiteValue
 {
 public:
@@ -39,7 +39,7 @@ private:
     sqlite3_value *const _value;
 };
 
-/** Several of them. */
+/** Several values. */
 class VXSQLiteValues
 {
 public:
@@ -53,15 +53,16 @@ private:
 };
 
 /**
- * A prepared statement, borrowed from its connection until the end of a scope, which resets it; the connection lives longer.
- * Parameters count from 1, columns from 0. What is bound is not copied: it must stay as it is until the statement is reset.
+ * A prepared statement, borrowed from its connection until the end of a scope, which resets it; the connection must
+ * live longer. Parameters count from 1, columns from 0. Bound values are not copied: they must not change until the
+ * statement is reset.
  */
 class VX_STORE_EXPORT VXSQLiteStatement
 {
 public:
     enum class Step { Row, Done, Failed };
 
-    /** Prepared for nothing. */
+    /** A null statement. */
     VXSQLiteStatement() = default;
     /** `executions`, if given, counts how often a statement was started. `bindingStatus` is its connection's, which asks SQLite
      * for the errors of all else. */
@@ -83,30 +84,30 @@ public:
 
     void bindNull(int parameter);
     void bindNumber(int parameter, qint64 number);
-    /** Not a number, which SQL takes for NULL, is kept as data of the bytes "NaN". */
+    /** NaN, which SQL takes for NULL, is stored as data of the bytes "NaN". */
     void bindReal(int parameter, double number);
     /** A null text is bound as NULL. */
     void bindText(int parameter, QStringView text);
-    /** The same in UTF-8, as the file has it: SQLite takes longer to turn it into that. */
+    /** The same in UTF-8, the file's encoding, which saves SQLite the conversion. */
     void bindText(int parameter, QUtf8StringView text);
     /** Null data is bound as NULL. */
     void bindData(int parameter, QByteArrayView data);
-    /** As bindData, with a copy of its own. */
+    /** Same as bindData, but binds a copy. */
     void bindDataCopy(int parameter, const QByteArray &data);
-    /** For a function that asks for a pointer of that type; NULL to all else. */
+    /** For functions that take a pointer of that type; NULL to everything else. */
     void bindPointer(int parameter, void *pointer, const char *type);
-    /** A number, text, date or data by its type; NULL for anything else. */
+    /** Binds a number, text, date or data by its type; NULL for anything else. */
     void bindValue(int parameter, const QVariant &value);
 
-    /** The next row. Failed also when a value could not be bound. */
+    /** The next row. Failed as well when a value could not be bound. */
     Step step();
-    /** Runs it to its end, and makes it ready for the next values. False on failure. */
+    /** Runs the statement to its end, and resets it for the next values. False on failure. */
     bool run();
     void reset();
 
-    /** Of the present row. One look-up for all that is asked of it; no other thread uses the connection meanwhile. */
+    /** A value of the present row, found once for all accesses; no other thread may use the connection meanwhile. */
     VXSQLiteValue value(int column) const { return VXSQLiteValue(sqlite3_column_value(raw(), column)); }
-    /** All of them. */
+    /** All values of the row. */
     void columns(std::vector<sqlite3_value *> *values) const;
     qint64 number(int column) const { return value(column).number(); }
     QString text(int column) const { return value(column).text().toString(); }
@@ -117,7 +118,7 @@ private:
 
     sqlite3_stmt *raw() const { return _statement.get(); }
 
-    std::shared_ptr<sqlite3_stmt> _statement; // its connection keeps it for the next time
+    std::shared_ptr<sqlite3_stmt> _statement; // its connection keeps it for reuse
     std::atomic<qint64> *_executions = nullptr;
     int *_bindingStatus = nullptr; // told at each step
     int _status = 0;               // the first failure to bind

@@ -12,14 +12,14 @@ using Step = VXSQLiteStatement::Step;
 
 namespace {
 
-// Without path and code: all findings are about the one file.
+// Without path and code, since all findings are about the same file.
 QString reasonOf(const VXError &error)
 {
     const QString reason = error.localizedRecoverySuggestion();
     return reason.isNull() ? error.localizedDescription() : error.localizedDescription() + u' ' + reason;
 }
 
-// References that lead nowhere: the identity of the source, and the number they hold.
+// Selects references to missing objects: the identity of the source, and the number it contains.
 QString danglingQuery(const VXRelationshipDescription &relationship)
 {
     const QString sources = VXSQLiteSchema::table(relationship.entity());
@@ -33,7 +33,7 @@ QString danglingQuery(const VXRelationshipDescription &relationship)
            "(SELECT 1 FROM %5 t1 WHERE t1.Z_PK = t2.%1)"_s.arg(link.target, link.table, sources, link.source, targets);
 }
 
-constexpr int mostUnfitValues = 10; // that are told of an attribute
+constexpr int mostUnfitValues = 10; // listed per attribute
 constexpr qsizetype longestQuote = 60;
 
 } // namespace
@@ -57,7 +57,7 @@ QStringList VXSQLiteStore::check()
         found.append(reasonOf(error));
     for (const VXBrokenReference &each : std::as_const(broken))
         found.append(each.description());
-    found.removeDuplicates(); // damage shows wherever it is read
+    found.removeDuplicates(); // damage is found whenever it is read
     return found;
 }
 
@@ -80,10 +80,10 @@ struct VXSQLiteStore::UnfitValue
 {
     const VXAttributeDescription *attribute;
     VXManagedObjectID objectID;
-    QString quoted;   // as SQL writes it
-    QByteArray bytes; // texts, and numbers, in UTF-8
+    QString quoted;   // in SQL notation
+    QByteArray bytes; // texts and numbers in UTF-8
 
-    // `quote`: of the value, or of its beginning.
+    // `quote`: the value, or its beginning.
     QString description(const QString &quote) const
     {
         return u"\"%1\" of %2 cannot be %3"_s.arg(attribute->name(), objectID.uriRepresentation().toString(), quote);
@@ -108,7 +108,7 @@ bool VXSQLiteStore::forEachUnfitValue(VXSQLiteConnection &connection, int limit,
             Step at = rows.step();
             for (; at == Step::Row; at = rows.step()) {
                 const VXManagedObjectID objectID = layout(*entity).readID(rows, identity());
-                if (!objectID.isNull()) // or the row is told as unreadable
+                if (!objectID.isNull()) // otherwise the row is reported as unreadable
                     each({attribute, objectID, rows.text(2),
                           rows.number(4) != 0 ? rows.data(3) : rows.text(3).toUtf8()});
             }
@@ -132,7 +132,7 @@ bool VXSQLiteStore::findUnfitValues(QStringList *found, VXError *error)
 
 namespace {
 
-// What bytes say in a type; none when they say nothing in it, or more than it can hold.
+// Interprets bytes as a type; none when that is not possible, or the value is out of range.
 QVariant readAs(VXAttributeType type, const QByteArray &bytes)
 {
     bool isRead = true;
@@ -150,7 +150,7 @@ QVariant readAs(VXAttributeType type, const QByteArray &bytes)
         value = bytes == "1" || bytes == "true";
         isRead = value.toBool() || bytes == "0" || bytes == "false";
         break;
-    case VXAttributeType::Date: // one that does not say its time zone could be any of many
+    case VXAttributeType::Date: // a date without time zone is ambiguous
         value = QDateTime::fromString(QString::fromUtf8(bytes), Qt::ISODateWithMs);
         isRead = value.toDateTime().isValid() && value.toDateTime().timeSpec() != Qt::LocalTime;
         break;
@@ -168,10 +168,10 @@ QVariant readAs(VXAttributeType type, const QByteArray &bytes)
 
 } // namespace
 
-// In one transaction. The rows have a new version, so that others who have read them learn of it.
+// In one transaction. The rows get new versions, so that others who have read them notice.
 bool VXSQLiteStore::mendValues(QStringList *mended, VXError *error)
 {
-    QStringList any; // a store without is not written to
+    QStringList any; // a store without any is not written to
     if (!findUnfitValues(&any, error))
         return false;
     if (any.isEmpty())
@@ -192,7 +192,7 @@ bool VXSQLiteStore::mendValues(QStringList *mended, VXError *error)
     return transaction->commit(error);
 }
 
-// What stands there now, as SQL writes it; null on failure.
+// Returns the new value in SQL notation; null on failure.
 QString VXSQLiteStore::mendValue(const UnfitValue &unfit, VXError *error)
 {
     const VXAttributeDescription &attribute = *unfit.attribute;

@@ -14,9 +14,9 @@ using Wanted = VXSQLiteQueryCache::Wanted;
 struct VXSQLiteStore::Query
 {
     QString sql;
-    QVariantList values;    // of the parameters, which must outlive the statement's use
-    bool isExact = true;    // whether predicate, order, limit and offset are all in it
-    bool handsOver = false; // the rows' columns to a reader, bound behind the values
+    QVariantList values;    // of the parameters; must outlive the statement's use
+    bool isExact = true;    // whether it includes predicate, order, limit and offset completely
+    bool handsOver = false; // whether columns are passed to a reader, which is bound after the values
 
     void bind(VXSQLiteStatement &statement) const
     {
@@ -25,7 +25,7 @@ struct VXSQLiteStore::Query
     }
 };
 
-/** Reads a connection's statement row by row. */
+/** Reads the rows of a connection's statement. */
 class VXSQLiteStore::Cursor final : public VXRowCursor
 {
 public:
@@ -69,11 +69,11 @@ private:
 
     const VXSQLiteStore &_store;
     const VXSQLiteRowLayout &_layout;
-    const Query _query; // whose values the statement uses where they lie
+    const Query _query; // the statement refers to its values
     const bool _needsRows;
     VXSQLiteRowReader _reader;
     VXSQLiteConnectionPool::Lease _connection;
-    VXSQLiteStatement _statement; // given back before its connection
+    VXSQLiteStatement _statement; // returned before its connection
 };
 
 namespace {
@@ -85,13 +85,13 @@ QString columns(const VXSQLiteRowLayout &layout, Wanted wanted)
                                    : u"COUNT(*)"_s;
 }
 
-// Whether SQLite may have to sort the rows; where it does not decide everything, others do.
+// Whether SQLite may have to sort the rows; if it does not decide everything, the caller sorts.
 bool isOrdered(const VXFetchRequest &request, bool isExact)
 {
     return isExact && (!request.sortDescriptors.isEmpty() || request.isCut());
 }
 
-// The condition that rows are of the entities asked for; null when all of the table are.
+// The condition for rows of the requested entities; null when all rows of the table are.
 QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &schema, bool usesIndex)
 {
     const auto concrete = [](const VXEntityDescription &entity) {
@@ -107,7 +107,7 @@ QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &sch
     QStringList numbers;
     for (const VXEntityDescription *const entity : std::as_const(wanted))
         numbers.append(QString::number(schema.entityNumber(*entity)));
-    // The plus keeps SQLite from the index of the entities where there is a better one.
+    // The plus keeps SQLite from using the index of entities where there is a better one.
     return u"%1t0.Z_ENT IN (%2)"_s.arg(usesIndex ? u"+"_s : QString(), numbers.join(", "_L1));
 }
 
@@ -116,7 +116,7 @@ QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &sch
 VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted)
 {
     std::optional<QVariantList> values;
-    if (request.afterNumber == 0) // which the SQL has in it
+    if (request.afterNumber == 0) // which is part of the SQL
         values = VXSQLiteQueryCache::valuesOf(request.predicate, identity());
     Query made;
     if (values) {
@@ -159,7 +159,7 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
         made.sql += " WHERE "_L1 + conditions.join(" AND "_L1);
     if (!made.isExact || wanted == Wanted::Count)
         return made;
-    if (isOrdered(request, made.isExact)) { // the number last, so that pages of a result never overlap
+    if (isOrdered(request, made.isExact)) { // the number comes last, so that pages of a result never overlap
         terms.append(u"t0.Z_PK"_s);
         made.sql += " ORDER BY "_L1 + terms.join(", "_L1);
     }
@@ -283,7 +283,7 @@ bool VXSQLiteStore::readRows(const VXEntityDescription &root, const QList<VXMana
     return at == Step::Done;
 }
 
-// The present row of a statement that asks for the layout's columns.
+// Reads the present row of a statement with the layout's columns.
 bool VXSQLiteStore::readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement,
                                 VXSQLiteRowReader *reader, VXFetchedRow *fetched, VXError *error) const
 {
@@ -315,7 +315,7 @@ VXStoreRow::Ptr VXSQLiteStore::readRow(VXSQLiteConnection &connection, const VXM
         VXSetError(error, connection.lastError());
     if (at != Step::Row)
         return nullptr;
-    VXFetchedRow found; // of no ID where the number is that of an object of another entity
+    VXFetchedRow found; // has no ID if the number is that of an object of another entity
     QString problem;
     if (!reader.take(statement, &found, &problem))
         VXSetError(error, damage(problem));

@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 using Step = VXSQLiteStatement::Step;
 
-// Few statements for a save, however large it is, and none for one without relationships.
+// Few statements for a save of any size, and none for one without relationships.
 bool VXSQLiteStore::findReferenceConflicts(const VXSaveRequest &request, const VXSaveReferences &concerned,
                                            QList<VXRowConflict> *conflicts, VXError *error) const
 {
@@ -61,7 +61,7 @@ bool VXSQLiteStore::findDenied(const VXSaveRequest &request, const VXSaveReferen
     return true;
 }
 
-// What they lead to leads back, and nothing else leads to them.
+// Checks that the objects' partners refer back, and nothing else refers to them.
 bool VXSQLiteStore::findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
                                  const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts,
                                  VXError *error) const
@@ -122,7 +122,7 @@ bool VXSQLiteStore::findMissing(const VXEntityDescription &root, const QList<VXM
     return at == Step::Done;
 }
 
-// By the number of the deleted object.
+// The references by the number of the deleted object.
 bool VXSQLiteStore::findReferences(const VXRelationshipDescription &relationship,
                                    const QList<VXManagedObjectID> &deleted,
                                    QHash<qint64, QList<VXRowReference>> *references, VXError *error) const

@@ -17,7 +17,7 @@ namespace {
 
 using Changes = std::span<const VXRowChange>;
 
-// Rows that one statement inserts: SQLite opens the table and its indexes once for all of them. More gain little.
+// Rows inserted per statement, for which SQLite opens the table and its indexes only once. More gain little.
 constexpr size_t rowsAtOnce = 8;
 
 bool isInsertion(const VXRowChange &change)
@@ -25,7 +25,7 @@ bool isInsertion(const VXRowChange &change)
     return change.row && !change.base && !change.overwrites;
 }
 
-// Of the changes, the first that one statement carries out; mostly that is one.
+// The first changes that a single statement can carry out; mostly one.
 Changes firstOf(const Changes &changes)
 {
     const auto isLikeFirst = [&](const VXRowChange &change) {
@@ -38,7 +38,7 @@ Changes firstOf(const Changes &changes)
 
 } // namespace
 
-/** A transaction of the writer and the turn to write; undone unless it is committed. */
+/** A transaction of the writer, with the turn to write; undone unless committed. */
 class VXSQLiteStore::Transaction final : public VXStoreTransaction
 {
 public:
@@ -81,7 +81,7 @@ private:
     const std::optional<QVariantMap> _metadata;
 };
 
-/** Writes the changes of one save. Values are bound where they lie: the request outlives it. */
+/** Writes the changes of one save. Bound values are not copied: the request must outlive this. */
 class VXSQLiteStore::Saver
 {
 public:
@@ -132,14 +132,14 @@ private:
     bool link(const VXLinkChange &change);
     bool noteConflict(const VXManagedObjectID &objectID);
 
-    /** Those of one kind that the save has used. */
+    /** The statements of one kind used by the save. */
     struct Statements
     {
         std::map<Key, VXSQLiteStatement> all;
         std::map<Key, VXSQLiteStatement>::value_type *last = nullptr;
     };
 
-    // Statements are looked for only when the next change is of another kind than the one before.
+    // Looks up a statement only when the kind of change differs from the last one.
     template <class SQL>
     VXSQLiteStatement *statementFor(Statements &statements, const VXEntityDescription &entity,
                                     const QList<int> &properties, const SQL &sql)
@@ -167,12 +167,12 @@ private:
     QList<VXRowConflict> *const _conflicts;
     VXError *const _error;
     Statements _insertions;
-    Statements _updates;    // of rows of a known version
+    Statements _updates;    // of rows with a known version
     Statements _overwrites; // of whole rows
     Statements _deletions;
 };
 
-// Of one entity. Where that fails, so does the whole transaction.
+// For one entity. If it fails, the whole transaction does.
 bool VXSQLiteStore::Saver::insert(const Changes &changes)
 {
     const VXEntityDescription &entity = changes.front().objectID.entity();
@@ -203,7 +203,7 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
     const VXEntityDescription &entity = change.objectID.entity();
     const VXSQLiteRowLayout &layout = _store.layout(entity);
     const QList<int> &properties = change.overwrites ? layout.storedProperties() : change.changedProperties;
-    // A version above what is stored, whatever that is, shows every other context that the row has changed.
+    // A version above the stored one, whatever that is, tells every other context that the row has changed.
     const auto sql = [&] {
         const int count = layout.parameterCount(properties);
         return u"UPDATE %1 SET %2Z_OPT = %3 WHERE Z_PK = ?%4%5"_s.arg(
@@ -307,7 +307,7 @@ bool VXSQLiteStore::Saver::noteConflict(const VXManagedObjectID &objectID)
     return problem.isNull();
 }
 
-// With the turn to write.
+// To be called with the turn to write.
 bool VXSQLiteStore::isWritable(VXError *error) const
 {
     if (!_writer)
@@ -341,8 +341,8 @@ std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &req
     return transaction;
 }
 
-// A number that was reserved and not used may be given out again after a power cut, so this does not wait for the disk; the save
-// that uses one does, and what was written before goes with it.
+// A reserved number that was not used may be given out again after a power cut, so this is not synced; the save that
+// uses the number is, along with everything written before.
 std::optional<qint64> VXSQLiteStore::reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error)
 {
     const std::unique_lock<VXMutex> turn(_writing);

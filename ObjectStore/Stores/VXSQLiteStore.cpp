@@ -12,7 +12,8 @@ using Code = VXObjectStoreErrorCode;
 
 namespace {
 
-constexpr int largestLog = 4 << 20; // in bytes: what a large save leaves of the log once it was brought into the file
+// in bytes; the log is truncated to this after a large save was merged into the file
+constexpr int largestLog = 4 << 20;
 
 } // namespace
 
@@ -27,7 +28,7 @@ VXSQLiteStore::~VXSQLiteStore()
     setClosed();
 }
 
-// The last connection brings the log into the file and removes it.
+// The last connection merges the log into the file and removes it.
 void VXSQLiteStore::close()
 {
     const std::unique_lock<VXMutex> turn(_writing);
@@ -57,7 +58,7 @@ bool VXSQLiteStore::open(VXError *error)
     return openExisting(error) && (_options.isReadOnly || openForWriting(error));
 }
 
-// Looks at the file without changing it. Only one that fits is opened for writing after that.
+// Checks the file without changing it. Only a suitable one is then opened for writing.
 bool VXSQLiteStore::openExisting(VXError *error)
 {
     const std::unique_ptr<VXSQLiteConnection> connection =
@@ -96,7 +97,7 @@ bool VXSQLiteStore::openForWriting(VXError *error)
     return isOpen;
 }
 
-// Brings the file up to the model, by the entities and indexes it lacks.
+// Adds the entities and indexes of the model that the file lacks.
 bool VXSQLiteStore::complete(VXError *error)
 {
     std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error);
@@ -105,7 +106,7 @@ bool VXSQLiteStore::complete(VXError *error)
     if (!isComplete(*contents)) {
         if (!_writer->execute(u"BEGIN IMMEDIATE"_s, error))
             return false;
-        contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have been faster
+        contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have done it meanwhile
         if (!contents || !isUsable(*contents, error))
             return false;
         setOpened(contents->metadata);

@@ -16,7 +16,9 @@ class VXAttributeDescription;
 class VXSaveReferences;
 class VXSQLiteRowReader;
 
-/** What an object has in one attribute, a whole number or a date in milliseconds since 1970, UTC; none for no value. */
+/**
+ * The value of one attribute of an object, as an integer or a date in milliseconds since 1970, UTC; none for no value.
+ */
 struct VXAttributeNumber
 {
     VXManagedObjectID objectID;
@@ -24,8 +26,9 @@ struct VXAttributeNumber
 };
 
 /**
- * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run beside the one
- * writer. A save that was committed survives the end of the process and, where the disk keeps its promises, a power cut.
+ * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run in parallel
+ * with the one writer. A committed save survives the end of the process and, if the disk works as promised, a power
+ * cut.
  */
 class VX_STORE_EXPORT VXSQLiteStore final : public VXPersistentStore
 {
@@ -33,7 +36,7 @@ public:
     VXSQLiteStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);
     ~VXSQLiteStore() override;
 
-    /** Of a file that need not be open. @return empty on failure. */
+    /** For a file that need not be open. @return empty on failure. */
     static QVariantMap metadataOfFile(const QString &path, VXError *error);
 
     bool open(VXError *error) override;
@@ -46,8 +49,8 @@ public:
     bool related(const QList<VXManagedObjectID> &sources, const VXRelationshipDescription &relationship,
                  const std::function<void(const VXManagedObjectID &source, const VXManagedObjectID &target)> &sink,
                  VXError *error) override;
-    /** Of the objects of an entity and its subentities with a greater number, the first ones, in the order of their numbers.
-     * Reads nothing else of them. None, with an error, on failure. */
+    /** The first objects of an entity and its subentities with a greater number, in the order of numbers. Reads nothing
+     *  else of them. None, with an error, on failure. */
     std::optional<QList<VXAttributeNumber>> numbersBehind(qint64 afterNumber, qsizetype limit,
                                                           const VXEntityDescription &entity,
                                                           const VXAttributeDescription &attribute, VXError *error);
@@ -56,17 +59,17 @@ public:
                                              VXError *error) override;
     QStringList check() override;
     /**
-     * What a column cannot hold for an object, but for another program that wrote it: reading makes something else of it. Of each
-     * attribute some are told, as texts. False, with an error, on failure.
+     * Finds values that no object could have stored in their column, so another program must have written them; reading
+     * changes them. Lists some for each attribute, as texts. False, with an error, on failure.
      */
     bool findUnfitValues(QStringList *found, VXError *error);
     bool copyTo(const QString &path, VXError *error) override;
 
-    /** How many SQL statements were run. For measurements. */
+    /** The number of SQL statements that were run. For measurements. */
     qint64 executedStatementCount() const { return _executions.load(std::memory_order_relaxed); }
 
 private:
-    friend class VXStoreRowCopy; // which works on two files at once
+    friend class VXStoreRowCopy; // it works on two files at the same time
     class Cursor;
     class Transaction;
     class Saver;
@@ -89,22 +92,22 @@ private:
     Query compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const;
     bool readRows(const VXEntityDescription &root, const QList<VXManagedObjectID> &objectIDs,
                   const std::function<void(VXFetchedRow)> &sink, VXError *error);
-    /** The present row of a statement; the ID alone, of the layout's, where there is no reader. */
+    /** Reads the present row of a statement; without a reader only the ID, from the layout's columns. */
     bool readFetched(const VXSQLiteRowLayout &rowLayout, const VXSQLiteStatement &statement, VXSQLiteRowReader *reader,
                      VXFetchedRow *fetched, VXError *error) const;
     VXStoreRow::Ptr readRow(VXSQLiteConnection &connection, const VXManagedObjectID &objectID, VXError *error) const;
-    /** What leads from a relationship's destination to its own objects: `wanted` says what their numbers are
-     * (VXObjectNumbers); columns: the identity of what it leads to, then the number of the source. */
+    /** Selects what leads from a relationship's destination to its source objects. `wanted` is the condition on their
+     *  numbers (VXObjectNumbers). Columns: the identity of the related object, then the number of the source. */
     static QString relatedQuery(const VXRelationshipDescription &relationship, const QString &wanted);
 
-    // -- Saving (VXSQLiteStore+References.cpp), looked at once all is written: what leads to objects that are not there
+    // -- Saving (VXSQLiteStore+References.cpp): references to missing objects, checked once everything is written
     bool findReferenceConflicts(const VXSaveRequest &request, const VXSaveReferences &concerned,
                                 QList<VXRowConflict> *conflicts, VXError *error) const;
     bool findMissing(const VXEntityDescription &root, const QList<VXManagedObjectID> &targets,
                      QList<VXRowConflict> *conflicts, VXError *error) const;
     bool findReferences(const VXRelationshipDescription &relationship, const QList<VXManagedObjectID> &deleted,
                         QHash<qint64, QList<VXRowReference>> *references, VXError *error) const;
-    /** To be called before the deleted objects are removed, and their pairs with them. */
+    /** To be called before the deleted objects, and their pairs, are removed. */
     bool findDenied(const VXSaveRequest &request, const VXSaveReferences &concerned, QList<VXRowConflict> *conflicts,
                     VXError *error) const;
     bool findOneSided(const VXSaveRequest &request, const VXRelationshipDescription &relationship,
@@ -115,8 +118,8 @@ private:
     VXError damage(const QString &reason) const;
 
     // -- Checking
-    /** References that do not lead back: the identity of the source, t0, and the number it holds. Null where one end is made of
-     * the other. */
+    /** Selects references without one back: the identity of the source, t0, and the number it contains. Null where one
+     *  end is computed from the other. */
     static QString oneSidedQuery(const VXRelationshipDescription &relationship);
     bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) override;
     bool findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,
@@ -125,7 +128,7 @@ private:
                        const QString &query, bool isTargetThere, QList<VXBrokenReference> *found, VXError *error) const;
     void findUnreadableRows(QStringList &found);
     struct UnfitValue;
-    /** `limit`: of each attribute; -1 for all. */
+    /** `limit`: per attribute; -1 for all. */
     bool forEachUnfitValue(VXSQLiteConnection &connection, int limit,
                            const std::function<void(const UnfitValue &)> &each, VXError *error) const;
     bool mendValues(QStringList *mended, VXError *error) override;
@@ -133,10 +136,10 @@ private:
 
     const VXStoreOptions _options;
     VXSQLiteSchema _schema; // this and the layouts do not change once the store is open
-    std::vector<std::unique_ptr<VXSQLiteRowLayout>> _layouts; // by the entity's place in the model
+    std::vector<std::unique_ptr<VXSQLiteRowLayout>> _layouts; // by the entity's number in the model
     std::atomic<qint64> _executions = 0;
     VXSQLiteQueryCache _queries;
-    VXMutex _writing;                            // guards the writer: who holds it may save
+    VXMutex _writing;                            // guards the writer: whoever holds it may save
     std::unique_ptr<VXSQLiteConnection> _writer; // null in a store that is read only or closed
     VXSQLiteConnectionPool _readers;
 };

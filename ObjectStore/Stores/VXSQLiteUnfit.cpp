@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// SQLite sorts numbers before texts, and texts before data; to compare costs far less than to ask for the type.
+// SQLite sorts numbers before texts, and texts before data; a comparison is much cheaper than typeof().
 QString isNoWholeNumber(const QString &column)
 {
     return u"%1 >= '' OR %1 <> CAST(%1 AS INTEGER)"_s.arg(column);
@@ -31,7 +31,7 @@ QString VXSQLiteUnfit(VXAttributeType type, const QString &column)
     case VXAttributeType::Integer64:
     case VXAttributeType::Date:
         return isNoWholeNumber(column);
-    case VXAttributeType::Double: // not a number stands there as data
+    case VXAttributeType::Double: // NaN is stored as data
         return u"%1 >= '' AND %1 <> X'4E614E'"_s.arg(column);
     case VXAttributeType::String:
         return u"%1 < '' OR %1 >= X''"_s.arg(column);

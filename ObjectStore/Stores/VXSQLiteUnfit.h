@@ -4,5 +4,5 @@
 
 #include <QtCore/QString>
 
-/** The SQL condition that holds for a value that no object could have given a column of that type; for NULL it is NULL. */
+/** The SQL condition for values that no object could have stored in a column of that type; NULL for NULL. */
 [[nodiscard]] QString VXSQLiteUnfit(VXAttributeType type, const QString &column);

@@ -42,7 +42,7 @@ void VXSaveReferences::complete(const VXSaveRequest &request)
         removeWritten(request.changes);
 }
 
-// Mostly the targets are of other entities than what is written.
+// Mostly the targets have other entities than the written objects.
 void VXSaveReferences::removeWritten(const QList<VXRowChange> &changes)
 {
     QSet<const VXEntityDescription *> roots;
@@ -78,7 +78,7 @@ void VXSaveReferences::lookAt(const VXEntityDescription &entity)
 void VXSaveReferences::addTargets(const VXRowChange &change)
 {
     lookAt(change.objectID.entity());
-    const bool isNew = !change.base && !change.overwrites; // nothing that was there before leads to it
+    const bool isNew = !change.base && !change.overwrites; // nothing stored refers to it
     for (const VXRelationshipDescription *const pair : std::as_const(_pairs)) {
         if (isNew ? change.row->target(pair->index()) != nullptr
                   : change.isWhole() || change.changedProperties.contains(pair->index()))

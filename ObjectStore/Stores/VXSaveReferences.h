@@ -5,16 +5,18 @@
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 
-/** True for a relationship that is stored and must lead to objects that are there: where the other end has the delete rule
- * "no-action", a reference may be left behind. */
+/**
+ * Whether the relationship is stored and must refer to existing objects; not if its inverse has the delete rule
+ * "no-action", which may leave references behind.
+ */
 bool VXMustLeadSomewhere(const VXRelationshipDescription &relationship);
 
-/** True for a relationship that is stored and to-one at both ends: these lead to each other. */
+/** Whether the relationship is stored and to-one at both ends, which then have to refer to each other. */
 bool VXIsPair(const VXRelationshipDescription &relationship);
 
 /**
- * What of a save has to do with objects beside those it writes: those that it leads to anew, and those that it takes from under
- * others. Stores look at these once for each save; without relationships there is nothing to look at.
+ * What a save has to do with objects that it does not write: those that it newly refers to, and those that refer to
+ * what it deletes. Stores check these once for each save; without relationships there is nothing to check.
  */
 class VXSaveReferences
 {
@@ -22,18 +24,19 @@ public:
     using ByRelationship = QHash<const VXRelationshipDescription *, QList<VXManagedObjectID>>;
 
     explicit VXSaveReferences(const VXSaveRequest &request);
-    /** Of a request whose changes are added one by one, each while it is at hand; at the end it is all completed. */
+    /** For a request whose changes are added one by one, while each is at hand, and completed at the end. */
     VXSaveReferences() = default;
     void add(const VXRowChange &change);
     void complete(const VXSaveRequest &request);
 
-    /** Objects that must be there, other than those that the save inserts. */
+    /** Objects that must exist, other than those that the save inserts. */
     const QSet<VXManagedObjectID> &targets() const { return _targets; }
-    /** The deleted objects, by those of their relationships whose inverse is to-one and must not lead to them any more. */
+    /** The deleted objects, by those of their relationships whose inverse is to-one, and must not refer to them any
+     *  more. */
     const ByRelationship &deleted() const { return _deleted; }
-    /** The deleted objects, by those of their relationships that are to-many at both ends and must be empty by then. */
+    /** The deleted objects, by those of their many-to-many relationships that have to be empty by then. */
     const ByRelationship &denying() const { return _denying; }
-    /** The objects that get another partner, by their relationship whose both ends are to-one. */
+    /** The objects that get another partner, by the relationship that is to-one at both ends. */
     const ByRelationship &paired() const { return _paired; }
 
 private:
@@ -46,7 +49,7 @@ private:
     ByRelationship _deleted;
     ByRelationship _denying;
     ByRelationship _paired;
-    const VXEntityDescription *_entity = nullptr;    // looked at last
-    QList<int> _toOne;                               // of that: indexes of relationships that must lead somewhere
-    QList<const VXRelationshipDescription *> _pairs; // of that
+    const VXEntityDescription *_entity = nullptr; // the one looked at last
+    QList<int> _toOne; // of that entity: indexes of relationships that must refer to existing objects
+    QList<const VXRelationshipDescription *> _pairs; // of that entity
 };

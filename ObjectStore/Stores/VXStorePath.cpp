@@ -15,7 +15,7 @@ QString realPath(const QFileInfo &file)
 {
     if (const QString real = file.canonicalFilePath(); !real.isEmpty())
         return real;
-    if (file.isSymLink()) // to what is yet to be made
+    if (file.isSymLink()) // to a file that does not exist yet
         return file.symLinkTarget();
     const QString folder = QFileInfo(file.absolutePath()).canonicalFilePath();
     return folder.isEmpty() ? file.absoluteFilePath() : QFileInfo(folder + u'/' + file.fileName()).filePath();

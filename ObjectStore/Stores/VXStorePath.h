@@ -7,8 +7,8 @@
 #include <optional>
 
 /**
- * Where the data file of a store really lies, whatever links lead there: what belongs to it (log, lock) is named after that.
- * The file need not exist. @return empty for a file with several names (hard links): under each of them it would have a log or a
- * lock of its own, and changes would be lost.
+ * The real path of a store's data file, with symbolic links resolved; the log and lock files are named after it. The
+ * file need not exist. @return empty for a file with several hard links: with each name it would have a log or lock of
+ * its own, and changes would be lost.
  */
 std::optional<QString> VXRealStorePath(const QString &path, VXError *error);

@@ -15,9 +15,9 @@
 namespace {
 
 constexpr size_t alignment = 8;
-constexpr size_t largestPacked = 32 << 10; // of one text or data, in bytes; a larger one is shared, not copied
-constexpr size_t roomForText = 24;         // for each property of a row that is being made
-constexpr size_t largestBehind = 1 << 10;  // of a block that stays as long as its row, in bytes
+constexpr size_t largestPacked = 32 << 10; // bytes of one text or data; larger ones are shared rather than copied
+constexpr size_t roomForText = 24;         // per property, in a row that is being made
+constexpr size_t largestBehind = 1 << 10;  // bytes of a block that is never replaced
 
 size_t aligned(size_t size)
 {
@@ -26,7 +26,7 @@ size_t aligned(size_t size)
 
 void *allocated(size_t size)
 {
-    void *const block = std::malloc(std::max(size, alignment)); // of some size, or there may be none
+    void *const block = std::malloc(std::max(size, alignment)); // malloc(0) may return null
     if (block == nullptr)
         throw std::bad_alloc();
     return block;
@@ -37,7 +37,7 @@ bool isSameReal(double a, double b)
     return a == b || (std::isnan(a) && std::isnan(b));
 }
 
-/** Asks for as much more memory as the block takes: what std::allocate_shared makes ends with the row. */
+/** Allocates additional memory for the block: what std::allocate_shared makes is freed with the row. */
 template <class T>
 struct WithBlock
 {
@@ -64,7 +64,7 @@ struct WithBlock
 
 } // namespace
 
-/** A row with the block behind it, but for a large one. */
+/** A row followed by its block, except for large ones. */
 class VXStoreRow::Whole final : public VXStoreRow
 {
 public:
@@ -81,7 +81,7 @@ public:
     }
 };
 
-/** A row that has the texts and data of another one, with its head behind it. */
+/** A row that shares the texts and data of another one, followed by its own head. */
 class VXStoreRow::Change final : public VXStoreRow
 {
 public:
@@ -95,7 +95,7 @@ public:
     Ptr letGoOfBase() { return std::move(_base); }
 
 private:
-    Ptr _base; // is no such row itself
+    Ptr _base; // never a Change itself
 };
 
 VXStoreRow::VXStoreRow(int propertyCount, qint64 version)
@@ -133,7 +133,7 @@ size_t VXStoreRow::headSize(int propertyCount)
     return aligned((sizeof(Cell) + sizeof(Kind)) * size_t(propertyCount));
 }
 
-// Of a row that is being made.
+// For a row that is being made.
 size_t VXStoreRow::capacityFor(int propertyCount)
 {
     return headSize(propertyCount) + roomForText * size_t(propertyCount);
@@ -196,7 +196,7 @@ QVariant VXStoreRow::value(int index) const
         return at.number != 0;
     case Kind::Date:
         return QDateTime::fromMSecsSinceEpoch(at.number, Qt::UTC);
-    case Kind::Text: { // made in place: each copy of a text counts its holders
+    case Kind::Text: { // constructed in place, as copying a QString counts references
         QVariant made(QMetaType::fromType<QString>());
         *static_cast<QString *>(made.data()) = text(index).toString();
         return made;
@@ -328,7 +328,7 @@ void VXStoreRow::copyValue(int index, const VXStoreRow &other, int otherIndex)
 {
     const Cell &its = other.cell(otherIndex);
     const Kind itsKind = other.kind(otherIndex);
-    if (itsKind == Kind::Other || &other == this) // what is packed here may move
+    if (itsKind == Kind::Other || &other == this) // packed values of this row may move
         setValue(index, other.value(otherIndex));
     else if (other.isPacked(otherIndex))
         setBytes(index, itsKind, other.bytes(otherIndex), its.place.size);
@@ -370,17 +370,17 @@ void VXStoreRow::setOther(int index, const QVariant &value)
     _hasOthers = true;
 }
 
-// In place of what the property had, where there is room for it.
+// Reuses the space of the former value if possible.
 void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
 {
-    if (this->kind(index) == Kind::Other) { // which may have the bytes, as a large text does
+    if (this->kind(index) == Kind::Other) { // the former value may own the bytes, as for a large text
         const std::unique_ptr<const QVariant> former(cell(index).other);
         kinds()[index] = Kind::None;
         return setBytes(index, kind, bytes, size);
     }
     const size_t room = aligned(size);
     if (sharesTexts()) {
-        const Ptr base = static_cast<Change *>(this)->letGoOfBase(); // whose they may be
+        const Ptr base = static_cast<Change *>(this)->letGoOfBase(); // it may own the bytes
         repack(index, liveBytes(index) + 2 * room);
         return setBytes(index, kind, bytes, size);
     }
@@ -388,7 +388,7 @@ void VXStoreRow::setBytes(int index, Kind kind, const void *bytes, size_t size)
     if (!fits && _used + room > _capacity) {
         const auto *const from = static_cast<const std::byte *>(bytes);
         const auto *const block = static_cast<const std::byte *>(_block);
-        if (from >= block && from < block + _used) { // of this row, and about to move
+        if (from >= block && from < block + _used) { // the bytes are in this block, which is about to move
             const std::vector<std::byte> copy(from, from + size);
             makeRoom(index, room);
             return setBytes(index, kind, copy.data(), size);
@@ -414,7 +414,7 @@ size_t VXStoreRow::liveBytes(int exceptFor) const
     return live;
 }
 
-// Twice what it holds then, so that it is not made again for each text, and does not grow with their number.
+// Doubles the size, so that memory is not reallocated for each text, and its use stays proportional.
 void VXStoreRow::makeRoom(int index, size_t size)
 {
     repack(index, 2 * (liveBytes(index) + size));
@@ -423,7 +423,7 @@ void VXStoreRow::makeRoom(int index, size_t size)
 void VXStoreRow::shrink()
 {
     const auto isTooLarge = [this](size_t live) { return _capacity > 2 * live + roomForText * size_t(_count); };
-    if (!_isOwner || !isTooLarge(headSize(_count))) // whatever it holds, as most
+    if (!_isOwner || !isTooLarge(headSize(_count))) // the usual case, checked without counting
         return;
     if (const size_t live = liveBytes(-1); isTooLarge(live))
         repack(-1, live);
@@ -437,7 +437,7 @@ void VXStoreRow::repack(int exceptFor, size_t capacity)
     _used = quint32(used);
 }
 
-// What texts and data were replaced by others is left out, and so is the one that is about to be. @return the size of the rest.
+// Drops texts and data that were replaced, and the one about to be. @return the size of the rest.
 size_t VXStoreRow::packInto(void *block, int exceptFor) const
 {
     size_t used = headSize(_count);

@@ -10,16 +10,16 @@
 #include <memory>
 #include <optional>
 
-/** The numbers of objects and the versions of rows go no further: with larger ones a store is damaged. */
+/** The upper limit for the numbers of objects and the versions of rows: with larger ones a store is damaged. */
 constexpr qint64 VXLargestStoreNumber = qint64(1) << 62;
 
 /**
- * What a store holds of one object, as it was read: the values by property index and the version of the row. Never changed
- * once shared, so that contexts on any thread may keep it. Values: of an attribute as VXAttributeType says; of a to-one
- * relationship a VXManagedObjectID; none for to-many relationships and, in stores, for transient properties.
+ * The stored values of one object, by property index, and the version of the row. Immutable once shared, so contexts on
+ * any thread may keep it. Values: those of an attribute as in VXAttributeType; for a to-one relationship a
+ * VXManagedObjectID; none for to-many relationships and, in stores, for transient properties.
  *
- * One piece of memory has a cell for each property and, behind them, texts and data as SQLite gives them. Values are made
- * when they are asked for; what is given as a view or pointer holds until the row is changed or gone.
+ * One block of memory contains a cell for each property, followed by texts and data in SQLite's form. QVariants are
+ * made when needed; views and pointers are valid until the row is changed or destroyed.
  */
 class VX_STORE_EXPORT VXStoreRow
 {
@@ -33,10 +33,10 @@ public:
         Real,
         Boolean,
         Date,   // milliseconds since 1970, UTC
-        Text,   // behind the cells
+        Text,   // after the cells
         Data,   // likewise
-        Target, // likewise, the ID of an object
-        Other,  // a QVariant of its own: property lists, and what is too large to be copied with the row
+        Target, // likewise; the ID of an object
+        Other,  // a separate QVariant: property lists, and what is too large to be copied with the row
     };
 
     VXStoreRow(int propertyCount, qint64 version);
@@ -44,29 +44,30 @@ public:
     VXStoreRow(const VXStoreRow &) = delete;
     VXStoreRow &operator=(const VXStoreRow &) = delete;
 
-    /** A row without values, its texts to come, in one piece of memory. */
+    /** Makes a row without values in a single block of memory, with room for texts. */
     static std::shared_ptr<VXStoreRow> make(int propertyCount, qint64 version);
-    /** All values, with another version; likewise. */
+    /** Copies all values with another version; in a single block as well. */
     std::shared_ptr<VXStoreRow> copy(qint64 version) const;
-    /** The same, to be changed: until one of them changes, texts and data stay where the row has them, which is held as long. */
+    /** The same for a copy that is to be changed: until one of them changes, texts and data remain in the original row,
+     *  which is kept alive. */
     static std::shared_ptr<VXStoreRow> copyToChange(const Ptr &row, qint64 version);
 
-    /** Grows by one with each save that changes the object; 1 when it is new. */
+    /** Incremented by each save that changes the object; 1 for a new object. */
     qint64 version() const { return _version; }
     int propertyCount() const { return _count; }
 
     Kind kind(int index) const { return kinds()[index]; }
     bool hasValue(int index) const { return kind(index) != Kind::None; }
     QVariant value(int index) const;
-    /** The object that a to-one relationship leads to; nullptr for none. */
+    /** The object of a to-one relationship; nullptr for none. */
     const VXManagedObjectID *target(int index) const
     {
         return kind(index) == Kind::Target ? static_cast<const VXManagedObjectID *>(bytes(index)) : nullptr;
     }
-    // Null and empty for none, and for values of another type:
+    // Null or empty for none, and for values of another type:
     QStringView text(int index) const;
     QByteArrayView data(int index) const;
-    /** A whole number, a boolean as 0 or 1, a date in milliseconds since 1970. */
+    /** An integer; a boolean as 0 or 1; a date in milliseconds since 1970. */
     std::optional<qint64> number(int index) const;
     std::optional<double> real(int index) const;
 
@@ -77,22 +78,22 @@ public:
     bool isSame(int index, const VXStoreRow &other, int otherIndex) const;
     bool isSame(int index, const QVariant &value) const;
 
-    // -- While it is being made
+    // -- While the row is being made
     void setValue(int index, const QVariant &value);
-    /** Of another row, or another property. */
+    /** Copies a value from another row, or another property. */
     void copyValue(int index, const VXStoreRow &other, int otherIndex);
     void setText(int index, QStringView text);
     void setData(int index, QByteArrayView data);
     void setTarget(int index, const VXManagedObjectID &target);
-    /** Of a kind that holds whole numbers. */
+    /** For a kind that holds integers. */
     void setNumber(int index, Kind kind, qint64 number) { replace(index, kind).number = number; }
     void setReal(int index, double real) { replace(index, Kind::Real).real = real; }
     void clear(int index) { replace(index, Kind::None); }
-    /** Makes it a row without values. */
+    /** Removes all values. */
     void start(int propertyCount, qint64 version);
-    /** Gives back memory where most of it holds nothing. */
+    /** Releases memory if most of it is unused. */
     void shrink();
-    /** Of texts and data of its own, and of the cells. */
+    /** The size of the block: cells, texts and data. */
     qsizetype allocatedBytes() const { return _capacity; }
     /** Whether texts, data and what it leads to are those of the row that it was copied from to be changed, or none. */
     bool sharesTexts() const { return _texts != _block; }
@@ -102,10 +103,10 @@ private:
 
     struct Place
     {
-        quint32 offset; // from where the texts are counted
+        quint32 offset; // from _texts
         quint32 size;   // in bytes
     };
-    union Cell // as the kind says, which stands behind all cells; of no meaning for none
+    union Cell // interpreted by the kind, which is stored after all cells; undefined for None
     {
         qint64 number;
         double real;
@@ -118,10 +119,10 @@ private:
 
     static size_t headSize(int propertyCount);
     static size_t capacityFor(int propertyCount);
-    /** Of blocks that somebody else owns, and keeps as long as the row. */
+    /** In a block that somebody else owns, and keeps as long as the row. */
     VXStoreRow(int propertyCount, qint64 version, void *block, size_t capacity);
     VXStoreRow(const VXStoreRow &other, void *block);
-    VXStoreRow(const VXStoreRow &other, void *block, qint64 version); // with the other's texts and data
+    VXStoreRow(const VXStoreRow &other, void *block, qint64 version); // shares the other's texts and data
 
     Cell &cell(int index) { return static_cast<Cell *>(_block)[index]; }
     const Cell &cell(int index) const { return static_cast<const Cell *>(_block)[index]; }
@@ -147,7 +148,7 @@ private:
     void setOther(int index, const QVariant &value);
     void setBytes(int index, Kind kind, const void *bytes, size_t size);
     bool isPacked(int index) const { return kind(index) >= Kind::Text && kind(index) <= Kind::Target; }
-    /** What the values need, but for those of one property; -1: of none. */
+    /** The bytes that the values need, except for one property; -1 for no exception. */
     size_t liveBytes(int exceptFor) const;
     void makeRoom(int index, size_t size);
     void repack(int exceptFor, size_t capacity);
@@ -157,11 +158,12 @@ private:
     void removeOthers();
 
     qint64 _version;
-    void *_block;            // cells, then kinds: the head; then texts and data
-    const std::byte *_texts; // what their places count from: the block, or that of the row this is a change of
-    quint32 _used;           // of the block, in bytes
-    quint32 _capacity;       // likewise
-    int _count;              // of the properties
-    bool _isOwner;           // of the block
+    void *_block; // cells, then kinds: the head; then texts and data
+    // what offsets are relative to: the block, or that of the row that this is a changed copy of
+    const std::byte *_texts;
+    quint32 _used;     // of the block, in bytes
+    quint32 _capacity; // likewise
+    int _count;        // of the properties
+    bool _isOwner;     // of the block
     bool _hasOthers = false;
 };

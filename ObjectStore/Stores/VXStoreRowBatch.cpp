@@ -6,8 +6,9 @@
 
 namespace {
 
-constexpr size_t ofPointer = 48; // bytes at most, which std::shared_ptr has beside what it holds
-constexpr size_t largestPage = VXPageMemory::pageSize - ofPointer; // of several rows: one that is kept holds on to all
+constexpr size_t ofPointer = 48; // bytes at most that std::shared_ptr adds
+// for several rows: a single one that is kept alive keeps the whole page
+constexpr size_t largestPage = VXPageMemory::pageSize - ofPointer;
 
 template <class T>
 struct Allocator

@@ -5,19 +5,19 @@
 #include <memory>
 
 /**
- * Makes the rows of one fetch. Several lie in one piece of memory, a page, which lives as long as one of them: a fetch of many
- * asks for memory far less often.
+ * Makes the rows of one fetch. Several rows share a page of memory, which lives as long as one of them; so a large
+ * fetch allocates memory far less often.
  */
 class VX_STORE_EXPORT VXStoreRowBatch
 {
 public:
-    /** A row to be filled; the same one each time. */
+    /** A row to be filled; the same object each time. */
     VXStoreRow &next(int propertyCount, qint64 version)
     {
         _row.start(propertyCount, version);
         return _row;
     }
-    /** What it was filled with. */
+    /** The row with what was filled in. */
     VXStoreRow::Ptr finish();
 
 private:

@@ -8,16 +8,16 @@ using Step = VXSQLiteStatement::Step;
 
 namespace {
 
-constexpr int pieceSize = 20'000; // rows of one statement
-constexpr int stepsOfRow = 4;     // of SQLite, which copies it as it lies
-constexpr int rowsAtOnce = 5'000; // of those, before progress is told of
+constexpr int pieceSize = 20'000; // rows per statement
+constexpr int stepsOfRow = 4;     // of SQLite, when it copies a row unchanged
+constexpr int rowsAtOnce = 5'000; // between reports of progress
 
 VXSQLiteStore *asSQLite(VXPersistentStore &store)
 {
     return store.type() == VXStoreType::SQLite ? static_cast<VXSQLiteStore *>(&store) : nullptr;
 }
 
-// The new file, with the old one beside it as "source". Null on failure.
+// Opens the new file, with the old one attached as "source". Null on failure.
 std::unique_ptr<VXSQLiteConnection> openBoth(const QString &source, const QString &destination, VXError *error)
 {
     auto connection = VXSQLiteConnection::open(destination, VXSQLiteConnection::Access::Write,
@@ -141,8 +141,8 @@ bool VXStoreRowCopy::Plan::copy(VXSQLiteConnection &connection, const Progress &
     return copyNumbers(connection, error);
 }
 
-// Where both tables are alike, and their rows mean the same, SQLite copies rows without looking into them. The versions of rows
-// then are the old ones.
+// If both tables are equal, and rows mean the same, SQLite copies rows without decoding them. Rows then keep their
+// versions.
 std::optional<bool> VXStoreRowCopy::Plan::isCopiedWhole(VXSQLiteConnection &connection, const VXEntityDescription &root,
                                                         VXError *error) const
 {
@@ -179,7 +179,7 @@ bool VXStoreRowCopy::Plan::copyWhole(VXSQLiteConnection &connection, const VXEnt
            progress(rest);
 }
 
-// No object gets a number that one of its family had before, be it gone by now.
+// So that no object gets a number that one of its family had before, even a deleted one.
 bool VXStoreRowCopy::Plan::copyNumbers(VXSQLiteConnection &connection, VXError *error) const
 {
     for (const VXEntityDescription *const root : _source.model().entities()) {
@@ -237,11 +237,12 @@ bool VXStoreRowCopy::Plan::compare(VXSQLiteConnection &connection, const Progres
         if (!difference->isNull())
             return true;
     }
-    // Rows lead where they led, to objects that were counted; pairs that are the same could lead to what was not copied.
+    // Rows refer to the same objects as before, which were counted; equal pairs could refer to objects that were not
+    // copied.
     return findBrokenReference(_destination, false, progress, difference, error);
 }
 
-// As many, and each of the old ones is there: none is twice in a table.
+// Compares the numbers of pairs, and finds each old pair in the new table; no table has duplicates.
 bool VXStoreRowCopy::Plan::compareLinks(VXSQLiteConnection &connection, const LinkPlan &link, const Progress &progress,
                                         QString *difference, VXError *error) const
 {

@@ -12,7 +12,7 @@ QString ofOld(const QString &column)
     return "s."_L1 + column;
 }
 
-// Holds for an old row that has a value, or leads to something.
+// The condition for an old row to have a value, or to refer to something.
 QString hasAny(const VXPropertyDescription &property)
 {
     if (VXSQLiteSchema::hasColumn(property))
@@ -24,7 +24,7 @@ QString hasAny(const VXPropertyDescription &property)
         relationship.isManyToMany() ? link.source : VXSQLiteSchema::column(*relationship.inverse()));
 }
 
-// What an object inherits decides in which table it lies, and what may lead to it.
+// Inheritance determines the table of objects, and what may refer to them.
 bool inheritsAlike(const VXEntityDescription &old, const VXEntityDescription &made)
 {
     const VXEntityDescription *from = old.superentity();
@@ -33,7 +33,7 @@ bool inheritsAlike(const VXEntityDescription &old, const VXEntityDescription &ma
         if (from->name() != to->name())
             return false;
     }
-    return from == to; // both at the end
+    return from == to; // both have ended
 }
 
 bool leadsAlike(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
@@ -92,7 +92,7 @@ QString VXEntityRowPlan::constant(const QVariant &value)
     return u"?%1"_s.arg(_constants.size() + 2);
 }
 
-// Its values must be readable all the same.
+// The values must be readable nevertheless.
 void VXEntityRowPlan::addLeft(const VXAttributeDescription &old)
 {
     _left.append(old.name());
@@ -102,12 +102,12 @@ void VXEntityRowPlan::addLeft(const VXAttributeDescription &old)
 void VXEntityRowPlan::addSource(const VXAttributeDescription &old)
 {
     const QString value = ofOld(VXSQLiteSchema::column(old));
-    _unsound.append(u'(' + VXSQLiteUnfit(old.type(), value) + u')'); // NULL, which counts for nothing, without a value
+    _unsound.append(u'(' + VXSQLiteUnfit(old.type(), value) + u')'); // NULL, which does not count, if there is no value
     if (old.type() == VXAttributeType::PropertyList)
         _propertyLists.append(value);
 }
 
-// As an object that is copied has it: the default stays where the old one has no value.
+// As when an object is copied: where the old one has no value, the default is kept.
 void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
 {
     if (made.isTransient())
@@ -119,7 +119,7 @@ void VXEntityRowPlan::addAttribute(const VXAttributeDescription &made)
         refuse(made);
         return;
     }
-    if (made.type() == VXAttributeType::PropertyList && made.defaultValue().isValid()) { // which is not stored as it is
+    if (made.type() == VXAttributeType::PropertyList && made.defaultValue().isValid()) { // not stored in that form
         refuse(made);
         return;
     }
@@ -147,7 +147,7 @@ void VXEntityRowPlan::addRelationship(const VXRelationshipDescription &made)
         refuse(made);
         return;
     }
-    if (made.isToMany()) { // the other end has it, or a table of its own
+    if (made.isToMany()) { // stored at the other end, or in a table of its own
         if (!made.isOptional())
             refuse(made);
         return;
@@ -162,7 +162,7 @@ void VXEntityRowPlan::addRelationship(const VXRelationshipDescription &made)
         refuse(made);
 }
 
-// The file has numbers of its own for its entities.
+// Each file numbers its entities separately.
 QString VXEntityRowPlan::entityNumber(const VXRelationshipDescription &old, const VXRelationshipDescription &made)
 {
     const QString column = VXSQLiteSchema::entityColumn(old);
@@ -179,7 +179,7 @@ QString VXEntityRowPlan::entityNumber(const VXRelationshipDescription &old, cons
     }
     const QString value = u"CASE %1%2 END"_s.arg(ofOld(column), cases);
     _unsound.append(u"(%1 IS NOT NULL AND %2 IS NULL)"_s.arg(ofOld(column), value));
-    return areSame ? ofOld(column) : value; // that of no entity is unsound
+    return areSame ? ofOld(column) : value; // the number of no entity is invalid
 }
 
 void VXEntityRowPlan::leaveOutDefaults()
@@ -201,7 +201,7 @@ bool VXEntityRowPlan::isIdentical() const
     return areSame;
 }
 
-// -- Statements. The sign before Z_ENT keeps SQLite from walking by its index instead of by the numbers.
+// -- Statements. The sign before Z_ENT keeps SQLite from using its index instead of the order of numbers.
 
 QString VXEntityRowPlan::survey() const
 {

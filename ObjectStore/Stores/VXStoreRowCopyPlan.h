@@ -11,8 +11,8 @@
 #include <optional>
 
 /**
- * How the rows of one entity go from one model to another, in SQL: "s" names the old row, and "d" the new one. Parameters
- * ?1 and ?2 are the first and the last number of the rows that are meant, those from ?3 on the constants.
+ * How to convert the rows of one entity from one model to another, in SQL: "s" is the old row, "d" the new one.
+ * Parameters ?1 and ?2 are the first and last number of the rows, those from ?3 on the constants.
  */
 class VXEntityRowPlan
 {
@@ -20,27 +20,28 @@ public:
     VXEntityRowPlan(const VXEntityDescription &from, const VXSQLiteSchema &fromSchema, const VXEntityDescription &to,
                     const VXSQLiteSchema &toSchema, const VXStoreRowCopy::Filter &leavesOut);
 
-    /** Null when the models allow it. */
+    /** Why the models do not allow it; null when they do. */
     const QString &obstacle() const { return _obstacle; }
     const VXEntityDescription &from() const { return _from; }
     const VXEntityDescription &to() const { return _to; }
 
-    /** How many rows there are (0 without any), the lowest and the highest number, how many have values that are not sound, how
-     * many lack a value that has a default, and for each of droppable() whether some row has a value of it. */
+    /** Selects the number of rows (0 without any), the lowest and the highest number, how many have invalid values, how
+     *  many lack a value that has a default, and for each of droppable() whether any row has a value. */
     QString survey() const;
     const QStringList &droppable() const { return _droppable; }
-    /** Attributes of the old model that are left out, and mandatory ones of the new one that therefore may lack a value. */
+    /** Attributes of the old model that are left out, and mandatory attributes of the new one that may therefore lack a
+     *  value. */
     const QStringList &left() const { return _left; }
     const QStringList &unfilled() const { return _unfilled; }
-    /** Columns of property lists, which SQL cannot judge. */
+    /** Columns of property lists, which SQL cannot check. */
     const QStringList &propertyLists() const { return _propertyLists; }
 
-    /** No row lacks such a value. */
+    /** To be called when no row lacks a value that has a default. */
     void leaveOutDefaults();
-    /** Whether each value is in the same column, with the same meaning. */
+    /** Whether each value is in the same column with the same meaning. */
     bool isIdentical() const;
     QString insertion() const;
-    /** The number of the first row that has no equal one. */
+    /** Selects the number of the first row without an equal one. */
     QString comparison() const;
     const QVariantList &constants() const { return _constants; }
 
@@ -61,12 +62,12 @@ private:
     QString _obstacle;
     QStringList _columns;
     QStringList _values;
-    QStringList _unsound; // conditions that hold for no sound row
-    QStringList _lacking; // conditions that hold for rows that lack what has a default
+    QStringList _unsound; // conditions that no valid row meets
+    QStringList _lacking; // conditions for rows that lack a value that has a default
     QStringList _left;
     QStringList _unfilled;
     QStringList _droppable;
-    QStringList _isDropped; // conditions, one for each of those
+    QStringList _isDropped; // conditions, one for each of _droppable
     QStringList _propertyLists;
     QVariantList _constants;
 };

@@ -43,7 +43,7 @@ bool commitTo(VXAtomicFile &file, const QString &path, VXError *error)
 
 } // namespace
 
-/** The new file lies beside the old one; the commit puts it in its place. */
+/** The new file is beside the old one; the commit moves it to its place. */
 class VXXMLStore::Transaction final : public VXStoreTransaction
 {
 public:
@@ -134,7 +134,7 @@ bool VXXMLStore::create(VXError *error)
     const std::unique_ptr<VXFileLock> lock = lockFile(error);
     if (!lock)
         return false;
-    if (QFileInfo::exists(path())) // by another process, meanwhile
+    if (QFileInfo::exists(path())) // another process has made it meanwhile
         return true;
     VXAtomicFile file(path());
     return writeBeside(file, path(), initialMetadata(), {}, model(), error) && commitTo(file, path(), error);
@@ -243,7 +243,7 @@ std::unique_ptr<VXStoreTransaction> VXXMLStore::saveInTurn(WriterTurn turn, cons
     return transaction->prepare(request, error) ? std::move(transaction) : nullptr;
 }
 
-// With a save come all numbers given out so far, by whomever.
+// A save also stores all numbers given out so far, by any process.
 void VXXMLStore::raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock) const
 {
     const QMap<QByteArray, qint64> numbers = VXReservedNumbers(lock.file().number()).read();

@@ -5,8 +5,8 @@
 #include "VXRowTableStore.h"
 
 /**
- * A store in one XML file (docs/FORMATS.md), read whole and replaced whole by each save. Several processes may use it: what
- * one wrote, the others read before they go on.
+ * A store in one XML file (docs/FORMATS.md), which is read completely, and replaced by each save. Several processes may
+ * use it: each reads what another wrote before it continues.
  */
 class VXXMLStore final : public VXRowTableStore
 {
@@ -14,7 +14,7 @@ public:
     VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options);
     ~VXXMLStore() override;
 
-    /** Of a file that need not be open. @return empty on failure. */
+    /** For a file that need not be open. @return empty on failure. */
     static QVariantMap metadataOfFile(const QString &path, VXError *error);
 
     bool open(VXError *error) override;

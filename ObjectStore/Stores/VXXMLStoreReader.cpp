@@ -6,7 +6,7 @@ using namespace Qt::StringLiterals;
 
 VXXMLStoreReader::VXXMLStoreReader(QIODevice &device, const QString &path) : _path(path), _xml(&device) {}
 
-// The first mistake counts; after it nothing is read any more.
+// Only the first error counts; nothing is read after it.
 void VXXMLStoreReader::fail(const QString &reason)
 {
     if (!_xml.hasError())
@@ -19,7 +19,8 @@ VXError VXXMLStoreReader::error() const
                               u"Line %1: %2"_s.arg(_xml.lineNumber()).arg(_xml.errorString()), _path);
 }
 
-// The next element inside of the present one; false at its end. Text between elements would be lost with the next save.
+// The next element inside the present one; false at its end. Text between elements is an error, since the next save
+// would lose it.
 bool VXXMLStoreReader::nextElement()
 {
     while (_xml.readNext() != QXmlStreamReader::Invalid) {

@@ -11,9 +11,9 @@ class VX_STORE_EXPORT VXXMLStoreReader
 public:
     VXXMLStoreReader(QIODevice &device, const QString &path);
 
-    /** @return empty on failure; as all errors of this class, the error has the path and the line. */
+    /** @return empty on failure; like all errors of this class, the error has the path and the line. */
     std::optional<QVariantMap> readMetadata(VXError *error);
-    /** The rest of the file. `identity` is the store's, for the IDs. @return empty on failure. */
+    /** Reads the rest of the file. `identity` is that of the store, for the IDs. @return empty on failure. */
     std::optional<VXRowTables> readObjects(const VXManagedObjectModel &model, const VXStoreIdentity &identity,
                                            VXError *error);
 
@@ -41,7 +41,7 @@ private:
 
     const QString _path;
     QXmlStreamReader _xml;
-    bool _isAtElement = false; // that nobody has read yet
+    bool _isAtElement = false; // one that was not read yet
     VXRowTables _tables;
     QList<Link> _links;
 };

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A link of two objects belongs to both; it is written once, at the end that comes first.
+// A link belongs to both objects; it is written only at the one that comes first.
 bool isWrittenAt(const VXManagedObjectID &source, const VXRelationshipDescription &relationship,
                  const VXManagedObjectID &target)
 {

@@ -5,13 +5,14 @@
 #include <QtCore/QIODevice>
 #include <QtCore/QXmlStreamWriter>
 
-/** Writes the data file of an XML store; equal contents make equal files. One object writes one file. */
+/** Writes the data file of an XML store; equal contents give equal files. One object writes one file. */
 class VX_STORE_EXPORT VXXMLStoreWriter
 {
 public:
     explicit VXXMLStoreWriter(QIODevice &device);
 
-    /** False when the device failed or a value cannot be written: `reason` tells which, and is null if it was the device. */
+    /** False when the device failed or a value cannot be written; then `reason` says which value, and is null for the
+     *  device. */
     bool write(const QVariantMap &metadata, const VXRowTables &tables, const VXManagedObjectModel &model,
                QString *reason);
 

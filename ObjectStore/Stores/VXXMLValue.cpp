@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Carriage returns too: XML readers turn them into line feeds.
+// No carriage returns, which XML readers convert to line feeds.
 bool isPlain(const QString &text, qsizetype index)
 {
     const QChar c = text[index];

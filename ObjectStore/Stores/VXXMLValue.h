@@ -9,10 +9,10 @@
 #include <optional>
 
 /**
- * The text that stands for an attribute's value in an XML store; null when there is none for it. It holds only characters
- * that XML can hold: in texts a backslash begins an escape of another one. Reentrant.
+ * The text for an attribute's value in an XML store; null when there is none. It contains only characters allowed in
+ * XML; other characters of texts are escaped with a backslash. Reentrant.
  */
 QString VXXMLText(VXAttributeType type, const QVariant &value);
 
-/** The value that a text stands for. @return empty when it is no value of the type. */
+/** The value for a text. @return empty when the text is no value of the type. */
 std::optional<QVariant> VXXMLValue(VXAttributeType type, const QString &text);

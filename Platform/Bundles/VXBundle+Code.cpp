@@ -24,7 +24,7 @@ VXError loadError(const QString &reason, const QString &path)
                                   path);
 }
 
-// The loader's own words about what went wrong last on this thread.
+// The loader's message about the last failure on this thread.
 QString loaderReason()
 {
     const char *const reason = ::dlerror();
@@ -39,7 +39,7 @@ VXPrincipalClassFunction *entryPoint(void *handle, const QString &path, VXError 
         VXSetError(error, loadError(loaderReason(), path));
         return nullptr;
     }
-    // The search goes on through the libraries that the code is linked with: theirs is not the bundle's.
+    // dlsym also searches the libraries that the code is linked with; their principal class is not the bundle's.
     const QString holder = VXBundle::pathOfCode(symbol);
     if (QFileInfo(holder) != QFileInfo(path)) {
         VXSetError(error, loadError(u"It names no principal class; only \"%1\" does."_s.arg(holder), path));
@@ -56,7 +56,7 @@ QString VXBundle::pathOfCode(const void *address)
     link_map *object = nullptr;
     if (::dladdr1(address, &info, reinterpret_cast<void **>(&object), RTLD_DL_LINKMAP) == 0 || object == nullptr)
         return {};
-    // The program itself has no name there.
+    // The program itself has no name here.
     return object->l_name[0] == '\0' ? programPath() : QFileInfo(QFile::decodeName(object->l_name)).absoluteFilePath();
 }
 
@@ -72,7 +72,7 @@ void *VXBundle::codeHandle(VXError *error)
         VXSetError(error, loadError(u"The bundle names no code."_s, _path));
         return nullptr;
     }
-    // The loader itself sees to it that code is loaded once, whoever asks at the same time.
+    // The loader itself ensures that code is loaded only once, even by concurrent calls.
     const bool isProgram = QFileInfo(path).canonicalFilePath() == programPath();
     void *const handle =
         ::dlopen(isProgram ? nullptr : QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);

@@ -17,9 +17,9 @@ namespace {
 
 VXMutex languagesLock;
 QStringList languages VX_GUARDED_BY(languagesLock);
-std::atomic<int> languagesGeneration = 0; // grows when they are set, so that tables are read anew
+std::atomic<int> languagesGeneration = 0; // increased when they are set, so that tables are read again
 
-// How older bundles name a language, and back; null for all others.
+// The name of a language in older bundles, and vice versa; null for other languages.
 QString otherName(const QString &language)
 {
     static constexpr std::pair<QLatin1StringView, QLatin1StringView> names[] = {
@@ -33,7 +33,7 @@ QString otherName(const QString &language)
     return {};
 }
 
-// The names a language's folder may have, the closest first: "pt-BR", "pt_BR", "pt", then its name in older bundles.
+// Possible names of a language's folder, the closest first: "pt-BR", "pt_BR", "pt", then its name in older bundles.
 QStringList folderNames(QString tag)
 {
     QStringList names;
@@ -124,7 +124,7 @@ QString VXBundle::pathForResource(const QString &name, const QString &type, cons
 QStringList VXBundle::pathsForResourcesOfType(const QString &type, const QString &subfolder) const
 {
     QStringList paths;
-    QSet<QString> known; // a language's own variant stands for all
+    QSet<QString> known; // a language's own variant replaces others
     for (const QString &folder : resourceFolders(*this, subfolder)) {
         const QDir::Filters filters = QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot;
         const QString pattern = type.isEmpty() ? u"*"_s : "*."_L1 + type;
@@ -168,7 +168,8 @@ VXBundle::Table VXBundle::stringsTable(const QString &table) const
     Table texts = path.isNull() ? Table() : VXStringsTable::fromFile(path, &error).value_or(Table());
     {
         const VXMutexLocker lock(_lock);
-        if (const auto known = _tables.constFind(table); known != _tables.cend()) // another thread was faster
+        // another thread has read it meanwhile
+        if (const auto known = _tables.constFind(table); known != _tables.cend())
             return *known;
         if (_tablesGeneration == generation)
             _tables.insert(table, texts);

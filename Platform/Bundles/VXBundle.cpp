@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The bundles now held by somebody, by path.
+// The bundles that have owners, by path.
 struct Registry
 {
     VXMutex lock;
@@ -50,7 +50,7 @@ VXBundle::~VXBundle()
 {
     Registry &shared = registry();
     const VXMutexLocker lock(shared.lock);
-    // Another object may have taken the path meanwhile.
+    // Another object may have been registered for the path meanwhile.
     if (const auto entry = shared.bundles.constFind(_path); entry != shared.bundles.cend() && entry->expired())
         shared.bundles.erase(entry);
 }
@@ -84,7 +84,7 @@ VXBundle::Ptr VXBundle::bundleAt(const QString &path, bool reportMissingInfo)
     {
         const VXMutexLocker lock(shared.lock);
         std::weak_ptr<VXBundle> &entry = shared.bundles[path];
-        if (Ptr held = entry.lock()) // another thread was faster
+        if (Ptr held = entry.lock()) // another thread has made it meanwhile
             return held;
         entry = made;
     }
@@ -100,7 +100,7 @@ VXBundle::Ptr VXBundle::bundleWithPath(const QString &path)
 
 VXBundle::Ptr VXBundle::bundleWithIdentifier(const QString &identifier)
 {
-    std::vector<Ptr> held; // released after the lock: the last holder of a bundle takes it
+    std::vector<Ptr> held; // released after the lock, which the destructor of a bundle takes
     Registry &shared = registry();
     const VXMutexLocker lock(shared.lock);
     for (const auto &entry : std::as_const(shared.bundles)) {
@@ -123,7 +123,7 @@ VXBundle::Ptr VXBundle::mainBundle()
     const bool isInBundle = folder.path().endsWith("/Contents/Linux"_L1);
     const QString path = isInBundle ? cleanPath(folder.path() + "/../.."_L1) : folder.path();
     Ptr found = bundleAt(path, isInBundle);
-    if (!found) // the folder is gone
+    if (!found) // the folder no longer exists
         found = Ptr(new VXBundle(path));
     const VXMutexLocker lock(shared.lock);
     if (!shared.main)
@@ -133,7 +133,7 @@ VXBundle::Ptr VXBundle::mainBundle()
 
 void VXBundle::setMainBundle(const Ptr &bundle)
 {
-    Ptr before = bundle; // released after the lock
+    Ptr before = bundle; // released after the lock, which the destructor of a bundle takes
     Registry &shared = registry();
     const VXMutexLocker lock(shared.lock);
     shared.main.swap(before);

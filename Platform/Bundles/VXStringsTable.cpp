@@ -32,13 +32,13 @@ bool isSpace(QChar c)
     return c.isSpace() || c == QChar::ByteOrderMark;
 }
 
-// What a key or value without quotation marks may consist of.
+// The characters of keys and values without quotation marks.
 bool isWordCharacter(QChar c)
 {
     return (c.unicode() < 0x80 && c.isLetterOrNumber()) || u"_$./:-"_s.contains(c);
 }
 
-// The value of a digit up to "f"; 16 for what is none.
+// The value of a digit up to "f"; 16 for anything else.
 int digit(QChar c)
 {
     const char16_t code = c.unicode();
@@ -48,7 +48,7 @@ int digit(QChar c)
     return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : 16;
 }
 
-// The text form: entries up to the end, or a fault with its line.
+// Parses the text form: entries up to the end, or an error with its line.
 class Parser
 {
 public:
@@ -157,7 +157,7 @@ private:
     QChar escaped()
     {
         if (atEnd())
-            return {}; // the text has no end: the caller tells
+            return {}; // the text is unterminated, which the caller reports
         if (digit(current()) < 8)
             return codeUnit(8, 3);
         const QChar c = _text[_position++];
@@ -169,7 +169,7 @@ private:
         return known == std::u16string_view::npos ? c : QChar(meanings[known]);
     }
 
-    // One UTF-16 unit of up to `most` digits.
+    // A UTF-16 unit of at most `most` digits.
     QChar codeUnit(int base, qsizetype most)
     {
         const qsizetype start = _position;
@@ -185,8 +185,8 @@ private:
     qsizetype _position = 0;
 };
 
-// The encoding: by byte order mark, else UTF-16 when one of the first two bytes is zero, as it is then in any
-// table that begins with an ASCII character.
+// The encoding: by byte order mark, or else UTF-16 if one of the first two bytes is zero, as in any UTF-16 table that
+// begins with an ASCII character.
 QStringConverter::Encoding encodingOf(const QByteArray &data)
 {
     if (const auto mark = QStringConverter::encodingForData(data))
@@ -196,7 +196,7 @@ QStringConverter::Encoding encodingOf(const QByteArray &data)
     return QStringConverter::Utf8;
 }
 
-// The first line that is not valid; no sequence goes over the end of a line.
+// The first invalid line; no sequence extends over a line end.
 template <class Text, class Character>
 qsizetype firstInvalidLine(Text text, Character lineEnd, bool (*isValid)(Text))
 {
@@ -228,7 +228,7 @@ bool isPropertyList(const QByteArray &data)
 {
     if (data.startsWith("bplist"))
         return true;
-    // In any encoding: the first byte that is neither part of a mark, nor zero, nor space.
+    // In any encoding: the first byte that is neither part of a byte order mark, nor zero, nor space.
     const auto first = std::find_if(data.begin(), data.end(), [](char c) {
         return !QByteArrayView("\xef\xbb\xbf\xfe\xff\0 \t\r\n", 10).contains(c);
     });

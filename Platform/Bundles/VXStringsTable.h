@@ -20,10 +20,9 @@ class VX_PLATFORM_EXPORT VXStringsTable
 public:
     using Table = QHash<QString, QString>;
 
-    /** @return the table; nothing on failure, `error` then tells the line and the reason. No bytes are an
-     * empty table. */
+    /** @return the table; none on failure, with the line and the reason as error. Empty data is an empty table. */
     [[nodiscard]] static std::optional<Table> fromData(const QByteArray &data, VXError *error = nullptr);
-    /** As fromData; the error carries the path. */
+    /** Same as fromData; the error contains the path. */
     [[nodiscard]] static std::optional<Table> fromFile(const QString &path, VXError *error = nullptr);
 
     VXStringsTable() = delete;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int longestWait = 1000; // milliseconds
 
-/** A socket's name, as connect() takes it. */
+/** The address of a socket, for connect(). */
 struct SocketName
 {
     sockaddr_un address{};
@@ -35,7 +35,7 @@ std::optional<SocketName> socketName(const QByteArray &path, bool isAbstract)
     return name;
 }
 
-// Of the first address that names one: "unix:path=/run/user/1000/bus,guid=...;unix:abstract=...".
+// The first address with a socket: "unix:path=/run/user/1000/bus,guid=...;unix:abstract=...".
 std::optional<SocketName> socketOfBus(const QByteArray &addresses)
 {
     for (const QByteArray &address : addresses.split(';')) {
@@ -50,12 +50,12 @@ std::optional<SocketName> socketOfBus(const QByteArray &addresses)
     return std::nullopt;
 }
 
-// What every bus answers at once: in which ways one may log in.
+// Sends a question that every bus answers at once: which authentication mechanisms it supports.
 bool answersQuestion(int descriptor)
 {
     static constexpr char question[] = "\0AUTH\r\n";
     if (::send(descriptor, question, sizeof question - 1, MSG_NOSIGNAL) < 0)
-        return true; // it hung up, which is an answer
+        return true; // it has closed the connection, which is an answer
     pollfd awaited{descriptor, POLLIN, 0};
     return ::poll(&awaited, 1, longestWait) != 0;
 }
@@ -70,6 +70,6 @@ bool VXBusAnswers(const QByteArray &address)
     const VXFileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const bool isConnected =
         ::connect(socket.number(), reinterpret_cast<const sockaddr *>(&name->address), name->size) == 0;
-    const bool isFull = !isConnected && errno == EAGAIN; // nobody accepts what waits already
+    const bool isFull = !isConnected && errno == EAGAIN; // nobody accepts the connections that are waiting
     return !isFull && (!isConnected || answersQuestion(socket.number()));
 }

@@ -5,8 +5,8 @@
 #include <QtCore/QByteArray>
 
 /**
- * False for a D-Bus bus that takes connections and does not answer: who connects to it waits for ever, and with it the end of the
- * program. True for one that answers, and where it is up to the connection to tell what is wrong. `address` is as D-Bus writes
- * it; of several the first that names a local socket counts. Waits a second at most. Any thread.
+ * False for a D-Bus bus that accepts connections and does not answer: a client would wait forever, and keep the program
+ * from ending. True for one that answers, and where connecting will report what is wrong. `address` is in D-Bus's
+ * notation; of several addresses the first with a local socket is used. Waits at most a second. Any thread.
  */
 [[nodiscard]] VX_PLATFORM_EXPORT bool VXBusAnswers(const QByteArray &address);

@@ -17,13 +17,13 @@ std::atomic<VXDiagnosticHandler> diagnosticHandler{nullptr};
 
 std::atomic<bool> isForPeople = false;
 
-// Whether it is the last text once more.
+// Whether it repeats the last text.
 bool isRepeated(const QString &text)
 {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::minutes longest{1};
     static VXMutex lock;
-    static auto *const last = new QString; // never freed: threads may tell of something to the very end
+    static auto *const last = new QString; // never freed: threads may report problems until the very end
     static Clock::time_point date;
     const VXMutexLocker locker(lock);
     const auto now = Clock::now();
@@ -34,7 +34,7 @@ bool isRepeated(const QString &text)
     return false;
 }
 
-// Date, program and process, as other programs write it there.
+// Date, program and process, in the usual form of such lines.
 QString stamp()
 {
     const auto now = std::chrono::system_clock::now();
@@ -57,7 +57,7 @@ void VXConsoleLog(const QString &text)
     const QString start =
         isForPeople ? QString::fromLocal8Bit(program_invocation_short_name) + QStringLiteral(": ") : stamp();
     const QByteArray bytes = start.toUtf8() + text.toUtf8() + '\n';
-    // One write keeps lines of several threads whole. Nobody is left to tell when the console is gone.
+    // A single write keeps lines of several threads whole. If the console is gone, nobody can be told.
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, bytes.constData(), size_t(bytes.size()));
 }
 

@@ -72,7 +72,7 @@ QString VXError::filePath() const
     const QString path = _data->userInfo.value(VXFilePathErrorKey).toString();
     if (!path.isNull())
         return path;
-    const QUrl url = _data->userInfo.value(VXFailingURLErrorKey).toUrl(); // some name the file so
+    const QUrl url = _data->userInfo.value(VXFailingURLErrorKey).toUrl(); // some errors name the file this way
     return url.isLocalFile() ? url.toLocalFile() : QString();
 }
 

@@ -8,12 +8,12 @@
 
 #include <memory>
 
-/** Domain of the errors that the platform layer makes itself. */
+/** The domain of errors made by the platform layer itself. */
 VX_PLATFORM_EXPORT extern const QString VXPlatformErrorDomain;
-/** Domain of errors about loading or naming a URL. */
+/** The domain of errors about loading or naming a URL. */
 VX_PLATFORM_EXPORT extern const QString VXURLErrorDomain;
 
-/** User-info keys; the value's type is given behind each. */
+/** User-info keys, with the types of their values. */
 VX_PLATFORM_EXPORT extern const QString VXLocalizedDescriptionKey;        // QString
 VX_PLATFORM_EXPORT extern const QString VXLocalizedRecoverySuggestionKey; // QString
 VX_PLATFORM_EXPORT extern const QString VXFilePathErrorKey;               // QString
@@ -46,16 +46,16 @@ public:
     bool isNull() const { return !_data; }
     explicit operator bool() const { return !isNull(); }
 
-    /** Null, 0 and empty when there is no error. */
+    /** Null, 0 or empty when there is no error. */
     QString domain() const;
     int code() const;
     QVariantMap userInfo() const;
 
-    /** The text for the user: the entry of VXLocalizedDescriptionKey, or a text made of domain and code. */
+    /** The text for the user: the entry of VXLocalizedDescriptionKey, or a text with domain and code. */
     QString localizedDescription() const;
     /** What the user might do about it; null when nothing is suggested. */
     QString localizedRecoverySuggestion() const;
-    /** The file concerned; null when none is. */
+    /** The path of the file concerned; null for none. */
     QString filePath() const;
 
     /** One line for logs: description, suggestion, path, domain and code. */
@@ -71,7 +71,7 @@ private:
     std::shared_ptr<const Data> _data;
 };
 
-/** Stores the error for a caller who asked for it; nullptr is a caller who did not. */
+/** Stores the error, unless the caller passed nullptr. */
 inline void VXSetError(VXError *destination, const VXError &error)
 {
     if (destination != nullptr)

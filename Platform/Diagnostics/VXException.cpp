@@ -7,7 +7,7 @@ VXException::VXException(const QString &name, const QString &reason)
 {
 }
 
-// Out of line, so that the type's identity lives in this library alone and catches work across libraries.
+// Out of line, so that the type's identity is in this library only, and catching works across libraries.
 VXException::~VXException() = default;
 
 VXAssertionException::VXAssertionException(const QString &reason) : VXException(u"VXAssertionException"_s, reason) {}

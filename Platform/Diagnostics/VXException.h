@@ -8,8 +8,8 @@
 #include <exception>
 
 /**
- * The framework's exception: a name that tells the kind, and a reason for people.
- * Only programming errors (VXAssertionException) leave a public function; plugin code may throw its own.
+ * The framework's exception: a name for its kind, and a readable reason. Only programming errors (VXAssertionException)
+ * leave a public function; plugin code may throw its own.
  */
 class VX_PLATFORM_EXPORT VXException : public std::exception
 {
@@ -30,7 +30,7 @@ private:
     QByteArray _what;
 };
 
-/** A broken promise of the caller: the reason is the fixed text of the operation's contract. */
+/** A violated precondition: the reason is the fixed text in the operation's contract. */
 class VX_PLATFORM_EXPORT VXAssertionException : public VXException
 {
 public:
@@ -41,7 +41,7 @@ public:
 /** Throws VXAssertionException with the reason; kept out of line so that a VXAssert costs a branch. */
 [[noreturn]] VX_PLATFORM_EXPORT void VXFailAssertion(const QString &reason);
 
-/** Checks a promise in every build. The reason is made only when the check fails. */
+/** Checks a precondition in every build. The reason is made only when the check fails. */
 #define VXAssert(condition, reason)                                                                                    \
     do {                                                                                                               \
         if (Q_UNLIKELY(!(condition)))                                                                                  \

@@ -5,8 +5,8 @@
 #include <QtCore/QString>
 
 /**
- * A connection to the system log service, syslog(3). Messages whose priority is not in the filter mask do not reach
- * it. One thread at a time. Subclasses may stand in for the service.
+ * A connection to the system log service, syslog(3). Only messages whose priority is in the filter mask are sent. One
+ * thread at a time. Subclasses may replace the service.
  */
 class VX_PLATFORM_EXPORT VXSystemLogClient
 {
@@ -16,11 +16,11 @@ public:
     VXSystemLogClient(const VXSystemLogClient &) = delete;
     VXSystemLogClient &operator=(const VXSystemLogClient &) = delete;
 
-    /** Bit N lets priority N pass; all pass at first. */
+    /** Bit N lets priority N pass; initially all pass. */
     void setFilterMask(unsigned mask) { _filterMask = mask; }
     unsigned filterMask() const { return _filterMask; }
 
-    /** Sends the text as it is. Priorities are those of RFC 5424, 0 to 7. */
+    /** Sends the text unchanged. Priorities are those of RFC 5424, 0 to 7. */
     void log(unsigned priority, const QString &text);
 
 protected:

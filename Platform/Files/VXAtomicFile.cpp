@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype bufferSize = 64 * 1024;
-constexpr int mostLinks = 40; // as the kernel follows
+constexpr int mostLinks = 40; // same as the kernel's limit
 constexpr auto temporaryPrefix = ".vornix-";
 constexpr qsizetype temporaryDigits = 16;
 
@@ -32,7 +32,7 @@ QByteArray folderOf(const QByteArray &path)
     return slash < 0 ? QByteArray() : path.first(slash + 1);
 }
 
-// Where the link leads, in one step; null when it is none.
+// The target of a link, resolved one step; null when it is no link.
 QByteArray destinationOf(const QByteArray &path)
 {
     std::array<char, PATH_MAX> buffer{};
@@ -43,8 +43,9 @@ QByteArray destinationOf(const QByteArray &path)
     return destination.startsWith('/') ? destination : folderOf(path) + destination;
 }
 
-// A file on its way is locked, so that the kernel ends that with its process. False when it is another's, or gone already:
-// before it was locked somebody may have taken it for one left behind. Where files cannot be locked none is ever removed.
+// Temporary files are locked, so the lock ends with the process. False when it belongs to another process, or is gone
+// already: somebody may have taken it for a leftover before it was locked. Where files cannot be locked, none is ever
+// removed.
 bool lockTemporary(const VXFileDescriptor &file)
 {
     struct stat status = {};
@@ -61,7 +62,8 @@ void removeIfAbandoned(const QByteArray &path)
         ::unlink(path.constData());
 }
 
-// What killed processes left in a folder. Once for each folder: later ones find what is left meanwhile.
+// Removes what killed processes left in a folder. Once per folder and process: later processes find what is left
+// meanwhile.
 void removeAbandoned(const QByteArray &folder)
 {
     static VXMutex lock;
@@ -86,7 +88,7 @@ bool VXSynchronizeFolderOf(const QString &path)
     const VXFileDescriptor descriptor(
         ::open(folder.isEmpty() ? "." : folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!descriptor.isOpen())
-        return errno == EACCES; // it may be written but not read: it cannot be asked
+        return errno == EACCES; // a folder that may be written but not read cannot be synced
     return ::fsync(descriptor.number()) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
 }
 
@@ -137,7 +139,7 @@ bool VXAtomicFile::findTarget()
     return ::faccessat(AT_FDCWD, _target.constData(), W_OK, AT_EACCESS) == 0 || fail(errno);
 }
 
-// With a name of its own, as it could get too long behind the file's; by open(2), as it knows the process' mask.
+// With a separate name, as one based on the file's could become too long; made by open(2), which applies the umask.
 bool VXAtomicFile::makeFileBeside()
 {
     constexpr int mostAttempts = 100;
@@ -201,7 +203,7 @@ bool VXAtomicFile::commit()
     return true;
 }
 
-// Nothing but the descriptor once it was committed.
+// After a commit, only closes the descriptor.
 void VXAtomicFile::takeBack()
 {
     if (!_temporary.isEmpty())

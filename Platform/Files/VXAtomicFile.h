@@ -8,42 +8,43 @@
 #include <QtCore/QIODevice>
 #include <QtCore/QString>
 
-/** Who may read a file that is made. */
+/** Who may read a new file. */
 enum class VXFileAccess {
-    Private, // its owner alone (0600), also where the file that is replaced was open to others
-    Shared,  // as the file that is replaced, if it was the user's own, else what the process' mask leaves of 0666
+    Private, // only its owner (0600), even if the replaced file was readable for others
+    Shared,  // as for the replaced file, if the user owned it; otherwise as the process's umask allows
 };
 
 /**
- * Replaces a file as a whole or not at all. What is written goes into a file beside it, which takes its place in `commit`,
- * once it is on the disk. Until then, and after any failure, the old file is as it was, and nothing is left beside it. What a
- * process that was killed left there (".vornix-" and 16 digits) goes when another process first replaces a file in the
- * folder. A link is followed: what it leads to is replaced.
- * Refused are what is no regular file, and a file that must not be written. One thread at a time.
+ * Replaces a file as a whole or not at all. Data is written to a temporary file beside it, which `commit` moves to its
+ * place once it is on disk. Until then, and after any failure, the old file is unchanged, and no temporary file
+ * remains. A temporary file of a process that was killed (".vornix-" and 16 digits) is removed when another process
+ * first replaces a file in the folder. If the path is a symbolic link, its target is replaced. Anything but a regular
+ * file is refused, and so is a file that is not writable. One thread at a time.
  */
 class VX_PLATFORM_EXPORT VXAtomicFile : public QIODevice
 {
 public:
     explicit VXAtomicFile(const QString &path, VXFileAccess access = VXFileAccess::Private);
-    /** Without a commit that worked: takes everything back. */
+    /** Without a successful commit, removes the temporary file. */
     ~VXAtomicFile() override;
 
-    /** Makes the file beside. The mode is always to write. On failure false; `errorString` tells why, as for the others. */
+    /** Makes the temporary file. The mode is always to write. False on failure; `errorString` says why, as for the
+     *  other functions. */
     bool open(OpenMode mode = WriteOnly) override;
     bool isSequential() const override { return true; }
 
-    /** Carries all that was written to the disk; nothing may be written afterwards. `commit` does it where it was not
-     *  done. */
+    /** Syncs everything written to disk; nothing may be written afterwards. `commit` calls this if it was not called.
+     *  */
     [[nodiscard]] bool prepare();
-    /** The stamp that the file will have in its place. After `prepare`. */
+    /** The stamp that the file will have at its place. Valid after `prepare`. */
     VXFileStamp stamp() const { return VXFileStamp::ofDescriptor(_file.number()); }
     /**
-     * Puts the file into its place. Any write that failed before makes it fail. That it is there, and not the old one, is
-     * on the disk too where the file system can do that; a failure of this alone is reported as a diagnostic.
+     * Moves the file to its place. Fails if any write failed before. The rename is synced to disk as well, if the file
+     * system supports that; a failure of this step is only reported as a diagnostic.
      */
     [[nodiscard]] bool commit();
 
-    /** All of it at once. On failure false, `reason` tells why; `stamp`, if given, is that of the new file. */
+    /** Writes a whole file. False on failure, with the `reason`; `stamp`, if given, receives that of the new file. */
     [[nodiscard]] static bool replace(const QString &path, QByteArrayView contents, QString *reason,
                                       VXFileAccess access = VXFileAccess::Private, VXFileStamp *stamp = nullptr);
 
@@ -60,15 +61,17 @@ private:
 
     const QString _path;
     const VXFileAccess _access;
-    QByteArray _target;    // where the path leads
-    QByteArray _temporary; // empty when there is none
-    unsigned _mode = 0;    // of the file to replace, when it is to be kept
+    QByteArray _target;    // the target of the path
+    QByteArray _temporary; // empty if there is none
+    unsigned _mode = 0;    // of the file to replace, if it is to be kept
     VXFileDescriptor _file;
     QByteArray _buffer;
     bool _isFailed = false;
     bool _isPrepared = false;
 };
 
-/** Puts into effect on the disk that a file was made, renamed or removed in the folder of `path`; false, with errno, where
- *  that failed. File systems that have no such operation count as success. */
+/**
+ * Syncs the folder of `path` to disk, after a file was made, renamed or removed in it; false, with errno set, on
+ * failure. If the file system does not support that, it counts as success.
+ */
 [[nodiscard]] VX_PLATFORM_EXPORT bool VXSynchronizeFolderOf(const QString &path);

@@ -7,8 +7,8 @@
 
 std::shared_ptr<VXFileHandle> VXFileHandle::fileHandleForAppendingAtPath(const QString &path)
 {
-    // O_APPEND seeks to the end within each write, so that writers with handles of their own do not overwrite
-    // each other's lines.
+    // O_APPEND seeks to the end within each write, so that writers with handles of their own do not overwrite each
+    // other's lines.
     VXFileDescriptor file(::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC));
     if (!file.isOpen())
         return nullptr;

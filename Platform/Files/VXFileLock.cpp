@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// 0, or the error's number. The kernel has no wait of limited time for these locks: with a limit it is asked again.
+// Returns 0 or an errno. The kernel cannot wait for these locks with a time limit: with a limit, this polls.
 int lock(int descriptor, int operation, std::chrono::milliseconds timeout)
 {
     const bool isLimited = timeout != std::chrono::milliseconds::max();
@@ -34,11 +34,11 @@ int lock(int descriptor, int operation, std::chrono::milliseconds timeout)
     return 0;
 }
 
-// What any other process would find, too: it lies with the place, and is not for want of something here.
+// A problem that any other process would have as well, because of the place rather than this process.
 bool isImpossibleForAll(int problem)
 {
     constexpr std::array problems{EROFS,  EACCES, EPERM,  ENOENT, ENOTDIR,     // the file cannot be made
-                                  ENOSPC, EDQUOT, ENOLCK, ENOSYS, EOPNOTSUPP}; // nor locked
+                                  ENOSPC, EDQUOT, ENOLCK, ENOSYS, EOPNOTSUPP}; // or locked
     return std::find(problems.begin(), problems.end(), problem) != problems.end();
 }
 
@@ -61,7 +61,7 @@ VXFileLock::VXFileLock(const QString &path, std::chrono::milliseconds timeout, M
         _reason = u"The lock file \"%1\" is a link, or no plain file."_s.arg(path);
 }
 
-// Opened once more: locks belong to what was opened, and so others of this process would share it.
+// Opened again: locks belong to the open file description, which others in this process would share.
 VXFileLock::VXFileLock(int descriptor, std::chrono::milliseconds timeout)
 {
     wait(VXFileDescriptor(::open(qPrintable(u"/proc/self/fd/%1"_s.arg(descriptor)), O_RDWR | O_CLOEXEC)), timeout,
@@ -73,7 +73,7 @@ void VXFileLock::wait(VXFileDescriptor file, std::chrono::milliseconds timeout, 
     const int problem = file.isOpen() ? lock(file.number(), mode == Mode::Shared ? LOCK_SH : LOCK_EX, timeout) : errno;
     _isImpossible = isImpossibleForAll(problem);
     if (problem == 0) {
-        _file = std::move(file); // closing it ends the lock
+        _file = std::move(file); // closing it releases the lock
         return;
     }
     _isTimedOut = problem == EWOULDBLOCK;

@@ -8,31 +8,31 @@
 #include <chrono>
 
 /**
- * An advisory lock between processes (and between holders in one process) on a file made for it, held for the length
- * of a scope; the kernel ends it with the process.
+ * An advisory lock between processes (and between holders in one process) on a lock file, held for a scope; the kernel
+ * releases it when the process ends.
  */
 class VX_PLATFORM_EXPORT VXFileLock
 {
 public:
-    /** Alone, or together with others who share it. */
+    /** Alone, or shared with others. */
     enum class Mode { Exclusive, Shared };
 
-    /** Waits until the lock is free, at most for the time given. The file is made, for its owner alone, where it is
-     *  missing. What lies there must be a plain file of one name: a link would lead what is written to another file. A
-     *  shared lock does with a file that may only be read. */
+    /** Waits until the lock is free, at most for the given time. A missing file is made, readable for its owner only.
+     *  An existing one must be a regular file with a single name: through a link, another file would be written. A
+     *  read-only file suffices for a shared lock. */
     explicit VXFileLock(const QString &path, std::chrono::milliseconds timeout = std::chrono::milliseconds::max(),
                         Mode mode = Mode::Exclusive);
-    /** Locks a file that is open elsewhere, for reading and writing; it need not be made for that. */
+    /** Locks a file that is open elsewhere for reading and writing; it need not be a lock file. */
     explicit VXFileLock(int descriptor, std::chrono::milliseconds timeout = std::chrono::milliseconds::max());
 
-    /** False when the time was over, or the lock file could not be opened; `reason` tells why. */
+    /** False when the time was over, or the lock file could not be opened; then `reason` says why. */
     bool isHeld() const { return _file.isOpen(); }
     bool isTimedOut() const { return _isTimedOut; }
     QString reason() const { return _reason; }
-    /** Nobody can have it: no file is there and none can be made (read-only media, another's folder, a full disk), or
-     *  the file system knows no locks. */
+    /** Whether nobody can have the lock: there is no file and none can be made (read-only media, another user's folder,
+     *  a full disk), or the file system does not support locks. */
     bool isImpossible() const { return _isImpossible; }
-    /** The locked file, for those who keep something in it. */
+    /** The locked file, for users that store something in it. */
     const VXFileDescriptor &file() const { return _file; }
 
 private:

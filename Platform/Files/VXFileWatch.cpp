@@ -12,21 +12,21 @@ VXFileWatch::VXFileWatch(const QStringList &paths, std::function<void()> mayHave
     look();
 }
 
-// Watched before it is read, so that no change falls in between.
+// Watches before reading, so that no change is missed.
 void VXFileWatch::look()
 {
     watch();
     _mayHaveChanged();
 }
 
-// The folder tells of a file that takes the place of another, the file of what is written into it. A folder that is not
-// there yet will be made in the nearest one that is.
+// Watches the folder for replaced files, and the files for changes of their contents. A folder that does not exist yet
+// is awaited in the nearest existing one.
 void VXFileWatch::watch()
 {
     QString folder = QFileInfo(_paths.constFirst()).path();
     while (!QFileInfo(folder).isDir() && folder != QFileInfo(folder).path())
         folder = QFileInfo(folder).path();
-    QStringList outdated = _watcher.files() + _watcher.directories(); // the file at a path may be another one by now
+    QStringList outdated = _watcher.files() + _watcher.directories(); // the file at a path may be a different one now
     if (outdated.removeAll(folder) == 0)
         _watcher.addPath(folder);
     if (!outdated.isEmpty())

@@ -9,8 +9,8 @@
 #include <functional>
 
 /**
- * Tells when one of some files of one folder may have been made, changed, replaced or removed, also in a folder that is not
- * there yet. It tells too often rather than too rarely, and once at the start. For a thread with an event loop.
+ * Calls a function when one of some files in a folder may have been made, changed, replaced or removed; the folder need
+ * not exist yet. Reports too often rather than too rarely, and once at the start. For a thread with an event loop.
  */
 class VX_PLATFORM_EXPORT VXFileWatch : public QObject
 {

@@ -15,8 +15,8 @@ namespace {
 
 constexpr qsizetype maximumPathBytes = 1024;
 
-// A base folder: the variable when it holds an absolute path (others are to be ignored), else below home;
-// null without a home.
+// A base folder: the variable if it is an absolute path (others have to be ignored), otherwise below home; null without
+// a home.
 QString baseFolder(const char *variable, QLatin1StringView belowHome, QLatin1StringView subfolder = {})
 {
     QString base = QFile::decodeName(qgetenv(variable));
@@ -100,7 +100,7 @@ bool VXMakePrivateFolder(const QString &path, QString *reason)
     if (!S_ISDIR(status.st_mode))
         return fail(ENOTDIR);
     if (status.st_uid == ::geteuid() && (status.st_mode & 077) != 0)
-        ::chmod(folder.constData(), status.st_mode & 0700); // where that cannot be, it is a folder all the same
+        ::chmod(folder.constData(), status.st_mode & 0700); // if that fails, it still is a folder
     return true;
 }
 

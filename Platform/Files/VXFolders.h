@@ -30,21 +30,23 @@ enum : int { VXFolderFound = 0, VXFolderNotFound = -43, VXFolderPathTooLong = -2
 [[nodiscard]] VX_PLATFORM_EXPORT QString VXFindFolder(VXFolderType type, VXFolderDomain domain, int *status = nullptr);
 
 /**
- * Makes a folder for the user's personal data, and those above it that are missing, which nobody else may enter (0700).
- * One that is there already and belongs to the user is closed to others too. Files in it are made with 0600.
- * @return false when there is no such folder afterwards; `reason`, if given, tells why.
+ * Makes a folder for the user's personal data, and missing folders above it, accessible for nobody else (0700). An
+ * existing folder that belongs to the user is closed to others as well. Files in it are made with 0600. @return false
+ * when there is no such folder afterwards; `reason`, if given, says why.
  */
 VX_PLATFORM_EXPORT bool VXMakePrivateFolder(const QString &path, QString *reason = nullptr);
 
-/** True for what lies at the path, a link that leads nowhere included. */
+/** Whether anything is at the path, including a dangling link. */
 [[nodiscard]] VX_PLATFORM_EXPORT bool VXExistsAtPath(const QString &path);
 
-/** The path with "~" or "~NAME" at its start replaced by the user's, or that user's, home folder; as it is when there is no
- *  such user. */
+/**
+ * Replaces "~" or "~NAME" at the start of a path by the home folder of the user, or of that user; unchanged if there is
+ * no such user.
+ */
 [[nodiscard]] VX_PLATFORM_EXPORT QString VXExpandTilde(const QString &path);
 
 /**
- * Puts every per-user folder below `path`, for this process and the programs it starts, by setting HOME and the
- * XDG variables. Call it before any thread starts and before the first look-up.
+ * Moves every per-user folder below `path`, for this process and the programs it starts, by setting HOME and the XDG
+ * variables. To be called before any thread starts and before the first look-up.
  */
 VX_PLATFORM_EXPORT void VXSetHomeFolder(const QString &path);

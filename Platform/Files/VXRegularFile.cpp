@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 VXFileDescriptor VXRegularFile::open(const QString &path, QString *reason)
 {
-    // Without O_NONBLOCK a pipe would be waited for before it can be told that it is one.
+    // Without O_NONBLOCK, opening a pipe would block.
     const QByteArray name = QFile::encodeName(path);
     VXFileDescriptor file(::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     struct stat status = {};
@@ -43,7 +43,7 @@ QByteArray VXRegularFile::read(const QString &path, QString *reason, qint64 limi
     if (!file.isOpen())
         return {};
     const VXFileStamp start = VXFileStamp::ofDescriptor(file.number());
-    // One byte more than there should be, so that a file that grows meanwhile is seen to.
+    // One byte more than expected, to notice a file that grows meanwhile.
     QByteArray bytes(std::min(start.size, limit) + 1, Qt::Uninitialized);
     qsizetype size = 0;
     while (true) {

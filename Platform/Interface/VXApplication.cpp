@@ -16,21 +16,21 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// As the kernel keeps them: Qt removes the ones it takes for itself.
+// The arguments from the kernel, as Qt removes those it uses itself.
 QStringList argumentsOfProcess()
 {
     QFile file(u"/proc/self/cmdline"_s);
     if (!file.open(QIODevice::ReadOnly))
         return QCoreApplication::arguments();
     QList<QByteArray> parts = file.readAll().split('\0');
-    parts.removeLast(); // the last argument ends with a zero byte too
+    parts.removeLast(); // empty, as the last argument ends with a zero byte, too
     QStringList arguments;
     for (const QByteArray &part : std::as_const(parts))
         arguments.append(QFile::decodeName(part));
     return arguments;
 }
 
-// Queued, so that it also ends an event loop that is yet to start.
+// Queued, so that it also ends an event loop that has not started yet.
 void quitEventLoop()
 {
     if (QCoreApplication *application = QCoreApplication::instance())

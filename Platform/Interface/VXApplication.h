@@ -14,59 +14,59 @@
 #include <functional>
 #include <memory>
 
-/** Answers to "may the application terminate?", as numbers that plugins give too. */
+/** Answers to "may the application terminate?"; plugins use the same numbers. */
 enum class VXTerminateReply { Cancel = 0, Now = 1, Later = 2 };
 
 /**
- * The running application as the floors above see it: its life from launch to termination, its user interface
- * and its desktop. The host owns Qt's application object; this one stands beside it. Main thread only, except
- * for `isTerminating`, `didFinishLaunching` and `presentError`.
+ * The running application for the layers above: its life from launch to termination, its user interface and its
+ * desktop. The host owns Qt's application object, which exists beside this one. Main thread only, except for
+ * `isTerminating`, `didFinishLaunching` and `presentError`.
  */
 class VX_PLATFORM_EXPORT VXApplication : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Asked once by `terminate`. After Later, `replyToApplicationShouldTerminate` brings the answer. */
+    /** Called once by `terminate`. After Later, the answer comes by `replyToApplicationShouldTerminate`. */
     using ShouldTerminateHandler = std::function<VXTerminateReply()>;
-    /** Opens what the URL names; answers what stands for it, invalid when nobody knows the URL. */
+    /** Opens what the URL names; returns a value that represents it, invalid when nobody knows the URL. */
     using OpenURLHandler = std::function<QVariant(const QString &url)>;
 
     /** Made on first use and never freed. */
     static VXApplication &sharedApplication();
 
-    /** True from the moment it is certain, or being asked, that the application ends. */
+    /** True once it is decided, or being asked, that the application ends. */
     bool isTerminating() const { return _isTerminating; }
     void setAsTerminating(bool flag) { _isTerminating = flag; }
 
     bool didFinishLaunching() const { return _didFinishLaunching; }
-    /** Once set, a relaunch that became needed during launch takes place. */
+    /** When set, a relaunch that was requested during launch takes place. */
     void setDidFinishLaunching(bool flag);
 
-    /** Marks that the application must start again when launching ends. */
+    /** Requests a relaunch when launching ends. */
     void setNeedsRelaunch(bool flag) { _needsRelaunch = flag; }
     bool needsRelaunch() const { return _needsRelaunch; }
-    /** Quits the event loop once the current event has been handled; the host then calls `relaunchIfDue`. */
+    /** Quits the event loop after the current event was handled; the host then calls `relaunchIfDue`. */
     void relaunchInNextRunLoop();
     /**
-     * For the host, after its event loop ended: starts the program again with the same arguments, when
-     * `relaunchInNextRunLoop` was called. But not with those in `done`: what was to be opened was opened.
-     * @return false when it was due and could not be started.
+     * For the host, after its event loop has ended: starts the program again with the same arguments, if
+     * `relaunchInNextRunLoop` was called; without the arguments in `done`, whose files or URLs were opened already.
+     * @return false when a relaunch was due and failed.
      */
     bool relaunchIfDue(VXError *error = nullptr, const QStringList &done = {});
 
-    /** Asks whether the application may end, and ends its event loop if so; a host not yet in it quits at
-     * once on entering. Does nothing while an earlier request waits for its answer. */
+    /** Asks whether the application may end, and if so ends its event loop; a host that has not entered it yet quits
+     *  immediately on entering. Does nothing while an earlier request waits for its answer. */
     void terminate();
-    /** The answer promised with Later: ends the application, or clears the terminating mark. Does nothing
-     * when none is awaited. */
+    /** The answer after Later: ends the application, or clears the terminating flag. Does nothing when no answer is
+     *  awaited. */
     void replyToApplicationShouldTerminate(bool shouldTerminate);
     void setShouldTerminateHandler(ShouldTerminateHandler handler);
 
-    /** Shows the error to the user; from another thread it is handed over, and the caller waits. */
+    /** Shows the error to the user; other threads pass it to the main thread, and wait. */
     void presentError(const VXError &error);
 
-    /** The user interface in use: a terminal that asks, unless the host sets another. Never null. */
+    /** The user interface in use: a terminal, unless the host sets another. Never null. */
     VXUserInterface &userInterface();
     void setUserInterface(std::unique_ptr<VXUserInterface> userInterface);
 
@@ -74,15 +74,16 @@ public:
     VXWorkspace &workspace();
     void setWorkspace(std::unique_ptr<VXWorkspace> workspace);
 
-    /** Brings the application to the front and offers the URL to the handler. @return invalid: nobody knew it. */
+    /** Brings the application to the front and passes the URL to the handler. @return invalid when nobody knows the
+     *  URL. */
     QVariant openURLString(const QString &url);
     void setOpenURLHandler(OpenURLHandler handler);
 
-    /** Brings the application to the front, where it has windows. */
+    /** Brings the application to the front, if it has windows. */
     void activate();
 
 Q_SIGNALS:
-    /** It is certain now: last chance to put things away. */
+    /** Termination is certain: the last opportunity to clean up. */
     void willTerminate();
 
 private:

@@ -51,7 +51,7 @@ std::optional<VXDesktopEntry> VXDesktopEntry::fromFile(const QString &path)
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
         if (line.startsWith(u'[')) {
             if (found)
-                break; // the next group: actions and the like
+                break; // the next group, such as actions
             found = line == "[Desktop Entry]"_L1;
             continue;
         }

@@ -8,8 +8,8 @@
 #include <optional>
 
 /**
- * The group "Desktop Entry" of a .desktop file, by the freedesktop.org Desktop Entry Specification; values in
- * the form without locale. Private to the platform layer.
+ * The group "Desktop Entry" of a .desktop file, by the freedesktop.org Desktop Entry Specification; only values without
+ * locale. Private to the platform layer.
  */
 class VXDesktopEntry
 {
@@ -19,7 +19,7 @@ public:
 
     /** Null when the entry has no such key. */
     QString value(const QString &key) const { return _values.value(key); }
-    /** True for an entry that says its application is not there. */
+    /** Whether the entry says that its application does not exist. */
     bool isHidden() const { return value(QStringLiteral("Hidden")) == QLatin1StringView("true"); }
     VXIcon icon() const;
 

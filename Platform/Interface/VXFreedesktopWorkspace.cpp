@@ -28,7 +28,7 @@ QStringList applicationFolders()
     return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
 }
 
-// The path with the identifier's dashes standing for folders where those exist: "kde-okular" is kde/okular.desktop.
+// The path of an identifier, in which dashes may stand for folders: "kde-okular" is kde/okular.desktop.
 QString entryPath(const QString &folder, const QString &identifier)
 {
     const QString path = folder + u'/' + identifier + ".desktop"_L1;
@@ -46,7 +46,7 @@ QString entryPath(const QString &folder, const QString &identifier)
 
 QString entryWithKey(const QString &identifier)
 {
-    QSet<QString> seen; // an entry of an earlier folder replaces those of the same ID in later ones
+    QSet<QString> seen; // an entry in an earlier folder replaces those with the same ID in later ones
     for (const QString &folder : applicationFolders()) {
         QDirIterator entries(folder, {u"*.desktop"_s}, QDir::Files, QDirIterator::Subdirectories);
         while (entries.hasNext()) {
@@ -71,11 +71,11 @@ QString firstArgument(const QString &processFolder)
     return QFile::decodeName(file.readAll().split('\0').first());
 }
 
-// By the program's file, which only its owner may ask, else by the name it was started with.
+// By the program's file, which only the process's owner can read, or else by the name it was started with.
 bool runsProgram(const QString &processFolder, const QString &name)
 {
     QString program = QFile::symLinkTarget(processFolder + "/exe"_L1);
-    program.remove(" (deleted)"_L1); // an update replaced the file of the running program
+    program.remove(" (deleted)"_L1); // the program's file was replaced by an update
     return QFileInfo(program).fileName() == name || QFileInfo(firstArgument(processFolder)).fileName() == name;
 }
 

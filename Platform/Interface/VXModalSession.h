@@ -7,13 +7,13 @@
 class QEventLoop;
 
 /**
- * Blocks its caller and still serves the main event loop: calls handed to the main thread, timers and sockets
- * go on. Sessions nest; an outer one ends after the inner ones. Main thread only.
+ * Blocks its caller while the main event loop is still served: calls to the main thread, timers and sockets continue.
+ * Sessions nest; an outer one ends after the inner ones. Main thread only.
  */
 class VX_PLATFORM_EXPORT VXModalSession
 {
 public:
-    /** What `run` answers when the application quit instead. */
+    /** The result of `run` when the application has quit instead. */
     static constexpr int Aborted = -1000;
 
     VXModalSession() = default;

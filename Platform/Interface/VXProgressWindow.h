@@ -8,9 +8,9 @@
 #include <functional>
 
 /**
- * A modal window that shows how far some work has come. The work is started before `runModal` (from a timer
- * or on another thread), reports through the setters and ends the window with `ok` or `cancel`. Main thread
- * only: another thread goes through VXMainThread, which the modal session serves.
+ * A modal window that shows the progress of some work. The work is started before `runModal` (by a timer or on another
+ * thread), reports through the setters and closes the window with `ok` or `cancel`. Main thread only: other threads use
+ * VXMainThread, which the modal session serves.
  */
 class VX_PLATFORM_EXPORT VXProgressWindow
 {
@@ -23,16 +23,16 @@ public:
 
     QString title() const { return _title; }
     void setTitle(const QString &title);
-    /** The line that tells what is being done now. */
+    /** The line that says what is being done now. */
     QString message() const { return _message; }
     void setMessage(const QString &message);
 
-    /** Progress so far, and the value at which the work is complete (at first 0 of 100). */
+    /** Progress so far, and the value at which the work is complete (initially 0 of 100). */
     double doubleValue() const { return _doubleValue; }
     void setDoubleValue(double value);
     double maxValue() const { return _maxValue; }
     void setMaxValue(double value);
-    /** True while nobody knows how long it takes. */
+    /** True while the duration is unknown. */
     bool isIndeterminate() const { return _isIndeterminate; }
     void setIndeterminate(bool flag);
 
@@ -48,7 +48,7 @@ public:
 protected:
     VXProgressWindow();
 
-    /** What the user sees; `update` comes after each change while the window is shown. */
+    /** The visible window; `update` is called after each change while it is shown. */
     virtual void show() = 0;
     virtual void update() = 0;
     virtual void close(Result result) = 0;

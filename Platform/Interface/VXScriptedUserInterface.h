@@ -11,9 +11,9 @@
 #include <vector>
 
 /**
- * A user who is a script, for tests: answers are queued beforehand, and whatever is shown is recorded. A
- * question nobody has queued an answer for fails the assertion "Unanswered alert: TEXT" (or open panel, save
- * panel), and so does an answer that the question does not offer. Notices (one button, no check box) need no answer.
+ * A scripted user, for tests: answers are queued beforehand, and everything shown is recorded. A question without a
+ * queued answer fails the assertion "Unanswered alert: TEXT" (or open panel, save panel), and so does an answer that
+ * the question does not offer. Notices (one button, no check box) need no answer.
  */
 class VX_PLATFORM_EXPORT VXScriptedUserInterface : public VXUserInterface
 {
@@ -21,7 +21,7 @@ public:
     struct ProgressRecord
     {
         QString title;
-        QStringList messages; // each that was shown, in order
+        QStringList messages; // all that were shown, in order
         double doubleValue = 0;
         double maxValue = 0;
         std::optional<VXProgressWindow::Result> result; // none while it runs
@@ -30,12 +30,12 @@ public:
     VXScriptedUserInterface();
     ~VXScriptedUserInterface() override;
 
-    /** Presses a button of the next alert; the check box is set, or left as it is. */
+    /** Presses a button of the next alert; the check box is set, or left unchanged. */
     void answerAlert(VXAlertButton button, std::optional<bool> isChecked = {});
     /** Chooses a path, relative to the panel's folder or absolute; a null one cancels. */
     void answerOpenPanel(const QString &path);
     void answerSavePanel(const QString &path, std::optional<bool> isChecked = {});
-    /** The user cancels the next progress window as soon as it is shown. */
+    /** Makes the user cancel the next progress window as soon as it is shown. */
     void cancelNextProgressWindow() { ++_cancels; }
 
     const std::vector<VXAlert> &alerts() const { return _alerts; }
@@ -44,7 +44,7 @@ public:
     const std::vector<VXError> &errors() const { return _errors; }
     const std::vector<std::shared_ptr<ProgressRecord>> &progressWindows() const { return _progressWindows; }
     int activations() const { return _activations; }
-    /** Answers still queued: a test that expects them all to be used checks for 0. */
+    /** The number of answers still queued: a test that expects all to be used checks for 0. */
     std::size_t unusedAnswers() const;
 
     void activate() override { ++_activations; }

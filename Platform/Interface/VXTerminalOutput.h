@@ -3,10 +3,10 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-// What the classes that draw on a terminal share. Private to the platform layer.
+// Shared by the classes that draw on a terminal. Private to the platform layer.
 
-/** Writes all bytes, however often the kernel takes only some; a failed write is given up. */
+/** Writes all bytes, even if the kernel accepts only some at a time; gives up after a failure. */
 void VXWriteFully(int descriptor, const QByteArray &bytes);
 
-/** The text without control characters other than line feed and tab, which could steer the terminal. */
+/** The text without control characters other than line feed and tab, since these could control the terminal. */
 QString VXPrintableText(const QString &text);

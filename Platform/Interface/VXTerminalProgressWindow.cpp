@@ -35,7 +35,7 @@ void VXTerminalProgressWindow::update()
 {
     if (!_isTerminal)
         return;
-    // One column stays free: a terminal wraps when the last one is filled.
+    // Leaves one column free: a terminal wraps when the last one is filled.
     const QByteArray text = line(terminalWidth(_output) - 1).toUtf8();
     if (text == _drawn)
         return;

@@ -8,13 +8,13 @@
 #include <optional>
 
 /**
- * Progress as one line with a bar that is drawn over, on a terminal; nothing is drawn elsewhere. Ctrl-C
- * (SIGINT) is the user's Cancel while it is shown. Private to the platform layer.
+ * Progress as one line with a bar that is redrawn, on a terminal; elsewhere nothing is drawn. Ctrl-C (SIGINT) is the
+ * user's Cancel while it is shown. Private to the platform layer.
  */
 class VXTerminalProgressWindow : public VXProgressWindow
 {
 public:
-    /** The descriptor stays the caller's. */
+    /** The caller keeps the ownership of the descriptor. */
     explicit VXTerminalProgressWindow(int output);
     ~VXTerminalProgressWindow() override;
 

@@ -26,13 +26,13 @@ QString messageText(const QString &message, const QString &informativeText, cons
     return texts.join(u'\n') + u'\n';
 }
 
-// What becomes of a check box that nobody was asked about.
+// The state of a check box that nobody was asked about.
 QString checkBoxText(const QString &title, bool isChecked)
 {
     return title.isNull() ? QString() : (isChecked ? ", and: "_L1 : ", and not: "_L1) + title;
 }
 
-// The path a user typed, "~/" meaning home, relative ones below the panel's folder.
+// The path that the user typed: "~/" means home, relative paths start at the panel's folder.
 QString typedPath(const QString &text, const QString &directory)
 {
     const QString path = text.startsWith("~/"_L1) ? QDir::homePath() + text.sliced(1) : text;
@@ -87,7 +87,7 @@ VXAlertResult VXTerminalUserInterface::showAlert(const VXAlert &alert)
     return {button, isChecked};
 }
 
-// None when the terminal closed or the user typed an end of file.
+// None when the terminal was closed or the user typed an end of file.
 std::optional<VXAlertButton> VXTerminalUserInterface::askButton(const VXAlert &alert)
 {
     QString choices;

@@ -8,21 +8,21 @@
 #include <optional>
 
 /**
- * Speaks with the user on a terminal, never on standard output: texts go to the terminal, else to standard
- * error. Where nobody is asked the policy answers, and the answer is shown with the question. A check box
- * then stays as it is, an open panel is cancelled, and a save panel gives its proposed path under Default if
- * nothing lies there.
+ * Communicates with the user on a terminal, never on standard output: texts go to the terminal, or else to standard
+ * error. If the user is not asked, the policy answers, and the answer is shown with the question. Then a check box is
+ * unchanged, an open panel is cancelled, and a save panel returns its proposed path, if the policy is Default and
+ * nothing is at that path.
  */
 class VX_PLATFORM_EXPORT VXTerminalUserInterface : public VXUserInterface
 {
 public:
-    /** Default: the default button. Cancel: what dismissing stands for. Ask: the user, or without a terminal
-     * as Cancel, which is said once. */
+    /** Default: the default button. Cancel: the button for dismissal. Ask: asks the user; without a terminal like
+     *  Cancel, which is reported once. */
     enum class Policy { Default, Cancel, Ask };
 
-    /** On standard input and error when both are terminals, else on the controlling terminal, if any. */
+    /** Uses standard input and error when both are terminals, otherwise the controlling terminal, if any. */
     explicit VXTerminalUserInterface(Policy policy);
-    /** On these descriptors, which stay the caller's. It can ask only when `input` is a terminal. */
+    /** Uses these descriptors, which the caller owns. Can ask only if `input` is a terminal. */
     VXTerminalUserInterface(Policy policy, int input, int output);
     ~VXTerminalUserInterface() override;
 
@@ -48,5 +48,5 @@ private:
     int _output = -1;
     int _ownedDescriptor = -1;
     bool _saidNoTerminal = false;
-    QByteArray _pending; // what the terminal gave beyond the last line
+    QByteArray _pending; // input beyond the last line
 };

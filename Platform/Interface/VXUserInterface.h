@@ -10,29 +10,29 @@
 #include <functional>
 #include <memory>
 
-/** The buttons of an alert, as numbers that callers may keep. */
+/** The buttons of an alert; the numbers are stable. */
 enum class VXAlertButton { Other = -1, Alternate = 0, Default = 1 };
 
-/** A question, or a notice when there is but one button. */
+/** A question, or a notice if there is only one button. */
 struct VX_PLATFORM_EXPORT VXAlert
 {
     QString message;
     QString informativeText;
-    /** Titles; a null one is a button that is not there. A null default title becomes "OK". */
+    /** Titles; null for a button that does not exist. A null default title becomes "OK". */
     QString defaultButton;
     QString alternateButton;
     QString otherButton;
     /** Null: no check box. */
     QString checkBoxTitle;
     bool isChecked = false;
-    /** What helps to find the cause: who and why. Null: nothing. */
+    /** Helps to find the cause: who and why. Null for nothing. */
     QString details = {};
 
-    /** True when the user has a choice: more than one button, or a check box. */
+    /** Whether the user has a choice: more than one button, or a check box. */
     bool isQuestion() const;
-    /** The button that dismissing the alert stands for: the alternate one, else the other, else the default. */
+    /** The button for dismissing the alert: the alternate one, or else the other, or else the default. */
     VXAlertButton dismissButton() const;
-    /** Null for a button that is not there. */
+    /** Null for a button that does not exist. */
     QString title(VXAlertButton button) const;
 };
 
@@ -46,17 +46,17 @@ struct VXAlertResult
 struct VX_PLATFORM_EXPORT VXOpenPanel
 {
     QString message;
-    /** Where to start; null: the current folder. */
+    /** The initial folder; null: the current folder. */
     QString directory;
     bool canChooseFiles = true;
     bool canChooseDirectories = false;
-    /** Extensions, without dot, of folders that count as one file. */
+    /** Extensions, without dot, of folders that count as a single file. */
     QStringList packageExtensions;
-    /** Tells of each file and package whether it may be chosen; empty: all may. */
+    /** Decides for each file and package whether it may be chosen; empty: all may. */
     std::function<bool(const QString &path)> shouldShowFilename;
 
     bool isPackage(const QString &path) const;
-    /** Whether this existing path is what the panel asks for. */
+    /** Whether this existing path can be chosen. */
     bool canChoose(const QString &path) const;
 };
 
@@ -64,14 +64,14 @@ struct VX_PLATFORM_EXPORT VXOpenPanel
 struct VX_PLATFORM_EXPORT VXSavePanel
 {
     QString message;
-    /** Where to start; null: the current folder. */
+    /** The initial folder; null: the current folder. */
     QString directory;
     QString proposedName;
     /** Null: no check box. */
     QString checkBoxTitle;
     bool isChecked = false;
 
-    /** The absolute path that stands there at first; null without a proposed name. */
+    /** The initial absolute path; null without a proposed name. */
     QString proposedPath() const;
 };
 
@@ -85,8 +85,8 @@ struct VXPanelResult
 };
 
 /**
- * How the program speaks with its user. All of it is modal, and the main event loop runs on meanwhile. Main
- * thread only; another thread fails the assertion "User interface used off the main thread".
+ * The program's communication with its user. Everything is modal, and the main event loop runs meanwhile. Main thread
+ * only; another thread fails the assertion "User interface used off the main thread".
  */
 class VX_PLATFORM_EXPORT VXUserInterface
 {
@@ -99,9 +99,9 @@ public:
     [[nodiscard]] VXPanelResult runOpenPanel(const VXOpenPanel &panel);
     [[nodiscard]] VXPanelResult runSavePanel(const VXSavePanel &panel);
     [[nodiscard]] std::unique_ptr<VXProgressWindow> makeProgressWindow(const QString &title);
-    /** Shows what went wrong and what may be done about it; returns once the user knows. */
+    /** Shows what went wrong and what may be done about it; returns when the user has seen it. */
     void presentError(const VXError &error);
-    /** Brings the program to the front, where there is such a thing. */
+    /** Brings the program to the front, if it has windows. */
     virtual void activate();
 
 protected:

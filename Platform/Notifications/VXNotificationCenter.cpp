@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Names given a number each, in order of first use. Never shrinks: names are constants.
+// Numbers names in the order of their first use. Never shrinks: names are constants.
 class NameTable
 {
 public:
@@ -59,7 +59,7 @@ struct VXNotificationCenter::Observer
 
     ObserverID id = 0;
     const VXNotificationName name;
-    QObject *context = nullptr; // only compared, never followed
+    QObject *context = nullptr; // only compared, never dereferenced
     const QMetaObject *contextClass = nullptr;
     Handler handler;
     QVariant object;
@@ -110,7 +110,7 @@ VXNotificationCenter::ObserverID VXNotificationCenter::addObserver(QObject *cont
 
 void VXNotificationCenter::removeObserversIf(const std::function<bool(const Observer &)> &matches)
 {
-    // Let go of after the lock: a handler's captures may run any code when they die.
+    // Released after the lock, as destroying a handler's captures may run any code.
     std::vector<std::shared_ptr<Observer>> removed;
     std::vector<std::shared_ptr<const ObserverList>> replaced;
     {
@@ -187,7 +187,7 @@ void VXNotificationCenter::postNotification(const VXNotification &notification)
     }
 }
 
-// For a log: what it observes, for which class, and whose code it is.
+// For logs: what it observes, for which class, and whose code it is.
 QString VXNotificationCenter::describe(const Observer &observer)
 {
     QString who = "An observer of "_L1 + observer.name.text();

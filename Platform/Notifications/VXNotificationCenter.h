@@ -14,8 +14,8 @@
 #include <vector>
 
 /**
- * The name of a notification. Equal texts share one entry of a process-wide table, so that posting compares
- * numbers and not texts; make names once, as constants. Any thread.
+ * The name of a notification. Equal texts share one entry of a process-wide table, so that posting compares numbers
+ * rather than texts; make names once, as constants. Any thread.
  */
 class VX_PLATFORM_EXPORT VXNotificationName
 {
@@ -30,7 +30,10 @@ private:
     quint32 _index;
 };
 
-/** What an observer is told. `object` tells what it is about; it and `userInfo` may be none (invalid, empty). */
+/**
+ * What an observer receives. `object` is what the notification is about; it and `userInfo` may be none (invalid,
+ * empty).
+ */
 struct VXNotification
 {
     VXNotificationName name;
@@ -39,19 +42,19 @@ struct VXNotification
 };
 
 /**
- * Tells observers about named events. Observers run on the poster's thread, in the order they were added, with
- * no lock held; one may add or remove observers, itself included. What one throws is reported with whose code it is,
- * and the next one runs: posting throws nothing. An observer removed on the posting thread is
- * not called any more; one removed on another thread may be in its last call. Any thread may call.
+ * Informs observers about named events. Observers run on the poster's thread, in the order in which they were added,
+ * with no lock held; they may add or remove observers, including themselves. If one throws, that is reported with the
+ * owner of its code, and the next one runs: posting never throws. An observer removed on the posting thread is not
+ * called any more; one removed on another thread may be in its last call. Any thread may call.
  */
 class VX_PLATFORM_EXPORT VXNotificationCenter
 {
 public:
     using Handler = std::function<void(const VXNotification &)>;
-    /** Names one observation; 0 names none. */
+    /** Identifies an observation; 0 for none. */
     using ObserverID = quint64;
 
-    /** The process-wide centre. */
+    /** The process-wide center. */
     static VXNotificationCenter &defaultCenter();
 
     VXNotificationCenter();
@@ -70,17 +73,17 @@ public:
     /** Ends every observation made with that context. */
     void removeObserver(QObject *context);
 
-    /** What is told of an observation: whose code it is can be seen by where these types lie. */
+    /** A description of an observation; the location of these types tells whose code it is. */
     struct Observation
     {
         VXNotificationName name;
         const QMetaObject *contextClass; // nullptr without a context
         const std::type_info *handlerType;
     };
-    /** Every observation now made. */
+    /** All present observations. */
     std::vector<Observation> observations() const;
 
-    /** Whether somebody observes it: else what it would tell need not be gathered. */
+    /** Whether the name has observers: otherwise what would be posted need not be gathered. */
     bool hasObservers(VXNotificationName name) const;
     /** Calls the observers of that name, and returns when all have run. */
     void postNotificationName(VXNotificationName name, const QVariant &object = {}, const QVariantMap &userInfo = {});
@@ -95,7 +98,7 @@ private:
     void removeObserversIf(const std::function<bool(const Observer &)> &matches);
 
     mutable VXMutex _lock;
-    // By name index; a list is never changed once made: changes put a new one in its place.
+    // By name index; lists are immutable: a change replaces the list.
     std::vector<std::shared_ptr<const ObserverList>> _lists VX_GUARDED_BY(_lock);
     ObserverID _lastObserver VX_GUARDED_BY(_lock) = 0;
 };

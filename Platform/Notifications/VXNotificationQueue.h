@@ -9,29 +9,27 @@
 #include <vector>
 
 /**
- * Holds notifications back until its thread is idle, that is until its event loop has handled the events that were
- * there, and posts equal ones (same name, same object) once. One queue belongs to one thread, which must run an event
- * loop for anything to be posted; use it on that thread only.
+ * Delays notifications until its thread is idle, that is until its event loop has handled the pending events, and posts
+ * equal ones (same name, same object) only once. A queue belongs to one thread, which must run an event loop for
+ * anything to be posted; use it on that thread only.
  */
 class VX_PLATFORM_EXPORT VXNotificationQueue : public QObject
 {
     Q_OBJECT
 
 public:
-    /** The calling thread's queue to the default centre; lives as long as the thread. */
+    /** The calling thread's queue for the default center; lives as long as the thread. */
     static VXNotificationQueue &defaultQueue();
 
     explicit VXNotificationQueue(VXNotificationCenter &center);
     ~VXNotificationQueue() override;
 
-    /**
-     * Posts when idle. While an equal notification waits this one takes its place, so that the last user info is
-     * the one observers see.
-     */
+    /** Posts when idle. Replaces an equal notification that is waiting, so that observers get the last user info. */
     void enqueueNotification(VXNotificationName name, const QVariant &object = {}, const QVariantMap &userInfo = {});
-    /** Drops what waits under that name about that object. */
+    /** Drops waiting notifications of that name about that object. */
     void dequeueNotifications(VXNotificationName name, const QVariant &object = {});
-    /** Posts what waits now, in the order of first enqueueing. What observers enqueue meanwhile waits on. */
+    /** Posts the waiting notifications now, in the order in which they were first enqueued. Those that observers
+     *  enqueue meanwhile keep waiting. */
     void postWaiting();
 
 protected:
@@ -42,5 +40,5 @@ private:
 
     VXNotificationCenter &_center;
     std::vector<VXNotification> _waiting;
-    QBasicTimer _idle; // of no length: due when the event loop has nothing else to do
+    QBasicTimer _idle; // with interval zero: fires when the event loop has nothing else to do
 };

@@ -15,7 +15,7 @@ namespace {
 VXMutex filesLock;
 QStringList filesAside VX_GUARDED_BY(filesLock);
 
-// Moves a damaged file out of the way without replacing anything; null when it cannot be moved.
+// Renames a damaged file without replacing another; null when that fails.
 QString setAside(const QString &path)
 {
     for (int number = 0;; ++number) {
@@ -108,7 +108,8 @@ VXPreferenceFile::Changes VXPreferenceFile::pendingChanges(quint64 *lastSequence
     const VXMutexLocker lock(_lock);
     *lastSequence = _lastSequence;
     Changes changes = _changes;
-    changes.detach(); // a shared hash would be let go of without the lock, which Qt's own test for sharing does not see
+    // a shared hash would be released without the lock, which Qt's own check for sharing does not notice
+    changes.detach();
     return changes;
 }
 
@@ -150,7 +151,7 @@ void VXPreferenceFile::applyChanges(const Changes &changes, Values &values)
     }
 }
 
-// The file's dictionary; empty without a file. A damaged file is set aside when that is allowed.
+// The file's dictionary; empty without a file. A damaged file is renamed if that is allowed.
 QVariantMap VXPreferenceFile::readFile(bool mayBeSetAside, VXFileStamp *stamp, VXError *error) const
 {
     *stamp = {};
@@ -180,7 +181,7 @@ bool VXPreferenceFile::reload(bool lockHeld, QStringList *changedElsewhere, VXEr
     VXFileStamp stamp; // of what is read: another process may replace the file right after
     QVariantMap stored = readFile(lockHeld, &stamp, &readError);
     if (readError && !lockHeld) {
-        // Only under the lock is it certain that nobody is just repairing it.
+        // Only with the lock is it certain that nobody is just repairing it.
         const VXFileLock fileLock(lockPath());
         readError = {};
         stored = readFile(fileLock.isHeld(), &stamp, &readError);
@@ -207,7 +208,7 @@ void VXPreferenceFile::refresh(QStringList *changedElsewhere)
         adopt(std::move(stored), stamp, changedElsewhere);
 }
 
-// Makes the values in memory anew from what the file holds, under what was changed here.
+// Sets the values in memory to those of the file with the pending changes applied.
 void VXPreferenceFile::adopt(QVariantMap stored, const VXFileStamp &stamp, QStringList *changedElsewhere)
 {
     _readError = {};
@@ -226,12 +227,12 @@ void VXPreferenceFile::adopt(QVariantMap stored, const VXFileStamp &stamp, QStri
         if (values.take(entry.key()) != entry.value())
             changedElsewhere->append(entry.key());
     }
-    changedElsewhere->append(values.keys()); // what is left has no value any more
+    changedElsewhere->append(values.keys()); // what remains has no value any more
 }
 
 namespace {
 
-// Byte by byte: to a variant the numbers 1 and 1.0, and true, are equal.
+// Compares the bytes, since a QVariant considers the numbers 1 and 1.0, and true, equal.
 bool isSameFile(const QVariantMap &values, const QVariantMap &stored)
 {
     const auto contents = [](const QVariantMap &map) {
@@ -262,7 +263,7 @@ bool VXPreferenceFile::writeChanges(VXError *error)
     return true;
 }
 
-// Those that were written. What was changed meanwhile stays, an update without those before it.
+// Drops the changes that were written. Later ones remain; an update remains without those before it.
 void VXPreferenceFile::forgetChanges(quint64 lastSequence)
 {
     const VXMutexLocker lock(_lock);
@@ -283,7 +284,7 @@ bool VXPreferenceFile::remove(VXError *error)
             return false;
         }
     }
-    // The lock's file stays: another process may be waiting on it.
+    // The lock file is kept: another process may be waiting for it.
     _stored.clear();
     _stamp = {};
     _readError = {};

@@ -13,40 +13,41 @@
 #include <functional>
 
 /**
- * One domain of preferences in one property-list file, with the changes made here that are not written yet. Private
- * to VXUserDefaults. Any thread; reading never waits for the disk while another thread writes.
+ * One domain of preferences in a property-list file, with the changes made in this process that are not written yet.
+ * Private to VXUserDefaults. Any thread; reading never waits for the disk while another thread writes.
  */
 class VXPreferenceFile
 {
 public:
-    /** Reads the file, if there is one. A damaged file is set aside under a new name and reported. */
+    /** Reads the file, if it exists. A damaged file is renamed and reported. */
     explicit VXPreferenceFile(const QString &path);
 
     QString path() const { return _path; }
-    /** Where damaged files of all domains went. */
+    /** The new paths of damaged files of all domains. */
     static QStringList filesSetAside();
     QVariant value(const QString &key) const;
     QVariantMap values() const;
 
-    /** Makes the new value of a key from the one it has; invalid stands for none on both sides. */
+    /** Computes the new value of a key from the present one; invalid means none for both. */
     using Update = std::function<QVariant(const QVariant &current)>;
 
     /** Changes one key in memory; an invalid value removes it. */
     void setValue(const QVariant &value, const QString &key);
-    /** The same by a function, which runs again on what the file then holds, under its lock, when it is written. */
+    /** The same by a function, which runs again, under the file's lock, on the value in the file when that is written.
+     *  */
     void updateValue(const QString &key, const Update &update);
-    /** Changes in memory to exactly these values. */
+    /** Replaces all values in memory by these. */
     void setValues(const QVariantMap &values);
 
     /**
-     * Reads what other processes wrote and writes what was changed here into it. After a failure the changes are
-     * still there and the file is as it was. `changedElsewhere`, if given, gets the keys whose value here changed.
+     * Reads what other processes wrote, and writes the changes made here into it. After a failure the changes are still
+     * pending and the file is unchanged. `changedElsewhere`, if given, receives the keys whose values changed here.
      */
     bool synchronize(QStringList *changedElsewhere, VXError *error);
 
     /**
-     * Only reads what other processes wrote. A file that cannot be read stays where it is, as somebody may be writing it,
-     * and changes nothing.
+     * Only reads what other processes wrote. A file that cannot be read is left alone, since somebody may be writing
+     * it, and changes nothing.
      */
     void refresh(QStringList *changedElsewhere);
 
@@ -56,11 +57,11 @@ public:
 private:
     struct Change
     {
-        Update update; // none: the value takes the place of whatever was there
+        Update update; // none: the value replaces whatever was there
         QVariant value;
         quint64 sequence;
     };
-    using Changes = QHash<QString, QList<Change>>; // of each key in their order
+    using Changes = QHash<QString, QList<Change>>; // by key, in order
 
     template <class Values>
     static void applyChanges(const Changes &changes, Values &values);
@@ -75,10 +76,10 @@ private:
 
     const QString _path;
 
-    VXMutex _ioLock; // one synchronisation at a time; taken before _lock
+    VXMutex _ioLock; // one synchronization at a time; to be taken before _lock
     VXFileStamp _stamp VX_GUARDED_BY(_ioLock);
     VXError _readError VX_GUARDED_BY(_ioLock);
-    QVariantMap _stored VX_GUARDED_BY(_ioLock); // what the file held when last read or written
+    QVariantMap _stored VX_GUARDED_BY(_ioLock); // the file's contents when last read or written
 
     mutable VXMutex _lock;
     QHash<QString, QVariant> _values VX_GUARDED_BY(_lock); // the file's values with the changes applied

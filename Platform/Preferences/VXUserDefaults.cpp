@@ -56,7 +56,7 @@ VXUserDefaults::Update checked(const VXUserDefaults::Update &update, const QStri
 VXUserDefaults &VXUserDefaults::standardUserDefaults()
 {
     static VXUserDefaults *const defaults = [] {
-        // An application without an identifier still has preferences: under its program's name.
+        // An application without an identifier has preferences under its program's name.
         QString domain = VXBundle::mainBundle()->bundleIdentifier();
         if (!isValidDomain(domain))
             domain = QString::fromLocal8Bit(program_invocation_short_name);
@@ -72,7 +72,7 @@ VXUserDefaults &VXUserDefaults::standardUserDefaults()
             if (!changedElsewhere.isEmpty())
                 standard->changed(changedElsewhere);
         };
-        // Once there is an application, and an event loop of it runs.
+        // Once there is an application whose event loop is running.
         qAddPreRoutine([] {
             const auto watch = [] {
                 new VXFileWatch({standardUserDefaults()._own->path()}, readOthersChanges, QCoreApplication::instance());
@@ -228,7 +228,7 @@ QVariantMap VXUserDefaults::persistentDomainForName(const QString &domain) const
     const auto file = fileForDomain(domain, nullptr);
     if (!file)
         return {};
-    // Another program may own that domain: look at its file again. One that cannot be read keeps its old values.
+    // Another program may own that domain: reads its file again. If that fails, the old values are used.
     if (file != _own)
         file->synchronize(nullptr, nullptr);
     return file->values();

@@ -19,11 +19,11 @@ class VXLiveSwitch;
 class VXPreferenceFile;
 
 /**
- * The user's preferences: the application's own domain over registered defaults, and other domains by name.
- * Each persistent domain is one property list, "<preferences folder>/<domain>.plist". Changes are seen at once in
- * this process; they reach the file at `synchronize`, when the object dies and, for the standard defaults, when the
- * main thread is idle: key by key into what the file then holds, so processes do not lose each other's keys. A
- * damaged file is set aside as "<file>.damaged" and reported. Any thread may call.
+ * The user's preferences: the application's own domain on top of registered defaults, and other domains by name. Each
+ * persistent domain is one property list, "<preferences folder>/<domain>.plist". Changes are visible at once in this
+ * process; they are written by `synchronize`, when the object is destroyed and, for the standard defaults, when the
+ * main thread is idle: key by key into what the file then contains, so that processes do not lose each other's keys. A
+ * damaged file is renamed to "<file>.damaged" and reported. Any thread may call.
  */
 class VX_PLATFORM_EXPORT VXUserDefaults
 {
@@ -31,9 +31,9 @@ public:
     /** The application's defaults: the domain is the main bundle's identifier. */
     static VXUserDefaults &standardUserDefaults();
 
-    /** Where the domains' files lie: "Vornix 2" in the user's configuration home; null without a home. */
+    /** The folder of the domains' files: "Vornix 2" in the user's configuration home; null without a home. */
     static QString preferencesFolder();
-    /** Where this process laid damaged files that it set aside. */
+    /** The new paths of damaged files that this process renamed. */
     static QStringList filesSetAside();
 
     /** Defaults for one domain in one folder; reads its file now. */
@@ -42,9 +42,9 @@ public:
     VXUserDefaults(const VXUserDefaults &) = delete;
     VXUserDefaults &operator=(const VXUserDefaults &) = delete;
 
-    /** The value: from the domain, else from what was registered; invalid when neither has the key. */
+    /** The value from the domain, or else the registered one; invalid when neither has the key. */
     QVariant objectForKey(const QString &key) const;
-    /** The value as that type; null, empty, false or 0 when there is none or it is of an unfit type. */
+    /** The value as that type; null, empty, false or 0 when there is none or its type does not fit. */
     QString stringForKey(const QString &key) const;
     QStringList stringArrayForKey(const QString &key) const;
     QVariantList arrayForKey(const QString &key) const;
@@ -61,33 +61,33 @@ public:
     void setObject(const QVariant &value, const QString &key);
     void removeObjectForKey(const QString &key);
 
-    /** Makes a key's new value from the present one; invalid stands for none on both sides. */
+    /** Computes a key's new value from the present one; invalid means none for both. */
     using Update = std::function<QVariant(const QVariant &current)>;
     /**
-     * Changes a list or dictionary that others change too: `update` runs on the present value now and once more, under
-     * the domain's file lock, on what the file holds when it is written, so that no process loses what another added.
-     * It works on its argument alone, keeps what it captures by value, and must not call these defaults.
+     * Changes a list or dictionary that others may change, too: `update` runs on the present value now and again, under
+     * the domain's file lock, on the value in the file when that is written, so that no process loses what another
+     * added. It must use only its argument and captures by value, and must not call these defaults.
      */
     void updateObject(const QString &key, const Update &update);
-    /** The same for any domain, written now. */
+    /** The same for any domain, written immediately. */
     bool updateObject(const QString &key, const Update &update, const QString &domain, VXError *error = nullptr);
 
-    /** The keys of the domain that begin with the prefix; registered ones are not among them. */
+    /** The keys of the domain with the prefix, without registered ones. */
     QStringList keysWithPrefix(const QString &prefix) const;
 
-    /** Adds values that hold where the domain has none. They are not written. Later ones replace earlier. */
+    /** Adds values that apply where the domain has none. They are not written. Later ones replace earlier ones. */
     void registerDefaults(const QVariantMap &defaults);
 
     /** All keys of a domain, without registered values; empty when there is no such domain. */
     QVariantMap persistentDomainForName(const QString &domain) const;
-    /** Replaces a whole domain and writes it now. A name that is no plain file name is an error. */
+    /** Replaces a whole domain and writes it immediately. A name that is no plain file name is an error. */
     bool setPersistentDomain(const QVariantMap &values, const QString &domain, VXError *error = nullptr);
-    /** Sets one key of any domain and writes it now; none (invalid or null) removes the key. */
+    /** Sets one key of any domain and writes it immediately; none (invalid or null) removes the key. */
     bool setObject(const QVariant &value, const QString &key, const QString &domain, VXError *error = nullptr);
-    /** Removes a domain with its file. Success when there is none. */
+    /** Removes a domain with its file. Succeeds when there is none. */
     bool removePersistentDomainForName(const QString &domain, VXError *error = nullptr);
 
-    /** Writes what changed here and reads what changed elsewhere. On failure the changes stay in memory. */
+    /** Writes what was changed here and reads what was changed elsewhere. On failure the changes remain in memory. */
     bool synchronize(VXError *error = nullptr);
 
 private:
@@ -114,8 +114,8 @@ private:
 };
 
 /**
- * A boolean user default that is read without a lock: it follows each change of the default in this process.
- * For switches looked at on hot paths. Lives no longer than the defaults it follows. Any thread may read.
+ * A boolean user default that is read without a lock: it follows changes of the default in this process. For switches
+ * that are checked on hot paths. Must not outlive the defaults. Any thread may read.
  */
 class VX_PLATFORM_EXPORT VXLiveSwitch
 {

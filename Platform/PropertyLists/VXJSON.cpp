@@ -30,7 +30,7 @@ QJsonValue jsonFromReal(double number)
     return QJsonObject{{realKey, text}};
 }
 
-// The value that an object with one key beginning with "$" stands for; none when it is an ordinary object.
+// The value for an object with one key that begins with "$"; none for an ordinary object.
 std::optional<QVariant> specialValue(const QJsonObject &object)
 {
     if (object.size() != 1 || !object.begin().value().isString())
@@ -107,7 +107,7 @@ QVariant VXVariantFromJSON(const QJsonValue &value)
 
 QByteArray VXJSONText(const QJsonValue &value, QJsonDocument::JsonFormat format)
 {
-    // Qt spreads an empty one over two lines.
+    // Qt writes an empty one on two lines.
     if (value.isObject() && value.toObject().isEmpty())
         return "{}";
     if (value.isArray() && value.toArray().isEmpty())
@@ -116,7 +116,7 @@ QByteArray VXJSONText(const QJsonValue &value, QJsonDocument::JsonFormat format)
         return QJsonDocument(value.toObject()).toJson(format).trimmed();
     if (value.isArray())
         return QJsonDocument(value.toArray()).toJson(format).trimmed();
-    // Qt's documents are objects or arrays: a scalar is written as the one element of an array.
+    // Qt's documents are objects or arrays: a scalar is written as the only element of an array.
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     return array.sliced(1, array.size() - 2);
 }

@@ -19,7 +19,7 @@ VXError corrupt(const QString &reason)
     return VXError::platformError(VXPlatformErrorCode::FileCorrupt, u"Not a property list: %1."_s.arg(reason));
 }
 
-// The encoding that the XML declaration names; UTF-8 when it names none.
+// The encoding in the XML declaration; UTF-8 if there is none.
 QByteArray declaredEncoding(const QByteArray &data)
 {
     const qsizetype end = data.startsWith("<?xml") ? data.indexOf("?>") : -1;
@@ -33,7 +33,7 @@ QByteArray declaredEncoding(const QByteArray &data)
     return quoted.mid(1, close - 1);
 }
 
-// The document in UTF-8 without byte order mark; most are so already.
+// The document in UTF-8 without byte order mark; most are in that form.
 QByteArray utf8FromXML(const QByteArray &data)
 {
     if (data.startsWith("\xef\xbb\xbf"))

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Types of objects: the high half of their marker byte.
+// Types of objects, in the high half of their marker byte.
 enum Type : quint8 {
     Simple = 0x0,
     Integer = 0x1,
@@ -33,7 +33,7 @@ enum Type : quint8 {
 constexpr quint64 headerSize = 8;
 constexpr quint64 trailerSize = 32;
 
-// Objects that several others share count each time; a small file could stand for more values than memory holds.
+// Shared objects count once per reference: a small file could otherwise expand to more values than fit in memory.
 constexpr quint32 sharedValuesAllowed = 100'000;
 
 constexpr qint64 referenceDate = 978'307'200; // 2001-01-01 00:00 UTC, in seconds of Unix time
@@ -80,7 +80,7 @@ void VXPropertyListBinaryReader::readTrailer()
     _objects.resize(count);
 }
 
-// An unsigned number, most significant byte first; the place was checked.
+// An unsigned number, most significant byte first; the range was checked.
 quint64 VXPropertyListBinaryReader::number(quint64 offset, quint64 size) const
 {
     quint64 result = 0;
@@ -89,7 +89,7 @@ quint64 VXPropertyListBinaryReader::number(quint64 offset, quint64 size) const
     return result;
 }
 
-// Throws unless `count` items of `size` bytes lie between the header and the offset table.
+// Throws unless `count` items of `size` bytes are between the header and the offset table.
 void VXPropertyListBinaryReader::checkRange(quint64 offset, quint64 count, quint64 size) const
 {
     if (offset < headerSize || offset > _table || count > (_table - offset) / size)
@@ -134,7 +134,7 @@ const VXPropertyListBinaryReader::Object &VXPropertyListBinaryReader::object(qui
             made.levels = at.type == Identifier ? 1 : 0;
         }
     }
-    // An object made at one place may lie deeper at another.
+    // An object made at one place may be nested deeper at another.
     if (depth + made.levels - 1 > VXPropertyListMaximumDepth)
         fail(u"nested deeper than %1 levels"_s.arg(VXPropertyListMaximumDepth));
     return made;
@@ -212,7 +212,7 @@ QVariant VXPropertyListBinaryReader::boolean(const Body &body) const
     return body.info == yes;
 }
 
-// 1, 2 and 4 bytes hold no sign, 8 do; 16 bytes hold what needs more than 63 bits without sign.
+// Integers of 1, 2 and 4 bytes are unsigned, those of 8 signed; 16 bytes are used for unsigned ones beyond 63 bits.
 QVariant VXPropertyListBinaryReader::integer(const Body &body) const
 {
     constexpr quint8 widest = 4;
@@ -266,7 +266,8 @@ QVariant VXPropertyListBinaryReader::text(const Body &body) const
     return result;
 }
 
-// An archive's reference to one of its objects, as the XML form spells it: a dictionary with the one key "CF$UID".
+// An archive's reference to one of its objects, in the notation of the XML form: a dictionary with the single key
+// "CF$UID".
 QVariant VXPropertyListBinaryReader::identifier(const Body &body) const
 {
     const quint64 size = quint64(body.info) + 1;

@@ -21,23 +21,23 @@ public:
     QVariant read();
 
 private:
-    // Each object is made once, however often it is referred to; copies share it.
+    // Each object is made once, however many references it has; copies share it.
     struct Object
     {
         enum : qint16 { NotMade = -1, BeingMade = -2 };
 
         QVariant value;
-        quint32 weight = 0;      // the values it stands for when written out, itself included
-        qint16 levels = NotMade; // of containers in one another, itself included
+        quint32 weight = 0;      // the number of values when written out, including itself
+        qint16 levels = NotMade; // nesting of containers, including itself
     };
 
-    // What an object's marker tells.
+    // The contents of an object's marker.
     struct Body
     {
         quint8 type;    // high half of the marker
         quint8 info;    // low half
-        quint64 count;  // of elements, for the types that have a count
-        quint64 offset; // of the first byte behind the marker and the count
+        quint64 count;  // of elements, for types with a count
+        quint64 offset; // of the first byte after the marker and the count
     };
 
     quint64 number(quint64 offset, quint64 size) const;
@@ -58,6 +58,6 @@ private:
     quint64 _offsetSize = 0;
     quint64 _referenceSize = 0;
     quint64 _root = 0;
-    quint64 _table = 0; // where the offset table begins and the objects end
+    quint64 _table = 0; // where the objects end and the offset table begins
     std::vector<Object> _objects;
 };

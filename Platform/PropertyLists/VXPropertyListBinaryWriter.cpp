@@ -10,7 +10,7 @@ namespace {
 
 constexpr qint64 referenceDate = 978'307'200'000; // 2001-01-01 00:00 UTC, in milliseconds of Unix time
 
-// Types of objects: the high half of their marker byte.
+// Types of objects, in the high half of their marker byte.
 enum Type : quint8 { Integer = 0x1, Data = 0x4, ASCIIText = 0x5, UTF16Text = 0x6, Array = 0xa, Dictionary = 0xd };
 
 int bytesFor(quint64 number)
@@ -83,7 +83,7 @@ quint32 VXPropertyListBinaryWriter::addArray(const Array &elements)
     return addContainer(false, references, number);
 }
 
-// What is in it was numbered after it.
+// Its elements were numbered after it.
 quint32 VXPropertyListBinaryWriter::addContainer(bool isDictionary, const std::vector<quint32> &references,
                                                  quint32 number)
 {
@@ -96,7 +96,7 @@ quint32 VXPropertyListBinaryWriter::addContainer(bool isDictionary, const std::v
 
 quint64 VXPropertyListBinaryWriter::room() const
 {
-    constexpr quint64 most = 1 + 1 + 8 + 8; // of a marker with its count, or a number, and the offset
+    constexpr quint64 most = 1 + 1 + 8 + 8; // for a marker with its count, or a number, and the offset
     quint64 size = 8 + 32 + _objects.size() * most + _references.size() * sizeof(quint32);
     for (const Object &object : _objects) {
         if (object.text != nullptr)
@@ -127,7 +127,7 @@ QByteArray VXPropertyListBinaryWriter::write()
     writeNumber(quint64(offsetSize), 1);
     writeNumber(quint64(bytesFor(_objects.size())), 1);
     writeNumber(_objects.size(), 8);
-    writeNumber(0, 8); // the outermost
+    writeNumber(0, 8); // the outermost object
     writeNumber(table, 8);
     data.truncate(_at - start);
     return data;
@@ -187,7 +187,7 @@ void VXPropertyListBinaryWriter::writeText(QStringView text)
     }
 }
 
-// The short forms have no sign.
+// The short forms are unsigned.
 void VXPropertyListBinaryWriter::writeInteger(qint64 number)
 {
     const int size = bytesFor(quint64(number));

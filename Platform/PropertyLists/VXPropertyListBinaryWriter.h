@@ -8,14 +8,14 @@
 #include <deque>
 #include <vector>
 
-/** So that the same values always make the same property list. */
+/** Sorts entries, so that the same values always give the same property list. */
 QVariantMap VXSortedEntries(const QVariantHash &entries);
 
-/** Writes the binary form of one value that was checked: each text once, however often it is there. */
+/** Writes the binary form of a value that was checked; each text only once, however often it occurs. */
 class VXPropertyListBinaryWriter
 {
 public:
-    /** `value` lives as long as the writer. */
+    /** `value` must outlive the writer. */
     explicit VXPropertyListBinaryWriter(const QVariant &value)
     {
         _texts.reserve(32); // enough for most
@@ -25,7 +25,8 @@ public:
     QByteArray write();
 
 private:
-    /** One of these. Containers have the numbers of what is in them among the references: of a dictionary the keys first. */
+    /** A scalar, text or container. A container's references are the numbers of its elements; for a dictionary the keys
+     *  come first. */
     struct Object
     {
         const QVariant *scalar = nullptr;
@@ -44,7 +45,7 @@ private:
     quint32 addContainer(bool isDictionary, const std::vector<quint32> &references, quint32 number);
 
     // -- Writing
-    /** At least as many bytes as are written. */
+    /** An upper limit for the size. */
     quint64 room() const;
     void writeObject(const Object &object);
     void writeScalar(const QVariant &value);
@@ -57,7 +58,7 @@ private:
 
     std::vector<Object> _objects; // the first is the outermost
     std::vector<quint32> _references;
-    QHash<QStringView, quint32> _texts; // their numbers, counted from 1
-    std::deque<QVariantMap> _sorted;    // what was given without an order
-    char *_at = nullptr;                // where to write on
+    QHash<QStringView, quint32> _texts; // numbers counted from 1
+    std::deque<QVariantMap> _sorted;    // sorted copies of unordered dictionaries
+    char *_at = nullptr;                // the write position
 };

@@ -1,16 +1,16 @@
 #pragma once
 
-// What both readers of property lists share.
+// Shared by both readers of property lists.
 
 #include <QtCore/QByteArrayView>
 #include <QtCore/QString>
 
 #include <stdexcept>
 
-/** How deep arrays and dictionaries may lie in one another, so that walking a value never exhausts a stack. */
+/** The maximum nesting of arrays and dictionaries, so that recursion over a value never exhausts a stack. */
 inline constexpr int VXPropertyListMaximumDepth = 512;
 
-/** What is wrong with a property list. It stays inside VXPropertyList, which makes a VXError of it. */
+/** A problem in a property list. Never leaves VXPropertyList, which converts it to a VXError. */
 class VXPropertyListFault : public std::runtime_error
 {
 public:
@@ -18,7 +18,7 @@ public:
     QString reason() const { return QString::fromUtf8(what()); }
 };
 
-/** The text of valid UTF-8, never null. QString::fromUtf8 alone would take away a byte order mark in front. */
+/** The text of valid UTF-8, never null. QString::fromUtf8 alone would remove a leading byte order mark. */
 inline QString VXPropertyListText(QByteArrayView utf8)
 {
     if (utf8.startsWith("\xef\xbb\xbf"))

@@ -21,9 +21,9 @@ using Format = VXPropertyList::Format;
 using Node = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
 
 constexpr qint64 referenceDate = 978'307'200'000; // 2001-01-01 00:00 UTC, in milliseconds of Unix time
-constexpr quint64 largestDocument = std::numeric_limits<quint32>::max(); // libplist counts in 32 bits
+constexpr quint64 largestDocument = std::numeric_limits<quint32>::max(); // libplist uses 32-bit sizes
 
-// Whether a list of that form can hold a value, and what and where the hindrance is.
+// Whether a list of that form can hold a value; if not, what is wrong and where.
 class Check
 {
 public:
@@ -50,7 +50,7 @@ public:
         }
     }
 
-    // "place: reason", the place as a path of keys and positions from the outermost value.
+    // "place: reason", where the place is a path of keys and indexes from the outermost value.
     QString reason() const
     {
         return _path.isEmpty() ? _reason : u"%1: %2"_s.arg(_path.mid(_path.startsWith(u'.') ? 1 : 0), _reason);
@@ -84,7 +84,7 @@ private:
         case QMetaType::Long:
         case QMetaType::LongLong:
         case QMetaType::Float:
-        case QMetaType::Double: // infinities and "not a number" have a form of their own in both kinds
+        case QMetaType::Double: // both forms can represent infinities and NaN
             return true;
         default:
             return refuse(value.typeId() == QMetaType::Nullptr
@@ -135,7 +135,7 @@ private:
         if (depth > VXPropertyListMaximumDepth)
             return refuse(u"nested deeper than %1 levels"_s.arg(VXPropertyListMaximumDepth));
         for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry) {
-            // A null text is equal to the empty one as a key.
+            // As a key, a null text equals the empty one.
             const bool accepted =
                 acceptsText(entry.key().isNull() ? u""_s : entry.key()) && accepts(entry.value(), depth);
             if (!accepted) {
@@ -168,15 +168,15 @@ private:
 
 plist_t nodeFor(const QVariant &value);
 
-// libplist makes dates of 32 bits only, up to 2069; but it reads any, so this one is read.
+// libplist makes only dates of 32 bits, up to 2069; but it can read any date, so a document with this one is read.
 plist_t dateNode(const QDateTime &date)
 {
     const qint64 milliseconds = date.toMSecsSinceEpoch() - referenceDate;
     // The XML form has whole seconds, and libplist would round dates before 2001 up.
     const double seconds = std::floor(double(milliseconds) / 1000);
-    constexpr quint64 offsetTable = 8 + 1 + 8; // behind header, marker and date
+    constexpr quint64 offsetTable = 8 + 1 + 8; // after header, marker and date
     QByteArray document;
-    QDataStream stream(&document, QIODevice::WriteOnly); // most significant byte first, as the form wants it
+    QDataStream stream(&document, QIODevice::WriteOnly); // most significant byte first, as the format requires
     stream.writeRawData("bplist00", 8);
     stream << quint8(0x33) << seconds << quint8(8);               // the date; its offset
     stream << quint32(0) << quint16(0) << quint8(1) << quint8(1); // sizes of offsets and references
@@ -186,7 +186,7 @@ plist_t dateNode(const QDateTime &date)
     return node;
 }
 
-// libplist leaves out what it has no memory for. Null unless all is there.
+// libplist leaves out what it has no memory for. Null unless everything is there.
 plist_t dictionaryNode(const QVariantMap &entries)
 {
     Node node(plist_new_dict(), plist_free);
@@ -212,7 +212,7 @@ plist_t arrayNode(const Array &elements)
     return node && plist_array_get_size(node.get()) == quint32(elements.size()) ? node.release() : nullptr;
 }
 
-// The node of a value that was checked; the caller owns it. Null without memory.
+// The node of a value that was checked; owned by the caller. Null if out of memory.
 plist_t nodeFor(const QVariant &value)
 {
     switch (value.metaType().id()) {
@@ -238,7 +238,7 @@ plist_t nodeFor(const QVariant &value)
     case QMetaType::QStringList:
         return arrayNode(*static_cast<const QStringList *>(value.constData()));
     default:
-        return plist_new_uint(uint64_t(value.toLongLong())); // with sign, in spite of its name
+        return plist_new_uint(uint64_t(value.toLongLong())); // signed, in spite of its name
     }
 }
 
@@ -254,7 +254,7 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
     }
     if (format == Format::Binary)
         return VXPropertyListBinaryWriter(value).write();
-    errno = 0; // libplist does not tell that memory was short; malloc does
+    errno = 0; // libplist does not report a lack of memory, but malloc does
     const Node root(nodeFor(value), plist_free);
     char *bytes = nullptr;
     uint32_t size = 0;
@@ -266,7 +266,7 @@ QByteArray VXPropertyList::toData(const QVariant &value, Format format, VXError 
         return {};
     }
     QByteArray data(bytes, qsizetype(size));
-    std::free(bytes); // NOLINT: it is libplist's, from malloc
+    std::free(bytes); // NOLINT: allocated by libplist with malloc
     return data;
 }
 
@@ -290,7 +290,7 @@ bool VXPropertyList::toFile(const QVariant &value, const QString &path, Format f
 
 bool VXPropertyList::isValid(const QVariant &value, QString *reason)
 {
-    Check check(Format::XML); // the stricter of the two
+    Check check(Format::XML); // the stricter form
     const bool valid = check.accepts(value);
     if (!valid && reason != nullptr)
         *reason = check.reason();

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The next place of the character, or the end.
+// The next occurrence of the character, or the end.
 const char *find(const char *begin, const char *end, char c)
 {
     const void *found = begin == end ? nullptr : std::memchr(begin, c, size_t(end - begin));
@@ -41,7 +41,7 @@ QByteArrayView trimmed(QByteArrayView text)
     return text;
 }
 
-// A part of a message: shortened, so that a damaged file does not fill the log.
+// An excerpt for a message, short, so that a damaged file does not fill the log.
 QString excerpt(QByteArrayView text)
 {
     constexpr qsizetype longest = 40;
@@ -49,7 +49,7 @@ QString excerpt(QByteArrayView text)
            (text.size() > longest ? u"…\""_s : u"\""_s);
 }
 
-// The whole text as one number; nothing when it is something else or does not fit.
+// The whole text as a number; none when it is something else or does not fit.
 template <class Number, class... Base>
 std::optional<Number> parsed(QByteArrayView text, Base... base)
 {
@@ -58,7 +58,7 @@ std::optional<Number> parsed(QByteArrayView text, Base... base)
     return error == std::errc() && end == text.cend() ? std::optional(number) : std::nullopt;
 }
 
-// Only digits, so that "+1" and "-1" are no part of a date.
+// Digits only, so that "+1" and "-1" are not accepted in a date.
 std::optional<int> parsedDigits(QByteArrayView text)
 {
     const bool digits = std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -108,7 +108,7 @@ QVariant VXPropertyListXMLReader::read()
     return result;
 }
 
-// Once for the whole text, which is much cheaper than piece by piece.
+// Checks the whole text at once, which is much cheaper than piece by piece.
 void VXPropertyListXMLReader::checkText() const
 {
     const auto failAt = [this](const char *place, const QString &reason) {
@@ -117,7 +117,7 @@ void VXPropertyListXMLReader::checkText() const
         there.fail(reason);
     };
     if (!rest().isValidUtf8()) {
-        const char *line = _begin; // no sequence goes over the end of a line
+        const char *line = _begin; // no sequence extends over a line end
         for (const char *end = line; end != _end; line = end + 1) {
             end = find(line, _end, '\n');
             if (!QByteArrayView(line, end).isValidUtf8())
@@ -142,7 +142,7 @@ void VXPropertyListXMLReader::skipPast(QByteArrayView token, const QString &what
     _position += found + token.size();
 }
 
-// What may stand between elements: space, comments, processing instructions, the document type.
+// Skips what may occur between elements: space, comments, processing instructions, the document type.
 void VXPropertyListXMLReader::skipMiscellany()
 {
     for (skipSpace(); startsWith("<!") || startsWith("<?"); skipSpace()) {
@@ -157,7 +157,7 @@ void VXPropertyListXMLReader::skipMiscellany()
     }
 }
 
-// Declarations inside it are passed over: entities of one's own are not known then, and cannot multiply.
+// Skips declarations inside it: entities defined there are unknown then, and cannot expand.
 void VXPropertyListXMLReader::skipDocumentType()
 {
     int brackets = 0;
@@ -187,7 +187,7 @@ VXPropertyListXMLReader::Tag VXPropertyListXMLReader::openingTag()
     while (_position != _end && !isSpace(*_position) && *_position != '>' && *_position != '/' && *_position != '<')
         ++_position;
     Tag tag{std::string_view(name, size_t(_position - name)), false};
-    for (char quote = 0; _position != _end; ++_position) { // attributes say nothing here
+    for (char quote = 0; _position != _end; ++_position) { // attributes have no meaning here
         const char c = *_position;
         if (quote != 0)
             quote = c == quote ? char(0) : quote;
@@ -293,12 +293,12 @@ QString VXPropertyListXMLReader::key()
     if (const auto known = _keys.constFind(text); known != _keys.cend())
         return *known;
     QString result = VXPropertyListText(text);
-    if (text.data() != _pieces.constData()) // only what stands in the document stays where it is
+    if (text.data() != _pieces.constData()) // only contents of the document stay in place
         _keys.insert(text, result);
     return result;
 }
 
-// The text of an element, behind whose closing tag the position is then; valid until the next call.
+// The text of an element; the position is then after its closing tag. Valid until the next call.
 QByteArrayView VXPropertyListXMLReader::content(const Tag &tag)
 {
     if (tag.isEmpty)
@@ -343,7 +343,7 @@ void VXPropertyListXMLReader::appendUnescaped(QByteArrayView piece)
         if (ampersand == piece.end())
             return;
         _position = ampersand;
-        constexpr qsizetype longest = 12; // so that a lone "&" does not search the whole text
+        constexpr qsizetype longest = 12; // so that a single "&" does not search the whole text
         const QByteArrayView name(ampersand + 1,
                                   ampersand + 1 + std::min<qsizetype>(longest, piece.end() - ampersand - 1));
         const qsizetype end = name.indexOf(';');
@@ -390,7 +390,7 @@ QVariant VXPropertyListXMLReader::integer(QByteArrayView digits) const
 
 QVariant VXPropertyListXMLReader::real(QByteArrayView digits) const
 {
-    // from_chars minds no locale, and knows "nan", "inf" and "infinity".
+    // from_chars ignores the locale, and parses "nan", "inf" and "infinity".
     const bool hasPlus = digits.startsWith('+') && !digits.startsWith("+-");
     const auto number = parsed<double>(hasPlus ? digits.sliced(1) : digits);
     if (!number)
@@ -398,7 +398,7 @@ QVariant VXPropertyListXMLReader::real(QByteArrayView digits) const
     return *number;
 }
 
-// ISO 8601 as property lists write it: 2009-02-13T23:31:30Z.
+// ISO 8601 in the form used by property lists: 2009-02-13T23:31:30Z.
 QVariant VXPropertyListXMLReader::date(QByteArrayView text) const
 {
     constexpr qsizetype tail = sizeof("-02-13T23:31:30Z") - 1;

@@ -9,9 +9,9 @@
 /**
  * Reads the XML form of property lists, from UTF-8, in linear time. One object reads one document.
  *
- * Not left to libplist 2.2, which takes what is wrong for something else without a word: "010" for eight,
- * text that is no date for the year 1900, data cut off at a comment. It also knows no lines, no dates after
- * 2069, and its handling of deep nesting exhausts the stack.
+ * Not left to libplist 2.2, which silently misreads invalid input: "010" as eight, text that is no date as the year
+ * 1900, data cut off at a comment. It also reports no line numbers, has no dates after 2069, and exhausts the stack on
+ * deep nesting.
  */
 class VXPropertyListXMLReader
 {
@@ -58,6 +58,6 @@ private:
     const char *const _begin;
     const char *_position;
     const char *const _end;
-    QByteArray _pieces;                   // content that does not stand in one piece in the document
-    QHash<QByteArrayView, QString> _keys; // the same few keys come again and again: they share one text
+    QByteArray _pieces;                   // content that is not contiguous in the document
+    QHash<QByteArrayView, QString> _keys; // the same few keys occur again and again, and share their texts
 };

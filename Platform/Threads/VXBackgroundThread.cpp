@@ -11,18 +11,18 @@
 
 namespace {
 
-// Each thread that ends waits for the end of the one of its owner before it: whoever waits for the last has waited for all.
+// Each thread that ends waits for the end of its owner's previous one: so waiting for the last one waits for all.
 struct OwnedThreads
 {
     int running = 0;
-    std::thread last; // whose work was done last
+    std::thread last; // the one that finished its work last
 };
 
 struct Threads
 {
     static Threads &shared()
     {
-        static auto &threads = *new Threads; // never freed: they may outlast all else
+        static auto &threads = *new Threads; // never freed: threads may outlast everything else
         return threads;
     }
 
@@ -52,7 +52,7 @@ void VXBackgroundThread::start(std::function<void()> work, const void *owner)
 {
     Threads &threads = Threads::shared();
     const auto own = std::make_shared<std::thread>();
-    const VXMutexLocker lock(threads.lock); // it does not end before it is known by its handle
+    const VXMutexLocker lock(threads.lock); // keeps it from ending before its handle is stored
     *own = std::thread([own, owner, work = std::move(work)]() mutable {
         work();
         work = {};

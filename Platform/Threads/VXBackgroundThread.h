@@ -6,23 +6,24 @@
 #include <functional>
 
 /**
- * Threads that nobody waits for while the program runs. Their ends can be awaited when it ends: what a thread keeps for itself
- * (loggers, what libraries have for each thread) is destroyed after its work, and must not meet a program whose static objects
- * are being destroyed.
+ * Threads that nobody waits for while the program is running. When it ends, their ends can be awaited: a thread's own
+ * data (loggers, per-thread data of libraries) is destroyed after its work, and that must not happen while static
+ * objects of the program are being destroyed.
  */
 class VX_PLATFORM_EXPORT VXBackgroundThread
 {
 public:
     VXBackgroundThread() = delete;
 
-    /** Runs the work, which throws nothing, on a thread of its own. Any thread. Throws std::system_error when there is none.
-     *  Of owners, which are never freed, there are few. */
+    /** Runs the work, which must not throw, on a thread of its own. Any thread. Throws std::system_error when there is
+     *  none. There must be few owners, as they are never freed. */
     static void start(std::function<void()> work, const void *owner = nullptr);
 
     /**
-     * Waits until those there are, or those of an owner, have ended, with all that belongs to them. Once the application object
-     * is gone, so that none waits for the main thread; for an owner's, where those never do.
-     * @return false when one still ran after that time; those that have ended are gone all the same.
+     * Waits until all threads, or those of an owner, have ended, with everything that belongs to them. To be called
+     * once the application object is destroyed, so that none waits for the main thread; or for an owner whose threads
+     * never do. @return false when one was still running after that time; those that have ended are cleaned up
+     * nevertheless.
      */
     static bool awaitEnds(std::chrono::milliseconds longest, const void *owner = nullptr);
 };

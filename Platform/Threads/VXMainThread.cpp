@@ -20,8 +20,8 @@ namespace {
 const QEvent::Type workEventType = static_cast<QEvent::Type>(QEvent::registerEventType());
 
 // Calls wait in a queue of our own; Qt's event only wakes the loop. So the hand-over is ordered by our lock, which
-// thread checkers can see. An event runs one call, after asking for the next event if more calls wait: a nested event
-// loop in that call does not see events that were posted before it began.
+// thread checkers can see. An event runs one call, after requesting the next event if more calls wait, since a nested
+// event loop in that call does not see events posted before it began.
 class MainThreadQueue
 {
 public:
@@ -31,7 +31,8 @@ public:
         return *queue;
     }
 
-    // False, without keeping the work, once the application object is gone or before there is one. Work throws nothing.
+    // False, without keeping the work, once the application object is destroyed or before there is one. Work must not
+    // throw.
     bool push(std::function<void()> work)
     {
         const VXMutexLocker lock(_lock);
@@ -65,14 +66,14 @@ public:
     }
 
 private:
-    // Told of events of our own only, and has no need to look into them: Qt's hand-over is hidden from thread checkers.
+    // Receives only our own events, and need not inspect them, as Qt's hand-over is invisible to thread checkers.
     class Receiver : public QObject
     {
     protected:
         void customEvent(QEvent *) override { shared().runNext(); }
     };
 
-    // Makes the receiver and gives it to the application's thread: only the thread that made it may do that.
+    // Makes the receiver and moves it to the application's thread, which only the thread that made it can do.
     bool attach() VX_REQUIRES(_lock)
     {
         if (_receiver == nullptr && QCoreApplication::instance() != nullptr) {
@@ -96,7 +97,8 @@ private:
 
     void wake() VX_REQUIRES(_lock) { QCoreApplication::postEvent(_receiver, new QEvent(workEventType)); }
 
-    // Before the application object goes: what was accepted runs, and what it brings; then no more is accepted.
+    // Before the application object is destroyed: runs the accepted calls, and those that they add; then accepts no
+    // more.
     void close()
     {
         while (const std::function<void()> work = popOrClose())
@@ -136,7 +138,7 @@ private:
     bool _closed VX_GUARDED_BY(_lock) = false;
 };
 
-// What a waiting caller and the main thread share.
+// Shared by a waiting caller and the main thread.
 struct Rendezvous
 {
     VXMutex lock;
@@ -149,7 +151,7 @@ struct Rendezvous
         const VXMutexLocker locker(lock);
         isDone = true;
         exception = std::move(thrown);
-        condition.notifyAll(); // under the lock: the waiting caller destroys this right after waking
+        condition.notifyAll(); // with the lock held, as the waiting caller destroys this right after waking
     }
 
     void wait()

@@ -23,7 +23,7 @@ private:
     std::mutex _mutex;
 };
 
-/** As VXMutex, for the few places where the holder may enter again. */
+/** Like VXMutex, for the few places where the holder may lock it again. */
 class VX_CAPABILITY("mutex") VXRecursiveMutex
 {
 public:
@@ -39,7 +39,7 @@ private:
     std::recursive_mutex _mutex;
 };
 
-/** Holds a VXMutex or VXRecursiveMutex for the length of a scope. */
+/** Holds a VXMutex or VXRecursiveMutex for a scope. */
 template <class Mutex = VXMutex>
 class VX_SCOPED_CAPABILITY VXMutexLocker
 {
@@ -53,7 +53,7 @@ private:
     Mutex &_mutex;
 };
 
-/** A condition variable for VXMutex. The caller holds the mutex; a wait returns with it held again. */
+/** A condition variable for VXMutex. The caller must hold the mutex, and holds it again when a wait returns. */
 class VXCondition
 {
 public:
@@ -65,7 +65,7 @@ public:
         lock.release();
     }
 
-    /** As wait, but gives up after that time. @return what the predicate says then. */
+    /** Same as wait, but gives up after that time. @return the value of the predicate at that point. */
     template <class Predicate>
     bool waitFor(VXMutex &mutex, std::chrono::milliseconds time, Predicate predicate) VX_REQUIRES(mutex)
     {

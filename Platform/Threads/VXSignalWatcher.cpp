@@ -13,7 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The pipe each signal's number is written to, as its descriptor + 1; 0 for none. All a signal handler may touch.
+// The pipe to which each signal's number is written, as descriptor + 1; 0 for none. The only data a signal handler
+// uses.
 std::array<std::atomic<int>, NSIG> pipes;
 
 std::atomic<int> &pipeOf(int number)
@@ -26,7 +27,7 @@ void writeSignal(int number)
     const int savedError = errno;
     const auto byte = static_cast<unsigned char>(number);
     if (const int pipe = pipeOf(number); pipe != 0 && ::write(pipe - 1, &byte, 1) < 0)
-        errno = 0; // a full pipe already holds a signal to deliver
+        errno = 0; // a full pipe already contains a signal to deliver
     errno = savedError;
 }
 

@@ -9,8 +9,9 @@
 #include <vector>
 
 /**
- * Turns Unix signals into calls on the main event loop while it lives; then what held before holds again. A
- * later watcher of the same signal goes before an earlier one, so they must end in reverse order. Main thread only.
+ * Converts Unix signals to calls on the main event loop during its lifetime, and restores the former actions
+ * afterwards. A later watcher of the same signal takes precedence over an earlier one, so they must end in reverse
+ * order. Main thread only.
  */
 class VX_PLATFORM_EXPORT VXSignalWatcher
 {
@@ -22,7 +23,7 @@ public:
     VXSignalWatcher(const VXSignalWatcher &) = delete;
     VXSignalWatcher &operator=(const VXSignalWatcher &) = delete;
 
-    /** Calls with what has come meanwhile, for work that lets no event loop run. */
+    /** Delivers signals that have arrived meanwhile, for work that runs no event loop. */
     void deliverPending();
 
 private:

@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * Names for clang's thread-safety attributes; other compilers see nothing. The clang build checks them with
- * -Wthread-safety, so a field marked VX_GUARDED_BY(_lock) cannot be touched without that lock.
+ * Names for clang's thread-safety attributes; empty for other compilers. The clang build checks them with
+ * -Wthread-safety, so a field marked VX_GUARDED_BY(_lock) cannot be accessed without that lock.
  */
 #if defined(__clang__)
 #define VX_THREAD_ATTRIBUTE(x) __attribute__((x))

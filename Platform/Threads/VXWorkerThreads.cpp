@@ -39,7 +39,7 @@ bool VXWorkerThreads::start(std::function<void()> work, std::function<void()> st
             std::thread([this, work = std::move(work), place] { run(work, place); }).detach();
             return true;
         } catch (const std::system_error &error) {
-            _running.erase(place); // nobody is left to be awaited
+            _running.erase(place); // there is no thread to wait for
             problem = QString::fromLocal8Bit(error.what());
         }
     }
@@ -50,7 +50,7 @@ bool VXWorkerThreads::start(std::function<void()> work, std::function<void()> st
 void VXWorkerThreads::run(const std::function<void()> &work, std::list<std::function<void()>>::iterator place)
 {
     VXGuard([&] { return VXDescribeCode(u"Work on a thread of its own"_s, work.target_type()); }, work);
-    std::function<void()> stop; // goes without the lock
+    std::function<void()> stop; // destroyed after the lock is released
     const VXMutexLocker locker(_lock);
     stop.swap(*place);
     _running.erase(place);

@@ -7,9 +7,9 @@
 #include <list>
 
 /**
- * Threads for work that goes on until it is told to stop. When the application object has gone and no call to the main
- * thread is accepted any more, those that still run are told, and awaited for 10 seconds at most, so that none is left when
- * the process ends. Any thread may call.
+ * Threads for work that continues until it is told to stop. When the application object is destroyed and no call to the
+ * main thread is accepted any more, those still running are told to stop, and awaited for at most 10 seconds, so that
+ * none is left when the process ends. Any thread may call.
  */
 class VX_PLATFORM_EXPORT VXWorkerThreads
 {
@@ -17,9 +17,9 @@ public:
     static VXWorkerThreads &shared();
 
     /**
-     * Runs `work` on a new thread; an exception that leaves it is reported as a diagnostic. `stop` makes it return soon; it
-     * is called once at most, and only while the work runs or just after. @return false, and nothing is run, without an
-     * application object, and when the system gives no more threads, which is reported.
+     * Runs `work` on a new thread; an exception that leaves it is reported as a diagnostic. `stop` has to make it
+     * return soon; it is called at most once, and only while the work runs or just after. @return false, and nothing is
+     * run, without an application object, and when the system cannot provide another thread, which is reported.
      */
     bool start(std::function<void()> work, std::function<void()> stop);
 
@@ -30,7 +30,7 @@ private:
 
     VXMutex _lock;
     VXCondition _ended;
-    std::list<std::function<void()>> _running VX_GUARDED_BY(_lock); // how each is stopped
+    std::list<std::function<void()>> _running VX_GUARDED_BY(_lock); // the function that stops each
     bool _isWatching VX_GUARDED_BY(_lock) = false;
     bool _isClosed VX_GUARDED_BY(_lock) = false;
 };

@@ -5,7 +5,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariantMap>
 
-/** Text with attributes on runs of it (positions and lengths in UTF-16 units). A plain value. */
+/** Text with attributes on parts of it (positions and lengths in UTF-16 units). A value type. */
 struct VXAttributedString
 {
     struct Run

@@ -4,7 +4,7 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-/** True for lists. Qt's own conversions would make one of a text too. */
+/** True for lists. Qt's own conversions would convert a text to a list, too. */
 inline bool VXIsList(const QVariant &value)
 {
     return value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;

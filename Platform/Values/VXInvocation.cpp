@@ -8,7 +8,7 @@ namespace {
 
 constexpr qsizetype maximumArguments = 10; // of Qt's dynamic calls
 
-// The most derived method of that name and count, so that overriding in a subclass holds.
+// The most derived method with that name and number of arguments, so that overrides in subclasses are used.
 QMetaMethod findMethod(const QMetaObject *type, const QByteArray &name, qsizetype argumentCount)
 {
     for (int index = type->methodCount() - 1; index >= 0; --index) {
@@ -19,7 +19,7 @@ QMetaMethod findMethod(const QMetaObject *type, const QByteArray &name, qsizetyp
     return {};
 }
 
-// Converts the arguments in place to what the method takes.
+// Converts the arguments in place to the parameter types.
 bool convertArguments(const QMetaMethod &method, QVariantList &arguments)
 {
     for (int index = 0; index < method.parameterCount(); ++index) {
@@ -31,8 +31,10 @@ bool convertArguments(const QMetaMethod &method, QVariantList &arguments)
     return true;
 }
 
-/** A call that needs no more than to be made: its arguments are of the types that the method takes. They stay as they are, for
- *  it gets them by value or const reference. */
+/**
+ * A call that is ready to be made: its arguments have the parameter types. They do not change, since they are passed by
+ * value or const reference.
+ */
 class PreparedCall
 {
 public:
@@ -50,7 +52,7 @@ public:
         std::optional<QVariant> result(std::in_place);
         if (!_returnsNothing && !_returnsVariant)
             *result = QVariant(_returned);
-        void *places[maximumArguments + 1]; // the first for what is returned
+        void *places[maximumArguments + 1]; // the first is for the return value
         places[0] = _returnsNothing ? nullptr : _returnsVariant ? &*result : result->data();
         for (qsizetype index = 0; index < _arguments.size(); ++index) {
             const QVariant &argument = _arguments[index];
@@ -62,7 +64,7 @@ public:
     }
 
 private:
-    QObject *const _target; // the invocation looks whether it is still there
+    QObject *const _target; // the invocation checks that it still exists
     const int _methodIndex;
     const QVariantList _arguments;
     const QMetaType _returned;

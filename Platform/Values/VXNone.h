@@ -4,7 +4,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** True for what stands for "none": an invalid variant, and one that holds a null pointer, text or byte array. */
+/** Whether the value means "none": an invalid variant, or one with a null pointer, text or byte array. */
 inline bool VXIsNone(const QVariant &value)
 {
     switch (value.typeId()) {

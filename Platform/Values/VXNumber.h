@@ -2,7 +2,7 @@
 
 #include <QtCore/QMetaType>
 
-/** True for the types of whole numbers, of any width and sign, but not for truth values. */
+/** Whether the type is an integer, of any width and sign, but not a truth value. */
 inline bool VXIsWholeNumber(QMetaType type)
 {
     switch (type.id()) {
@@ -20,7 +20,7 @@ inline bool VXIsWholeNumber(QMetaType type)
     }
 }
 
-/** True for the floating-point types. */
+/** Whether it is a floating-point type. */
 inline bool VXIsRealNumber(QMetaType type)
 {
     return type.id() == QMetaType::Double || type.id() == QMetaType::Float;

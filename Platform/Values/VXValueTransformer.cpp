@@ -10,7 +10,7 @@ struct Registry
 {
     static Registry &shared()
     {
-        static auto *const registry = new Registry; // never freed: static objects may use it to the end
+        static auto *const registry = new Registry; // never freed: static objects may use it until the end
         return *registry;
     }
 
@@ -35,7 +35,7 @@ QVariant VXValueTransformer::reverseTransformedValue(const QVariant &) const
 void VXValueTransformer::setValueTransformer(const QString &name, const Ptr &transformer)
 {
     Registry &registry = Registry::shared();
-    Ptr earlier; // ends after the lock is let go
+    Ptr earlier; // destroyed after the lock is released
     const VXMutexLocker locker(registry.lock);
     earlier = registry.transformers.take(name);
     if (transformer)

@@ -8,8 +8,8 @@
 #include <memory>
 
 /**
- * Turns one value into another, as a stored one into what is shown. Transformers are found by name, so that views can
- * name the one they use. Any thread may call the registry; transformers must be reentrant.
+ * Converts one value to another, such as a stored value to what is shown. Transformers are found by name, so that views
+ * can refer to them. Any thread may call the registry; transformers must be reentrant.
  */
 class VX_PLATFORM_EXPORT VXValueTransformer
 {
@@ -21,14 +21,13 @@ public:
     VXValueTransformer(const VXValueTransformer &) = delete;
     VXValueTransformer &operator=(const VXValueTransformer &) = delete;
 
-    /** Invalid for a value that it knows nothing to make of. */
+    /** Invalid for a value that it cannot convert. */
     virtual QVariant transformedValue(const QVariant &value) const = 0;
-    /** The way back, where `allowsReverseTransformation`; invalid otherwise. */
+    /** The reverse conversion, if `allowsReverseTransformation`; invalid otherwise. */
     virtual bool allowsReverseTransformation() const;
     virtual QVariant reverseTransformedValue(const QVariant &value) const;
 
-    /** Registers a transformer in place of an earlier one of that name, which lives on with those who hold it; null
-     *  removes the name. */
+    /** Registers a transformer, replacing an earlier one of that name, which its owners keep; null removes the name. */
     static void setValueTransformer(const QString &name, const Ptr &transformer);
     /** Null when there is none of that name. */
     [[nodiscard]] static Ptr valueTransformerForName(const QString &name);

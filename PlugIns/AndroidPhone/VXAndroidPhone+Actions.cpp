@@ -1,4 +1,4 @@
-// What is done with the phone: pairing, reading its contacts, dialling.
+// Actions on the phone: pairing, reading its contacts, dialling.
 
 #include "VXAndroidPhone.h"
 
@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto pairLimit = 45s;      // the daemon gives the person 30
-constexpr auto discoveryLimit = 20s; // for the phone to be heard of
+constexpr auto discoveryLimit = 20s; // until the phone shows up
 constexpr auto contactsLimit = 60s;
 constexpr auto takingLimit = 300s; // for who keeps what was read
 constexpr qsizetype portionSize = 500;
@@ -22,7 +22,7 @@ constexpr qsizetype portionSize = 500;
 
 // -- Pairing
 
-// A phone that is not heard of is looked for.
+// A phone that is not visible is searched for.
 void VXAndroidPhone::pair(VXBusErrand &errand)
 {
     const QVariantList owner{u"vornix"_s};

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto longestRinging = 120s; // nobody tells that a call was taken
+constexpr auto longestRinging = 120s; // nothing reports that a call was answered
 
 const QString smsPlugin = u"kdeconnect_sms"_s;
 const QString contactsPlugin = u"kdeconnect_contacts"_s;
@@ -35,7 +35,7 @@ const VXBusCall knownDevices{.path = VXConnectNames::root,
                              .arguments = {false, false},
                              .signature = u"a{ss}"_s};
 
-// It connects computers with each other too.
+// KDE Connect also connects computers with each other.
 bool isComputer(const QDBusMessage &properties)
 {
     const QString type = qdbus_cast<QVariantMap>(properties.arguments().value(0)).value(u"type"_s).toString();
@@ -108,7 +108,7 @@ bool VXAndroidPhone::initWithURL(const QUrl &theURL)
     _messages = std::make_unique<VXConnectMessages>(*this, *_messageQueue);
     offer(u"pair"_s, *_finder, [this](VXBusErrand &errand) { pair(errand); });
     offer(u"unpair"_s, *_finder, [this](VXBusErrand &errand) { unpair(errand); });
-    offerActions(allPlugins); // as far as known
+    offerActions(allPlugins); // as far as known so far
     listen();
     if (_service->isThere()) {
         _finder->open();
@@ -176,7 +176,7 @@ void VXAndroidPhone::listen()
     });
 }
 
-// What the phone allows is what its app has as plugins for this computer.
+// What the phone allows shows in the plugins that its app offers to this computer.
 void VXAndroidPhone::offerActions(const QStringList &plugins)
 {
     struct Action
@@ -224,7 +224,8 @@ void VXAndroidPhone::lose(const VXError &why)
 {
     _calls.endAll();
     setState(State::Away, why);
-    // A phone that goes takes its plugins with it, one after the other: what is asked of it now waits, and is not refused.
+    // A phone that disconnects withdraws its plugins one after the other: new requests now wait instead of being
+    // refused.
     if (!_isShutdown)
         offerActions(allPlugins);
 }
@@ -235,7 +236,7 @@ void VXAndroidPhone::setPhone(const QString &deviceID)
     _messages->setPhone(deviceID);
 }
 
-// Signals come in swarms: while it looks, one more look is enough.
+// Signals come in swarms: however many arrive while it looks, looking once more is enough.
 void VXAndroidPhone::find()
 {
     if (_finder->isBusy()) {
@@ -266,7 +267,7 @@ void VXAndroidPhone::lookForPhone(VXBusErrand &errand)
     });
 }
 
-// What its preference "device" says: the daemon's identifier, or the phone's name; without, the only one there is.
+// The preference "device" contains the daemon's identifier or the phone's name; without it, the only phone is chosen.
 QString VXAndroidPhone::choose(const QMap<QString, QString> &phones, VXError *error) const
 {
     const QString wanted = preferenceForKey(u"device"_s).toString();
@@ -294,7 +295,7 @@ VXError VXAndroidPhone::problemOf(const QDBusMessage &properties) const
     if (properties.type() == QDBusMessage::ErrorMessage || !phone.value(u"isReachable"_s).toBool())
         return VXBusError(text(u"The phone is not in reach."_s),
                           text(u"Is the app KDE Connect open on the phone, in the same network?"_s));
-    // From version 23.08 on it is called otherwise.
+    // From version 23.08 on it has another name.
     if (!phone.value(u"isTrusted"_s, phone.value(u"isPaired"_s)).toBool())
         return VXBusError(
             text(u"The phone is not paired with this computer."_s),
@@ -302,7 +303,7 @@ VXError VXAndroidPhone::problemOf(const QDBusMessage &properties) const
     return {};
 }
 
-// Before it is paired, a phone may be known and have no object.
+// Before it is paired, a phone may be known without having an object.
 void VXAndroidPhone::lookAtPhone(VXBusErrand &errand)
 {
     errand.ask(propertiesOf(_phone), [this, &errand](const QDBusMessage &answer) {

@@ -8,9 +8,9 @@
 #include <chrono>
 
 /**
- * An Android phone that KDE Connect's daemon reaches over the network: contacts, messages with their whole history, calls that come
- * in, and dialling on the phone. The plugin's README lists preferences, properties, actions, events, and what must be allowed
- * on the phone. Main thread.
+ * An Android phone that KDE Connect's daemon reaches over the network. It offers contacts, messages with their whole
+ * history, incoming calls, and dialling on the phone. The plugin's README lists the preferences, properties, actions
+ * and events, and what must be allowed on the phone. Main thread.
  */
 class VXAndroidPhone : public VXBusDevice
 {
@@ -68,13 +68,13 @@ private:
     void readBattery();
 
     VXBusService::Ptr _service;
-    std::unique_ptr<VXBusQueue> _finder; // what is asked of the daemon itself, at any time
+    std::unique_ptr<VXBusQueue> _finder; // for requests to the daemon itself, at any time
     VXBusQueue *_messageQueue = nullptr;
     VXBusQueue *_contactQueue = nullptr;
     VXBusQueue *_dialQueue = nullptr;
     std::unique_ptr<VXConnectMessages> _messages;
     VXPhoneCalls _calls; // by number
-    QString _phone;      // the daemon's identifier of it; null while none is known
+    QString _phone;      // the daemon's identifier of the phone; null while none is known
     QStringList _plugins;
     bool _isToBeFoundAgain = false;
 };

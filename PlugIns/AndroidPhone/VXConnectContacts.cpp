@@ -30,13 +30,13 @@ VXConnectContacts::VXConnectContacts(const QString &deviceID)
 {
 }
 
-// All of them in one step, however many there are.
+// Moves all of them in one step, however many there are.
 QString VXConnectContacts::putAside()
 {
     const VXMutexLocker locker(_mutex);
     if (_isOver)
         return {};
-    QDir().mkpath(QFileInfo(_folder).path()); // where no phone was read yet
+    QDir().mkpath(QFileInfo(_folder).path()); // if no phone was read yet
     _lock = std::make_unique<VXFileLock>(_aside + ".lock"_L1, longestWait);
     if (_lock->isTimedOut())
         return VXLocalizedString(
@@ -70,14 +70,14 @@ void VXConnectContacts::returnAll() const
     std::error_code error;
     if (!std::filesystem::exists(aside, error))
         return;
-    std::filesystem::remove(folder, error); // when nothing came
+    std::filesystem::remove(folder, error); // if nothing arrived
     std::filesystem::rename(aside, folder, error);
     if (!error)
         return;
     for (const auto &card : std::filesystem::directory_iterator(aside, error)) {
         std::error_code failure;
         const std::filesystem::path place = folder / card.path().filename();
-        if (!std::filesystem::exists(place, failure)) // else a new one is there
+        if (!std::filesystem::exists(place, failure)) // otherwise a new one is there
             std::filesystem::rename(card.path(), place, failure);
     }
     std::filesystem::remove_all(aside, error);

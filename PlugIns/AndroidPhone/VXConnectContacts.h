@@ -10,20 +10,22 @@
 #include <memory>
 
 /**
- * The folder in which KDE Connect's daemon keeps a phone's contacts, a vCard each. It fetches only cards that it has not, or knows
- * to be older; so those that are there are put aside before it is asked, and come back when it does not answer. Whoever reads
- * is alone with the folder from then on: two programs would put aside each other's cards. Any thread; it may take its time.
+ * The folder in which KDE Connect's daemon keeps a phone's contacts, one vCard each. The daemon fetches only cards that
+ * it does not have, or knows to be out of date. So the existing cards are put aside before it is asked, and brought
+ * back if it does not answer. From then on the reader has the folder to itself: two programs would put aside each
+ * other's cards. Any thread; it may take some time.
  */
 class VXConnectContacts
 {
 public:
     explicit VXConnectContacts(const QString &deviceID);
 
-    /** Waits a while until nobody else reads. @return why it cannot be done, for the user; null when it is. */
+    /** Waits a while until nobody else is reading. @return why it cannot be done, for the user; null on success. */
     QString putAside();
-    /** Those that did not come anew take their places again, also those that a killed program had put aside. Ends being alone. */
+    /** Puts back the cards that did not arrive again, including those that a killed program had put aside. Gives up the
+     *  exclusive use of the folder. */
     void bringBack();
-    /** Ends being alone: what came is what there is. */
+    /** Gives up the exclusive use of the folder: what has arrived is all there is. */
     void forget();
 
     struct Cards
@@ -40,7 +42,7 @@ private:
     void returnAll() const;
 
     const QString _folder;
-    const QString _aside; // hidden beside it, whole
+    const QString _aside; // where the whole folder is moved: a hidden one beside it
     VXMutex _mutex;
     bool _isOver VX_GUARDED_BY(_mutex) = false; // nothing is to be put aside any more
     std::unique_ptr<VXFileLock> _lock VX_GUARDED_BY(_mutex);

@@ -8,7 +8,7 @@
 
 #include <optional>
 
-/** An address, as the daemon takes and gives it: (s). */
+/** An address in the form the daemon takes and gives: (s). */
 struct VXConnectAddress
 {
     QString address;
@@ -23,7 +23,7 @@ struct VXConnectAttachment
 };
 Q_DECLARE_METATYPE(VXConnectAttachment)
 
-/** A message, as the daemon tells of it: (isa(s)xiixixa(xsss)). */
+/** A message in the form the daemon sends it: (isa(s)xiixixa(xsss)). */
 struct VXConnectMessage
 {
     enum Type { Inbox = 1, Sent = 2, Draft = 3, Outbox = 4, Failed = 5, Queued = 6 };
@@ -39,18 +39,18 @@ struct VXConnectMessage
     qint64 card = 0;
     QList<VXConnectAttachment> attachments = {};
 
-    /** Of a signal's argument; none when that is something else. */
+    /** Reads a signal's argument; none if it is something else. */
     static std::optional<VXConnectMessage> fromArgument(const QVariant &argument);
-    /** For the types above to go over the bus. */
+    /** Registers the types above so that they can be sent over the bus. */
     static void registerTypes();
 
     using Key = std::pair<qint64, int>;
     Key key() const { return {thread, identifier}; }
     bool isIncoming() const { return type == Inbox; }
-    /** The other party: of several, the first is who wrote it. */
+    /** The other party. If there are several, the first is the one who wrote the message. */
     QString number() const { return addresses.isEmpty() ? QString() : addresses.first().address; }
 
-    /** As lists of phones and events have it; `deviceURL` is the phone's. */
+    /** The message as lists of phones and events have it; `deviceURL` is the phone's. */
     QVariantMap record(const QString &deviceURL) const;
 };
 Q_DECLARE_METATYPE(VXConnectMessage)

@@ -33,12 +33,12 @@ bool isAhead(qint64 date)
 
 struct VXConnectMessages::Reading
 {
-    QList<VXConnectMessage> messages = {};  // that were not handed over
-    QSet<VXConnectMessage::Key> known = {}; // all that came
-    bool isHandedOver = true;               // else nobody takes portions
-    QList<qint64> threads = {};             // those that are left
-    qint64 thread = 0;                      // the one that is read
-    QSet<int> found = {};                   // of it
+    QList<VXConnectMessage> messages = {};  // not handed over yet
+    QSet<VXConnectMessage::Key> known = {}; // all that arrived
+    bool isHandedOver = true;               // false if nobody takes portions
+    QList<qint64> threads = {};             // the remaining ones
+    qint64 thread = 0;                      // the one being read
+    QSet<int> found = {};                   // in that conversation
     qulonglong expected = 0;
     QStringList problems = {};
 
@@ -67,7 +67,7 @@ VXConnectMessages::VXConnectMessages(VXBusDevice &device, VXBusQueue &queue) : _
         if (!message)
             return;
         take(*message);
-        if (const Heard reader = _heard) // which may listen to others
+        if (const Heard reader = _heard) // it may start to listen to others
             reader(*message);
     };
     for (const QString &member : {u"conversationCreated"_s, u"conversationUpdated"_s})
@@ -108,7 +108,7 @@ void VXConnectMessages::take(const VXConnectMessage &message)
         _device.announce(u"new_message"_s, {}, record);
 }
 
-// A phone that was away for a while has its mark already: what came meanwhile is news.
+// A phone that was away for a while already has its mark: what arrived meanwhile is new.
 void VXConnectMessages::survey()
 {
     const auto look = [this](VXBusErrand &errand) {
@@ -126,7 +126,7 @@ void VXConnectMessages::survey()
 
 // -- Reading
 
-// What the function keeps alive, as all that was read, goes with the errand.
+// What the function keeps alive, for example everything that was read, is freed with the errand.
 void VXConnectMessages::listen(VXBusErrand &errand, const Heard &heard)
 {
     _heard = errand.guarded<VXConnectMessage>(heard);
@@ -140,7 +140,7 @@ void VXConnectMessages::dropHeard()
         _heard = {};
 }
 
-// Calls `then` when no more conversations are told of. The step is begun already.
+// Calls `then` when no more conversations are reported. The step has already begun.
 void VXConnectMessages::askForThreads(VXBusErrand &errand, const std::function<void()> &then)
 {
     errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, {},
@@ -154,7 +154,7 @@ void VXConnectMessages::askForThreads(VXBusErrand &errand, const std::function<v
                 [](const QVariantList &) {});
 }
 
-// What the daemon knows from earlier, of another program too, it does not tell again.
+// The daemon does not report again what it knows from before, be it through another program.
 void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<void()> &then)
 {
     errand.ask({.path = VXConnectNames::path(_phone),
@@ -170,7 +170,7 @@ void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<vo
                });
 }
 
-// The daemon tells of messages that it did not know, and of each conversation that the phone has.
+// The daemon reports messages that it did not know, and each conversation that the phone has.
 void VXConnectMessages::read(VXBusErrand &errand)
 {
     const auto reading = std::make_shared<Reading>();
@@ -191,7 +191,8 @@ void VXConnectMessages::read(VXBusErrand &errand)
     });
 }
 
-// Of a conversation the daemon first fetches what it has not, and says how much there is; then it hands that over.
+// For a conversation the daemon first fetches what it does not have, and reports how much there is; then it delivers
+// that.
 void VXConnectMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
 {
     if (reading->threads.isEmpty())
@@ -212,7 +213,7 @@ void VXConnectMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Read
                 [](const QVariantList &) {});
 }
 
-// The daemon reads what is not there when it is asked for more than it said.
+// If it is asked for more than it reported, the daemon reads what is missing.
 void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count)
 {
     reading->expected = count;
@@ -223,7 +224,7 @@ void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Re
     listen(errand, [this, &errand, reading, end](const VXConnectMessage &message) {
         reading->add(message);
         if (reading->messages.size() >= 4 * portionSize)
-            handOver(errand, *reading); // however fast they come
+            handOver(errand, *reading); // however fast they arrive
         if (message.thread != reading->thread)
             return;
         reading->found.insert(message.identifier);
@@ -250,13 +251,13 @@ void VXConnectMessages::finishThread(VXBusErrand &errand, const std::shared_ptr<
         errand.action()->incrementProgress();
     const auto next = [this, &errand, reading] { readNext(errand, reading); };
     errand.begin(_device.text(u"Reading messages"_s),
-                 takingLimit); // nothing of this conversation is waited for any more
+                 takingLimit); // nothing more of this conversation is expected
     listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
     if (reading->messages.size() < portionSize || !handOver(errand, *reading, next))
         next();
 }
 
-// What is made of them is made where they are wanted. False when that is at the end. `next` may be called at once.
+// Records are made where they are needed. False if that is at the end. `next` may be called at once.
 bool VXConnectMessages::handOver(VXBusErrand &errand, Reading &reading, const std::function<void()> &next) const
 {
     if (!reading.isHandedOver)
@@ -272,7 +273,7 @@ bool VXConnectMessages::handOver(VXBusErrand &errand, Reading &reading, const st
     return reading.isHandedOver;
 }
 
-// A hundred thousand records take their time, which is another thread's.
+// A hundred thousand records take some time, so another thread makes them.
 void VXConnectMessages::finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading) const
 {
     reading->known = {};
@@ -300,13 +301,14 @@ QVariantList VXConnectMessages::recordsOf(QList<VXConnectMessage> messages, cons
 
 // -- Sending
 
-// What the phone tells of as sent must be newer than all it has: in a program that has just begun nobody knows yet what that is.
+// What the phone reports as sent must be newer than everything it has; a program that has just started does not know
+// yet what that is.
 void VXConnectMessages::send(VXBusErrand &errand)
 {
     const VXTextToSend message = VXTextToSend::ofObject(errand.object());
     if (!message.error.isNull())
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
-    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the daemon is told
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the request is passed to the daemon
     const auto go = [this, &errand, message] {
         sendNow(errand, std::make_shared<Sending>(Sending{.message = message, .before = _newest}));
     };
@@ -314,7 +316,7 @@ void VXConnectMessages::send(VXBusErrand &errand)
         return go();
     errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
     const auto look = [this, &errand, go] { askForNewest(errand, go); };
-    errand.wait(quiet, look); // also when it tells of none
+    errand.wait(quiet, look); // even if it reports none
     askForThreads(errand, look);
 }
 
@@ -334,7 +336,7 @@ void VXConnectMessages::sendNow(VXBusErrand &errand, const std::shared_ptr<Sendi
                });
 }
 
-// There is no receipt: the message is sent once it comes back as one that is.
+// There is no receipt: the message counts as sent once it comes back as a sent one.
 void VXConnectMessages::follow(VXBusErrand &errand, const std::shared_ptr<Sending> &sending,
                                const VXConnectMessage &message)
 {

@@ -6,21 +6,21 @@
 #include <QtCore/QSet>
 
 /**
- * The messages of a phone, by its daemon's conversations: reads their whole history, sends, and announces what comes in. The
- * daemon's answers and its news are the same signals; what is newer than all that was there when the phone was connected is
- * news. Main thread.
+ * The messages of a phone, taken from the daemon's conversations: reads their whole history, sends, and announces
+ * incoming messages. The daemon uses the same signals for its answers and for new messages, so a message counts as new
+ * if it is newer than everything that was there when the phone was connected. Main thread.
  */
 class VXConnectMessages : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Both outlive this. */
+    /** Both must outlive this object. */
     VXConnectMessages(VXBusDevice &device, VXBusQueue &queue);
 
-    /** Which phone it is; none of it while it is null. */
+    /** Sets which phone it is; null means none. */
     void setPhone(const QString &deviceID);
-    /** To be asked after each connection: phones tell of new messages only when they were asked for messages. */
+    /** To be called after each connection: phones report new messages only after they were asked for messages. */
     void survey();
 
     // -- Work of actions
@@ -41,7 +41,7 @@ private:
         bool isBefore(qint64 date) const;
     };
 
-    /** Hands over messages during this step. */
+    /** Passes on messages during this step. */
     void listen(VXBusErrand &errand, const Heard &heard);
     void dropHeard();
     void askForThreads(VXBusErrand &errand, const std::function<void()> &then);
@@ -63,5 +63,5 @@ private:
     Newest _newest;                   // of any message
     QSet<VXConnectMessage::Key> _told;
     Heard _heard;                     // null for none
-    QPointer<VXBusErrand> _listening; // whose it is
+    QPointer<VXBusErrand> _listening; // the errand that is listening
 };

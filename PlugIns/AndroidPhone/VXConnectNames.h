@@ -17,7 +17,7 @@ inline const QString share = QStringLiteral("org.kde.kdeconnect.device.share");
 inline const QString battery = QStringLiteral("org.kde.kdeconnect.device.battery");
 inline const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
 
-/** The object of a device; of one of its parts, as "sms". */
+/** The object path of a device, or of one of its parts, such as "sms". */
 inline QString path(const QString &deviceID, const QString &part = {})
 {
     return root + QStringLiteral("/devices/") + deviceID + (part.isEmpty() ? QString() : u'/' + part);

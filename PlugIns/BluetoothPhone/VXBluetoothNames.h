@@ -2,7 +2,7 @@
 
 #include <QtCore/QString>
 
-/** Names on the bus, as BlueZ, obexd and oFono give them, and of the profiles that phones offer. */
+/** Names that BlueZ, obexd and oFono use on the bus, and the profiles that phones offer. */
 namespace VXBluetoothNames {
 
 inline const QString bluez = QStringLiteral("org.bluez");

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::seconds firstDelay{5}; // doubled after each failure
 constexpr std::chrono::seconds longestDelay{300};
-constexpr auto connectionLimit = 150s; // a phone that asks its user is asked several times
+constexpr auto connectionLimit = 150s; // a phone that asks its user is tried several times
 
 } // namespace
 
@@ -26,7 +26,7 @@ VXBluetoothPhone::VXBluetoothPhone() : _delay(firstDelay)
 
 VXBluetoothPhone::~VXBluetoothPhone()
 {
-    ++_attempt; // what comes of what is under way is dropped
+    ++_attempt; // the outcome of what is in progress is dropped
     _connecting.reset();
     stopQueues();
 }
@@ -75,7 +75,7 @@ bool VXBluetoothPhone::initWithURL(const QUrl &theURL)
     const VXObexPeer peer{.address = [this] { return preference(u"address"_s); },
                           .text = [this](const QString &key) { return text(key); }};
     _obex = VXBusService::named(VXBluetoothNames::obex, u"session"_s);
-    _contactsQueue = &addQueue(_obex); // no list of contacts holds up a message
+    _contactsQueue = &addQueue(_obex); // reading contacts must not delay a message
     _messagesQueue = &addQueue(_obex);
     _phonebook = std::make_unique<VXPhonebookAccess>(
         peer, [this](const QString &number) { show(u"phoneNumber"_s, number, u"Own number"_s, 50); });
@@ -112,7 +112,7 @@ void VXBluetoothPhone::pluginWillUnload()
     VXBusDevice::pluginWillUnload();
 }
 
-// With other preferences it may be another phone.
+// With other preferences it may be a different phone.
 void VXBluetoothPhone::startAnew()
 {
     ++_attempt;
@@ -144,7 +144,7 @@ void VXBluetoothPhone::makeTelephony()
 
 // -- Actions
 
-// Until the phone is known it may have everything.
+// As long as the phone is unknown, it is assumed to have everything.
 bool VXBluetoothPhone::hasProfile(const QString &profile) const
 {
     const VXBluetoothEntry *const phone = _watch ? _watch->phone(preference(u"address"_s)) : nullptr;
@@ -202,7 +202,7 @@ void VXBluetoothPhone::bluetoothDidChange()
         address.isEmpty() ? VXBusError(text(u"It is not said which phone this is."_s),
                                        text(u"Set the preference address; \"vornix devices find\" shows phones."_s))
                           : _watch->problemOf(address);
-    if (!problem.isNull()) { // until that is another
+    if (!problem.isNull()) { // until that changes
         _again.stop();
         _messages->close();
         return setState(State::Away, problem);
@@ -214,9 +214,9 @@ void VXBluetoothPhone::bluetoothDidChange()
     const bool hasCome = phone.isConnected && !_wasLinked;
     const bool hasGone = !phone.isConnected && _wasLinked;
     _wasLinked = phone.isConnected;
-    if (hasGone && isConnected() && !_messages->isOpen()) // its end would be told
+    if (hasGone && isConnected() && !_messages->isOpen()) // otherwise its end would be reported
         return lose();
-    if (hasCome || !_again.isActive()) // else it will be tried in a while
+    if (hasCome || !_again.isActive()) // otherwise it will be tried in a while
         begin();
 }
 
@@ -230,7 +230,7 @@ void VXBluetoothPhone::begin()
     if (_isShutdown || _isTrying || isConnected() || !_watch->isKnown())
         return;
     if (!_watch->problemOf(preference(u"address"_s)).isNull())
-        return; // that is told
+        return; // that will be reported
     _again.stop();
     ++_attempt;
     _isTrying = true;
@@ -262,7 +262,7 @@ void VXBluetoothPhone::tryPhone()
                          }));
 }
 
-// A phone that keeps its messages to itself may still let its contacts be read.
+// A phone that does not give access to its messages may still allow its contacts to be read.
 void VXBluetoothPhone::tryContacts(const VXError &messagesProblem)
 {
     if (!hasProfile(VXBluetoothNames::contactsProfile))
@@ -295,7 +295,7 @@ void VXBluetoothPhone::didFail(const VXError &why)
     _delay = std::min(2 * _delay, longestDelay);
 }
 
-// By the phone, or by the service.
+// The connection was lost, by the phone or by the service.
 void VXBluetoothPhone::lose()
 {
     if (!isConnected())

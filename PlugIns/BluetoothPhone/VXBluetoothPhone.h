@@ -9,8 +9,8 @@
 #include <memory>
 
 /**
- * A phone that is paired by Bluetooth: contacts and lists of calls, messages, calls, as far as it offers them and its user allows
- * it. The plugin's README lists its preferences, properties, actions and events. Main thread.
+ * A phone paired by Bluetooth: contacts and lists of calls, messages, and calls, as far as the phone offers them and
+ * its user allows it. The plugin's README lists the preferences, properties, actions and events. Main thread.
  */
 class VXBluetoothPhone : public VXBusDevice
 {
@@ -57,7 +57,7 @@ private:
     QStringList _offered; // actions
     QTimer _again;
     std::chrono::seconds _delay;
-    bool _wasLinked = false; // by whatever profile, as BlueZ tells it
+    bool _wasLinked = false; // by any profile, as BlueZ reports it
     bool _isTrying = false;
-    quint64 _attempt = 0; // counts them: what comes of an earlier one is dropped
+    quint64 _attempt = 0; // counts the attempts: the outcome of an earlier one is dropped
 };

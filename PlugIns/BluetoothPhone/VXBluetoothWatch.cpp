@@ -20,7 +20,7 @@ constexpr auto answerLimit = 8s;
 
 using Interfaces = QMap<QString, QVariantMap>;
 
-// Of GetManagedObjects: what each object has, by path.
+// Evaluates GetManagedObjects: what each object has, by path.
 QMap<QString, Interfaces> objectsOf(const QVariant &answer)
 {
     QMap<QString, Interfaces> objects;

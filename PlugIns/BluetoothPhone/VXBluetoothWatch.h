@@ -13,19 +13,19 @@ struct VXBluetoothEntry
     QString path;
     QString address;
     QString name;
-    QStringList profiles; // UUIDs, in small letters
+    QStringList profiles; // UUIDs, in lower case
     bool isPaired = false;
     bool isConnected = false;
     bool isPowered = false; // its adapter
 
     bool offers(const QString &profile) const;
-    /** Whether contacts, messages or calls can be had. */
+    /** Whether it offers contacts, messages or calls. */
     bool isPhone() const;
 };
 
 /**
- * Which phones BlueZ knows, and how it stands with them: read when the service appears, and again when something changes. Main
- * thread.
+ * Which phones BlueZ knows, and the state they are in. Read when the service appears, and again when something changes.
+ * Main thread.
  */
 class VXBluetoothWatch : public QObject
 {
@@ -34,22 +34,22 @@ class VXBluetoothWatch : public QObject
 public:
     using Text = std::function<QString(const QString &key)>;
 
-    /** `text` gives the plugin's texts. */
+    /** `text` returns the plugin's texts. */
     explicit VXBluetoothWatch(const Text &text);
 
-    /** Paired or not, those with a profile of phones. */
+    /** Phones, paired or not, that have one of the profiles of phones. */
     const QList<VXBluetoothEntry> &phones() const { return _phones; }
-    /** True once they were read, or cannot be: then `problem` says why, and what to do. */
+    /** True once the phones were read, or turned out to be unreadable: then `problem` says why, and what to do. */
     bool isKnown() const { return _isKnown; }
     const VXError &problem() const { return _problem; }
 
-    /** What keeps that phone from being used; null when nothing does. */
+    /** What prevents that phone from being used; null if nothing does. */
     VXError problemOf(const QString &address) const;
-    /** Null without the phone. */
+    /** Null if the phone is not known. */
     const VXBluetoothEntry *phone(const QString &address) const;
 
 Q_SIGNALS:
-    /** It is known, or is not the same as before. */
+    /** The phones are known for the first time, or have changed. */
     void didChange();
 
 private:
@@ -59,7 +59,7 @@ private:
 
     const Text _text;
     const VXBusService::Ptr _service;
-    QTimer _soon; // several changes come together
+    QTimer _soon; // combines several changes into one
     QList<VXBluetoothEntry> _phones;
     VXError _problem;
     bool _isKnown = false;

@@ -21,13 +21,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto stepLimit = 70s; // of silence: the service gives a stuck phone up after 60
+constexpr auto stepLimit = 70s; // without a sign of life: the service gives up on a stuck phone after 60
 constexpr quint16 pageSize = 1000;
-constexpr int lastOffset = 65'535 - pageSize; // the protocol counts no further
+constexpr int lastOffset = 65'535 - pageSize; // the protocol cannot count further
 
 using Listed = VXListedMessage;
 
-// A thousand take a while.
+// A thousand take some time.
 QList<Listed> listedFrom(const QVariant &answer)
 {
     QList<Listed> messages;
@@ -45,14 +45,15 @@ QList<Listed> listedFrom(const QVariant &answer)
     return messages;
 }
 
-// What a phone files under messages may be mail, or belong to other programs.
+// What a phone files under messages may also be mail, or belong to other programs.
 bool isText(const QString &type)
 {
     return type.isEmpty() || type.startsWith("sms"_L1, Qt::CaseInsensitive) ||
            type.startsWith("mms"_L1, Qt::CaseInsensitive);
 }
 
-// "20261121T203000", in the phone's time, which is taken for this computer's; with a zone where the phone tells it.
+// "20261121T203000", in the phone's time, which is assumed to be that of this computer; with a zone if the phone gives
+// one.
 QDateTime dateFrom(const QString &stamp)
 {
     QDateTime date = QDateTime::fromString(stamp.first(std::min<qsizetype>(stamp.size(), 15)), u"yyyyMMddThhmmss"_s);
@@ -86,13 +87,13 @@ VXMessageEnvelope envelopeIn(const QString &path)
 
 } // namespace
 
-/** One reading of all folders: message by message, as lists hold texts cut off. */
+/** One reading of all folders: message by message, because lists contain truncated texts. */
 struct VXMessageAccess::Reading
 {
-    QStringList folders = {u"inbox"_s, u"sent"_s}; // those that are left
+    QStringList folders = {u"inbox"_s, u"sent"_s}; // the remaining ones
     int offset = 0;                                // in the first
-    std::deque<Listed> messages = {};              // of all lists, those that are left
-    QSet<QString> known = {};                      // paths, as some phones always begin at the first
+    std::deque<Listed> messages = {};              // of all lists, the remaining ones
+    QSet<QString> known = {};                      // paths, because some phones always begin with the first
     VXTransferFolder folder = {};
     QVariantList items = {};
     QStringList problems = {};
@@ -141,7 +142,7 @@ void VXMessageAccess::withSession(VXBusErrand &errand, const Then &then)
     VXOpenObexSession(errand, _peer, u"map"_s, [this, &errand, then](const QString &session) {
         _session = session;
         _told.clear();
-        errand.setFarewell([this] { close(); }); // without its folder it is of no use
+        errand.setFarewell([this] { close(); }); // without its folder it is useless
         errand.begin(_peer.text(u"Connecting"_s), stepLimit);
         errand.ask(call(u"SetFolder"_s, {u"/telecom/msg"_s}, {}), [&errand, then](const QDBusMessage &answer) {
             if (answer.type() == QDBusMessage::ErrorMessage)
@@ -183,7 +184,7 @@ void VXMessageAccess::list(VXBusErrand &errand, const std::shared_ptr<Reading> &
                                              [this, &errand, reading](const QList<Listed> &listed) {
                                                  takeList(errand, reading, listed);
                                              });
-                   // A folder may be missing; a phone that has none of them is not read.
+                   // A folder may be missing; if a phone has none of them, the reading fails.
                    const QString folder = reading->folders.takeFirst();
                    const VXError error = VXBusErrand::errorOf(answer);
                    if (folder == "inbox"_L1)
@@ -237,12 +238,12 @@ void VXMessageAccess::readNext(VXBusErrand &errand, const std::shared_ptr<Readin
             reading->problems.append(u"%1: %2"_s.arg(handleOf(message.path), problem.localizedDescription()));
         if (errand.action())
             errand.action()->incrementProgress();
-        readNext(errand, reading); // the others may be had
+        readNext(errand, reading); // the others may be available
     };
     errand.setFarewell(VXRunObexTransfer(errand, _peer, get, take));
 }
 
-// As records and the first driver have it.
+// With the keys of records and of the first driver.
 QVariantMap VXMessageAccess::record(const QString &path, const QVariantMap &listed,
                                     const VXMessageEnvelope &envelope) const
 {
@@ -283,7 +284,7 @@ void VXMessageAccess::send(VXBusErrand &errand)
     const VXTextToSend message = VXTextToSend::ofObject(errand.object());
     if (!message.error.isNull())
         return errand.fail(message.error, {{u"failure"_s, u"refused"_s}});
-    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until the phone is handed something
+    errand.setResultOfFailure({{u"failure"_s, u"later"_s}}); // until something is handed to the phone
     withSession(errand, [this, &errand, message] { push(errand, message.number, message.text); });
 }
 
@@ -298,7 +299,7 @@ void VXMessageAccess::push(VXBusErrand &errand, const QString &number, const QSt
         return errand.fail(VXBusError(_peer.text(u"There is no place for what the phone hands over."_s)));
     errand.begin(_peer.text(u"Sending the message"_s), stepLimit);
     errand.setResultOfFailure({});
-    // The phone takes it; what becomes of it in the network nobody tells.
+    // The phone accepts it; nobody reports what happens to it in the network.
     const auto taken = [&errand, folder](const VXError &problem) {
         if (problem.isNull())
             errand.succeed({{u"partCount"_s, 1}, {u"sentCount"_s, 1}});
@@ -341,13 +342,13 @@ void VXMessageAccess::remove(VXBusErrand &errand)
 void VXMessageAccess::change(VXBusErrand &errand, const QString &property, bool value)
 {
     const Place place = placeOf(errand.object().toMap());
-    static const QRegularExpression form(u"\\A[0-9A-Za-z]{1,40}\\z"_s); // of what is part of an object's path
+    static const QRegularExpression form(u"\\A[0-9A-Za-z]{1,40}\\z"_s); // of a part of an object's path
     if (!form.match(place.handle).hasMatch())
         return errand.fail(VXBusError(_peer.text(u"The message must have a memory and a location."_s)));
     withSession(errand, [this, &errand, place, property, value] { set(errand, place, property, value, true); });
 }
 
-// The service knows a message by its handle once it was listed.
+// The service knows a message's handle only after it was listed.
 void VXMessageAccess::set(VXBusErrand &errand, const Place &place, const QString &property, bool value, bool mayList)
 {
     errand.begin(_peer.text(u"Changing messages"_s), stepLimit);
@@ -393,7 +394,7 @@ void VXMessageAccess::wasAdded(const QDBusMessage &signal)
     _queue.enqueue([this, path, listed](VXBusErrand &errand) { announce(errand, path, listed); }, {});
 }
 
-// The report has neither sender nor text.
+// The report contains neither sender nor text.
 void VXMessageAccess::announce(VXBusErrand &errand, const QString &path, const QVariantMap &listed)
 {
     const auto folder = std::make_shared<VXTransferFolder>();
@@ -406,7 +407,7 @@ void VXMessageAccess::announce(VXBusErrand &errand, const QString &path, const Q
                         .signature = u"oa{sv}"_s};
     const auto tell = [this, &errand, path, listed, folder, file](const VXError &problem) {
         if (!problem.isNull())
-            return errand.fail(problem); // it is read with the others
+            return errand.fail(problem); // it will be read with the others
         QVariantMap message = record(path, listed, envelopeIn(file));
         message.insert(u"state"_s, u"unread"_s);
         if (!message.contains(u"date"_s))

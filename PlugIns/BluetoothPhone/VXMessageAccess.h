@@ -6,7 +6,7 @@
 
 #include <QtCore/QSet>
 
-/** What the service tells of a message without its text. */
+/** What the service says about a message, without its text. */
 struct VXListedMessage
 {
     QString path;
@@ -14,23 +14,23 @@ struct VXListedMessage
 };
 
 /**
- * The messages of a phone, by message access: one session, made when it is needed and kept, for the phone to report new messages.
- * Main thread.
+ * The messages of a phone, by message access. One session is opened when it is needed and then kept, so that the phone
+ * can report new messages. Main thread.
  */
 class VXMessageAccess : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Device and queue outlive this. */
+    /** Device and queue must outlive this object. */
     VXMessageAccess(VXBusDevice &device, VXBusQueue &queue, VXObexPeer peer);
     ~VXMessageAccess() override;
 
     bool isOpen() const { return !_session.isNull(); }
-    /** Lets the session go. */
+    /** Closes the session. */
     void close();
 
-    // -- Work of actions, and of connecting; each opens the session where there is none
+    // -- Work of actions, and of connecting; each opens a session if there is none
     void open(VXBusErrand &errand);
     void read(VXBusErrand &errand);
     void send(VXBusErrand &errand);
@@ -39,7 +39,7 @@ public:
     void remove(VXBusErrand &errand);
 
 Q_SIGNALS:
-    /** The phone, or the service, ended the session. */
+    /** The phone or the service ended the session. */
     void didLose();
 
 private:

@@ -69,7 +69,7 @@ private:
             _length = value.toLongLong();
     }
 
-    // Before the envelope the sender's, inside the recipients'.
+    // The cards before the envelope are the sender's, those inside it the recipients'.
     void takeCard(const QByteArray &key, const QByteArray &value)
     {
         const QByteArray property = key.split(';').first();
@@ -90,11 +90,11 @@ private:
         return u"%1 %2"_s.arg(parts.value(1), parts.value(0)).simplified();
     }
 
-    // The length counts from BEGIN:MSG to END:MSG, both with their ends of lines, of all parts together. Phones that count otherwise
-    // are not believed: then the text goes to the last END:MSG.
+    // The length counts from BEGIN:MSG to END:MSG, both including their line ends, for all parts together. If a phone
+    // counts differently, its length is ignored: the text then extends to the last END:MSG.
     void takeBody()
     {
-        constexpr qsizetype frame = 22; // of "BEGIN:MSG", "END:MSG" and the ends of three lines
+        constexpr qsizetype frame = 22; // "BEGIN:MSG", "END:MSG" and the ends of three lines
         const QByteArray closing = "\r\nEND:MSG"_ba;
         const bool isPossible = _length >= frame && _length - frame <= _bytes.size() - _at;
         qsizetype end = isPossible ? _at + _length - frame : _at;
@@ -123,7 +123,7 @@ private:
     const QByteArray _bytes;
     qsizetype _at = 0;
     qsizetype _length = 0;
-    bool _isInside = false; // the envelope
+    bool _isInside = false; // inside the envelope
     bool _isCard = false;
     bool _hasCoding = false;
     bool _endsWell = false;

@@ -3,12 +3,13 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-/** A message in its envelope, as phones hand it over by Bluetooth ("bMessage", version 1.0). A value; reentrant. */
+/** A message in its envelope, as phones deliver it by Bluetooth ("bMessage", version 1.0). A value; reentrant. */
 struct VXMessageEnvelope
 {
-    /** What can be read of it; never fails: what is cut off is not complete, what is no text has `data`. */
+    /** Reads as much as possible and never fails: a message that is cut off is not complete, and one that is not text
+     *  has `data`. */
     static VXMessageEnvelope fromData(const QByteArray &bytes);
-    /** To be sent to a number. */
+    /** The envelope of a message that is to be sent to a number. */
     static QByteArray toBeSent(const QString &number, const QString &text);
 
     bool isRead = false;
@@ -19,6 +20,6 @@ struct VXMessageEnvelope
     QString recipient = {}; // the first
     QString recipientName = {};
     QString text = {};       // lines end with a line feed
-    QByteArray data = {};    // in place of a text that is in no known coding
+    QByteArray data = {};    // instead of the text, if that is in no known encoding
     bool isComplete = false; // its end is there
 };

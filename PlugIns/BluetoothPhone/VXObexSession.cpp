@@ -17,7 +17,7 @@ namespace {
 constexpr auto sessionLimit = 70s; // the service gives up by itself after 60
 constexpr int mostTries = 4;       // of ten seconds each
 
-// What the service says of a phone, and what its user may do about it.
+// What the service says about a phone, and what its user can do about it.
 VXError errorOfSession(const QDBusMessage &answer, const VXObexPeer &peer, const QString &target)
 {
     const QString said = answer.errorMessage();
@@ -45,7 +45,8 @@ QString pathIn(const QDBusMessage &message)
     return message.arguments().value(0).value<QDBusObjectPath>().path();
 }
 
-// Asks for an object of the service. The answer is heard even when nobody waits for it any more: the object would stay.
+// Requests an object of the service. The answer is received even if nobody waits for it any more, since otherwise the
+// object would stay.
 void askFor(VXBusErrand &errand, const VXBusCall &call, const VXBusService::Answer &then,
             const std::function<VXBusCall(const QString &object)> &farewell)
 {
@@ -86,13 +87,13 @@ void trySession(VXBusErrand &errand, const VXObexPeer &peer, const QString &targ
     askFor(errand, create, taken, VXObexFarewell);
 }
 
-/** What is known of the transfers of the service while one is waited for: it may end before its name is told. */
+/** What is known of the service's transfers while one is awaited: it may end before its name is known. */
 struct Transfers
 {
-    QString awaited = {}; // null until it is told
+    QString awaited = {}; // null until it is known
     QHash<QString, QString> status = {};
     QSet<QString> gone = {};
-    std::function<void(const VXError &problem)> then; // none once it was called
+    std::function<void(const VXError &problem)> then; // null once it was called
 
     void conclude(const VXError &problem)
     {

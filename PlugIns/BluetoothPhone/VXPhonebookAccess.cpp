@@ -11,17 +11,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto stepLimit = 70s; // of silence: a stuck phone is given up by the service after 10 or 60
+constexpr auto stepLimit = 70s; // without a sign of life: the service gives up on a stuck phone after 10 or 60
 
 } // namespace
 
-/** One reading: the lists of the phone that are still to be pulled, and what they held. */
+/** One reading: the phone's lists that are still to be fetched, and the contents of the others. */
 struct VXPhonebookAccess::Reading
 {
     QString what; // for people
     VXPhonebookCards (*read)(const QString &path);
     QStringList lists;
-    QStringList otherLists; // in place of the first, where the phone does not have that
+    QStringList otherLists; // used instead of the first if the phone does not have that one
     QString session = {};
     VXTransferFolder folder = {};
     VXPhonebookCards cards = {};

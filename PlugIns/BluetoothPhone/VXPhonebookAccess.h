@@ -7,17 +7,17 @@
 
 class VXTransferFolder;
 
-/** Contacts and lists of calls, by phone book access: each reading makes a session of its own. Main thread. */
+/** Contacts and lists of calls, by phone book access: each reading opens a session of its own. Main thread. */
 class VXPhonebookAccess
 {
 public:
-    /** `tellNumber` gets the phone's own number. */
+    /** `tellNumber` receives the phone's own number. */
     VXPhonebookAccess(VXObexPeer peer, std::function<void(const QString &number)> tellNumber);
 
     // -- Work of actions
     void readContacts(VXBusErrand &errand);
     void readCalls(VXBusErrand &errand);
-    /** Makes a session and lets it go again: whether the phone is there, and lets us in. */
+    /** Opens a session and closes it again, to find out whether the phone is there and lets us in. */
     void tryPhone(VXBusErrand &errand);
 
 private:

@@ -84,7 +84,7 @@ VXPhonebookCards VXCallsFromCards(const QString &path)
 {
     static const QHash<QString, QString> memories{
         {u"MISSED"_s, u"MC"_s}, {u"RECEIVED"_s, u"RC"_s}, {u"DIALED"_s, u"DC"_s}};
-    QHash<QString, int> counts; // of each memory
+    QHash<QString, int> counts; // of each memory's entries
     return readCards(path, [&counts](VXPhonebookCards &cards, const VXCard &card) {
         const CallStamp stamp = stampOf(card.contact.properties);
         const QString memory = memories.value(stamp.kind);

@@ -3,7 +3,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/** What a file of vCards holds that a phone has handed over, as the results of actions have it. */
+/** The contents of a file of vCards from a phone, in the form of the results of actions. */
 struct VXPhonebookCards
 {
     QVariantList items = {};
@@ -11,8 +11,13 @@ struct VXPhonebookCards
     QString ownNumber = {}; // of contacts: the phone's; null for none
 };
 
-/** Contacts, each with `memory` and its `location` from 1. The first card is the phone's owner, and no contact. Any thread. */
+/**
+ * Contacts, each with `memory` and its `location` from 1. The first card is the phone's owner, which is not a contact.
+ * Any thread.
+ */
 [[nodiscard]] VXPhonebookCards VXContactsFromCards(const QString &path);
 
-/** A list of calls, the newest first: `memory` as MC, RC or DC and `location` say which and where. Any thread. */
+/**
+ * A list of calls, the newest first: `memory` (MC, RC or DC) and `location` say in which list and where. Any thread.
+ */
 [[nodiscard]] VXPhonebookCards VXCallsFromCards(const QString &path);

@@ -15,14 +15,14 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto answerLimit = 25s;
-constexpr auto waitLimit = 10s; // for calls to be had
+constexpr auto waitLimit = 10s; // until calls are available
 
 const QString managerInterface = u"org.ofono.Manager"_s;
 const QString modemInterface = u"org.ofono.Modem"_s;
 const QString callsInterface = u"org.ofono.VoiceCallManager"_s;
 const QString callInterface = u"org.ofono.VoiceCall"_s;
 
-// Of GetModems and GetCalls: objects with their properties.
+// Evaluates GetModems and GetCalls: objects with their properties.
 QList<std::pair<QString, QVariantMap>> objectsFrom(const QVariant &answer)
 {
     QList<std::pair<QString, QVariantMap>> objects;
@@ -131,7 +131,7 @@ void VXTelephony::takeModems(const QVariant &answer)
         takeModem(path, properties);
 }
 
-// oFono names hands-free modems after their object at BlueZ, and gives the address as their serial.
+// oFono names hands-free modems after their BlueZ object, and gives the address as their serial number.
 bool VXTelephony::isOurs(const QString &path, const QVariantMap &properties) const
 {
     if (!_settings.path.isEmpty())
@@ -147,7 +147,7 @@ void VXTelephony::takeModem(const QString &path, const QVariantMap &properties)
     if (!isOurs(path, properties))
         return;
     _modem = path;
-    if (!properties.value(u"Powered"_s).toBool()) // then it connects
+    if (!properties.value(u"Powered"_s).toBool()) // switching it on makes it connect
         _service->send({.path = _modem,
                         .interface = modemInterface,
                         .method = u"SetProperty"_s,
@@ -161,7 +161,7 @@ void VXTelephony::didChangeModem(const QString &property, const QVariant &value)
         setInterfaces(VXBusTexts(value));
 }
 
-// A lost link takes the interfaces away, and tells nothing of the calls.
+// When the link is lost, the interfaces go away, and nothing is reported about the calls.
 void VXTelephony::setInterfaces(const QStringList &interfaces)
 {
     if (!interfaces.contains(callsInterface))
@@ -215,7 +215,7 @@ void VXTelephony::takeCall(const QString &path, const QVariantMap &properties)
 void VXTelephony::didChangeCall(const QString &path, const QString &property, const QVariant &value)
 {
     if (property == "LineIdentification"_L1 && _calls.contains(path))
-        return _calls.ring(path, false, value.toString()); // only the number counts by now
+        return _calls.ring(path, false, value.toString()); // at this point only the number matters
     if (property != "State"_L1)
         return;
     const QString state = value.toString();

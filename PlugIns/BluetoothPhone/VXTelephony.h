@@ -4,8 +4,8 @@
 #include "VXPhoneCalls.h"
 
 /**
- * Calls of a phone for which this computer is the hands-free set, by a telephony service in oFono's shape. Which modem of the
- * service the phone is, its address tells, or a setting. Main thread.
+ * Calls of a phone for which this computer is the hands-free set, by a telephony service with oFono's interface. The
+ * phone's address, or a setting, says which modem of the service it is. Main thread.
  */
 class VXTelephony : public QObject
 {
@@ -15,27 +15,27 @@ public:
     struct Settings
     {
         QString service; // its name
-        QString bus;     // as of VXBusLink
-        QString path;    // of the modem; null: the one of the address
+        QString bus;     // as in VXBusLink
+        QString path;    // of the modem; null: the one with the phone's address
         QString address;
     };
 
-    /** The device outlives this. */
+    /** The device must outlive this object. */
     VXTelephony(VXBusDevice &device, const Settings &settings);
 
-    /** Whether calls can be had now. */
+    /** Whether calls are available now. */
     bool isReady() const { return _isReady; }
-    /** Ends what is under way, for good. */
+    /** Ends what is in progress, for good. */
     void stop();
 
-    /** Has one of the following done; while calls cannot be had it waits for them some seconds. */
+    /** Has one of the following done. While calls are not available, it waits a few seconds for them. */
     void enqueue(const VXDeviceAction::Ptr &action, void (VXTelephony::*work)(VXBusErrand &));
     void dial(VXBusErrand &errand);
     void answer(VXBusErrand &errand);
     void hangUp(VXBusErrand &errand);
 
 Q_SIGNALS:
-    /** `isReady` is another. */
+    /** `isReady` has changed. */
     void didChange();
 
 private:
@@ -57,7 +57,7 @@ private:
     const Settings _settings;
     const VXBusService::Ptr _service;
     VXBusQueue _queue;
-    QTimer _patience; // while something waits for calls
+    QTimer _patience; // runs while something waits for calls
     VXPhoneCalls _calls;
     QString _modem; // null: not found
     bool _isReady = false;

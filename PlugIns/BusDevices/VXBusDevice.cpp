@@ -69,7 +69,7 @@ void VXBusDevice::setState(State state, const VXError &why, std::chrono::millise
     else
         _limit.stop();
     const bool isChanged = state != _state;
-    // Who watches for the phone looks at the end of its connecting.
+    // Whoever watches for the phone checks when connecting has ended.
     if (isChanged)
         Q_EMIT willChangeValueForKey(u"isConnecting"_s);
     _state = state;
@@ -138,7 +138,7 @@ void VXBusDevice::setProblem(const VXError &why)
     };
     if (!isNew(u"problem"_s, problem) && !isNew(u"remedy"_s, remedy))
         return;
-    if (!problem.isEmpty()) // told once, and not at each try
+    if (!problem.isEmpty()) // reported once, not with each attempt
         VXLogMethod(VXLogWarning, "setState:", u"%1: %2 %3"_s.arg(description(), problem, remedy).trimmed());
     const auto property = [](const QString &told, const QString &title, int priority) {
         return told.isEmpty() ? QVariant() : QVariant(VXLocalizedProperty(told, VXBusText(title), priority));

@@ -7,9 +7,10 @@
 #include <vector>
 
 /**
- * A phone that is reached through a service on a message bus: what drivers of that kind have in common. A subclass makes its
- * queues, offers its actions and begins to look for its phone in an overridden initWithURL, after the base's; it says by
- * `setState` how it stands with the phone. Main thread, but for what VXDevicePlugin allows to others.
+ * A phone that is reached through a service on a message bus: what drivers of that kind have in common. A subclass
+ * overrides initWithURL and there, after calling the base, makes its queues, offers its actions and begins to look for
+ * its phone. It reports the phone's state with `setState`. Main thread, except for what VXDevicePlugin allows on
+ * others.
  */
 class VXBusDevice : public VXDevicePlugin
 {
@@ -23,7 +24,7 @@ public:
     ~VXBusDevice() override;
 
     void pluginWillUnload() override;
-    /** What its preference "name" says, else what the phone calls itself, else its identifier. */
+    /** Its preference "name", else what the phone calls itself, else its identifier. */
     QString name() const override;
     /** The property "phoneNumber". */
     QString phoneNumber() const override;
@@ -31,11 +32,12 @@ public:
     Q_INVOKABLE bool isConnecting() const { return _state == State::Connecting; }
 
     // -- For those who do its work
-    /** Shows a property; none removes it. Nothing is announced where it is the same. `title` is a key of the plugin's texts. */
+    /** Shows a property; an invalid value removes it. Nothing is announced if the value is the same. `title` is a key
+     *  of the plugin's texts. */
     void show(const QString &key, const QVariant &value, const QString &title, int priority = 0);
     /** Posts an event about this phone. */
     void announce(const QString &event, const QString &subtype, QVariantMap object);
-    /** The plugin's text in the user's language; the key itself when there is none. */
+    /** The plugin's text in the user's language, or the key itself if there is none. */
     QString text(const QString &key) const;
 
 Q_SIGNALS:
@@ -44,33 +46,35 @@ Q_SIGNALS:
 protected:
     VXBusDevice();
 
-    /** Called when something is asked while the phone is away: a subclass tries to reach it, and says Connecting while it does. */
+    /** Called when something is requested while the phone is away. A subclass tries to reach the phone, and sets
+     *  Connecting meanwhile. */
     virtual void reach() = 0;
 
-    /** A queue for a channel of this phone. It is open while the phone is connected. */
+    /** A queue for a channel of this phone. It is open as long as the phone is connected. */
     VXBusQueue &addQueue(const VXBusService::Ptr &service);
-    /** Ends what is done, for good: what ends may call its device, so a subclass's destructor does it first. */
+    /** Ends what is in progress, for good. Since that may call the device, a subclass's destructor does this first. */
     void stopQueues();
     /**
-     * How it stands. Connected opens the queues. Away closes them; what waits fails with `why`, which the property "problem"
-     * shows too, and "remedy" its suggestion. Connecting lasts as long as said: then it is Away for `why`, or because nothing came.
+     * Sets the state. Connected opens the queues. Away closes them; whatever waits fails with `why`, which the property
+     * "problem" shows too, and "remedy" shows its suggestion. Connecting lasts until the limit: then the state is Away
+     * because of `why`, or because there was no answer.
      */
     void setState(State state, const VXError &why = {}, std::chrono::milliseconds limit = std::chrono::seconds(20));
     State state() const { return _state; }
     /**
-     * For findDevices: does the work, which adds what it finds, on the service, and concludes the finding when it ends. The service
-     * is started where its bus knows how; when there is none, `remedy` says what to do.
+     * For findDevices: does the work on the service, which adds what it finds, and concludes the finding when the work
+     * ends. The service is started if its bus knows how; if there is none, `remedy` says what to do.
      */
     void search(const VXDeviceFinding::Ptr &finding, const VXBusService::Ptr &service, const QString &remedy,
                 const VXBusQueue::Work &work);
-    /** Whether something was asked and waits for the phone: then a service that is not there is worth starting. */
+    /** Whether a request is waiting for the phone: then it is worth starting a missing service. */
     bool isAwaited() const;
 
-    /** Has the queue do the work when the action is asked for; any thread may ask. */
+    /** Has the queue do the work when the action is requested; any thread may request it. */
     void offer(const QString &action, VXBusQueue &queue, const VXBusQueue::Work &work);
-    /** Calls on the main thread, in place of a queue. */
+    /** Calls on the main thread instead of using a queue. */
     void offer(const QString &action, const std::function<void(const VXDeviceAction::Ptr &action)> &perform);
-    /** The phone does not know the action after all. */
+    /** Takes the action back: it turned out that the phone does not know it. */
     void withdraw(const QString &action) { unregisterActionHandler(action, this); }
 
 private:
@@ -81,5 +85,5 @@ private:
     VXError _why;
     QTimer _limit; // of connecting
     std::vector<std::unique_ptr<VXBusQueue>> _queues;
-    std::unique_ptr<VXBusQueue> _search; // of an instance that finds devices
+    std::unique_ptr<VXBusQueue> _search; // for an instance that finds devices
 };

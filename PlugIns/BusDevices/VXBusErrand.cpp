@@ -23,7 +23,7 @@ VXBusErrand::~VXBusErrand() = default;
 
 // -- Steps
 
-// The context may be what is calling.
+// The caller may be the context itself.
 void VXBusErrand::endStep()
 {
     ++_step;
@@ -59,7 +59,7 @@ void VXBusErrand::ask(const VXBusCall &call, const VXBusService::Answer &then, V
 {
     if (!_context)
         return; // concluded, or before the first step
-    // The step's own deadline counts; the bus library's is behind it, for it to forget the call.
+    // The step's own deadline counts; that of the bus library is later, and only makes it forget the call.
     (service != nullptr ? *service : *_service).call(call, 2 * _limit, _context.get(), guarded<QDBusMessage>(then));
 }
 

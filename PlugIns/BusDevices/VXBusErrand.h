@@ -10,10 +10,10 @@
 #include <type_traits>
 
 /**
- * Something that is done on a service in steps, one after the other, and concluded once: with a result, with an error, when a
- * step is not over in time, when the service ends, or when its action is cancelled. Whatever comes for a step that is over is
- * dropped: late and second answers, signals, results of a worker. Functions that are handed in belong to the step that is at
- * work then. Made by VXBusQueue; main thread.
+ * A task that is carried out on a service step by step, and concluded once: with a result, or with an error if a step
+ * does not finish in time, the service ends, or the action is cancelled. Whatever arrives for a step that is over is
+ * dropped: late and second answers, signals, results of a worker. Functions that are passed in belong to the step that
+ * is current at the time. Made by VXBusQueue; main thread.
  */
 class VXBusErrand : public QObject, public std::enable_shared_from_this<VXBusErrand>
 {
@@ -29,28 +29,28 @@ public:
     ~VXBusErrand() override;
 
     VXBusService &service() const { return *_service; }
-    /** Whose errand it is; null for one of the device itself. */
+    /** The action it is done for; null for a task of the device itself. */
     const VXDeviceAction::Ptr &action() const { return _action; }
-    /** What the action concerns; invalid without. */
+    /** The action's object; invalid without an action. */
     QVariant object() const { return _action ? _action->object() : QVariant(); }
     bool isConcluded() const { return !_conclusion; }
 
     // -- Steps
-    /** Ends the step before, and begins one, which fails the errand when it is not over in time. `what` names it for the user,
-     *  as "Reading messages". */
+    /** Ends the previous step and begins a new one, which fails the errand if it does not finish in time. `what` names
+     *  it for the user, such as "Reading messages". */
     void begin(const QString &what, std::chrono::milliseconds limit);
-    /** Gives the step its whole time once more: something came. */
+    /** Gives the step its full time again, because something arrived. */
     void prolong();
 
-    /** Calls; an error fails the errand. */
+    /** Makes the call; an error fails the errand. */
     void call(const VXBusCall &call, const Answer &then);
-    /** Calls; errors come to `then`. On the errand's service, or another one. */
+    /** Makes the call and passes errors to `then`. On the errand's service, or on another one. */
     void ask(const VXBusCall &call, const VXBusService::Answer &then, VXBusService *service = nullptr);
-    /** Hands over signals (VXBusService::listen) during this step. */
+    /** Passes on signals (VXBusService::listen) during this step. */
     void listen(const QString &path, const QString &interface, const QString &member, const VXBusService::Heard &heard);
-    /** Calls after a time, unless the step is over by then. Each call replaces the wait before. */
+    /** Calls after a time, unless the step is over by then. Each call replaces the previous wait. */
     void wait(std::chrono::milliseconds time, const std::function<void()> &then);
-    /** Has another thread work, and hands over what it made. */
+    /** Runs the work on another thread, and passes on its result. */
     template <class Work, class Then>
     void compute(Work work, Then then)
     {
@@ -59,7 +59,8 @@ public:
             VXMainThread::perform([take = std::move(take), made = work()] { take(made); });
         });
     }
-    /** The function while this step is at work, nothing after. What it throws fails the errand. */
+    /** Wraps the function so that it runs only as long as the step is current. An exception from it fails the errand.
+     *  */
     template <class... Arguments, class Function>
     std::function<void(const Arguments &...)> guarded(Function function)
     {
@@ -71,15 +72,17 @@ public:
     }
 
     // -- The end
-    /** What takes leave of the service when the errand ends otherwise than by `succeed`; nobody waits for it. */
+    /** Sets what says goodbye to the service if the errand ends in any way other than `succeed`; nobody waits for it.
+     *  */
     void setFarewell(const std::function<void()> &farewell) { _farewell = farewell; }
-    /** The result of a failure that brings none, from now on: what is known to be done, or not to be. */
+    /** Sets the result for later failures that bring none of their own: what is known to have been done, or not to have
+     *  been done. */
     void setResultOfFailure(const QVariantMap &result) { _resultOfFailure = result; }
-    /** Of two conclusions the first counts. */
+    /** Only the first conclusion counts. */
     void succeed(const QVariantMap &result = {});
-    /** `result` is what was done all the same. */
+    /** `result` is what was done nevertheless. */
     void fail(const VXError &error, const QVariantMap &result = {});
-    /** The error that an answer is, for the user. */
+    /** The error in an answer, in a form for the user. */
     static VXError errorOf(const QDBusMessage &answer);
 
     /** Runs code that may throw, which fails the errand. */
@@ -91,13 +94,13 @@ private:
 
     const VXBusService::Ptr _service;
     const VXDeviceAction::Ptr _action;
-    Conclusion _conclusion; // none once it is concluded
+    Conclusion _conclusion; // null once it is concluded
     std::function<void()> _farewell;
     QVariantMap _resultOfFailure;
-    quint64 _step = 0; // counts them
+    quint64 _step = 0; // counts the steps
     QString _what;
     std::chrono::milliseconds _limit{};
     QTimer _deadline;
     std::unique_ptr<QTimer> _wait;
-    std::unique_ptr<QObject> _context; // of what the step listens to
+    std::unique_ptr<QObject> _context; // context of what the step listens to
 };

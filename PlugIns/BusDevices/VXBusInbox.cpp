@@ -35,7 +35,7 @@ void VXBusInbox::deal()
     while (!_waiting.empty() && !end.hasExpired()) {
         const std::function<void()> news = std::move(_waiting.front());
         _waiting.pop_front();
-        if (!_waiting.empty() && !_turn.isActive()) // also while an event loop runs within the call
+        if (!_waiting.empty() && !_turn.isActive()) // even while an event loop runs within the call
             _turn.start(0);
         news();
     }

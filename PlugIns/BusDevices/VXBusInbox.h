@@ -6,15 +6,16 @@
 #include <functional>
 
 /**
- * What came from message buses, in the order in which it came: signals, answers, names that changed hands. It is dealt with in
- * slices of a few milliseconds, and the event loop comes round between them, however much a service tells at once. Main thread.
+ * What has arrived from message buses, in the order of arrival: signals, answers, changes of name owners. It is
+ * processed in slices of a few milliseconds, and the event loop runs between them, however much a service sends at
+ * once. Main thread.
  */
 class VXBusInbox
 {
 public:
     static VXBusInbox &shared();
 
-    /** Calls it when its turn has come, by the event loop. */
+    /** Has the event loop call it when its turn comes. */
     void add(std::function<void()> news);
 
 private:
@@ -22,5 +23,5 @@ private:
     void deal();
 
     std::deque<std::function<void()>> _waiting;
-    QTimer _turn; // once each, as one that repeats keeps quiet in an event loop within its own call
+    QTimer _turn; // single shot each time, because a repeating timer does not fire in an event loop within its own call
 };

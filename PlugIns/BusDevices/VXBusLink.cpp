@@ -20,7 +20,7 @@ namespace {
 constexpr std::chrono::seconds firstDelay{2}; // doubled after each failure
 constexpr std::chrono::seconds longestDelay{300};
 
-// As the environment of now says.
+// According to the present environment.
 QString addressOfBus(const QString &bus)
 {
     if (bus != "session"_L1 && bus != "system"_L1)
@@ -35,7 +35,7 @@ QString addressOfBus(const QString &bus)
     return folder.isEmpty() ? QString() : "unix:path="_L1 + QString::fromLocal8Bit(folder) + "/bus"_L1;
 }
 
-// Why there is no such connection; null when there is. Not on the main thread.
+// Why there is no such connection; null if there is one. Not on the main thread.
 QString connectToBus(const QString &address, const QString &name)
 {
     if (address.isEmpty())
@@ -58,7 +58,7 @@ QHash<QString, std::weak_ptr<VXBusLink>> &links()
 
 VXBusLink::Ptr VXBusLink::toBus(const QString &bus)
 {
-    // What the environment calls the session is another bus once it has changed.
+    // When the environment's session bus has changed, "session" means another bus.
     const QString address = addressOfBus(bus);
     Ptr link = links().value(address).lock();
     if (!link) {
@@ -117,7 +117,7 @@ void VXBusLink::concludeOpening(const QString &name, const QString &problem)
 
 void VXBusLink::busWasLost()
 {
-    VXBusInbox::shared().add([link = weak_from_this()] { // behind what came before its end
+    VXBusInbox::shared().add([link = weak_from_this()] { // after everything that arrived before it closed
         if (const Ptr self = link.lock(); self && self->_isOpen)
             self->close(VXBusText(u"The D-Bus message bus has ended."_s));
     });

@@ -8,8 +8,8 @@
 #include <memory>
 
 /**
- * A connection to a message bus, shared by all who use the same bus, and made again when the bus went away. It is made on
- * another thread: the main thread, which this belongs to, never waits for a bus.
+ * A connection to a message bus, shared by everyone who uses the same bus, and made again when the bus has gone away.
+ * It is made on another thread, so that the main thread, to which this object belongs, never waits for a bus.
  */
 class VXBusLink : public QObject, public std::enable_shared_from_this<VXBusLink>
 {
@@ -23,17 +23,17 @@ public:
     ~VXBusLink() override;
 
     bool isOpen() const { return _isOpen; }
-    /** While it is open. */
+    /** Valid while the link is open. */
     QDBusConnection connection() const { return QDBusConnection(_name); }
-    /** Why it is not open, for the user; null while it is, and while it is not known. */
+    /** Why it is not open, for the user; null while it is open or not yet known. */
     const QString &problem() const { return _problem; }
 
-    /** Tries now what it would try again later. */
+    /** Tries now instead of later. */
     void open();
 
 Q_SIGNALS:
     void didOpen();
-    /** The bus is gone, or cannot be reached: see `problem`. */
+    /** The bus is gone or cannot be reached: see `problem`. */
     void didClose();
 
 private Q_SLOTS:

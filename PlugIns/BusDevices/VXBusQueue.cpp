@@ -29,7 +29,7 @@ void VXBusQueue::add(const Job &job)
     _jobs.push_back(job);
     if (const VXDeviceAction *const action = job.action.get()) {
         connect(action, &VXDeviceAction::cancelRequested, this, [this, action] { withdraw(action); });
-        if (action->isCancelled()) // before anybody listened
+        if (action->isCancelled()) // before anybody was listening
             return withdraw(action);
     }
     if (_isOpen)
@@ -83,8 +83,8 @@ void VXBusQueue::beginNext()
 
 void VXBusQueue::finish(const Job &job, const QVariantMap &result, const VXError &error)
 {
-    const VXBusErrand::Ptr concluded = std::exchange(_current, {}); // kept until it has returned
-    // The next is begun by the event loop: a queue of what ends at once must not grow the stack.
+    const VXBusErrand::Ptr concluded = std::exchange(_current, {}); // kept alive until it has returned
+    // The event loop begins the next one: a queue of requests that end at once must not make the stack grow.
     QMetaObject::invokeMethod(this, &VXBusQueue::beginNext, Qt::QueuedConnection);
     if (job.conclusion)
         job.conclusion(result, error);
@@ -92,12 +92,12 @@ void VXBusQueue::finish(const Job &job, const QVariantMap &result, const VXError
         return;
     if (!result.isEmpty())
         job.action->setResult(result);
-    if (!job.action->isCancelled()) // else it has its error
+    if (!job.action->isCancelled()) // otherwise it already has its error
         job.action->setError(error);
     job.action->conclude();
 }
 
-// What waits ends at once.
+// A waiting request ends at once.
 void VXBusQueue::withdraw(const VXDeviceAction *action)
 {
     const auto found = std::ranges::find(_jobs, action, [](const Job &job) { return job.action.get(); });
@@ -105,7 +105,7 @@ void VXBusQueue::withdraw(const VXDeviceAction *action)
         return;
     const Job job = *found;
     _jobs.erase(found);
-    drop(job, {}); // it has its error
+    drop(job, {}); // it already has its error
 }
 
 void VXBusQueue::drop(const Job &job, const VXError &error)

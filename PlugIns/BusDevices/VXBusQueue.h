@@ -5,15 +5,16 @@
 #include <deque>
 
 /**
- * What is asked of one phone over one channel, done one after the other; another phone, and another channel, has a queue of its
- * own and waits for none. A closed queue keeps what is asked until it is opened, or closed with an error. Main thread.
+ * Requests to one phone over one channel, carried out one after the other. Another phone, or another channel, has a
+ * queue of its own and does not wait. A closed queue keeps its requests until it is opened, or closed with an error.
+ * Main thread.
  */
 class VXBusQueue : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Begins the first step, and sees to it that the errand is concluded in the end. */
+    /** Begins the first step, and makes sure that the errand is concluded in the end. */
     using Work = std::function<void(VXBusErrand &errand)>;
 
     explicit VXBusQueue(const VXBusService::Ptr &service) : _service(service) {}
@@ -21,22 +22,22 @@ public:
 
     const VXBusService::Ptr &service() const { return _service; }
 
-    /** Has it done, and concludes the action. What ends before it was begun was certainly not done: the result of
-     *  "send_message" says so then (`failure` "later"). */
+    /** Queues the work for an action, and concludes the action. If it ends before the work was begun, it was certainly
+     *  not done: the result of "send_message" then says so (`failure` "later"). */
     void enqueue(const VXDeviceAction::Ptr &action, const Work &work);
-    /** Has something done that nobody asked for. */
+    /** Queues work that nobody asked for. */
     void enqueue(const Work &work, const VXBusErrand::Conclusion &conclusion);
 
     bool isOpen() const { return _isOpen; }
     bool isBusy() const { return _current || !_jobs.empty(); }
     void open();
-    /** Ends what is done and what waits with the error; none leaves them be. */
+    /** Ends current and waiting work with the error; without an error, both are left alone. */
     void close(const VXError &error);
-    /** Closes for good: what is asked from now on fails at once. */
+    /** Closes for good: later requests fail at once. */
     void stop();
 
 Q_SIGNALS:
-    /** Something waits, and the queue is closed. */
+    /** Something is waiting, and the queue is closed. */
     void isWanted();
 
 private:

@@ -116,7 +116,7 @@ void VXBusService::concludeLookUp(const QDBusMessage &answer)
         Q_EMIT didProveAbsent();
 }
 
-// What was asked before is answered by this.
+// This answers earlier questions.
 void VXBusService::ownerDidChange(const QString &owner)
 {
     _isKnown = true;
@@ -128,7 +128,7 @@ void VXBusService::setOwner(const QString &owner)
     const QString next = owner.isEmpty() ? QString() : owner;
     if (next == _owner)
         return;
-    const Ptr self = weak_from_this().lock(); // those who are told may let go of it
+    const Ptr self = weak_from_this().lock(); // those who are told may release it
     if (!self)
         return; // it is about to be deleted
     ++_generation;
@@ -173,10 +173,10 @@ void VXBusService::activate()
 void VXBusService::concludeStart(const QDBusMessage &answer)
 {
     if (answer.type() != QDBusMessage::ErrorMessage || !std::exchange(_isStarting, false))
-        return; // it appears, or does already
+        return; // it will appear, or already has
     _isInstalled = !answer.errorName().endsWith(".ServiceUnknown"_L1);
     const QString why = answer.errorMessage();
-    const QString end = why.endsWith(u'.') ? QString() : u"."_s; // the remedy follows
+    const QString end = why.endsWith(u'.') ? QString() : u"."_s; // the remedy follows it
     Q_EMIT didFailToStart(VXBusText(u"The service %1 could not be started: %2"_s).arg(_name, why + end));
 }
 
@@ -212,7 +212,7 @@ void VXBusService::send(const VXBusCall &call)
 
 // -- Signals
 
-// One subscription for each interface, whatever the number of listeners and objects.
+// One subscription for each interface, however many listeners and objects there are.
 bool VXBusService::connectRoute(const QString &interface, bool isOn)
 {
     QDBusConnection connection = _link->connection();
@@ -224,7 +224,7 @@ quint64 VXBusService::listen(const QString &path, const QString &interface, cons
                              const Heard &heard)
 {
     _listeners.push_back({++_lastNumber, path, interface, member, context, heard});
-    // What the function keeps alive, as files of a phone, goes with its context.
+    // What the function keeps alive, for example files of a phone, is freed with its context.
     connect(context, &QObject::destroyed, this, &VXBusService::dropListeners, Qt::UniqueConnection);
     if (!_routes.contains(interface)) {
         _routes.append(interface);
@@ -247,7 +247,7 @@ void VXBusService::dropListeners()
 void VXBusService::receive(const QDBusMessage &signal)
 {
     VXBusInbox::shared().add([service = weak_from_this(), signal] {
-        if (const Ptr self = service.lock()) // else all let go of it
+        if (const Ptr self = service.lock()) // otherwise everybody has released it
             self->route(signal);
     });
 }
@@ -255,11 +255,11 @@ void VXBusService::receive(const QDBusMessage &signal)
 void VXBusService::route(const QDBusMessage &signal)
 {
     if (signal.service() != _owner)
-        return; // it was on its way when its sender lost the name
+        return; // it was under way when its sender lost the name
     const QString path = signal.path();
     const QString interface = signal.interface();
     const QString member = signal.member();
-    std::vector<quint64> meant; // who is told may listen, and stop listening
+    std::vector<quint64> meant; // a listener may add and remove listeners
     for (const Listener &listener : _listeners) {
         if (listener.interface == interface && (listener.path.isNull() || listener.path == path) &&
             (listener.member.isNull() || listener.member == member))

@@ -19,13 +19,14 @@ struct VXBusCall
     QString interface;
     QString method;
     QVariantList arguments = {};
-    QString signature = QString(); // of the answer; another becomes an error. Null: any
+    QString signature = QString(); // of the answer; a different one becomes an error. Null: any
 };
 
 /**
- * A service on a message bus, as all drivers of this code share it: tells when it appears and vanishes, hands its signals to
- * those who listen, and calls its methods. Listeners and answers are called on the main thread, which this belongs to, in the
- * order in which they came (VXBusInbox); nothing here waits. Calls and signals are those of the process that has the name now, never of the one before.
+ * A service on a message bus, shared by all drivers of this code. It reports when it appears and vanishes, passes its
+ * signals on to listeners, and calls its methods. Listeners and answers are called on the main thread, to which this
+ * object belongs, in order of arrival (VXBusInbox); nothing here waits. Calls and signals are always those of the
+ * process that has the name now, never of a previous one.
  */
 class VXBusService : public QObject, public std::enable_shared_from_this<VXBusService>
 {
@@ -33,44 +34,44 @@ class VXBusService : public QObject, public std::enable_shared_from_this<VXBusSe
 
 public:
     using Ptr = std::shared_ptr<VXBusService>;
-    /** Of a call: its reply, or an error (QDBusMessage::ErrorMessage). */
+    /** Receives a call's reply, or an error (QDBusMessage::ErrorMessage). */
     using Answer = std::function<void(const QDBusMessage &answer)>;
     using Heard = std::function<void(const QDBusMessage &signal)>;
 
-    /** `bus` as of VXBusLink. */
+    /** `bus` is as in VXBusLink. */
     static Ptr named(const QString &name, const QString &bus);
 
     const QString &name() const { return _name; }
     bool isThere() const { return !_owner.isNull(); }
-    /** False until it is known whether it is there. */
+    /** False until it is known whether the service is there. */
     bool isKnown() const { return _isKnown; }
-    /** Why it is not there, for the user; null while it is. */
+    /** Why it is not there, for the user; null while it is there. */
     QString problem() const;
-    /** Grows with each change of the process that has the name. */
+    /** Grows each time another process takes the name. */
     quint64 generation() const { return _generation; }
 
-    /** Has the bus start it, where it knows how: then it appears, or didFailToStart tells. */
+    /** Has the bus start the service, if it knows how. Then the service appears, or didFailToStart is emitted. */
     void activate();
-    /** What to do once that failed: `install`, unless it is installed and ends by itself. */
+    /** What to do after that failed: `install`, unless the service is installed but ends by itself. */
     QString remedyOfStart(const QString &install) const;
 
-    /** Calls, and hands over the one answer, unless the context is gone by then. Nothing is started for it: without the
-     *  service the answer is an error, as after `limit`. */
+    /** Makes a call, and passes on the one answer, unless the context is gone by then. The service is not started for
+     *  it: if it is missing, the answer is an error, as it is after `limit`. */
     void call(const VXBusCall &call, std::chrono::milliseconds limit, QObject *context, const Answer &answer);
-    /** Calls what nobody waits for, as to take leave. */
+    /** Sends a call for whose answer nobody waits, for example to say goodbye. */
     void send(const VXBusCall &call);
 
-    /** Hands over signals for as long as the context lives: of one object, or of all with a null path; of one name, or all
-     *  of the interface. They may be listened to before the service is there. @return a number for `stopListening`. */
+    /** Passes on signals as long as the context lives: of one object, or of all with a null path; with one name, or all
+     *  of the interface. It is possible to listen before the service is there. @return a number for `stopListening`. */
     quint64 listen(const QString &path, const QString &interface, const QString &member, QObject *context,
                    const Heard &heard);
     void stopListening(quint64 number);
 
 Q_SIGNALS:
-    /** Listeners get its signals from here on: whoever reads its state now misses nothing. */
+    /** From here on, listeners get the service's signals: whoever reads its state now misses nothing. */
     void didAppear();
     void didVanish();
-    /** It is known for the first time that it is not there, or the bus cannot be reached. */
+    /** It is now known, for the first time, that the service is not there or that the bus cannot be reached. */
     void didProveAbsent();
     void didFailToStart(const QString &problem);
 
@@ -89,7 +90,7 @@ private:
     };
 
     VXBusService(const QString &name, const QString &bus);
-    void dropListeners(); // whose context is gone
+    void dropListeners(); // drops those whose context is gone
     void watch();
     void busDidClose();
     void ownerDidChange(const QString &owner);
@@ -108,9 +109,9 @@ private:
     QString _owner;                                // its unique name; null while it is not there
     bool _isKnown = false;
     bool _isStarting = false;
-    bool _isInstalled = false; // as the last failed start told
+    bool _isInstalled = false; // according to the last failed start
     quint64 _generation = 0;
     quint64 _lastNumber = 0;
     std::vector<Listener> _listeners;
-    QStringList _routes; // interfaces whose signals come in while it is there
+    QStringList _routes; // interfaces whose signals are received while it is there
 };

@@ -4,8 +4,8 @@
 
 #include <QtCore/QString>
 
-/** The framework's text in the user's language; the key itself when there is none. */
+/** The framework's text in the user's language, or the key itself if there is none. */
 QString VXBusText(const QString &key);
 
-/** An error for the user; a null suggestion is left out. */
+/** An error for the user; a null suggestion is omitted. */
 VXError VXBusError(const QString &description, const QString &suggestion = {});

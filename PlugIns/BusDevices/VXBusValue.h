@@ -6,8 +6,8 @@
 #include <QtDBus/QDBusArgument>
 
 /**
- * What a message holds, as a value of the type whose signature that is; an empty one when it holds another. Answers of calls are
- * checked by VXBusCall: this is for signals, and for what is wrapped, of which the bus library believes anything.
+ * The content of a message as a value of the type with that signature; an empty value if it holds another type. Answers
+ * of calls are checked by VXBusCall. This is for signals, and for wrapped values, which the bus library does not check.
  */
 template <class Value>
 [[nodiscard]] Value VXBusValue(const QVariant &value, QLatin1StringView signature)
@@ -29,7 +29,7 @@ template <class Value>
     return VXBusValue<QMap<QString, QVariantMap>>(value, QLatin1StringView("a{sa{sv}}"));
 }
 
-/** The library takes these apart by itself. */
+/** The library unpacks these by itself. */
 [[nodiscard]] inline QStringList VXBusTexts(const QVariant &value)
 {
     return value.metaType() == QMetaType::fromType<QStringList>() ? value.toStringList() : QStringList();

@@ -9,14 +9,15 @@
 #include <vector>
 
 /**
- * The calls of one phone, as its service tells of them: makes of that the events of each call, in order and each once, with the keys
- * of records. A service's name for a call means nothing once the call has ended: the call is told under an identifier of its own.
- * One thread.
+ * The calls of one phone, as its service reports them. Turns that into the events of each call, in order and each once,
+ * with the keys of records. A service's name for a call means nothing once the call has ended, so the call is reported
+ * under an identifier of its own. One thread.
  */
 class VXPhoneCalls
 {
 public:
-    /** Told of each step: "incoming_call" or "outgoing_call", "ringing", "connected" or "ended", and the call. */
+    /** Told of each step: the event "incoming_call" or "outgoing_call", the step "ringing", "connected" or "ended", and
+     *  the call. */
     using Listener = std::function<void(const QString &event, const QString &step, const QVariantMap &call)>;
 
     struct Call
@@ -29,25 +30,25 @@ public:
         QDateTime connected = {}; // null while it rings
     };
 
-    /** `now` is the clock. */
+    /** `now` returns the current time. */
     explicit VXPhoneCalls(Listener listener, std::function<QDateTime()> now = QDateTime::currentDateTimeUtc);
 
-    /** It rings, here or there; one that is known may have got its number. */
+    /** A call rings, here or at the other end; a known one may have got its number. */
     void ring(const QString &key, bool isIncoming, const QString &number);
-    /** Somebody took it. */
+    /** Somebody answered it. */
     void connect(const QString &key);
-    /** What is known of a call that is over: all; or that nobody can tell whether it was taken. */
+    /** What is known of a call that is over: everything, or not whether it was answered. */
     enum class End { Known, Unknown };
-    /** It is over; one that is not known is ignored. */
+    /** The call is over; unknown calls are ignored. */
     void end(const QString &key, End knowledge = End::Known);
-    /** The service or the phone is gone: nothing more will be told of its calls. */
+    /** The service or the phone is gone: nothing more will be reported about its calls. */
     void endAll();
 
     bool isEmpty() const { return _calls.empty(); }
     bool contains(const QString &key) const;
-    /** What the call is told under; null for one that is not known. */
+    /** The identifier under which the call is reported; null for an unknown call. */
     QString identifier(const QString &key) const;
-    /** Keys of those that ring here, or of all; the oldest first. */
+    /** Keys of the calls that ring here, or of all; the oldest first. */
     QStringList keys(bool onlyRingingHere = false) const;
 
 private:

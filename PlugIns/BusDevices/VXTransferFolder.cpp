@@ -14,13 +14,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** The folder of this process, beside those of others. Its lock tells that the process lives; nobody but this class knows it. */
+/**
+ * The folder of this process, beside those of others. Its lock shows that the process is alive; only this class knows
+ * it.
+ */
 class OwnFolder
 {
 public:
     static QString path()
     {
-        static OwnFolder own; // the kernel lets go of its lock
+        static OwnFolder own; // the kernel releases its lock
         return own.make();
     }
 
@@ -32,7 +35,8 @@ private:
         if (_path.isNull() || !QFileInfo::exists(_path) || !_path.startsWith(all)) {
             if (!VXMakePrivateFolder(all))
                 return {};
-            const VXFileLock making(all + "/lock"_L1, std::chrono::seconds(10)); // nobody removes one that is half made
+            // So that nobody removes a folder that is only half made.
+            const VXFileLock making(all + "/lock"_L1, std::chrono::seconds(10));
             removeThoseLeft(all);
             const QString path = all + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces);
             _alive.emplace(path + ".alive"_L1);

@@ -5,8 +5,8 @@
 #include <memory>
 
 /**
- * A folder that nobody else may enter, for files that a service hands over; removed with this object, with all that is in it. Those
- * of a process that was killed are removed by the next that makes one. Any thread.
+ * A folder that nobody else may enter, for files that a service delivers. It is removed with this object, along with
+ * everything in it. Folders of a process that was killed are removed by the next process that makes one. Any thread.
  */
 class VXTransferFolder
 {
@@ -16,7 +16,7 @@ public:
     VXTransferFolder(const VXTransferFolder &) = delete;
     VXTransferFolder &operator=(const VXTransferFolder &) = delete;
 
-    /** Null when it could not be made. */
+    /** Null if it could not be made. */
     const QString &path() const { return _path; }
     QString filePath(const QString &name) const { return _path + u'/' + name; }
 

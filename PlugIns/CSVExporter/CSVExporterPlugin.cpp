@@ -108,7 +108,7 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVarian
         if (!hasLineEnd)
             line = format.lineEnd;
     } else {
-        if (columns.isEmpty()) // the header is left to objects that have values
+        if (columns.isEmpty()) // the header is left for objects that have values
             return true;
         for (const QString &column : std::as_const(columns)) {
             format.appendField(line, column);
@@ -118,7 +118,7 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVarian
         line.append(format.lineEnd);
     }
 
-    if (std::ranges::any_of(columns, asksForContact)) // which records that are not stored do not know
+    if (std::ranges::any_of(columns, asksForContact)) // records that are not stored do not know it
         std::ranges::transform(objects, objects.begin(), VXObjectWithContact);
     VXColumnReader reader(columns);
     for (const QVariant &object : objects) {
@@ -129,14 +129,14 @@ bool CSVExporterPlugin::writeObjects(const QVariantList &exported, const QVarian
         });
         line.append(format.lineEnd);
         if (!file.write(line))
-            return true;  // told when it is committed
+            return true;  // reported on commit
         line.truncate(0); // keeps the memory
     }
     file.write(line);
     return true;
 }
 
-// Of what all stored objects have it is known which values there can be.
+// If all objects are stored, it is known which values there can be.
 QString CSVExporterPlugin::problemOfColumns(const QStringList &columns, const QVariantList &objects) const
 {
     for (const QString &column : columns) {
@@ -165,7 +165,7 @@ bool CSVExporterPlugin::readFormat(const QVariantMap &options, VXCSVFormat *form
     return true;
 }
 
-// The first line of the file, told apart by the format's separator; none when it has no end.
+// The first line of the file, and its separator, which the line shows; none if the line does not end.
 std::optional<QStringList> CSVExporterPlugin::readHeader(VXExportFile &file, VXCSVFormat *format)
 {
     for (const qint64 length : {usualHeader, longestHeader}) {
@@ -179,8 +179,8 @@ std::optional<QStringList> CSVExporterPlugin::readHeader(VXExportFile &file, VXC
     return std::nullopt;
 }
 
-// What is in the file already decides about separator and order, or its lines would no longer go together; columns that it
-// lacks are added to it.
+// The existing content of the file determines separator and order, since its lines would no longer match otherwise;
+// missing columns are added to it.
 bool CSVExporterPlugin::joinColumns(const QVariantList &objects, VXExportFile &file, VXCSVFormat *format,
                                     QStringList *columns, QString *reason) const
 {
@@ -202,16 +202,16 @@ bool CSVExporterPlugin::joinColumns(const QVariantList &objects, VXExportFile &f
                       .arg(asked->join(", "_L1));
         return false;
     }
-    if (header->size() == 1) // then nothing tells
+    if (header->size() == 1) // in that case nothing shows the separator
         format->separator = askedSeparator;
-    columns->removeIf([&](const QString &column) { // or parts of it are there
+    columns->removeIf([&](const QString &column) { // or if parts of it are there
         return std::ranges::any_of(
             *header, [&](const QString &known) { return known == column || known.startsWith(column + u'.'); });
     });
     if (!columns->isEmpty()) {
         const QByteArray wide = format->widened(file.oldBytes(0, file.oldSize()), *columns);
         file.writeFrom(0);
-        file.write(wide); // a failure is told when it is committed
+        file.write(wide); // a failure is reported on commit
     }
     *columns = *header + *columns;
     return true;

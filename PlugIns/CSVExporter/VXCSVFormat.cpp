@@ -13,7 +13,7 @@ bool isDigit(char octet)
     return octet >= '0' && octet <= '9';
 }
 
-// What follows a sign and makes a number with it: digits, and perhaps a fraction.
+// What makes a number after a sign: digits, and perhaps a fraction.
 bool isUnsignedNumber(QByteArrayView text)
 {
     const auto point = std::find_if_not(text.begin(), text.end(), isDigit);
@@ -23,7 +23,7 @@ bool isUnsignedNumber(QByteArrayView text)
     return isPoint && point + 1 != text.end() && std::all_of(point + 1, text.end(), isDigit);
 }
 
-// An international phone number, which may have letters of a type at its end ("/Hm"), without its plus, or one of this country.
+// An international phone number without its plus, which may end with the letters of a type ("/Hm"), or a national one.
 bool isPhoneNumber(QByteArrayView text)
 {
     const auto isLetter = [](char octet) { return QByteArrayView("HWmfp!").contains(octet); };
@@ -34,7 +34,7 @@ bool isPhoneNumber(QByteArrayView text)
     return std::all_of(text.begin(), text.end(), isPart) && std::any_of(text.begin(), text.end(), isDigit);
 }
 
-// "+1 555 0100/m, 555 0101": all that a contact has stand in one field.
+// "+1 555 0100/m, 555 0101": all numbers of a contact are in one field.
 bool arePhoneNumbers(QByteArrayView text)
 {
     for (qsizetype start = 0; start <= text.size();) {
@@ -48,7 +48,7 @@ bool arePhoneNumbers(QByteArrayView text)
     return true;
 }
 
-// Neither numbers nor phone numbers, which can call no function and name no cell.
+// Numbers and phone numbers are excluded, since they can neither call a function nor name a cell.
 bool beginsFormula(QByteArrayView text)
 {
     const char first = text.front();
@@ -66,7 +66,7 @@ void VXCSVFormat::appendField(QByteArray &line, const QVariant &value) const
     VXAppendValueText(line, value, writesUTC);
     if (line.size() == start)
         return;
-    // Numbers may be negative; only texts are somebody else's words.
+    // Numbers may be negative; only text comes from other people.
     const bool isText = value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
                         value.typeId() == QMetaType::QVariantList;
     if (neutralisesFormulas && isText && beginsFormula(QByteArrayView(line).sliced(start)))
@@ -121,7 +121,7 @@ QByteArray VXCSVFormat::widened(const QByteArray &file, const QStringList &colum
     qsizetype headerFields = 0;
     qsizetype fields = 1;
     bool isQuoted = false;
-    bool isEmpty = true; // the line, so far
+    bool isEmpty = true; // the line so far
     const auto endLine = [&] {
         if (headerFields == 0 && !isEmpty)
             wide.append(names);
@@ -146,7 +146,7 @@ QByteArray VXCSVFormat::widened(const QByteArray &file, const QStringList &colum
         if (isEnd && octet == '\r')
             wide.append(file[++index]);
     }
-    endLine(); // a last one without an end
+    endLine(); // a last line without an end
     return wide;
 }
 

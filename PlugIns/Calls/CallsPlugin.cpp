@@ -29,7 +29,8 @@ public:
                                                      VXStoreWorkLock::syncName](const VXDeviceAction::Ptr &action) {
                                 return std::make_shared<VXCallSync>(action, VXCallStore(coordinator), lockPath);
                             });
-        const auto recorder = std::make_shared<VXCallRecorder>(coordinator); // outlives a last call on another thread
+        // Kept alive for a last call on another thread.
+        const auto recorder = std::make_shared<VXCallRecorder>(coordinator);
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });

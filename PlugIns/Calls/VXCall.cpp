@@ -63,7 +63,7 @@ QVariant VXCall::valueForKey(const QString &key) const
     return key == changedDateKey ? QVariant(changedDate()) : VXRecordObject::valueForKey(key);
 }
 
-// By the clock that dates the call, which may be the phone's. Each state comes later than the one before, if only by a
+// By the clock that dates the call, which may be the phone's. Each state is later than the one before, if only by a
 // millisecond.
 QDateTime VXCall::changedDate() const
 {

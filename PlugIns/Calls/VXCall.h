@@ -21,12 +21,13 @@ class VXCall : public VXRecordObject, public VXMetaDataSource
 {
 public:
     static const QString entityName;     // "VXCall"
-    static const QString changedDateKey; // "changedDate": when the last happened that is known of it
+    static const QString changedDateKey; // "changedDate": date of the latest known event
 
-    /** A call does not go back to an earlier state; what is known of it stays unless there is better news. */
+    /** Takes over the news. A call never goes back to an earlier state; what is known of it stays unless the news is
+     *  better. */
     void take(const VXCallNews &news);
 
-    /** Also "changedDate". */
+    /** Includes "changedDate". */
     QVariant valueForKey(const QString &key) const override;
     std::optional<QVariantMap> metaDataPlist() const override;
 

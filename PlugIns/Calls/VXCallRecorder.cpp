@@ -12,7 +12,7 @@ using Operator = VXPredicate::Operator;
 
 namespace {
 
-// A call that was never told to have ended is not taken for a later one.
+// A call whose end was never reported is not mistaken for a later one.
 constexpr qint64 longestCall = 24 * 60 * 60; // seconds
 constexpr qint64 longestRinging = 5 * 60;    // seconds
 
@@ -28,7 +28,7 @@ VXPredicate startedSince(const QDateTime &time)
                                    VXExpression::constant(time));
 }
 
-// The calls that the news may be about.
+// The calls that the news may refer to.
 VXPredicate candidates(const VXCallNews &news)
 {
     const VXCallRecord &call = news.call;
@@ -37,14 +37,15 @@ VXPredicate candidates(const VXCallNews &news)
                                                    VXExpression::constant(int(call.direction)))};
     if (!call.identifier.isNull())
         return VXPredicate::allOf(all << equals(u"call_id"_s, call.identifier));
-    const bool isRinging = news.state == "ringing"_L1; // again: phones tell it with each ring
+    const bool isRinging = news.state == "ringing"_L1; // phones report it with each ring
     all << equals(u"from"_s, call.from) << equals(u"to"_s, call.to)
         << startedSince(call.eventDate.addSecs(isRinging ? -longestRinging : -longestCall));
     all << (isRinging ? equals(u"state"_s, u"ringing"_s) : VXPredicate::negationOf(equals(u"state"_s, u"ended"_s)));
     return VXPredicate::allOf(all);
 }
 
-// The newest call that the news is about; a new one when there is none. Null, with an error, when that cannot be told.
+// The newest call that the news refers to; a new one if there is none. Null, with an error, if that cannot be found
+// out.
 VXManagedObjectPtr callFor(const VXCallNews &news, VXManagedObjectContext &context, VXError *error)
 {
     const VXManagedObjectModel &model = context.persistentStoreCoordinator()->model();
@@ -83,10 +84,10 @@ std::optional<VXCallNews> VXCallRecorder::newsOf(const VXNotification &notificat
         return std::nullopt;
     const auto object = notification.object.value<VXManagedObjectPtr>();
     const VXStoreIdentity *const store = object ? object->objectID().store() : nullptr;
-    if (store != nullptr && _coordinator->persistentStoreForIdentity(*store)) // it is in the history already
+    if (store != nullptr && _coordinator->persistentStoreForIdentity(*store)) // it is already in the history
         return std::nullopt;
     VXCallRecord call(notification.object);
-    // Who posts the event knows.
+    // The poster of the event knows the direction.
     call.direction = isIncoming ? VXRecordDirection::Incoming : VXRecordDirection::Outgoing;
     if (!call.eventDate.isValid())
         call.eventDate = QDateTime::currentDateTimeUtc();

@@ -15,10 +15,10 @@
 class VXCallRecorder
 {
 public:
-    /** The recorder holds the store open. */
+    /** The recorder keeps the store open. */
     explicit VXCallRecorder(const VXPersistentStoreCoordinator::Ptr &coordinator);
 
-    /** For observers of VXEventManagerWillPostEventNotification. Events that are about no call are ignored. */
+    /** For observers of VXEventManagerWillPostEventNotification. Events that are not about a call are ignored. */
     void eventWillBePosted(const VXNotification &notification);
 
 private:

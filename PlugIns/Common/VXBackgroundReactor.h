@@ -3,15 +3,15 @@
 #include "VXReactionQueue.h"
 #include "VXReactorPlugin.h"
 
-/** A reactor that does its work on threads of its own. It is not unloaded before that is done. */
+/** A reactor that works on threads of its own. It is not unloaded before the work is done. */
 class VXBackgroundReactor : public VXReactorPlugin
 {
     Q_OBJECT
 
 public:
-    /** Asks for time while there is work. */
+    /** Asks for more time as long as there is work. */
     int pluginShouldUnload() override;
-    /** Waits for what is left. */
+    /** Waits for the remaining work. */
     void pluginWillUnload() override;
 
 protected:

@@ -19,7 +19,7 @@ void VXDeviceWork::offer(VXPlugin *owner, const QString &name, const QString &ne
     });
     for (const VXDevicePlugin::Ptr &device : VXDevicePlugin::liveDevices())
         offerTo(device.get(), owner, name, neededAction, begun, make);
-    // Told before the owner takes away the classes of its objects.
+    // Posted before the owner removes the classes of its objects.
     center.addObserver(owner, VXPluginWillUnloadNotification, [=](const VXNotification &notification) {
         if (notification.object.value<VXPlugin *>() == owner)
             begun->breakOff();
@@ -78,7 +78,7 @@ void VXDeviceWork::Begun::breakOff()
 {
     isUnloading = true;
     const auto broken = going();
-    for (const auto &work : broken) // whoever works on another thread looks for it between steps
+    for (const auto &work : broken) // code on another thread checks this between steps
         work->_whole->setError(VXError(VXErrorDomain, VXErrorCancelled));
     gate.close();
     for (const auto &work : broken)
@@ -122,7 +122,7 @@ void VXDeviceWork::end()
     if (std::exchange(_hasEnded, true))
         return;
     cancelPart();
-    _lock.reset(); // who waits for the end may begin another
+    _lock.reset(); // whoever waits for the end may begin another
     if (!_isLeft || !_whole->isExecuting())
         _whole->conclude();
 }
@@ -134,7 +134,7 @@ void VXDeviceWork::perform(const QString &name, const QVariant &object, const QS
         return end();
     const VXDeviceAction::Ptr part = VXDeviceAction::actionWithName(name);
     part->setObject(object);
-    if (taker) // a driver may be late
+    if (taker) // a driver's portion may arrive late
         part->setTaker([self = weak_from_this(), taker](const auto &portion, const auto &next) {
             if (const auto work = self.lock())
                 taker(portion, next);

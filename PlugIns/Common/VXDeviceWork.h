@@ -16,8 +16,9 @@
 #include <vector>
 
 /**
- * An action that consists of others on the same device, one after the other: their progress is shown as its own, and its cancel
- * goes to the one that runs. It is to end the whole; a step that throws ends it with that error. Main thread.
+ * An action made up of other actions on the same device, one after the other. Their progress is shown as its own, and
+ * cancelling it cancels the one that is running. That is meant to end the whole; a step that throws ends it with that
+ * error. Main thread.
  */
 class VXDeviceWork : public std::enable_shared_from_this<VXDeviceWork>
 {
@@ -26,33 +27,33 @@ public:
     VXDeviceWork(const VXDeviceWork &) = delete;
     VXDeviceWork &operator=(const VXDeviceWork &) = delete;
 
-    /** Registers a handler with every device that has handlers for all of the actions, now and as they are added. `make` makes the
-     *  work for an action. What goes on when the program ends is cancelled; when the owner unloads it is ended, which waits until no
-     *  other thread works on it, and no more is begun. */
+    /** Registers a handler with every device that has handlers for all of the actions, now and whenever one is added.
+     *  `make` makes the work for an action. Work in progress is cancelled when the program ends. When the owner
+     *  unloads, it is ended, which waits until no other thread works on it, and no more is begun. */
     using Maker = std::function<std::shared_ptr<VXDeviceWork>(const VXDeviceAction::Ptr &action)>;
     static void offer(VXPlugin *owner, const QString &name, const QString &neededAction, const Maker &make);
 
 protected:
-    /** One at a time works under the lock of that file, whoever's; another is refused. Null: any number. */
+    /** Only one at a time, of any process, works under the lock of that file; others are refused. Null: any number. */
     explicit VXDeviceWork(const VXDeviceAction::Ptr &action, const QString &lockPath = {})
         : _whole(action), _lockPath(lockPath)
     {
     }
 
     virtual void start() = 0;
-    /** Concludes the whole, with what it had to report set; nothing is called any more. */
+    /** Concludes the whole with the report set so far; nothing is called any more. */
     void end();
     const VXDeviceAction::Ptr &whole() const { return _whole; }
 
     using Then = std::function<void(const VXDeviceAction &part)>;
-    /** Has the device do this, and then calls `then`, unless the whole was cancelled meanwhile: then it is concluded. What
-     *  is read goes to the taker, where there is one and the device knows portions. */
+    /** Has the device do this, and then calls `then`, unless the whole was cancelled meanwhile; then it is concluded.
+     *  What is read goes to the taker, if there is one and the device supports portions. */
     void perform(const QString &name, const QVariant &object, const QString &statusText, const Then &then,
                  const VXDeviceAction::Taker &taker = {});
-    /** Has another thread work, and then calls `then` with what it made, unless the whole has ended before. What either throws
-     *  ends the whole with that error. The owner does not unload before `work` returns, so it may use all that is there until then; but
-     *  quitting waits for it, so what takes long looks whether the whole is cancelled. It takes one of the few threads of the global
-     *  pool, also while it waits for a lock. */
+    /** Runs `work` on another thread, and then calls `then` with its result, unless the whole has ended before. An
+     *  exception from either ends the whole with that error. The owner does not unload before `work` returns, so until
+     *  then `work` may use everything. But quitting waits for it too, so long work should check whether the whole is
+     *  cancelled. It occupies one of the few threads of the global pool, even while it waits for a lock. */
     template <class Work, class Then>
     void compute(Work work, Then then)
     {
@@ -79,13 +80,13 @@ protected:
             });
         });
     }
-    /** Breaks off what is performed, if anything is; `then` is called as ever. */
+    /** Breaks off the action that is running, if any; `then` is called as usual. */
     void cancelPart();
-    /** True, when after a failure there is no sense in going on: cancelled, or the phone is gone. */
+    /** True if there is no point in going on after a failure: the whole was cancelled, or the phone is gone. */
     bool isOver() const;
 
 private:
-    /** What goes on for an owner. Main thread, but for the gate. */
+    /** The work in progress of an owner. Main thread, except for the gate. */
     struct Begun
     {
         static void begin(const std::shared_ptr<Begun> &begun, const VXDeviceAction::Ptr &action, const Maker &make);
@@ -105,9 +106,9 @@ private:
 
     const VXDeviceAction::Ptr _whole;
     const QString _lockPath;
-    std::weak_ptr<VXDeviceAction> _part; // that was performed last
+    std::weak_ptr<VXDeviceAction> _part; // the last one that was performed
     std::optional<VXFileLock> _lock;     // from the begin to the end
-    std::shared_ptr<Begun> _begun;       // that it is of
+    std::shared_ptr<Begun> _begun;       // the set it belongs to
     bool _hasEnded = false;
-    std::atomic<bool> _isLeft = false; // nobody waited for the end any longer; the whole may be executed again
+    std::atomic<bool> _isLeft = false; // nobody waits for the end any longer; the action may be executed again
 };

@@ -5,7 +5,7 @@
 #include <QtCore/QString>
 
 /**
- * The text with "{event}", "{subtype}" and "{KEYPATH}", any value of the object, replaced; by nothing where there is none.
- * "{{" stands for "{". What is replaced is not looked at again.
+ * The text with "{event}", "{subtype}" and "{KEYPATH}", which stands for any value of the object, replaced. A missing
+ * value is replaced by nothing. "{{" stands for "{". Replacements are not searched again.
  */
 QString VXEventText(const QString &text, const VXEvent &event);

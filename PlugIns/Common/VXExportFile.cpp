@@ -23,33 +23,33 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr qsizetype bufferSize = 256 * 1024;
-constexpr auto longestWait = 30s; // for an export of somebody else
+constexpr auto longestWait = 30s; // for somebody else's export
 
 bool isSameFile(const VXFileStamp &a, const VXFileStamp &b)
 {
     return a.exists() && b.exists() && a.device == b.device && a.inode == b.inode;
 }
 
-/** The head of what brings a file back; the bytes that were written over follow, and an end. */
+/** The head of the data that restores a file; it is followed by the bytes that were overwritten, and an end mark. */
 struct Undo
 {
     quint64 mark = 0;
     quint64 inode = 0; // of the file
-    qint64 size = 0;   // that it had
+    qint64 size = 0;   // its former size
     qint64 start = 0;  // where writing began
     qint64 overwritten = 0;
 };
 constexpr quint64 undoMark = 0x5658556e646f3031; // "VXUndo01"
 constexpr QByteArrayView undoEnd = "end\n";
 
-// A hidden file beside the one that is exported to.
+// The path of a hidden file beside the exported one.
 QByteArray besidePath(const QString &path, QLatin1StringView extension)
 {
     const QFileInfo info(path);
     return QFile::encodeName(u"%1/.%2%3"_s.arg(info.path(), info.fileName(), extension));
 }
 
-// In folders of others a file may have been put there by anybody.
+// In other people's folders anybody may have put a file there.
 bool isOwnFile(const QByteArray &path)
 {
     struct stat status = {};
@@ -72,8 +72,8 @@ VXExportFile::~VXExportFile()
         takeBack();
 }
 
-// The lock is on the file itself, so that it serves whoever may write there, and leaves nothing behind. The file may
-// have been replaced or removed while its lock was waited for: then the one there now is locked.
+// The lock is on the file itself, so that it works for everyone who may write there, and leaves nothing behind. The
+// file may have been replaced or removed while waiting for its lock: then the one there now is locked.
 bool VXExportFile::openLocked(QString *reason)
 {
     while (true) {
@@ -96,7 +96,7 @@ bool VXExportFile::openLocked(QString *reason)
         }
         const VXFileStamp locked = VXFileStamp::ofDescriptor(_file.number());
         if (isSameFile(locked, VXFileStamp::ofPath(_path))) {
-            _wasThere = _wasThere || locked.size > 0; // another export may have made it meanwhile
+            _wasThere = _wasThere || locked.size > 0; // another export may have made it in the meantime
             _oldSize = _mode == Mode::Append ? locked.size : 0;
             _path = QFileInfo(_path).canonicalFilePath();
             return true;
@@ -114,7 +114,8 @@ bool VXExportFile::begin(QString *reason)
     return _mode == Mode::Append || beginReplacement(reason);
 }
 
-// Its name is always the same: what a process left that was killed goes, and nobody else writes there while the lock is held.
+// It always has the same name: the remains of a killed process are removed, and nobody else writes there while the lock
+// is held.
 bool VXExportFile::beginReplacement(QString *reason)
 {
     struct stat status = {};
@@ -126,7 +127,8 @@ bool VXExportFile::beginReplacement(QString *reason)
             VXFileDescriptor(::open(path.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (_replacementFile.isOpen())
         _replacement = path;
-    // What others have set up for their file is no leave to run the new one as its owner, or to write into it.
+    // Permission bits that others have set on their file must not allow the new one to be run as its owner, or to be
+    // written to.
     const mode_t kept = status.st_uid == ::geteuid() ? 0777 : 0644;
     if (_replacementFile.isOpen() && ::fchmod(_replacementFile.number(), status.st_mode & kept) == 0)
         return true;
@@ -136,8 +138,9 @@ bool VXExportFile::beginReplacement(QString *reason)
 
 // -- What a killed process leaves behind
 
-// Before anything is written: how long the file was, and the bytes that will be written over. It counts only when it is whole,
-// and only for the file that it was made for. In a folder where it cannot be made the export goes on without.
+// Done before anything is written: keeps how long the file was, and the bytes that will be overwritten. It counts only
+// if it is complete, and only for the file that it was made for. If it cannot be made in the folder, the export
+// continues without it.
 void VXExportFile::keepUndo()
 {
     const QByteArray path = besidePath(_path, ".undo"_L1);
@@ -152,9 +155,9 @@ void VXExportFile::keepUndo()
     bytes.append(_overwritten);
     bytes.append(undoEnd.data(), undoEnd.size());
     if (!file.writeAll(bytes) || ::fsync(file.number()) != 0)
-        ::unlink(path.constData()); // half of it is of no use
+        ::unlink(path.constData()); // half of it is useless
     else
-        synchronizeFolder(); // it must be there before the file changes, should the power fail
+        synchronizeFolder(); // it must be there before the file changes, in case the power fails
 }
 
 void VXExportFile::removeUndo() const
@@ -207,7 +210,7 @@ QByteArray VXExportFile::oldBytes(qint64 offset, qint64 count)
         if (read < 0 && errno == EINTR)
             continue;
         if (read <= 0) {
-            errno = read == 0 ? EIO : errno; // shortened by a program that knows no lock
+            errno = read == 0 ? EIO : errno; // shortened by a program that ignores the lock
             fail();
             return {};
         }
@@ -257,7 +260,8 @@ bool VXExportFile::finishAppending()
     if ((isShorter && ::ftruncate(_file.number(), _position) != 0) || ::fsync(_file.number()) != 0)
         return fail();
     removeUndo();
-    synchronizeFolder(); // or a power failure might bring the undo back, and the next export take this one away
+    // Otherwise a power failure might bring the undo file back, and the next export would remove this one.
+    synchronizeFolder();
     return true;
 }
 
@@ -270,7 +274,7 @@ bool VXExportFile::finishReplacing()
     return true;
 }
 
-// A new or renamed file is there for good once its folder is on the disk. That it is written is true in any case.
+// A new or renamed file is permanent only once its folder is on the disk. That it was written is true in any case.
 void VXExportFile::synchronizeFolder() const
 {
     if (!VXSynchronizeFolderOf(_path))
@@ -300,13 +304,13 @@ void VXExportFile::takeBack()
     if (isAsBefore() || (_file.writeAllAt(_start, _overwritten) && ::ftruncate(_file.number(), _oldSize) == 0 &&
                          ::fsync(_file.number()) == 0))
         removeUndo();
-    else // the next export tries again
+    else // otherwise the next export tries again
         VXLogMethod(VXLogError, "takeBack",
                     u"\"%1\" could not be brought back to %2 bytes: %3"_s.arg(_path, QString::number(_oldSize),
                                                                               qt_error_string(errno)));
 }
 
-// As when the first byte could not be written: then nothing is to be written on a disk that may be full.
+// For example if even the first byte could not be written: then nothing should be written to a disk that may be full.
 bool VXExportFile::isAsBefore()
 {
     struct stat status = {};

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 longestStart = 64; // bytes, of which a few may be blank
+constexpr qint64 longestStart = 64; // bytes, some of which may be blank
 
 } // namespace
 

@@ -4,9 +4,9 @@
 #include "VXExportFile.h"
 
 /**
- * An exporter that writes files. The option "VXExporterOptionsFilePath" names the file; "append" (true without) tells
- * whether objects go behind what it holds or in place of that. Two exports to one file at once come one after the other,
- * and one that fails changes nothing.
+ * An exporter that writes files. The option "VXExporterOptionsFilePath" names the file; "append" (true by default) says
+ * whether objects are added to its content or replace it. Two exports to the same file run one after the other, and one
+ * that fails changes nothing.
  */
 class VXFileExporter : public VXExporterPlugin
 {
@@ -15,24 +15,24 @@ class VXFileExporter : public VXExporterPlugin
 public:
     [[nodiscard]] std::optional<VXError> exportObjects(const QVariantList &objects, const QVariantMap &options) final;
 
-    /** The file and whether to append, and those of `furtherOptions`. */
+    /** The file, whether to append, and `furtherOptions`. */
     VXReactorOptions reactorOptions() const final;
-    /** The folder of the file must be there. */
+    /** The folder of the file must exist. */
     QString problemOfOptions(const QVariantMap &options) const final;
 
 protected:
-    /** Those of the format. */
+    /** Options of the format. */
     virtual VXReactorOptions furtherOptions() const { return {}; }
 
-    /** What files of the format begin with, capitals or not; empty, as in the base, when `writeObjects` looks itself. Nothing is put
-     * behind what begins otherwise. */
+    /** What files of the format begin with, in upper or lower case; empty, as in the base, if `writeObjects` checks
+     *  itself. Nothing is appended to a file that begins differently. */
     virtual QByteArray formatMark() const { return {}; }
 
-    /** Writes the objects, none of them invalid. False with a reason for people: the file stays as it was. */
+    /** Writes the objects, all of them valid. False with a reason for people: the file stays as it was. */
     virtual bool writeObjects(const QVariantList &objects, const QVariantMap &options, VXExportFile &file,
                               QString *reason) = 0;
 
-    /** Of the plugin's table "Localizable", in the user's language. */
+    /** A text of the plugin's table "Localizable", in the user's language. */
     QString localizedString(const QString &key) const;
 
 private:

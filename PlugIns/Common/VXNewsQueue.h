@@ -10,8 +10,8 @@
 #include <utility>
 
 /**
- * Has one thread at a time deal with what several threads hear of, in the order in which they heard it. News that come while
- * another thread deals with some are left to that one: nobody waits, and no lock is held meanwhile. Any thread.
+ * Has one thread at a time process what several threads hear of, in the order in which they heard it. News that arrives
+ * while another thread is processing is left to that thread: nobody waits, and no lock is held meanwhile. Any thread.
  */
 template <class News>
 class VXNewsQueue
@@ -19,7 +19,7 @@ class VXNewsQueue
 public:
     using Handler = std::function<void(const News &)>;
 
-    /** Returns at once when another thread is at it; else when all that has come was dealt with. */
+    /** Returns at once if another thread is processing; otherwise after everything that has arrived was processed. */
     void add(News news, const Handler &handler)
     {
         {
@@ -28,7 +28,7 @@ public:
             if (std::exchange(_isTaken, true))
                 return;
         }
-        auto giveUp = qScopeGuard([this] { // something threw
+        auto giveUp = qScopeGuard([this] { // an exception was thrown
             const VXMutexLocker locker(_lock);
             _isTaken = false;
         });
@@ -38,7 +38,7 @@ public:
     }
 
 private:
-    /** The next in line, or none and the turn given up. */
+    /** The next item, or none, in which case the turn is given up. */
     std::optional<News> takeNext()
     {
         const VXMutexLocker locker(_lock);

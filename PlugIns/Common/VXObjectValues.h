@@ -12,17 +12,22 @@
 
 // The values of events' objects (maps, managed objects, QObjects), by name. On the object's thread.
 
-/** Contacts of a store as maps with the keys of records, whose lists lie in objects of their own; all else as it is. */
+/**
+ * Converts contacts of a store, whose lists are kept in objects of their own, into maps with the keys of records;
+ * everything else is left as it is.
+ */
 QVariantList VXRecordsOfObjects(const QVariantList &objects);
 
-/** Names of its values: stored attributes in the model's order, but for those that are only searched ("..._search"); a map's
- *  keys sorted; properties as declared. */
+/**
+ * Names of the object's values: stored attributes in the model's order, without those that only serve searching
+ * ("..._search"); a map's keys, sorted; properties as declared.
+ */
 QStringList VXKeysOfObject(const QVariant &object);
 
-/** All its values; null for an object that is none. */
+/** All its values; null for something that is not an object. */
 QJsonValue VXPlainJSONOfObject(const QVariant &object);
 
-/** Reads the same values of many objects, by index where they are attributes. Keys may be key paths. */
+/** Reads the same values of many objects, by index if they are attributes. Keys may be key paths. */
 class VXColumnReader
 {
 public:
@@ -46,7 +51,7 @@ public:
     }
 
 private:
-    /** A map may have a key with dots in it. */
+    /** Looks the key up in a map first, since its keys may contain dots. */
     static QVariant valueIn(const QVariant &object, const QString &key);
     void setEntity(const VXEntityDescription &entity);
 

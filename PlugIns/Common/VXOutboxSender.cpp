@@ -9,8 +9,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds longestFarewell = 30s;
-constexpr std::chrono::milliseconds resumption = 30s;     // when the program goes on after all
-constexpr std::chrono::milliseconds longestGivingUp = 5s; // then it is not known what became of it
+constexpr std::chrono::milliseconds resumption = 30s;     // if the program goes on after all
+constexpr std::chrono::milliseconds longestGivingUp = 5s; // after that the outcome is unknown
 
 } // namespace
 

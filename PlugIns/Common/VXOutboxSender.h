@@ -7,12 +7,13 @@
 #include <memory>
 
 /**
- * Has a plugin send entries of one kind from the outbox for as long as it is loaded: as VXOutboxRunner does. Main thread only.
+ * Has a plugin send the outbox's entries of one kind, by VXOutboxRunner, for as long as the plugin is loaded. Main
+ * thread only.
  */
 class VXOutboxSender
 {
 public:
-    /** The plugin outlives it. */
+    /** The plugin must outlive it. */
     explicit VXOutboxSender(VXPlugin &plugin) : _plugin(plugin) {}
     VXOutboxSender(const VXOutboxSender &) = delete;
     VXOutboxSender &operator=(const VXOutboxSender &) = delete;
@@ -21,9 +22,9 @@ public:
     /** nullptr before the start. */
     VXOutboxRunner *runner() const { return _runner.get(); }
 
-    /** The plugin's answer when it is asked whether it can be unloaded: later, while something is being sent. */
+    /** The plugin's answer to the question whether it can be unloaded: later, while something is being sent. */
     int shouldUnload();
-    /** What is being sent is sent, or given up where that takes half a minute; what waits is left to the next program. */
+    /** Finishes what is being sent, or gives up if that takes half a minute; what waits is left to the next program. */
     void stop();
 
 private:
@@ -31,5 +32,5 @@ private:
 
     VXPlugin &_plugin;
     std::unique_ptr<VXOutboxRunner> _runner;
-    QTimer _farewell; // from the question on
+    QTimer _farewell; // runs from the question on
 };

@@ -4,10 +4,10 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVariantMap>
 
-// Options of reactors as users give them: with their types from an editor, as texts from a command line.
+// Options of reactors as users give them: typed from an editor, as text from a command line.
 
-/** The fallback when it is missing or none; of texts "false", "no", "0" and "" are false. */
+/** Returns the fallback if the option is missing or invalid. The texts "false", "no", "0" and "" mean false. */
 bool VXBooleanOption(const QVariantMap &options, const QString &key, bool fallback);
 
-/** A list as it is; the parts between commas of a text, without the blanks around them. */
+/** Returns a list as it is; of a text, the parts between commas without surrounding blanks. */
 QStringList VXListOption(const QVariantMap &options, const QString &key);

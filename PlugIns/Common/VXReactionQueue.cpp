@@ -49,7 +49,7 @@ void VXReactionQueue::run()
     _lock.unlock();
 }
 
-// Posters may still hold the reactor: a thread that one of them started now would have nobody to join it.
+// Posters may still hold the reactor: if one of them started a thread now, nobody would join it.
 void VXReactionQueue::finish()
 {
     std::vector<std::thread> threads;

@@ -8,8 +8,8 @@
 #include <vector>
 
 /**
- * Work that takes a reactor longer than who posts an event should wait: done in order of arrival on a few threads of the
- * queue's own. Any thread may call; `finish` and the end of the queue belong to one.
+ * Work of a reactor that takes longer than the poster of an event should wait. It is done in order of arrival on a few
+ * threads of the queue's own. Any thread may call it, but one thread must call `finish` and destroy the queue.
  */
 class VXReactionQueue
 {
@@ -18,18 +18,19 @@ public:
         : _maximumThreads(maximumThreads), _maximumWaiting(maximumWaiting)
     {
     }
-    /** As `finish`. */
+    /** Calls `finish`. */
     ~VXReactionQueue() { finish(); }
     VXReactionQueue(const VXReactionQueue &) = delete;
     VXReactionQueue &operator=(const VXReactionQueue &) = delete;
 
-    /** False when too much is waiting already, and from `finish` on. The work throws nothing. */
+    /** False if too much is waiting already, and after `finish`. The work must not throw. */
     [[nodiscard]] bool add(std::function<void()> work);
 
-    /** False when there is nothing to wait for; else `call` is called once, on a thread of the queue, when all is done. */
+    /** False if there is nothing to wait for; otherwise `call` is called once, on a thread of the queue, when all is
+     *  done. */
     bool callWhenIdle(std::function<void()> call);
 
-    /** Takes no more work, and waits until all is done and the threads are gone. For good. */
+    /** Accepts no more work, and waits until everything is done and the threads are gone. This is final. */
     void finish();
 
 private:

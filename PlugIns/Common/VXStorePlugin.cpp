@@ -30,7 +30,8 @@ void VXStorePlugin::launchSearch(const QString &modificationDateKey, const VXMet
                                                                modificationDateKey, inputs);
 }
 
-// One that no entity gives is of no object, and nothing else would tell. The model is the store's, which may be another one.
+// A class that no entity names is not the class of any object, and nothing else would report that. The model is the
+// store's, which may be a different one.
 void VXStorePlugin::checkClasses(const VXManagedObjectModel &model) const
 {
     for (const QString &name : _classes) {

@@ -7,7 +7,9 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/** The base of the stores that ship: each is known by the objects of one entity. Main thread only. */
+/**
+ * The base of the stores that ship with the program: each is recognised by the objects of one entity. Main thread only.
+ */
 class VXStorePlugin : public VXDataPlugin
 {
 public:
@@ -17,7 +19,7 @@ public:
     void pluginWillUnload() override;
 
 protected:
-    /** The entity, and keys of the texts that count its objects: "One call", "%1 calls". */
+    /** The entity, and the keys of the texts that count its objects: "One call", "%1 calls". */
     VXStorePlugin(const QString &entityName, const QString &one, const QString &many);
 
     /** Objects of that entity, which gives its own name as that of their class, are of that class until the plugin unloads. */
@@ -28,7 +30,8 @@ protected:
         _classes.append(entityName);
     }
     /**
-     * Lets the objects of the entity be found until the plugin unloads, unless the user wants no search. A class that was registered and that no entity of the store's model gives is logged.
+     * Lets the objects of the entity be found until the plugin unloads, unless the user does not want search. A
+     * registered class that no entity of the store's model names is logged.
      */
     void launchSearch(const QString &modificationDateKey, const VXMetaDataInputs &inputs = {});
 
@@ -39,5 +42,5 @@ private:
     QString _one;
     QString _many;
     QStringList _classes;        // whose entities have classes of their own
-    VXMetaDataSync::Ptr _search; // null when the user wants none
+    VXMetaDataSync::Ptr _search; // null if the user does not want search
 };

@@ -3,17 +3,17 @@
 #include "VXMutex.h"
 
 /**
- * Lets workers on other threads in until it is closed; who closes it waits until the last one is out. So what is taken away when
- * a plugin unloads, as the classes of its objects, is there for as long as anybody works with it. Any thread.
+ * Lets workers on other threads in until it is closed; the closer waits until the last one has left. So what is removed
+ * when a plugin unloads, such as the classes of its objects, exists as long as anybody works with it. Any thread.
  */
 class VXWorkerGate
 {
 public:
-    /** False once it is closed; else the worker has to leave when it is done. */
+    /** False once it is closed; otherwise the worker must leave when it is done. */
     [[nodiscard]] bool enter();
     void leave();
-    /** Lets nobody in any more, and returns when nobody is inside. Main thread, whose events are looked after meanwhile: a worker may
-     *  wait for one. */
+    /** Lets nobody in any more, and returns when nobody is inside. Main thread; its events are processed meanwhile,
+     *  because a worker may wait for one. */
     void close();
 
 private:

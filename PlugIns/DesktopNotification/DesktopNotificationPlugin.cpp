@@ -12,7 +12,7 @@ constexpr size_t maximumWaiting = 100; // more than anybody would read
 
 } // namespace
 
-/** Shows a desktop notification. Who posts the event does not wait for the desktop. */
+/** Shows a desktop notification. The poster of the event does not wait for the desktop. */
 class DesktopNotificationPlugin : public VXBackgroundReactor
 {
     Q_OBJECT

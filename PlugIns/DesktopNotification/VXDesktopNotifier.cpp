@@ -14,7 +14,7 @@ namespace {
 
 constexpr int longestCall = 5000; // milliseconds
 
-// A connection for one notification: the bus may come and go while the application runs.
+// A connection for one notification, because the bus may come and go while the application runs.
 class SessionBus
 {
 public:
@@ -57,7 +57,7 @@ bool VXDesktopNotifier::notify(const QString &title, const QString &text, QStrin
     SessionBus bus;
     if (!bus.isConnected(reason))
         return false;
-    // A service that understands markup would take some of somebody else's words for it.
+    // A service that understands markup would interpret parts of other people's text as markup.
     const QStringList capabilities = bus.call(u"GetCapabilities"_s).arguments().value(0).toStringList();
     const QString body = capabilities.contains(u"body-markup"_s) ? text.toHtmlEscaped() : text;
     constexpr quint32 replacesNone = 0;

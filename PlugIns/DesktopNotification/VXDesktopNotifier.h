@@ -6,8 +6,8 @@
 class VXDesktopNotifier
 {
 public:
-    /** Title and text as they are to be read, without markup. False when there is no service, or it refuses; `reason` tells
-     * why. */
+    /** Shows a notification. Title and text are plain text without markup. False if there is no service or it refuses;
+     *  `reason` tells why. */
     static bool notify(const QString &title, const QString &text, QString *reason);
 
     VXDesktopNotifier() = delete;

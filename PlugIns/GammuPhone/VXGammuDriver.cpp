@@ -11,7 +11,7 @@ using namespace VXGammuProtocol;
 
 namespace {
 
-// A message that names its receiver as records do: by phonebook strings.
+// A message that names its recipient in the way of records, by phonebook strings.
 QVariant objectOf(const VXDeviceAction &action)
 {
     const QVariant object = action.object();
@@ -51,7 +51,7 @@ void VXGammuDriver::fail(const Job &job, const VXError &error)
         return;
     job.action->disconnect(this);
     if (!job.wasAsked && job.action->actionName() == "send_message"_L1 && !job.action->result().isValid())
-        job.action->setResult(QVariantMap{{u"failure"_s, u"later"_s}}); // it is certain that nothing was sent
+        job.action->setResult(QVariantMap{{u"failure"_s, u"later"_s}}); // certainly nothing was sent
     job.action->setError(error);
     job.action->conclude();
 }
@@ -66,7 +66,7 @@ void VXGammuDriver::enqueue(const VXDeviceAction::Ptr &action)
     _jobs.push_back(job);
     if (action) {
         connect(action.get(), &VXDeviceAction::cancelRequested, this, [this, asked = action.get()] { cancel(asked); });
-        if (action->isCancelled()) // before anybody listened
+        if (action->isCancelled()) // before anybody was listening
             return cancel(action.get());
     }
     askNext();
@@ -90,11 +90,11 @@ void VXGammuDriver::start()
     _process = VXGammuProcess::start(_program, _configure());
     connect(_process.get(), &VXGammuProcess::didReceive, this, &VXGammuDriver::take);
     connect(_process.get(), &VXGammuProcess::willEnd, this, [this] { _isEnding = true; });
-    // Not at once: the process may fail to start before this one has asked.
+    // Queued, because the process may fail to start before this object has sent its request.
     connect(_process.get(), &VXGammuProcess::didEnd, this, &VXGammuDriver::processDidEnd, Qt::QueuedConnection);
 }
 
-// What waits ends at once; what runs is left to the process.
+// A waiting request ends at once; a running one is left to the process.
 void VXGammuDriver::cancel(const VXDeviceAction *action)
 {
     const auto found = std::ranges::find(_jobs, action, [](const Job &job) { return job.action.get(); });
@@ -104,7 +104,7 @@ void VXGammuDriver::cancel(const VXDeviceAction *action)
         return _process->cancel();
     const Job job = *found;
     _jobs.erase(found);
-    fail(job, {}); // it has its error
+    fail(job, {}); // it already has its error
 }
 
 // -- What the process tells
@@ -129,7 +129,7 @@ void VXGammuDriver::take(const QCborArray &message)
 void VXGammuDriver::takeProgress(const QCborArray &message)
 {
     Job &job = _jobs.front();
-    const VXDeviceAction::Ptr action = job.action; // whoever hears of the progress may have this one stop
+    const VXDeviceAction::Ptr action = job.action; // a listener to the progress may stop this object
     if (const auto item = decode<Item>(message)) {
         QVariantMap record = item->value;
         if (_complete)
@@ -142,7 +142,8 @@ void VXGammuDriver::takeProgress(const QCborArray &message)
     }
 }
 
-// A request that reads has a result that lacks nothing but its items; so has one that was cut off once it had read some.
+// The result of a reading request is complete except for its items; the same holds for one that was broken off after it
+// had read some.
 void VXGammuDriver::concludeCurrent(const QVariantMap &result, const VXError &error)
 {
     if (!std::exchange(_isAsking, false))
@@ -164,7 +165,7 @@ void VXGammuDriver::concludeCurrent(const QVariantMap &result, const VXError &er
 
 void VXGammuDriver::processDidEnd(const VXGammuFailure &failure)
 {
-    if (!_process || sender() != _process.get()) // it was hung up since
+    if (!_process || sender() != _process.get()) // it was hung up in the meantime
         return;
     _process.reset();
     _isEnding = false;
@@ -174,7 +175,7 @@ void VXGammuDriver::processDidEnd(const VXGammuFailure &failure)
         Q_EMIT didClose(error);
     } else {
         Q_EMIT didFailToOpen(error);
-        // Those that wait would wait as long for the same.
+        // The waiting requests would wait just as long for the same failure.
         while (_jobs.size() > 1) {
             const Job job = std::move(_jobs.back());
             _jobs.pop_back();

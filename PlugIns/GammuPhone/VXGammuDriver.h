@@ -10,8 +10,8 @@
 #include <functional>
 
 /**
- * Has the process of a phone do what is asked of the phone, one after the other, and tells what the phone reports. The
- * process is started when something is asked, and again after a connection was lost. Main thread.
+ * Has the process of a phone carry out requests to the phone, one after the other, and passes on what the phone
+ * reports. The process is started for the first request, and again after a connection was lost. Main thread.
  */
 class VXGammuDriver : public QObject
 {
@@ -26,18 +26,18 @@ public:
     VXGammuDriver(const QString &program, Configure configure, Complete complete = {});
     ~VXGammuDriver() override;
 
-    /** Connects if need be, has the request carried out, and concludes the action, which may be none (null): then only
-     *  the state is asked for. */
+    /** Connects if necessary, has the request carried out, and concludes the action. With a null action, only the state
+     *  is requested. */
     void enqueue(const VXDeviceAction::Ptr &action);
-    /** True while something is asked of the phone. */
+    /** True while a request to the phone is in progress or waiting. */
     bool isBusy() const { return _isAsking || !_jobs.empty(); }
     bool isConnected() const { return _isConnected && !_isEnding; }
 
-    /** Concludes what waits and what runs with an error, and hangs up. */
+    /** Concludes waiting and running requests with an error, and hangs up. */
     void stop();
 
 Q_SIGNALS:
-    /** What the phone tells of itself: first when it was reached. */
+    /** What the phone says about itself: first when it was reached. */
     void didTellProperties(const QVariantMap &values);
     /** The connection is lost. */
     void didClose(const VXError &reason);
@@ -68,6 +68,6 @@ private:
     std::deque<Job> _jobs;        // the first is asked for while _isAsking
     bool _isAsking = false;
     bool _isConnected = false;
-    bool _isEnding = false; // the process: another takes its place once it is gone
+    bool _isEnding = false; // the process is ending: another replaces it once it is gone
     bool _isStopped = false;
 };

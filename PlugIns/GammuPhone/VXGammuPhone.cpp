@@ -30,7 +30,7 @@ struct Property
     QStringView key;
     const char16_t *title;
 };
-// In the order in which they are shown.
+// In display order.
 constexpr std::array properties{
     Property{u"manufacturer", u"Manufacturer"}, Property{u"model", u"Model"},
     Property{u"firmware", u"Firmware"},         Property{u"imei", u"IMEI"},
@@ -51,7 +51,7 @@ const QString &remedyKey()
     return key;
 }
 
-// The phone went, or the main thread ended, before it was asked.
+// The phone was lost, or the main thread ended, before the request reached it.
 void concludeWithoutPhone(VXDeviceAction &action)
 {
     action.setError(VXError(VXErrorDomain, VXErrorCancelled));
@@ -97,7 +97,7 @@ bool VXGammuPhone::initWithURL(const QUrl &theURL)
     connect(_driver.get(), &VXGammuDriver::didFailToOpen, this, &VXGammuPhone::didFailToOpen);
     connect(_driver.get(), &VXGammuDriver::didReport, this, &VXGammuPhone::announce);
     connect(this, &VXDevicePlugin::preferencesDidChange, this, [this] {
-        if (!isConnected()) // it may be reached now
+        if (!isConnected()) // it may be reachable now
             keepUp();
     });
     registerActionHandlers();
@@ -132,7 +132,7 @@ bool VXGammuPhone::isConnected() const
     return _driver && _driver->isConnected();
 }
 
-// Beside the plugin's code, in its bundle.
+// It is beside the plugin's code, in its bundle.
 QString VXGammuPhone::program() const
 {
     if (!_program.isNull())
@@ -181,7 +181,7 @@ void VXGammuPhone::keepUp()
     _driver->enqueue(nullptr);
 }
 
-// Each try may take as long as the phone may be silent, and must not keep the computer busy.
+// Each attempt may take as long as the phone may stay silent, and must not keep the computer busy.
 void VXGammuPhone::connectAgainLater()
 {
     if (!_isShutdown)
@@ -235,7 +235,7 @@ void VXGammuPhone::didClose(const VXError &reason)
 void VXGammuPhone::didFailToOpen(const VXError &error)
 {
     const QString text = error.localizedDescription();
-    if (std::exchange(_lastFailure, text) != text) { // told once, and not at each try
+    if (std::exchange(_lastFailure, text) != text) { // reported once, not with each attempt
         VXLogMethod(VXLogWarning, "didFailToOpen:", description() + ": "_L1 + text);
         setDeviceProperty(VXLocalizedProperty(text, VXGammuLocalizedString(u"Problem"_s)), problemKey());
         setDeviceProperty(VXLocalizedProperty(remedy(), VXGammuLocalizedString(u"What to do"_s), 1), remedyKey());
@@ -244,7 +244,7 @@ void VXGammuPhone::didFailToOpen(const VXError &error)
     setConnecting(false);
 }
 
-// The library's texts do not tell a port that this user may not open from one that another program holds.
+// The library's texts do not distinguish a port that this user may not open from one that another program holds.
 QString VXGammuPhone::remedy() const
 {
     const QString port = preferenceForKey(u"port"_s).toString();
@@ -254,7 +254,7 @@ QString VXGammuPhone::remedy() const
     return problem.localizedDescription() + u' ' + problem.localizedRecoverySuggestion();
 }
 
-// What only the device knows of a call or message: whose it is, and of what lies on the phone, by which URL.
+// Adds what only the device knows about a call or message: whose it is and, for what is stored on the phone, its URL.
 void VXGammuPhone::complete(QVariantMap &record) const
 {
     if (!record.contains(u"direction"_s))

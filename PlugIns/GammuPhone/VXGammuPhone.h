@@ -9,8 +9,8 @@
 #include <memory>
 
 /**
- * A phone that is reached through libgammu, which a process of its own uses. It connects by itself, and again when it comes
- * back; the plugin's README lists its preferences, properties, actions and events. Main thread.
+ * A phone that is reached through libgammu, in a process of its own. It connects by itself, and again when it comes
+ * back; the plugin's README lists the preferences, properties, actions and events. Main thread.
  */
 class VXGammuPhone : public VXDevicePlugin
 {
@@ -20,21 +20,21 @@ class VXGammuPhone : public VXDevicePlugin
 
 public:
     Q_INVOKABLE VXGammuPhone();
-    /** With another program in place of the one in the plugin's bundle. */
+    /** Uses another program instead of the one in the plugin's bundle. */
     explicit VXGammuPhone(const QString &program);
     ~VXGammuPhone() override;
 
-    /** The serial ports at which there may be a phone. */
+    /** Finds the serial ports that may have a phone. */
     void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
 
-    /** What its preference "name" says, else its identifier: the plugin's name would be that of all phones. */
+    /** Its preference "name", else its identifier: the plugin's name would be the same for all phones. */
     QString name() const override;
     /** The first of the card's own numbers. */
     QString phoneNumber() const override;
     Q_INVOKABLE bool isConnected() const;
-    /** True while it is connected without being asked for anything, until what it is has been read. Announced. */
+    /** True while it is connecting without a request, until its identity has been read. Changes are announced. */
     Q_INVOKABLE bool isConnecting() const { return _isConnecting; }
 
 Q_SIGNALS:
@@ -51,12 +51,12 @@ private:
     void setProperties(const QVariantMap &values);
     void didClose(const VXError &reason);
     void didFailToOpen(const VXError &error);
-    QString remedy() const; // of what keeps it from being reached
+    QString remedy() const; // against what keeps it from being reached
     void complete(QVariantMap &record) const;
     void announce(const QString &name, const QString &subtype, const QVariantMap &object);
 
     const QString _program;
-    QTimer _upkeep; // asks for battery and signal, or connects again
+    QTimer _upkeep; // requests battery and signal, or connects again
     std::chrono::seconds _delay;
     QString _lastFailure;
     bool _isConnecting = false;

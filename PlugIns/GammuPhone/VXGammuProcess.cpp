@@ -11,11 +11,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The process ends its work by itself sooner; this is for one that is stuck altogether.
+// Normally the process ends its work sooner by itself; this is for one that is completely stuck.
 constexpr std::chrono::seconds cancelLimit{2};
 constexpr std::chrono::seconds endLimit{5};
 
-// Those that take leave of their phones. At the end of the program they are left to it, for whose object goes is killed.
+// Processes that are saying goodbye to their phones. They are left running at the end of the program, because deleting
+// their objects would kill them.
 QSet<QProcess *> &leavingProcesses()
 {
     static auto *const processes = new QSet<QProcess *>; // used on the main thread only
@@ -44,7 +45,7 @@ VXGammuProcess::VXGammuProcess(const QString &program, const QVariantMap &config
     send(VXGammuProtocol::Configure{.values = configuration});
 }
 
-// The process takes leave of its phone, for which nobody waits.
+// The process says goodbye to its phone; nobody waits for that.
 void VXGammuProcess::hangUp()
 {
     _isHungUp = true;

@@ -8,9 +8,9 @@
 #include <memory>
 
 /**
- * The process that holds the connection to one phone, as its device sees it. It ends with the connection; whatever makes
- * it end is told once, by `didEnd`. Whoever lets go of it hears no more of it, and may do so while it tells something: it is
- * deleted by the event loop. Main thread; nothing here waits.
+ * The process that holds the connection to one phone, as seen by its device. It ends with the connection; whatever
+ * makes it end is reported once, by `didEnd`. A caller that lets go of it hears nothing more from it, and may let go
+ * while it is reporting: it is deleted by the event loop. Main thread; nothing here waits.
  */
 class VXGammuProcess : public QObject
 {
@@ -23,7 +23,7 @@ public:
     };
     using Ptr = std::unique_ptr<VXGammuProcess, HangUp>;
 
-    /** Starts the program, and has it connect as these preferences say. */
+    /** Starts the program, and has it connect according to these preferences. */
     static Ptr start(const QString &program, const QVariantMap &configuration);
 
     template <class Message>
@@ -31,14 +31,14 @@ public:
     {
         _process->write(VXGammuProtocol::encode(message));
     }
-    /** Asks the process to stop what it does, and ends it when it does not. */
+    /** Asks the process to stop what it is doing, and ends it if it does not. */
     void cancel();
 
 Q_SIGNALS:
     void didReceive(const QCborArray &message);
-    /** The phone is lost, or was never reached: nothing is to be sent any more. */
+    /** The phone is lost, or was never reached: nothing more may be sent. */
     void willEnd();
-    /** Nothing comes any more. */
+    /** Nothing more will arrive. */
     void didEnd(const VXGammuFailure &failure);
 
 private:
@@ -49,9 +49,9 @@ private:
     void read();
     void finish(const QString &reason);
 
-    QProcess *_process; // once hung up it lives until it has taken leave of the phone
+    QProcess *_process; // after hanging up it lives until it has said goodbye to the phone
     VXGammuFrames _frames;
     VXGammuFailure _failure;
     bool _hasEnded = false;
-    bool _isHungUp = false; // the process is not this one's any more
+    bool _isHungUp = false; // the process no longer belongs to this object
 };

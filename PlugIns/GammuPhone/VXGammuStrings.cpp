@@ -18,7 +18,7 @@ VXError VXErrorFromGammu(const VXGammuFailure &failure)
     if (!failure)
         return {};
     const QString text = VXGammuLocalizedString(failure.text);
-    const QStringList &words = failure.arguments; // put in at once: a word may look like a place
+    const QStringList &words = failure.arguments; // inserted all at once: a word may look like a placeholder
     const QString description = words.size() == 1   ? text.arg(words[0])
                                 : words.size() == 2 ? text.arg(words[0], words[1])
                                 : words.size() == 3 ? text.arg(words[0], words[1], words[2])

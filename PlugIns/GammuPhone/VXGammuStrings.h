@@ -5,11 +5,11 @@
 
 #include <QtCore/QString>
 
-/** The domain of errors of the library; the codes are its numbers. */
+/** The domain of the library's errors; the codes are the library's numbers. */
 extern const QString VXGammuErrorDomain;
 
-/** The plugin's text in the user's language; the key itself when there is none. */
+/** The plugin's text in the user's language, or the key itself if there is none. */
 QString VXGammuLocalizedString(const QString &key);
 
-/** What the phone's process says went wrong, for the user; null when nothing did. */
+/** What the phone's process says went wrong, for the user; null if nothing did. */
 VXError VXErrorFromGammu(const VXGammuFailure &failure);

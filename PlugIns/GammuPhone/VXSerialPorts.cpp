@@ -15,7 +15,7 @@ QString lineOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
 }
 
-// The device of the bus stands above its interfaces, and these above the port.
+// The device on the bus is above its interfaces, which are above the port.
 QString productAbove(const QString &folder, const QString &top)
 {
     for (QString at = folder; at.startsWith(top) && at != top; at = QFileInfo(at).path()) {
@@ -28,7 +28,7 @@ QString productAbove(const QString &folder, const QString &top)
     return {};
 }
 
-// The name that tells what is connected, which a port keeps when the cable is put in again.
+// The name that tells what is connected, and that stays the same when the cable is plugged in again.
 QString lastingName(const QString &root, const QString &file)
 {
     const QDir names(root + "/dev/serial/by-id"_L1);

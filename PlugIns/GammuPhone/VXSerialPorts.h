@@ -3,14 +3,16 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/** A serial port at which there may be a phone. */
+/** A serial port that may have a phone. */
 struct VXSerialPort
 {
-    QString path;    // of the device file, by the name that it keeps where it has one
+    QString path;    // of the device file, by its permanent name if it has one
     QString device;  // as the kernel calls it: "ttyACM0"
-    QString product; // what is connected, as it calls itself; null where it does not
+    QString product; // name that the connected device gives itself; null if it gives none
 };
 
-/** Those of phones and modems at USB, and those bound to a phone by Bluetooth, by name. `root` is the folder in which "sys" and
- *  "dev" lie. Any thread. */
+/**
+ * The ports of phones and modems at USB, and those bound to a phone by Bluetooth, sorted by name. `root` is the folder
+ * that contains "sys" and "dev". Any thread.
+ */
 [[nodiscard]] QList<VXSerialPort> VXSerialPorts(const QString &root = QStringLiteral("/"));

@@ -19,7 +19,7 @@ namespace {
 const QString dialIdentifier = u"dial-selection"_s;
 const QString hangUpIdentifier = u"hang-up"_s;
 const QString phonebookIdentifier = u"open-phonebook"_s;
-// A hot key that the user made up: all it does is post the event, for triggers.
+// A hot key that the user has defined: it only posts the event, for triggers.
 const QString eventPrefix = u"event:"_s;
 
 } // namespace
@@ -65,7 +65,7 @@ public:
         _identifiers.clear();
     }
 
-    // What begins an action returns it.
+    // A method that begins an action returns it.
     Q_INVOKABLE QVariant dialSelection(const QString &)
     {
         QString reason;
@@ -86,7 +86,7 @@ public:
             refuse(localized("No plugin shows the phonebook."));
     }
 
-    Q_INVOKABLE void doNothing(const QString &) {} // the event is all
+    Q_INVOKABLE void doNothing(const QString &) {} // only the event matters
 
 private:
     QString localized(const char *key) const { return bundle()->localizedStringForKey(QString::fromLatin1(key)); }

@@ -39,7 +39,7 @@ protected:
         }
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const VXCalendarEntry::Translate translate = [this](const QString &key) { return localizedString(key); };
-        QHash<QByteArray, qsizetype> places; // by identifier: of what is there twice the last counts
+        QHash<QByteArray, qsizetype> places; // by identifier: if it is there twice, the last one counts
         QByteArrayList entries;
         for (const QVariant &object : objects) {
             const VXCalendarEntry entry(object, now, translate);
@@ -62,7 +62,7 @@ protected:
         }
         for (const QByteArray &entry : std::as_const(entries)) {
             if (!file.write(entry))
-                break; // told when it is committed
+                break; // reported on commit
         }
         file.write(lastLine);
         file.write("\r\n");
@@ -70,15 +70,15 @@ protected:
     }
 
 private:
-    // New entries take the place of the calendar's last line. When that is missing, they follow the last whole entry.
-    // Entries of which there are new ones go.
+    // New entries replace the calendar's last line. If that is missing, they follow the last complete entry. Entries
+    // that have new versions are removed.
     static bool goToEndOfEntries(VXExportFile &file, const QHash<QByteArray, qsizetype> &replaced)
     {
         const QByteArray old = file.oldBytes(0, file.oldSize());
         const VXCalendarText calendar(old);
         if (calendar.endOfEntries() <= 0)
             return false;
-        qsizetype done = -1; // up to which old bytes are written again
+        qsizetype done = -1; // end of the old bytes that have been written again
         for (const VXCalendarText::Entry &entry : calendar.entries()) {
             if (!replaced.contains(entry.identifier))
                 continue;

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// So that one object always gives one identifier (RFC 9562, version 5).
+// So that an object always gets the same identifier (RFC 9562, version 5).
 const QUuid entryNamespace(0x1f5a6c1e, 0x8d0b, 0x4b63, 0x9e, 0x57, 0x3a, 0x0c, 0x6e, 0x2d, 0x41, 0xb8);
 
 QString dateText(const QDateTime &date)
@@ -53,7 +53,7 @@ QByteArray VXCalendarEntry::bytes(const QByteArray &identifier) const
     lines.addText(u"SUMMARY"_s, summary());
     lines.addTextIfAny(u"DESCRIPTION"_s, description());
     lines.addText(u"CATEGORIES"_s, _translate(_isMessage ? u"Messages"_s : u"Calls"_s));
-    lines.add(u"TRANSP"_s, u"TRANSPARENT"_s); // nobody is busy for it
+    lines.add(u"TRANSP"_s, u"TRANSPARENT"_s); // it does not make anybody busy
     lines.add(u"END"_s, u"VEVENT"_s);
     return lines.bytes();
 }
@@ -101,7 +101,7 @@ QByteArray VXCalendarEntry::identifier() const
     const VXManagedObject *const stored = VXManagedObjectIn(_object);
     const bool hasURI = stored != nullptr && !stored->objectID().isTemporary();
     const QByteArray whole = hasURI ? VXValueText(_object).toUtf8() : VXJSONText(VXPlainJSONOfObject(_object));
-    // What happened at no known time happens anew each time.
+    // Something without a known time counts as new each time.
     const bool isNew = !hasURI && !start().isValid();
     const QUuid uuid = isNew ? QUuid::createUuid() : QUuid::createUuidV5(entryNamespace, whole);
     return uuid.toByteArray(QUuid::WithoutBraces);

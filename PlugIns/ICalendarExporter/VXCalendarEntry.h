@@ -14,15 +14,15 @@
 class VXCalendarEntry
 {
 public:
-    /** Gives a text in the user's language. */
+    /** Returns a text in the user's language. */
     using Translate = std::function<QString(const QString &key)>;
 
-    /** What has no date is of now. */
+    /** An object without a date gets `now`. */
     VXCalendarEntry(const QVariant &object, const QDateTime &now, const Translate &translate);
 
-    /** Whether the object tells of a call or a message at all. */
+    /** Whether the object is a call or a message at all. */
     bool isKnown() const;
-    /** The same for the same call or message; of one with no date always another. */
+    /** The same for the same call or message; if it has no date, always a new one. */
     QByteArray identifier() const;
     QByteArray bytes(const QByteArray &identifier) const;
 

@@ -3,7 +3,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 
-/** Where the entries of a calendar file lie, whichever program wrote it. */
+/** The positions of the entries in a calendar file, whichever program wrote it. */
 class VXCalendarText
 {
 public:
@@ -17,8 +17,8 @@ public:
     explicit VXCalendarText(const QByteArray &text);
 
     const QList<Entry> &entries() const { return _entries; }
-    /** Where further entries belong: before the last line, or, when that is missing, behind the last whole entry. -1 when the
-     * text is no calendar, or has no such place. */
+    /** Where more entries belong: before the last line or, if that is missing, after the last complete entry. -1 if the
+     *  text is not a calendar, or has no such place. */
     qsizetype endOfEntries() const { return _endOfEntries; }
 
 private:

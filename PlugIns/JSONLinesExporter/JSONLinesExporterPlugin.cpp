@@ -16,12 +16,12 @@ protected:
 
     bool writeObjects(const QVariantList &objects, const QVariantMap &, VXExportFile &file, QString *) override
     {
-        // A line that was cut off, or a last line without an end, spoils no other.
+        // A truncated line, or a last line without an end, must not spoil another.
         if (file.oldSize() > 0 && file.oldBytes(file.oldSize() - 1, 1) != "\n")
             file.write("\n");
         for (const QVariant &object : VXRecordsOfObjects(objects)) {
             if (!file.write(VXJSONText(VXPlainJSONOfObject(object)) + '\n'))
-                break; // told when it is committed
+                break; // reported on commit
         }
         return true;
     }

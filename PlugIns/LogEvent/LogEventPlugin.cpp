@@ -22,7 +22,7 @@ public:
         const unsigned level = levelOption(options.value(u"level"_s));
         const QString pattern = options.value(u"text"_s, u"{event} {subtype}"_s).toString();
         QString text = VXEventText(pattern, {eventName, subtype, object}).trimmed();
-        // One line, whatever somebody else's words hold.
+        // A single line, whatever other people's text contains.
         const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
         std::replace_if(text.begin(), text.end(), isControl, QChar(u' '));
         VXLogMethod(level, "reactToEventWithName:subtype:object:options:", text);

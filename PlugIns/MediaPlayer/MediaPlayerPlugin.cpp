@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t maximumWaiting = 100;
 
-// Its events, from ringing to the end, name the same call.
+// All events of a call, from ringing to its end, have the same name.
 QString nameOfCall(const QVariant &object)
 {
     const VXCallRecord call(object);
@@ -21,13 +21,16 @@ QString nameOfCall(const QVariant &object)
 
 } // namespace
 
-/** Pauses the media players that play when a call rings or starts, and has just those go on when it ended. */
+/**
+ * Pauses the media players that are playing when a call rings or starts, and lets exactly those continue when it has
+ * ended.
+ */
 class MediaPlayerPlugin : public VXBackgroundReactor
 {
     Q_OBJECT
 
 public:
-    // One thread: what a call began is done before its end is looked at.
+    // One thread, so that the beginning of a call is dealt with completely before its end.
     Q_INVOKABLE MediaPlayerPlugin() : VXBackgroundReactor(1, maximumWaiting) {}
 
     void reactToEventWithName(const QString &, const QString &subtype, const QVariant &object,
@@ -61,7 +64,7 @@ public:
     }
 
 private:
-    VXPausedPlayers _players; // the queue's thread's
+    VXPausedPlayers _players; // used on the queue's thread only
 };
 
 VX_PRINCIPAL_CLASS(MediaPlayerPlugin)

@@ -14,10 +14,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr size_t mostAtOnce = 32; // of players that are asked
+constexpr size_t mostAtOnce = 32; // number of players asked
 const QString playerPrefix = u"org.mpris.MediaPlayer2."_s;
 
-/** Asks for no longer than people wait for their music: a player that hangs must not keep the others. */
+/** Asks no longer than people wait for their music: a player that hangs must not delay the others. */
 class ImpatientTransport : public VXScriptingTransport
 {
 public:
@@ -37,14 +37,14 @@ private:
     const std::shared_ptr<VXScriptingTransport> _shared = VXScriptingTransport::sharedTransport();
 };
 
-/** What came of one player: nothing, if neither is set. */
+/** The outcome for one player: nothing, if neither is set. */
 struct Answer
 {
     bool isDone = false; // it was playing and is paused, or the other way round
     QString problem = {};
 };
 
-// Sends an event of the player's own to one that is in that state.
+// Sends one of the player's own events to it if it is in that state.
 Answer change(const std::shared_ptr<VXScriptingTransport> &transport, const QString &identifier,
               const QString &stateBefore, VXFourCharCode eventID)
 {
@@ -72,7 +72,7 @@ std::vector<Answer> changeAll(const std::shared_ptr<VXScriptingTransport> &trans
     std::vector<std::jthread> threads;
     for (size_t count = std::min(answers.size(), mostAtOnce); count > 0; --count)
         threads.emplace_back(work);
-    threads.clear(); // waits for them
+    threads.clear(); // waits until they have ended
     return answers;
 }
 
@@ -91,7 +91,7 @@ bool isWanted(const QString &identifier, const QStringList &names)
     const QString name = identifier.sliced(playerPrefix.size());
     return names.isEmpty() || std::ranges::any_of(names, [&name](const QString &wanted) {
                return name.compare(wanted, Qt::CaseInsensitive) == 0 ||
-                      name.startsWith(wanted + u'.', Qt::CaseInsensitive); // a further instance of it
+                      name.startsWith(wanted + u'.', Qt::CaseInsensitive); // another instance of it
            });
 }
 

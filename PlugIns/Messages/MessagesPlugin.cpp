@@ -16,7 +16,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** Keeps messages and their folders, in the store "messages", and sends those that are to be sent. */
+/** Keeps messages and their folders, in the store "messages", and sends those that should be sent. */
 class MessagesPlugin : public VXStorePlugin
 {
     Q_OBJECT
@@ -34,11 +34,11 @@ public:
 
     bool validateManagedObjectContext(VXManagedObjectContext &context, VXError *error) override
     {
-        // What is copied, merged or only looked at is not this operation's to save.
+        // When a store is copied, merged or only inspected, this operation must not save it.
         const QString path = context.persistentStoreCoordinator()->persistentStores().constFirst()->path();
         if (context.hasChanges() || !path.startsWith(dataStorePath() + u'/'))
             return VXProvideRootFolders(context, error);
-        // Beside the store, which is not there while it is being upgraded.
+        // The lock is beside the store, because the store is absent while it is being upgraded.
         const QFileInfo store(dataStorePath());
         return VXSaveRootFolders(context, store.path() + "/."_L1 + store.fileName() + ".folders.lock"_L1, error);
     }
@@ -49,7 +49,8 @@ public:
         if (!coordinator)
             return;
         const VXMessageStore store(coordinator);
-        const auto recorder = std::make_shared<VXMessageRecorder>(store); // outlives a last message on another thread
+        // Kept alive for a last message on another thread.
+        const auto recorder = std::make_shared<VXMessageRecorder>(store);
         VXNotificationCenter::defaultCenter().addObserver(
             this, VXEventManagerWillPostEventNotification,
             [recorder](const VXNotification &notification) { recorder->eventWillBePosted(notification); });
@@ -86,7 +87,7 @@ public:
     }
 
 private:
-    // What waits for a phone is tried as soon as that is back.
+    // Messages that wait for a phone are tried as soon as it is back.
     void watch(VXDevicePlugin *device, const VXOutbox &outbox)
     {
         if (device == nullptr)

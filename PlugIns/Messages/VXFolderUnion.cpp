@@ -28,14 +28,14 @@ QString textOf(const VXManagedObjectPtr &object, const QString &key)
     return object->valueForKey(key).toString();
 }
 
-// Which object another is related to, as text.
+// The object to which another one is related, as text.
 QString linkOf(const VXManagedObjectPtr &object, const QString &key)
 {
     const auto other = object->valueForKey(key).value<VXManagedObjectPtr>();
     return other ? other->objectID().uriRepresentation().toString() : QString();
 }
 
-// What a smart folder lets through; null where that cannot be told.
+// What a smart folder lets through; null if that cannot be determined.
 QString conditionOf(const Folder &smart)
 {
     const auto object = smart->valueForKey(u"filter"_s).value<VXManagedObjectPtr>();
@@ -44,7 +44,7 @@ QString conditionOf(const Folder &smart)
     return predicate ? predicate->predicateFormat() + u' ' : QString();
 }
 
-// Two folders of a kind with the same are one; none: it is like no other.
+// Two folders of one kind with the same identity are united; none: it is like no other.
 QStringList identityOf(const Folder &folder)
 {
     const QString kind = folder->entity().name();
@@ -61,7 +61,7 @@ QStringList identityOf(const Folder &folder)
                                              linkOf(folder, u"deviceFolder"_s), condition};
 }
 
-// Where on the phone a message lies, and what it says.
+// Where on the phone a message is, and what it says.
 QStringList identityOfMessage(const Message &message)
 {
     const VXMessageRecord record(QVariant::fromValue(message));
@@ -75,7 +75,7 @@ bool is(const Message &message, VXPendingChange change)
     return message->valueForKey(pendingKey).toInt() == static_cast<int>(change);
 }
 
-// What the user did to either was done to the message.
+// What the user did to either counts for the message.
 void learn(const Message &kept, const Message &other)
 {
     const int read = static_cast<int>(VXMessageRecord::State::Read);
@@ -90,7 +90,7 @@ void learn(const Message &kept, const Message &other)
     }
 }
 
-// Each of one folder is at most one of the other: somebody may have got the same text twice.
+// Each message of one folder matches at most one of the other: somebody may have received the same text twice.
 void uniteMessages(const Folder &kept, const Folder &other)
 {
     QMultiHash<QStringList, Message> known;
@@ -121,7 +121,7 @@ void unite(const Folder &kept, const Folder &other)
     other->managedObjectContext()->deleteObject(other);
 }
 
-// Whether there were any.
+// Whether any were united.
 std::optional<bool> uniteKind(const QString &entity, VXManagedObjectContext &context, VXError *error)
 {
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(entity));
@@ -146,7 +146,7 @@ std::optional<bool> uniteKind(const QString &entity, VXManagedObjectContext &con
 
 } // namespace
 
-// Those that lie in others after those: with one place they become the same.
+// Folders inside others come after those, because they become the same once they have the same place.
 bool VXUniteFolders(VXManagedObjectContext &context, VXError *error)
 {
     std::optional<bool> isAny = uniteKind(u"VXRootFolder"_s, context, error);
@@ -155,6 +155,6 @@ bool VXUniteFolders(VXManagedObjectContext &context, VXError *error)
     do {
         if (isAny)
             isAny = uniteKind(u"VXUserFolder"_s, context, error);
-    } while (isAny.value_or(false)); // in each other
+    } while (isAny.value_or(false)); // again for folders inside each other
     return isAny && uniteKind(u"VXSmartDeviceFolder"_s, context, error);
 }

@@ -27,7 +27,7 @@ std::optional<QVariantMap> VXMessage::metaDataPlist() const
     return values;
 }
 
-// One that waits for its removal from a phone is in another place already, or nowhere.
+// A message that waits to be removed from a phone is already at another place, or nowhere.
 QVariant VXMessage::hiding() const
 {
     if (valueForKey(u"pending"_s).toInt() == int(VXPendingChange::Remove))

@@ -5,7 +5,10 @@
 
 #include <optional>
 
-/** A message (entity "VXMessage" of the store "messages"). Keeps what its conversation goes by in step when it is saved. */
+/**
+ * A message (entity "VXMessage" of the store "messages"). When it is saved, it keeps the values that identify its
+ * conversation up to date.
+ */
 class VXMessage : public VXRecordObject, public VXMetaDataSource
 {
 public:
@@ -15,6 +18,6 @@ protected:
     void willSave() override;
 
 private:
-    /** VXMetaDataHiding; none for what every search finds. */
+    /** VXMetaDataHiding; none if every search finds it. */
     QVariant hiding() const;
 };

@@ -22,7 +22,7 @@ VXMessageCandidates::Subject::Subject(const VXMessageRecord &message)
 {
 }
 
-// Each fetch is a piece of an index. Dates that are unknown, here or there, are rare.
+// Each fetch reads a range of an index. Unknown dates, here or there, are rare.
 bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
 {
     QVariantList conversations;
@@ -56,7 +56,8 @@ bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectCo
            readAtPlaces(subjects, context, error);
 }
 
-// Of what is new nothing lies there. Else its date was unknown, or it was saved without its conversation.
+// Nothing is stored at the place of a new message. In other cases the date was unknown, or the message was saved
+// without its conversation.
 bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
 {
     QVariantList urls;
@@ -91,7 +92,7 @@ bool VXMessageCandidates::fetch(const QString &condition, const QVariantList &ar
     return true;
 }
 
-// What the store keeps may be missing. Most of a slice are of few parties.
+// The stored value may be missing. Most messages of a slice are of few parties.
 QString VXMessageCandidates::conversationOf(const QString &party)
 {
     const auto known = _conversations.constFind(party);
@@ -105,7 +106,7 @@ void VXMessageCandidates::add(const VXManagedObjectPtr &message, const Subject &
 
 VXManagedObjectPtr VXMessageCandidates::atPlaceOf(const Subject &subject, const Check &mayBe) const
 {
-    if (subject.record.url.isNull()) // nobody knows its place
+    if (subject.record.url.isNull()) // its place is unknown
         return {};
     for (auto known = _known.find(subject.key); known != _known.end() && known.key() == subject.key; ++known) {
         if (known->url == subject.record.url && VXMessageMatch::isNear(subject.record.date, known->date) &&

@@ -6,40 +6,41 @@
 #include <QtCore/QSet>
 
 /**
- * What of a store may be meant by some of a phone's messages, read at once by what they have in common: party, and date or place. The
- * rules are those of VXMessageMatch. On the context's thread, and no longer than the context.
+ * Messages of a store that may correspond to some of a phone's messages, read in one go by what they have in common:
+ * party, and date or place. The rules are those of VXMessageMatch. On the context's thread, and no longer than the
+ * context lives.
  */
 class VXMessageCandidates
 {
 public:
-    /** One that is known, with what it is told apart by. */
+    /** A known message, with what it is told apart by. */
     struct Known
     {
         VXManagedObjectPtr message;
         QDateTime date;
         QString url;
     };
-    /** What is looked for, with what that takes. */
+    /** A message to look for, with what the search needs. */
     struct Subject
     {
         explicit Subject(const VXMessageRecord &message);
 
         VXMessageRecord record;
         QString conversation; // VXConversationKey
-        QString key;          // of what is alike (VXMessageMatch::isAlike)
+        QString key;          // the same for messages that are alike (VXMessageMatch::isAlike)
     };
     using Check = std::function<bool(const Known &known)>;
 
-    /** The fewer conversations and the shorter the time between the first and the last of them, the less is read. False, with an
-     *  error, when the store cannot be read. */
+    /** The fewer conversations there are, and the less time lies between the first and the last message, the less is
+     *  read. False, with an error, if the store cannot be read. */
     [[nodiscard]] bool read(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
 
-    /** One that is new. */
+    /** Adds a new message. */
     void add(const VXManagedObjectPtr &message, const Subject &subject);
 
-    /** The one that lies at just that place of the phone; null for none, and for what has no place. */
+    /** The message at exactly that place of the phone; null if there is none, and for a subject without a place. */
     VXManagedObjectPtr atPlaceOf(const Subject &subject, const Check &mayBe) const;
-    /** The one with the nearest date that may be meant by that rule; null for none. */
+    /** The message with the nearest date that may correspond by that rule; null if there is none. */
     VXManagedObjectPtr nearest(const Subject &subject, VXMessageMatch::Rule rule, const Check &mayBe) const;
 
 private:

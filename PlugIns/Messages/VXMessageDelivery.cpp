@@ -14,7 +14,8 @@ using Outcome = VXOutboxDelivery::Outcome;
 
 namespace {
 
-constexpr qint64 longestSending = 60; // seconds, from making a draft to adding its entry: a younger one may get one yet
+// In seconds from making a draft to adding its entry: a younger draft may still get one.
+constexpr qint64 longestSending = 60;
 
 QString localized(const QString &text)
 {
@@ -29,7 +30,7 @@ QString textOf(const VXError &error)
                                 : error.localizedDescription() + " ("_L1 + suggestion + u')';
 }
 
-// Why there is no phone to send by: one that is not known any more will not come back.
+// Why there is no phone to send with: one that is no longer known will not come back.
 VXOutboxDelivery withoutPhone(const QUrl &url)
 {
     if (VXDevicePlugin::deviceURLs().value_or(QList<QUrl>()).contains(url))
@@ -37,7 +38,7 @@ VXOutboxDelivery withoutPhone(const QUrl &url)
     return {.outcome = Outcome::Refused, .problem = localized(u"There is no such phone any more."_s)};
 }
 
-// Who deletes the draft does not want it to be sent. None while it is there, or nothing is known of one.
+// A user who deletes the draft does not want it to be sent. None if it exists, or if nothing is known of a draft.
 std::optional<VXOutboxDelivery> withoutDraft(const QUrl &messageURI, const VXMessageStore &store)
 {
     const VXManagedObjectID known = store.coordinator()->objectIDForURIRepresentation(messageURI);
@@ -49,7 +50,7 @@ std::optional<VXOutboxDelivery> withoutDraft(const QUrl &messageURI, const VXMes
                                                 VXExpression::constant(QVariant::fromValue(known)));
     VXError error;
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, &error);
-    if (!found) // it may be there
+    if (!found) // it may exist
         return VXOutboxDelivery{.outcome = Outcome::NotDelivered, .problem = error.localizedDescription()};
     const auto isInTrash = [&] {
         return found->first()->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() ==
@@ -92,7 +93,7 @@ VXOutboxRunner::Cancel VXMessageDelivery::deliver(const VXOutboxEntry &entry, co
     return [action] { action->cancel(); };
 }
 
-// What a phone does not tell for certain may have happened.
+// If a phone gives no certain answer, the message may have been sent.
 VXOutboxDelivery VXMessageDelivery::outcomeOf(const VXDeviceAction &action)
 {
     const VXError error = action.error();
@@ -115,7 +116,7 @@ void VXMessageDelivery::fileIfSent(const VXOutboxEntry &entry, const VXMessageSt
         store.coordinator()->objectIDForURIRepresentation(VXOutgoingMessage(entry).messageURI);
     const VXManagedObjectPtr message = known.isNull() ? VXManagedObjectPtr() : context.existingObjectWithID(known);
     if (!message || message->valueForKey(u"state"_s).toInt() != static_cast<int>(VXMessageRecord::State::Unsent))
-        return; // deleted meanwhile, or filed already
+        return; // deleted meanwhile, or already filed
     if (VXOutgoingMessage::isEmptyDraft(message))
         VXOutgoingMessage(entry).writeTo(message);
     message->setValueForKey(static_cast<int>(VXMessageRecord::State::Sent), u"state"_s);

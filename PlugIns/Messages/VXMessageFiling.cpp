@@ -52,7 +52,7 @@ size_t placeOf(const QString &url, const VXMessageCandidates::Subject &message)
     return qHashMulti(0, url, message.key);
 }
 
-// What was sent from here, or came from a file, lies there until its phone is known to have it.
+// Messages sent from here or imported from a file stay there until it is known that their phone has them.
 bool isInRootFolderOfPhones(const VXManagedObjectPtr &message)
 {
     const VXManagedObjectPtr folder = folderOf(message);
@@ -82,7 +82,7 @@ bool VXMessageFiling::finish(bool isAll, VXError *error)
         return false;
     sortByDate(_waiting);
     findSent();
-    for (const Round round : {Round::SameDate, Round::SentHere}) { // what is just the same goes before
+    for (const Round round : {Round::SameDate, Round::SentHere}) { // identical ones come first
         if (!inSlices(std::exchange(_waiting, {}), round, error))
             return false;
     }
@@ -94,7 +94,7 @@ bool VXMessageFiling::finish(bool isAll, VXError *error)
 
 // -- Step by step
 
-// Others file messages too, as events tell of them, and import them.
+// Others file messages too, as events report them, and import them.
 bool VXMessageFiling::perform(const Work &work, VXError *error)
 {
     VXManagedObjectContext context(_store.coordinator());
@@ -109,7 +109,7 @@ bool VXMessageFiling::perform(const Work &work, VXError *error)
     if (context.hasChanges() && !context.save(error))
         return false;
     for (const Message &message : inserted)
-        _met.insert(message->objectID().number()); // which it has only now
+        _met.insert(message->objectID().number()); // it has a number only now
     _outcome.changes += step.outcome.changes;
     _outcome.added += step.outcome.added;
     _outcome.changed += step.outcome.changed;
@@ -162,7 +162,7 @@ bool VXMessageFiling::readWritten(Step &step, VXError *error)
     return true;
 }
 
-// What is no text, and what is not there as a whole, is left where it lies.
+// What is not text, or not complete, is left on the phone.
 QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
 {
     QList<Item> taken;
@@ -176,7 +176,7 @@ QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
             continue;
         }
         if (record.text.isNull())
-            record.text = u""_s; // an empty message is one
+            record.text = u""_s; // an empty message is still a message
         taken.append({.map = map, .message = VXMessageCandidates::Subject(record)});
         if (!record.url.isNull())
             _places.insert(placeOf(record.url, taken.constLast().message));
@@ -185,7 +185,7 @@ QList<VXMessageFiling::Item> VXMessageFiling::take(const QVariantList &items)
     return taken;
 }
 
-// A slice is of one time: so little of the store may be meant.
+// Then a slice covers one period, and few messages of the store may correspond.
 void VXMessageFiling::sortByDate(QList<Item> &items)
 {
     std::ranges::stable_sort(items, {}, [](const Item &item) { return item.message.record.date; });
@@ -236,7 +236,7 @@ VXManagedObjectPtr VXMessageFiling::find(const Item &item, Round round, const St
         return same;
     if (const Message written = findWritten(item, step))
         return written;
-    // It lay elsewhere on the phone, or was gone for a while. One that is alike and lies at its place is met there.
+    // It was elsewhere on the phone, or was gone for a while. A similar one that is at its place is matched there.
     const Message moved = step.candidates.nearest(item.message, Rule::SameDate, [&](const auto &known) {
         return isHere(known, step) && !_places.contains(placeOf(known.url, item.message));
     });
@@ -262,7 +262,7 @@ VXManagedObjectPtr VXMessageFiling::findSentHere(const Item &item, const Step &s
     return step.candidates.nearest(item.message, Rule::SentHere, [&](const auto &known) { return isElsewhere(known); });
 }
 
-// Which of them it is, only the rest of the phone tells.
+// Only the rest of the phone tells which of them it is.
 bool VXMessageFiling::mayBeAnother(const Item &item, const Step &step) const
 {
     const auto isKnown = [&](const auto &known) { return isHere(known, step) || isElsewhere(known); };
@@ -275,7 +275,7 @@ bool VXMessageFiling::isHere(const VXMessageCandidates::Known &known, const Step
     return !known.message->isInserted() && !isMet(known.message) && folderOf(known.message) == step.folder;
 }
 
-// Not yet known to be on the phone. What lies in another phone's folder is another's.
+// Not yet known to be on the phone. What is in another phone's folder belongs to that phone.
 bool VXMessageFiling::isElsewhere(const VXMessageCandidates::Known &known) const
 {
     const QString device = known.message->valueForKey(u"device_url"_s).toString();
@@ -284,7 +284,7 @@ bool VXMessageFiling::isElsewhere(const VXMessageCandidates::Known &known) const
            lies->entity().name() != "VXDeviceFolder"_L1;
 }
 
-// Only all copies together tell whose each is; they wait, as few as they are.
+// Only all copies together show which one belongs to which; so these few wait.
 void VXMessageFiling::findSent()
 {
     QList<VXMessageRecord> copies;
@@ -295,14 +295,14 @@ void VXMessageFiling::findSent()
         _waiting[index].sent = entries[index];
 }
 
-// First the outbox: who is killed between has a message that was sent, which is found as such.
+// The outbox is updated first: if the program is killed in between, the message counts as sent and is found as such.
 VXManagedObjectPtr VXMessageFiling::settleSent(const Item &item, const Message &found, const Step &step) const
 {
     if (!item.sent)
         return found;
     const VXManagedObjectID known = _store.coordinator()->objectIDForURIRepresentation(_perhapsSent->draft(*item.sent));
     const Message draft = known.isNull() ? Message() : step.context.existingObjectWithID(known);
-    if (found && found != draft) // it is another, known before
+    if (found && found != draft) // it is another one, known before
         return found;
     _perhapsSent->settle(*item.sent, item.message.record.date);
     return draft && isInRootFolderOfPhones(draft) && urlOf(draft).isNull() ? draft : found;
@@ -318,15 +318,16 @@ void VXMessageFiling::apply(const Item &item, const Message &message, Step &step
         ++step.outcome.added;
         return;
     }
-    if (message->isInserted()) // the phone has told of it twice
+    if (message->isInserted()) // the phone has reported it twice
         return;
     _met.insert(message->objectID().number());
-    // One that was saved without its class has none: this has it made with all that the class makes.
+    // A message that was saved without its class has no conversation: this makes the class set it, along with
+    // everything else it sets.
     if (const QString conversation = item.message.conversation;
         message->valueForKey(u"conversation"_s).toString() != conversation)
         message->setValueForKey(conversation.isNull() ? QVariant() : QVariant(conversation), u"conversation"_s);
     if (folderOf(message) != step.folder) {
-        if (!isInRootFolderOfPhones(message)) // the user put it where it is
+        if (!isInRootFolderOfPhones(message)) // the user has put it where it is
             return;
         message->setValueForKey(QVariant::fromValue(step.folder), u"folder"_s);
         if (message->valueForKey(u"state"_s).toInt() == static_cast<int>(State::Unsent))
@@ -338,9 +339,9 @@ void VXMessageFiling::apply(const Item &item, const Message &message, Step &step
         setPending(message, VXPendingChange::None);
     if (urlOf(message) != record.url) {
         if (urlOf(message).isNull() && record.date.isValid())
-            message->setValueForKey(record.date, u"date"_s); // as the phone has it
+            message->setValueForKey(record.date, u"date"_s); // the phone's date
         message->setValueForKey(record.url, u"url"_s);
-        message->setValueForKey(_deviceURL, u"device_url"_s); // it may be from another phone
+        message->setValueForKey(_deviceURL, u"device_url"_s); // it may come from another phone
         isChanged = true;
     }
     const bool wasReadThere = record.state == State::Read && !_marksAsRead &&
@@ -389,7 +390,7 @@ void VXMessageFiling::applyAbsence(const Message &message, Step &step) const
     ++step.outcome.changed;
 }
 
-// What is to be on the phone, and was not met there.
+// Messages that are meant to be on the phone but were not found there.
 bool VXMessageFiling::finishWritten(Step &step, VXError *error)
 {
     const auto found =
@@ -403,7 +404,7 @@ bool VXMessageFiling::finishWritten(Step &step, VXError *error)
     return found.has_value();
 }
 
-// Whatever was on the phone of these has gone another way.
+// If a copy of these was on the phone, it has disappeared in another way.
 bool VXMessageFiling::forgetTrash(Step &step, VXError *error) const
 {
     const auto found = step.context.executeFetchRequest(
@@ -418,7 +419,7 @@ void VXMessageFiling::noteChange(const Message &message, const QVariantMap &item
     const VXPendingChange kind = pendingOf(message);
     if (kind != VXPendingChange::Remove && kind != VXPendingChange::Update)
         return;
-    // What the phone cannot be made to do waits; what is read and unread is then known here alone.
+    // What the phone cannot be told to do waits; whether a message was read is then known only here.
     if (!_phone.actionNames.contains(actionOf(kind))) {
         if (kind == VXPendingChange::Update && !item.isEmpty())
             setPending(message, VXPendingChange::None);

@@ -7,15 +7,16 @@
 #include <QtCore/QSet>
 
 /**
- * Files what is on a phone, portion by portion as it is read, and each in slices that are matched, filed and saved under the store's
- * lock. What is known at its place on the phone, and what is like nothing that is here, is filed at once.
- * What may be one that lay elsewhere, or was sent from here, waits until all of the phone is known, and is kept until then; of all
- * others only numbers are. Any thread, one at a time; it never waits for the main thread.
+ * Files what is on a phone, portion by portion as it is read. Each portion is divided into slices, which are matched,
+ * filed and saved under the store's lock. A message that is known at its place on the phone, and one that resembles
+ * nothing here, is filed at once. One that may have been at another place before, or may have been sent from here, is
+ * kept and waits until everything on the phone is known; of all others only numbers are kept. Any thread, one at a
+ * time; it never waits for the main thread.
  */
 class VXMessageFiling
 {
 public:
-    /** What is to be carried out on the phone. */
+    /** Something to be carried out on the phone. */
     struct Change
     {
         VXManagedObjectID message;
@@ -26,28 +27,30 @@ public:
     struct Outcome
     {
         QList<Change> changes = {};
-        int added = 0; // and saved, as all of these
+        int added = 0; // number of those added and saved; so in all of these
         int changed = 0;
-        int left = 0; // on the phone, as no text or not whole
+        int left = 0; // on the phone, because it is not text or not complete
     };
     struct Phone
     {
         QUrl url;
         QStringList actionNames;
-        QList<VXManagedObjectID> written = {}; // there just now, and not met yet
+        QList<VXManagedObjectID> written = {}; // written to the phone just now, and not found there yet
     };
 
-    /** Between slices `isOver` is asked, on the thread that files. */
+    /** Between slices `isOver` is called, on the thread that files. */
     VXMessageFiling(const VXMessageStore &store, const Phone &phone, const std::function<bool()> &isOver);
 
-    /** Looks what is known to be on the phone: before that is read, as what comes and is filed meanwhile is not gone from there when the
-     *  reading lacks it. Else the first portion does it. False, with an error, when the store cannot be read or saved. */
+    /** Looks up what is known to be on the phone. To be called before the phone is read: then a message that arrives
+     *  and is filed meanwhile does not count as gone from the phone if the reading lacks it. Otherwise the first
+     *  portion does it. False, with an error, if the store cannot be read or saved. */
     [[nodiscard]] bool begin(VXError *error);
-    /** The items of a result of "read_messages", or of some of it. False, with an error, when the store cannot be read or saved. */
+    /** Files the items of a result of "read_messages", or of a part of it. False, with an error, if the store cannot be
+     *  read or saved. */
     [[nodiscard]] bool file(const QVariantMap &portion, VXError *error);
-    /** When all was read. `isAll`: what did not come is not on the phone any more. */
+    /** To be called when everything was read. `isAll`: what was not read is no longer on the phone. */
     [[nodiscard]] bool finish(bool isAll, VXError *error);
-    /** Of what was saved so far. */
+    /** The outcome of what was saved so far. */
     const Outcome &outcome() const { return _outcome; }
 
 private:
@@ -56,9 +59,9 @@ private:
     {
         QVariantMap map;
         VXMessageCandidates::Subject message;
-        std::optional<qint64> sent = {}; // the entry of the outbox whose copy it is
+        std::optional<qint64> sent = {}; // the entry of the outbox of which it is a copy
     };
-    /** What a slice is worked on with. */
+    /** What is needed to work on a slice. */
     struct Step
     {
         VXManagedObjectContext &context;
@@ -69,9 +72,10 @@ private:
     using Work = std::function<bool(Step &step, VXError *error)>;
     /**
      * What an item is compared with, and what then waits for the next round:
-     * AtOnce: what lies at its place; waits when any other may be meant, or a message that was perhaps sent.
-     * SameDate: also what lay elsewhere, and what was written to the phone; waits when it is none of these and may be what was sent here.
-     * SentHere: what was sent from here, with a date of its own; nothing waits.
+     * - AtOnce: what is at its place; waits if any other may be meant, or a message that was perhaps sent.
+     * - SameDate: also what was at another place, and what was written to the phone; waits if it is none of these and
+     *   may be what was sent here.
+     * - SentHere: what was sent from here, with a date of its own; nothing waits.
      */
     enum class Round { AtOnce, SameDate, SentHere };
 
@@ -91,7 +95,8 @@ private:
     bool isMet(const Message &message) const { return _met.contains(message->objectID().number()); }
 
     void findSent();
-    /** What was perhaps sent is where the phone has its copy: told to the outbox, and the draft is the message that it is. */
+    /** A message that was perhaps sent is in the place where the phone has its copy: tells the outbox, and the draft
+     *  becomes the message. */
     Message settleSent(const Item &item, const Message &found, const Step &step) const;
     void apply(const Item &item, const Message &message, Step &step);
     bool applyAbsences(VXError *error);
@@ -105,12 +110,12 @@ private:
     const QString _deviceURL;
     const std::function<bool()> _isOver;
     bool _hasBegun = false;
-    bool _marksAsRead = false; // what is read from the phone is a read message there from then on
+    bool _marksAsRead = false; // a message read from the phone is marked as read there from then on
     std::optional<VXPerhapsSent> _perhapsSent;
-    QList<VXManagedObjectID> _onPhone;               // as far as was known
-    QMultiHash<QString, VXManagedObjectID> _written; // to be, or just now: by what is alike
-    QSet<size_t> _places;                            // placeOf() all that is on the phone now
-    QSet<qint64> _met;                               // messages, by their numbers; new ones once they are saved
+    QList<VXManagedObjectID> _onPhone;               // as far as was known before
+    QMultiHash<QString, VXManagedObjectID> _written; // to be written, or written just now; by what makes messages alike
+    QSet<size_t> _places;                            // placeOf() everything that is on the phone now
+    QSet<qint64> _met; // numbers of the messages found; new ones are added once they are saved
     QList<Item> _waiting;
     Outcome _outcome;
 };

@@ -22,7 +22,7 @@ QString textOf(const QVariantMap &record)
     return record.value(u"text"_s).toString();
 }
 
-// In the order in which they came. None, with the error, when the store cannot be read.
+// In order of arrival. None, with the error, if the store cannot be read.
 std::optional<QList<VXManagedObjectPtr>> partsOf(const QString &series, VXManagedObjectContext &context, VXError *error)
 {
     VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(entityName));
@@ -42,19 +42,20 @@ VXMessagePartPlace placeOf(int number, int count, const QVariantMap &record)
     return {.series = {}, .number = number, .count = count, .date = record.value(u"date"_s).toDateTime()};
 }
 
-// They wait on under a name that no other part bears.
+// They keep waiting under a name that no other part has.
 void setAside(const QList<VXManagedObjectPtr> &parts, const QList<qsizetype> &group)
 {
     for (const qsizetype at : group)
         parts[at]->setValueForKey(parts[at]->objectID().uriRepresentation().toString(), u"series"_s);
 }
 
-// It was told of before.
+// It was reported before.
 bool isSamePart(const VXManagedObjectPtr &part, const VXMessagePartNews &news)
 {
     const QVariantMap record = recordOf(part);
     const qint64 apart =
-        record.value(u"date"_s).toDateTime().secsTo(news.record.value(u"date"_s).toDateTime()); // 0 where one has none
+        // 0 if one of them has none.
+        record.value(u"date"_s).toDateTime().secsTo(news.record.value(u"date"_s).toDateTime());
     return part->valueForKey(u"number"_s).toInt() == news.number && textOf(record) == textOf(news.record) &&
            qAbs(apart) <= VXMessagePartGroups::longestSpan;
 }
@@ -68,7 +69,7 @@ void keep(const VXMessagePartNews &news, VXManagedObjectContext &context)
     part->setValueForKey(news.record, u"record"_s);
 }
 
-// Where the whole lies: the place of the first part with the last components of the others.
+// The place of the complete message: that of the first part, with the last components of the others.
 QString joinedURL(const QList<QVariantMap> &records)
 {
     QString url = records.first().value(u"url"_s).toString();
@@ -114,7 +115,7 @@ std::optional<QVariantMap> VXTakeMessagePart(const VXMessagePartNews &news, VXMa
         keep(news, context);
         return std::nullopt;
     }
-    // What waits from before it is not to meet with what comes after it.
+    // Parts that have been waiting since before must not be joined with those that come after.
     for (auto before = groups.cbegin(); before != own; ++before)
         setAside(parts, *before);
     QList<QVariantMap> records;

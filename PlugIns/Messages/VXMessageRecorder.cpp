@@ -12,9 +12,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString eventName = u"new_message"_s;
-constexpr int mostParts = 255; // the header of a part has a byte for it
+constexpr int mostParts = 255; // the header of a part has one byte for it
 
-// Which part the object is; none for a whole message.
+// Which part the object is; none for a complete message.
 std::optional<VXMessagePartNews> partOf(const QVariant &object, const VXMessageRecord &record)
 {
     const QVariant isComplete = VXValueForKeyPath(object, u"isComplete"_s);
@@ -45,7 +45,7 @@ std::optional<VXMessageNews> VXMessageRecorder::newsOf(const VXNotification &not
         return std::nullopt;
     const auto object = notification.object.value<VXManagedObjectPtr>();
     const VXStoreIdentity *const store = object ? object->objectID().store() : nullptr;
-    if (store != nullptr && _store.coordinator()->persistentStoreForIdentity(*store)) // it is filed already
+    if (store != nullptr && _store.coordinator()->persistentStoreForIdentity(*store)) // it is already filed
         return std::nullopt;
     VXMessageRecord record(notification.object);
     if (!record.date.isValid())
@@ -69,7 +69,8 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     VXManagedObjectContext context(_store.coordinator());
     VXError error;
     VXMessageNews whole = news;
-    // Other programs hear of it too. Who waits in vain files it all the same: twice is better than not at all.
+    // Other programs receive it too. If the lock cannot be had, the message is filed anyway: twice is better than not
+    // at all.
     const VXStoreWorkLock saving(*_store.coordinator(), VXStoreWorkLock::savingName);
     if (news.part) {
         const std::optional<QVariantMap> joined = VXTakeMessagePart(*news.part, context, &error);
@@ -80,14 +81,14 @@ bool VXMessageRecorder::record(const VXMessageNews &news)
     }
     if (error.isNull() && file(whole.record, saving, context, &error) && context.save(&error))
         return true;
-    if (error.isNull()) // it is there already
+    if (error.isNull()) // it is already there
         return false;
     VXLogMethod(VXLogError, "record:", "message not kept: "_L1 + error.description());
     VXLogCoreDataSaveError(error);
     return false;
 }
 
-// Where a phone's folder can not be made the message is kept nevertheless: a sync takes it there.
+// If a phone's folder cannot be made, the message is stored nevertheless: a sync will move it there.
 VXManagedObjectPtr VXMessageRecorder::folderFor(const VXMessageRecord &record, const VXStoreWorkLock &saving,
                                                 VXManagedObjectContext &context) const
 {
@@ -100,7 +101,7 @@ VXManagedObjectPtr VXMessageRecorder::folderFor(const VXMessageRecord &record, c
     return folder ? folder : VXFetchRootFolder(VXMessageStore::rootFolderFor(record), &context);
 }
 
-// False without an error for a message that is there already.
+// False without an error for a message that is already there.
 bool VXMessageRecorder::file(const VXMessageRecord &record, const VXStoreWorkLock &saving,
                              VXManagedObjectContext &context, VXError *error) const
 {
@@ -109,7 +110,7 @@ bool VXMessageRecorder::file(const VXMessageRecord &record, const VXStoreWorkLoc
         return false;
     const auto same = _store.findMessages(record, folder, context, error);
     if (!same || !same->isEmpty())
-        return context.hasChanges() && same && context.save(error) && false; // its parts are not needed any more
+        return context.hasChanges() && same && context.save(error) && false; // its parts are no longer needed
     VXMessageStore::insertMessage(record, folder);
     return true;
 }

@@ -14,11 +14,11 @@ QString localized(const QString &text)
     return bundle ? bundle->localizedStringForKey(text) : text;
 }
 
-/** Of a change that was carried out on the phone. */
+/** About a change that was carried out on the phone. */
 struct Note
 {
     VXError error = {};
-    bool isWritten = false; // it is there now, nobody knows where
+    bool isWritten = false; // it is there now, but nobody knows where
 };
 
 Note noteAsDone(const VXMessageStore &store, const VXMessageFiling::Change &change)
@@ -32,7 +32,7 @@ Note noteAsDone(const VXMessageStore &store, const VXMessageFiling::Change &chan
     if (message && message->valueForKey(u"pending"_s).toInt() == static_cast<int>(change.kind)) {
         if (change.kind == VXPendingChange::Remove)
             context.deleteObject(message);
-        else if (message->valueForKey(u"state"_s) == change.object.value(u"state"_s)) // else there is more to be done
+        else if (message->valueForKey(u"state"_s) == change.object.value(u"state"_s)) // otherwise there is more to do
             message->setValueForKey(static_cast<int>(VXPendingChange::None), u"pending"_s);
         note.isWritten = change.kind == VXPendingChange::Update && message->valueForKey(u"url"_s).isNull();
     }
@@ -45,7 +45,8 @@ Note noteAsDone(const VXMessageStore &store, const VXMessageFiling::Change &chan
 
 // -- From the phone
 
-// What was known before is looked up first: what is filed meanwhile, as an event tells of it, is not gone from the phone.
+// What was known before is looked up first, so that a message that is filed meanwhile because of an event does not
+// count as gone from the phone.
 void VXMessageSync::read()
 {
     const VXDevicePlugin::Ptr device = whole()->device();
@@ -61,7 +62,8 @@ void VXMessageSync::read()
     compute(look, [this](const VXError &error) { readPhone(error); });
 }
 
-// What the phone has is filed while the rest of it is read. Who is not asked to go on reads at its own pace.
+// The phone's messages are filed while the rest is being read. A driver that is not asked to continue reads at its own
+// pace.
 void VXMessageSync::readPhone(const VXError &problem)
 {
     if (!problem.isNull()) {
@@ -111,7 +113,8 @@ void VXMessageSync::enqueue(const Step &step)
     fileNext();
 }
 
-// One is filed while the next is read. What a phone tells without waiting to be asked is kept until its turn.
+// One portion is filed while the next is being read. What a phone delivers without waiting to be asked is kept until
+// its turn.
 void VXMessageSync::fileNext()
 {
     if (!_isFiling && !_steps.empty()) {
@@ -161,7 +164,7 @@ void VXMessageSync::carryOutNext()
     if (whole()->isCancelled())
         return finish();
     if (_changes.empty()) {
-        // What was written has a place there now, which only reading tells.
+        // What was written now has a place there, which only reading reveals.
         if (!_written.isEmpty() && !std::exchange(_hasReadAgain, true))
             return read();
         return finish();
@@ -179,7 +182,7 @@ void VXMessageSync::didCarryOut(const Change &change, const VXDeviceAction &part
         _problems.append(part.error().localizedDescription());
         if (isOver())
             return finish();
-        return carryOutNext(); // it stays to be done
+        return carryOutNext(); // it still has to be done
     }
     compute([store = _store, change] { return noteAsDone(store, change); },
             [this, change](const Note &note) { didNote(change, note.error, note.isWritten); });

@@ -6,11 +6,11 @@
 #include <deque>
 
 /**
- * Brings a phone's folder of messages and the phone into step, as the action "sync_messages": what is on the phone is filed
- * (VXMessageFiling), whole messages only, while the rest is read; what was sent from here, or imported, goes from its root folder to the
- * phone's when that has it too; and what was changed here is carried out there and then noted as done. Each step is saved before the
- * next, so that it can be broken off anywhere and be repeated; a second one changes nothing. What was deleted on the phone
- * stays here. Main thread, which waits for no store.
+ * Synchronises a phone's folder of messages with the phone, as the action "sync_messages". What is on the phone is
+ * filed (VXMessageFiling), complete messages only, while the rest is read. What was sent from here, or imported, moves
+ * from its root folder to the phone's if the phone has it too. What was changed here is carried out on the phone and
+ * then noted as done. Each step is saved before the next, so that the sync can be broken off anywhere and repeated; a
+ * second one changes nothing. What was deleted on the phone stays here. Main thread, which waits for no store.
  */
 class VXMessageSync : public VXDeviceWork
 {
@@ -25,7 +25,7 @@ protected:
 
 private:
     using Change = VXMessageFiling::Change;
-    /** Done in turn on another thread. */
+    /** Done one after the other on another thread. */
     using Step = std::function<VXError(VXMessageFiling &filing)>;
 
     void read();
@@ -42,14 +42,14 @@ private:
     void finish();
 
     const VXMessageStore _store;
-    std::shared_ptr<VXMessageFiling> _filing; // of this reading; at work on another thread while _isFiling
-    std::deque<Step> _steps;                  // left of it
-    std::function<void()> _readOn;            // once nothing waits; null while the phone goes on by itself
+    std::shared_ptr<VXMessageFiling> _filing; // of this reading; used by another thread while _isFiling
+    std::deque<Step> _steps;                  // the rest of them
+    std::function<void()> _readOn;            // called once nothing waits; null while the phone continues by itself
     bool _isFiling = false;
     bool _isRead = false;
     bool _hasReadAgain = false;
     std::deque<Change> _changes;
-    QList<VXManagedObjectID> _written; // and not met on the phone yet
+    QList<VXManagedObjectID> _written; // and not found on the phone yet
     int _addedCount = 0;
     int _changedCount = 0;
     int _addedThereCount = 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr qint64 accuracy = 2; // seconds: phones keep no fractions of them
+constexpr qint64 accuracy = 2; // seconds: phones do not record fractions of them
 constexpr qint64 longestSending =
     600; // seconds, from its time on: a program that is killed does not tell when it ended
 

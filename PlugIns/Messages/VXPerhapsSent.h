@@ -9,21 +9,22 @@
 #include <optional>
 
 /**
- * The messages of which nobody knows whether a phone has sent them, and what its own copies tell of that: one of the same party and
- * text, dated while it was tried, can be no other. Where there are two of either, and where a clock is wrong, it is left to the user.
+ * The messages of which nobody knows whether a phone has sent them, and what the phone's own copies say about that. A
+ * copy with the same party and text, dated while the message was tried, can only be that message. If there are two of
+ * either, or a clock is wrong, the decision is left to the user.
  */
 class VXPerhapsSent
 {
 public:
     explicit VXPerhapsSent(const QUrl &device);
 
-    /** Whether `entriesOf` needs to know it. */
+    /** Whether `entriesOf` needs to see the message. */
     bool mayBeCopy(const VXMessageRecord &message) const;
-    /** For each of the phone's messages the number of the entry that it is the copy of; none for others. */
+    /** For each of the phone's messages the number of the entry of which it is the copy; none for others. */
     QList<std::optional<qint64>> entriesOf(const QList<VXMessageRecord> &copies) const;
-    /** Of an entry. */
+    /** The draft of an entry. */
     QUrl draft(qint64 number) const;
-    /** Notes in the outbox that it was sent then, unless it was tried again meanwhile. */
+    /** Notes in the outbox that the entry was sent on that date, unless it was tried again meanwhile. */
     void settle(qint64 number, const QDateTime &date) const;
 
 private:

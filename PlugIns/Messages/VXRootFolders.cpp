@@ -51,7 +51,7 @@ bool VXSaveRootFolders(VXManagedObjectContext &context, const QString &lockPath,
     if (!context.hasChanges())
         return true;
     const VXStoreWorkLock saving(*context.persistentStoreCoordinator(), VXStoreWorkLock::savingName);
-    context.reset(); // what is to be united may be another's by now
+    context.reset(); // what is to be united may have changed meanwhile
     return saving.isHeld(error) && VXProvideRootFolders(context, error) &&
            (!context.hasChanges() || context.save(error));
 }

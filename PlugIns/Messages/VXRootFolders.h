@@ -2,10 +2,15 @@
 
 #include "VXManagedObjectContext.h"
 
-/** Makes the root folders that a store lacks, and makes one of folders that are there twice, with what lies in them
- *  (VXUniteFolders). Not saved. False, with an error, when they cannot be looked for. */
+/**
+ * Makes the root folders that a store lacks, and unites folders that exist twice, with their contents (VXUniteFolders).
+ * Does not save. False, with an error, if they cannot be looked up.
+ */
 [[nodiscard]] bool VXProvideRootFolders(VXManagedObjectContext &context, VXError *error);
 
-/** As VXProvideRootFolders, and saved, under the lock at that path: of several processes that open a new store one makes them;
- *  and under that of saving, so that none files into what goes. False, with an error, when it cannot be done. */
+/**
+ * Does the same as VXProvideRootFolders, and saves, under the lock at that path, so that of several processes that open
+ * a new store only one makes them; and under the lock for saving, so that nobody files anything into a folder that is
+ * about to go. False, with an error, on failure.
+ */
 [[nodiscard]] bool VXSaveRootFolders(VXManagedObjectContext &context, const QString &lockPath, VXError *error);

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto answerLimit = 15s;
-constexpr auto enableLimit = 90s; // a modem that has just been plugged in takes its time
+constexpr auto enableLimit = 90s; // a modem that has just been plugged in takes some time
 
 struct Shown
 {
@@ -21,7 +21,7 @@ struct Shown
     QStringView modemKey;
     const char16_t *title;
 };
-// In the order in which they are shown.
+// In display order.
 constexpr std::array shown{
     Shown{u"manufacturer", u"Manufacturer", u"Manufacturer"},
     Shown{u"model", u"Model", u"Model"},
@@ -65,7 +65,7 @@ QList<Port> portsFrom(const QVariant &value)
     return VXBusValue<QList<Port>>(value, "a(su)"_L1);
 }
 
-// What is wrapped as D-Bus has it becomes what people read; invalid for nothing.
+// Turns a wrapped D-Bus value into one for people; invalid if there is none.
 QVariant valueForPeople(QStringView key, const QVariant &value)
 {
     if (key == u"SignalQuality") {
@@ -160,7 +160,7 @@ bool VXMobileModem::initWithURL(const QUrl &theURL)
     _finder = std::make_unique<VXBusQueue>(_service);
     _finder->open();
     _messageQueue = &addQueue(_service);
-    _callQueue = &addQueue(_service); // a message that takes a minute holds up no call
+    _callQueue = &addQueue(_service); // a message that takes a minute must not delay a call
     _messages = std::make_unique<VXModemMessages>(*this, *_messageQueue);
     _calls = std::make_unique<VXModemCalls>(*this, *_callQueue);
     offerActions(true, true);
@@ -196,7 +196,7 @@ void VXMobileModem::listen()
     });
     const auto look = [this](const QDBusMessage &signal) {
         const QString path = signal.arguments().value(0).value<QDBusObjectPath>().path();
-        if (!isConnected() || path == _modem) // another modem is no news
+        if (!isConnected() || path == _modem) // another modem is irrelevant
             find();
     };
     _service->listen({}, VXModemNames::objectManager, {}, this, look);
@@ -208,7 +208,7 @@ void VXMobileModem::listen()
     });
 }
 
-// Until the modem is known it may have everything.
+// As long as the modem is unknown, it is assumed to have everything.
 void VXMobileModem::offerActions(bool hasMessages, bool hasCalls)
 {
     using Action = std::pair<QString, VXBusQueue::Work>;
@@ -268,7 +268,7 @@ void VXMobileModem::find()
     });
 }
 
-// What its preference "modem" says: by anything that ModemManager tells a modem apart by.
+// The preference "modem" may contain anything by which ModemManager identifies a modem.
 bool VXMobileModem::isWanted(const QString &path, const QVariantMap &modem) const
 {
     const QString wanted = preferenceForKey(u"modem"_s).toString();
@@ -305,7 +305,7 @@ void VXMobileModem::adopt(const QString &path, const VXModemNames::Interfaces &i
     }
     const QVariantMap modem = interfaces.value(VXModemNames::modem);
     const int modemState = modem.value(u"State"_s).toInt();
-    // Of one that is locked or broken not everything is known.
+    // A locked or broken modem does not show everything.
     if (modemState >= VXModemNames::Disabled)
         offerActions(interfaces.contains(VXModemNames::messaging), interfaces.contains(VXModemNames::voice));
     showAll(modem);
@@ -323,7 +323,7 @@ void VXMobileModem::lose(const VXError &why)
 
 // -- How it is
 
-// What nobody but its user can mend; null for none.
+// A problem that only the user can solve; null if there is none.
 VXError VXMobileModem::faultOf(int modemState, int failedReason) const
 {
     using namespace VXModemNames;
@@ -337,7 +337,7 @@ VXError VXMobileModem::faultOf(int modemState, int failedReason) const
     return {};
 }
 
-// One that somebody switches off meanwhile stays so until it is used.
+// If somebody switches it off in the meantime, it stays off until it is used.
 void VXMobileModem::judge(int modemState, int failedReason, bool mayEnable)
 {
     using namespace VXModemNames;
@@ -355,7 +355,7 @@ void VXMobileModem::judge(int modemState, int failedReason, bool mayEnable)
         [[fallthrough]];
     case Disabling:
         return setState(State::Away, VXBusError(text(u"The modem is switched off."_s)));
-    default: // it tells when it is ready
+    default: // it reports when it is ready
         return setState(State::Connecting, VXBusError(text(u"The modem is not ready."_s)), enableLimit);
     }
 }

@@ -6,9 +6,9 @@
 #include "VXModemNames.h"
 
 /**
- * A modem, or a phone that is one, which ModemManager reaches: messages, and calls where it has voice. It is found by itself when
- * it is plugged in, and switched on when it is found switched off; the plugin's README lists preferences, properties, actions
- * and events. Main thread.
+ * A modem, or a phone that works as one, which is reached through ModemManager: messages, and calls if it has voice. It
+ * is found automatically when it is plugged in, and switched on if it is found switched off; the plugin's README lists
+ * the preferences, properties, actions and events. Main thread.
  */
 class VXMobileModem : public VXBusDevice
 {
@@ -18,7 +18,7 @@ public:
     Q_INVOKABLE VXMobileModem() = default;
     ~VXMobileModem() override;
 
-    /** The modems that ModemManager reaches. */
+    /** Finds the modems that ModemManager reaches. */
     void findDevices(const std::shared_ptr<VXDeviceFinding> &finding) override;
     bool initWithURL(const QUrl &theURL) override;
     void pluginWillUnload() override;
@@ -45,12 +45,12 @@ private:
     VXError withoutService() const;
 
     VXBusService::Ptr _service;
-    std::unique_ptr<VXBusQueue> _finder; // what is asked of the service itself, at any time
+    std::unique_ptr<VXBusQueue> _finder; // for requests to the service itself, at any time
     std::unique_ptr<VXModemMessages> _messages;
     std::unique_ptr<VXModemCalls> _calls;
     VXBusQueue *_messageQueue = nullptr;
     VXBusQueue *_callQueue = nullptr;
-    QString _modem; // its path; null while there is none
+    QString _modem; // its path; null if there is none
     QVariantMap _properties;
     bool _hasMessages = false; // that are offered
     bool _hasCalls = false;

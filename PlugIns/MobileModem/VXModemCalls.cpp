@@ -51,7 +51,7 @@ VXModemCalls::VXModemCalls(VXBusDevice &device, VXBusQueue &queue)
             return;
         const QVariantMap changed = VXBusMap(signal.arguments().value(1));
         if (const QString number = changed.value(u"Number"_s).toString(); !number.isEmpty())
-            _calls.ring(signal.path(), true, number); // it came after the first ring
+            _calls.ring(signal.path(), true, number); // the number came after the first ring
     });
 }
 
@@ -104,7 +104,7 @@ void VXModemCalls::take(const QString &path, const QDBusMessage &properties)
          call.value(u"State"_s).toInt());
 }
 
-// One that is made, and not dialled yet, is none.
+// A call that was made but not dialled yet does not count.
 void VXModemCalls::take(const QString &path, bool isIncoming, const QString &number, int state)
 {
     if (state == VXModemNames::Terminated || (state == VXModemNames::CallUnknown && !_own.contains(path)))
@@ -121,7 +121,7 @@ void VXModemCalls::stateDidChange(const QString &path, int state)
         forget(path);
 }
 
-// ModemManager keeps calls that have ended until they are deleted.
+// ModemManager keeps ended calls until they are deleted.
 void VXModemCalls::forget(const QString &path)
 {
     _calls.end(path);
@@ -157,7 +157,7 @@ void VXModemCalls::dial(VXBusErrand &errand)
     });
 }
 
-// Who has just begun to listen does not know yet what goes on.
+// A listener that has just begun does not know yet which calls are in progress.
 void VXModemCalls::withCalls(VXBusErrand &errand, const QString &what, const std::function<void()> &then)
 {
     errand.begin(what, networkLimit);
@@ -204,7 +204,7 @@ void VXModemCalls::hangUpNext(VXBusErrand &errand, QStringList paths)
         return errand.succeed();
     const QString path = paths.takeFirst();
     errand.ask(method(path, u"Hangup"_s), [this, &errand, paths, path](const QDBusMessage &answer) {
-        // It may have ended by itself meanwhile.
+        // It may have ended by itself in the meantime.
         if (answer.type() == QDBusMessage::ErrorMessage && _calls.contains(path))
             return errand.fail(VXBusErrand::errorOf(answer));
         hangUpNext(errand, paths);

@@ -6,18 +6,18 @@
 #include <QtCore/QSet>
 #include <QtDBus/QDBusObjectPath>
 
-/** The calls of a modem that has voice: announces them, dials, takes and ends them. Main thread. */
+/** The calls of a modem that has voice: announces them, dials, answers and ends them. Main thread. */
 class VXModemCalls : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Both outlive this. */
+    /** Both must outlive this object. */
     VXModemCalls(VXBusDevice &device, VXBusQueue &queue);
 
-    /** Which modem it is, from now on; null while there is none: then its calls have ended. */
+    /** Sets which modem it is from now on; null means none: then its calls have ended. */
     void setModem(const QString &path);
-    /** Takes in the calls that go on already. */
+    /** Reads the calls that are already in progress. */
     void readAll();
 
     // -- Work of actions
@@ -41,5 +41,5 @@ private:
     VXBusQueue &_queue;
     VXPhoneCalls _calls; // by path
     QString _modem;
-    QSet<QString> _own; // paths of those that were dialled here, which nobody else takes away
+    QSet<QString> _own; // paths of the calls dialled here, which nobody else removes
 };

@@ -16,9 +16,9 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto answerLimit = 15s;
-constexpr auto sendLimit = 120s; // the network may take its time, for each part
+constexpr auto sendLimit = 120s; // the network may need some time for each part
 
-// ModemManager writes the zone's hours alone; a time without a zone is the computer's.
+// ModemManager writes only the hours of the zone; a time without a zone is in the computer's zone.
 QDateTime dateFromText(const QString &text)
 {
     static const QRegularExpression hoursOnly(u"[+-]\\d\\d\\z"_s);
@@ -45,13 +45,13 @@ bool isObjectGone(const QDBusMessage &answer)
     return name.endsWith(".UnknownMethod"_L1) || name.endsWith(".UnknownObject"_L1) || name.endsWith(".NotFound"_L1);
 }
 
-// What became of a message whose sending failed, as "send_message" says it; null when nobody knows.
+// What happened to a message that could not be sent, in the words of "send_message"; null if nobody knows.
 QString fateOfMessage(const QDBusMessage &answer, bool isShort)
 {
     const QString name = answer.errorName().section("org.freedesktop.ModemManager1.Error."_L1, 1);
     if (name.endsWith(".InvalidArgs"_L1) || name.startsWith("Message.Invalid"_L1) || name.endsWith(".Unsupported"_L1))
         return u"refused"_s;
-    // A modem that says no has not sent it; of several parts some may be on their way.
+    // If the modem refuses, it has not sent it; but of several parts some may be under way.
     return isShort && !name.isEmpty() && !name.contains("Timeout"_L1) ? u"later"_s : QString();
 }
 
@@ -70,7 +70,7 @@ VXError errorOfSending(const QDBusMessage &answer, const VXBusDevice &device)
 
 struct VXModemMessages::Reading
 {
-    QStringList paths; // those that are left, the last first
+    QStringList paths; // the remaining ones, the last first
     QVariantList items = {};
     QStringList problems = {};
 };
@@ -108,7 +108,7 @@ VXBusCall VXModemMessages::deletion(const QString &path) const
             .arguments = {QVariant::fromValue(QDBusObjectPath(path))}};
 }
 
-// As records and the first driver have it. Modems keep no note of what was read.
+// With the keys of records and of the first driver. Modems do not record what was read.
 QVariantMap VXModemMessages::record(const QString &path, const QVariantMap &properties) const
 {
     using namespace VXModemNames;
@@ -169,7 +169,7 @@ void VXModemMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Readin
     errand.ask(getAll(path), [this, &errand, reading, path](const QDBusMessage &answer) {
         if (answer.type() != QDBusMessage::ErrorMessage)
             reading->items.append(record(path, qdbus_cast<QVariantMap>(answer.arguments().value(0))));
-        else if (!isObjectGone(answer)) // else it was deleted meanwhile
+        else if (!isObjectGone(answer)) // otherwise it was deleted in the meantime
             reading->problems.append(VXBusErrand::errorOf(answer).localizedDescription());
         if (errand.action())
             errand.action()->incrementProgress();
@@ -205,7 +205,7 @@ void VXModemMessages::send(VXBusErrand &errand)
 void VXModemMessages::sendCreated(VXBusErrand &errand, const QString &path, bool isShort)
 {
     errand.setResultOfFailure({});
-    // The modem's copy would be a message of its own for whoever reads it.
+    // Whoever reads the modem would take its copy for a message of its own.
     errand.setFarewell([service = _queue.service(), forget = deletion(path)] { service->send(forget); });
     errand.begin(_device.text(u"Sending the message"_s), sendLimit);
     errand.ask({.path = path, .interface = VXModemNames::sms, .method = u"Send"_s},
@@ -220,7 +220,7 @@ void VXModemMessages::sendCreated(VXBusErrand &errand, const QString &path, bool
                });
 }
 
-// Numbers of messages are given anew: it must be the one that was read.
+// Numbers of messages are reused: it must be the message that was read.
 void VXModemMessages::remove(VXBusErrand &errand)
 {
     const QVariantMap message = errand.object().toMap();
@@ -251,7 +251,7 @@ void VXModemMessages::remove(VXBusErrand &errand)
 void VXModemMessages::wasAdded(const QDBusMessage &signal)
 {
     const QVariantList arguments = signal.arguments();
-    // What is announced while the modem is being enabled lies there already.
+    // What is announced while the modem is being enabled was there already.
     if (signal.path() == _modem && _device.isConnected() && arguments.value(1).toBool())
         announce(arguments.value(0).value<QDBusObjectPath>().path());
 }

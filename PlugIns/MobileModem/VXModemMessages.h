@@ -5,18 +5,18 @@
 #include <QtCore/QSet>
 
 /**
- * The messages on a modem: reads, sends and deletes them, and announces those that come in, long ones once they are whole.
- * Main thread.
+ * The messages on a modem: reads, sends and deletes them, and announces incoming ones; long ones once they are
+ * complete. Main thread.
  */
 class VXModemMessages : public QObject
 {
     Q_OBJECT
 
 public:
-    /** Both outlive this. */
+    /** Both must outlive this object. */
     VXModemMessages(VXBusDevice &device, VXBusQueue &queue);
 
-    /** Which modem it is, from now on; null while there is none. Messages that it has by then are not new. */
+    /** Sets which modem it is from now on; null means none. Messages that it has at that time are not new. */
     void setModem(const QString &path);
 
     // -- Work of actions
@@ -39,6 +39,6 @@ private:
     VXBusDevice &_device;
     VXBusQueue &_queue;
     QString _modem;
-    QSet<QString> _incomplete; // paths of new messages whose parts are not all there
+    QSet<QString> _incomplete; // paths of new messages of which parts are missing
     QSet<QString> _told;       // paths of messages that were announced
 };

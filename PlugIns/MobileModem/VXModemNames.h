@@ -22,15 +22,15 @@ inline const QString properties = QStringLiteral("org.freedesktop.DBus.Propertie
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;
 
-/** Of a modem. */
+/** States of a modem. */
 enum ModemState { Failed = -1, Unknown, Initializing, Locked, Disabled, Disabling, Enabling, Enabled };
 enum FailedReason { NoReason, UnknownReason, CardMissing, CardError };
-/** Of a port. */
+/** Types of a port. */
 enum PortType { UnknownPort = 1, NetPort };
-/** Of a message, and what kind it is. */
+/** States of a message, and its kinds. */
 enum MessageState { MessageUnknown, Stored, Receiving, Received, Sending, Sent };
 enum MessageKind { KindUnknown, Deliver, Submit, StatusReport, CDMADeliver = 32, CDMASubmit = 33 };
-/** Of a call. */
+/** States of a call. */
 enum CallState { CallUnknown, Dialing, RingingOut, RingingIn, Active, Held, Waiting, Terminated };
 
 } // namespace VXModemNames

@@ -3,7 +3,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** Keeps what is to be sent, in the store "outbox". */
+/** Keeps what has to be sent, in the store "outbox". */
 class OutboxPlugin : public VXStorePlugin
 {
     Q_OBJECT

@@ -10,7 +10,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Of a store that is merged: what can be undone was done elsewhere, and with its phones its contacts agreed elsewhere.
+// Entities that matter only in their own store. In a merged store, the steps to undo were taken elsewhere, and the
+// agreements with phones were reached elsewhere.
 bool isOnlyOfItsStore(const QString &entityName)
 {
     return entityName == "VXContactChangeSet"_L1 || entityName == "VXContactChange"_L1 ||
@@ -23,7 +24,8 @@ bool isMerge()
     return run != nullptr && run->isMerge();
 }
 
-// Those that a merge brings become those of their name that are there. What belongs to another plugin stays apart.
+// Groups that a merge brings are united with existing ones of the same name. Groups that belong to another plugin stay
+// separate.
 bool uniteGroups(VXManagedObjectContext &context, VXError *error)
 {
     const VXEntityDescription &entity =
@@ -82,7 +84,7 @@ public:
                       .relationships = {u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s}});
     }
 
-    // A merge is one step to undo: all that it brings is of one change set.
+    // A merge is one step to undo: everything it brings belongs to one change set.
     bool migrateManagedObjectContext(VXManagedObjectContext &oldContext, int version,
                                      VXManagedObjectContext &newContext, VXError *error) override
     {
@@ -136,7 +138,7 @@ public:
                VXStorePlugin::migrateEntityRelationships(entity, oldContext, version, newContext, newObjects, error);
     }
 
-    // What a merge gives contacts itself.
+    // Values that a merge itself gives to contacts.
     bool comparesProperty(const VXPropertyDescription &old, int version) const override
     {
         const bool isOfMerge = old.name() == "importNumber"_L1 || old.name() == "changedDate"_L1;
@@ -144,7 +146,7 @@ public:
     }
 
 private:
-    std::optional<VXContactChangeSet> _merge; // the copying thread's, while it merges
+    std::optional<VXContactChangeSet> _merge; // used by the copying thread while it merges
 };
 
 VX_PRINCIPAL_CLASS(PhonebookPlugin)

@@ -6,8 +6,8 @@
 #include <QtCore/QVariant>
 
 /**
- * What a search finds a contact by and shows of it, by the attribute keys of docs/FORMATS.md: all that is written of it, the names
- * as they sound, and names that are written without a blank, family name first, by the given name, too. `title`: what people call
- * it.
+ * What a search finds a contact by and shows of it, by the attribute keys of docs/FORMATS.md: everything written in it,
+ * the names as they sound, and, for names written without a blank and family name first, also the given name. `title`:
+ * what people call the contact.
  */
 [[nodiscard]] QVariantMap VXContactMetaData(const VXContactRecord &contact, const QString &title);

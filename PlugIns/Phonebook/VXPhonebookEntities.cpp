@@ -45,14 +45,15 @@ std::optional<QVariantMap> VXPerson::metaDataPlist() const
 {
     const VXContactRecord contact(QVariant::fromValue(VXManagedObjectPtr(const_cast<VXPerson *>(this))));
     QVariantMap metaData = VXContactMetaData(contact, valueForKey(u"displayString"_s).toString());
-    metaData.insert(u"VXInformativeValue"_s, qint64(VXPhonebookEntry::informativeValue(*this))); // whom look-ups prefer
+    // Look-ups prefer contacts with a higher value.
+    metaData.insert(u"VXInformativeValue"_s, qint64(VXPhonebookEntry::informativeValue(*this)));
     return metaData;
 }
 
 void VXPerson::ownDidChange()
 {
-    if (!isDeleted() && !isInserted()) // then it is asked itself
-        updateDate();                  // and by that it is now: once, however many there are
+    if (!isDeleted() && !isInserted()) // otherwise it is asked itself
+        updateDate();                  // which has it asked now: once, however many there are
 }
 
 void VXPerson::willSave()

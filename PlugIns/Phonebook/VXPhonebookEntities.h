@@ -8,19 +8,19 @@
 #include <optional>
 
 /**
- * A person of the phonebook. Before it is saved, what it is sorted and found by is brought in step with its name, numbers and
- * addresses, and its changedDate is set, unless whoever changed it has done that.
+ * A person of the phonebook. Before it is saved, the values it is sorted and found by are brought into line with its
+ * name, numbers and addresses, and its changedDate is set, unless whoever changed it has already done so.
  */
 class VXPerson : public VXManagedObject, public VXMetaDataSource
 {
 public:
     static const QString entityName; // "VXPerson"
 
-    /** Also "displayString". */
+    /** Includes "displayString". */
     QVariant valueForKey(const QString &key) const override;
     std::optional<QVariantMap> metaDataPlist() const override;
 
-    /** A number or address of it is about to be saved. */
+    /** To be called when one of its numbers or addresses is about to be saved. */
     void ownDidChange();
     /** Brings what it is found by while it is typed in step with what is written of it. */
     void updateWords();
@@ -33,16 +33,16 @@ private:
     void updateDate();
 };
 
-/** What a number and an e-mail address have in common: a search text, and a person that is found by them. */
+/** What a number and an e-mail address have in common: a search text, and a person who is found by them. */
 class VXContactAddress : public VXManagedObject
 {
 protected:
     void willSave() override;
-    /** From the value, as it is looked up. */
+    /** The value in the form in which it is looked up. */
     virtual QString searchText() const = 0;
 };
 
-/** A group, which its members are found by. */
+/** A group, by which its members are found. */
 class VXContactGroup : public VXManagedObject, public VXMetaDataPart
 {
 public:

@@ -42,7 +42,7 @@ QString outcomeText(const VXCommandOutcome &outcome)
 
 } // namespace
 
-/** Runs a program of the user's choice. Who posts the event does not wait for its end. */
+/** Runs a program of the user's choice. The poster of the event does not wait for its end. */
 class RunCommandPlugin : public VXBackgroundReactor
 {
     Q_OBJECT
@@ -115,7 +115,7 @@ private:
 
     QString pathOf(const QString &program) const
     {
-        // What a relative path means would depend on where the application was started.
+        // The meaning of a relative path would depend on where the application was started.
         const bool isPath = program.contains(u'/');
         const QString path =
             isPath && !QFileInfo(program).isAbsolute() ? QString() : QStandardPaths::findExecutable(program);

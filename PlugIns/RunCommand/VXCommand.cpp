@@ -20,7 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto grace = 2s; // between asking to end and killing
+constexpr auto grace = 2s; // between asking the program to end and killing it
 constexpr qsizetype longestTail = 4096;
 
 class Descriptor
@@ -53,7 +53,7 @@ std::vector<char *> pointers(const QList<QByteArray> &texts)
     return result;
 }
 
-// The program while it runs.
+// A program while it runs.
 class Run
 {
 public:
@@ -68,9 +68,9 @@ private:
     bool readErrors();
 
     pid_t _process = 0;
-    Descriptor _input;  // the whole input as a file, so that nobody has to feed the program
+    Descriptor _input;  // all of the input, as a file, so that nobody has to feed the program
     Descriptor _errors; // what it writes to standard error
-    Descriptor _handle; // can be read once it has ended
+    Descriptor _handle; // readable once it has ended
     VXCommandOutcome _outcome;
 };
 
@@ -122,7 +122,7 @@ int Run::spawn(const VXCommand &command, int errors)
     return problem;
 }
 
-// False when nothing more will come.
+// False if nothing more will arrive.
 bool Run::readErrors()
 {
     std::array<char, 4096> buffer{};
@@ -139,7 +139,7 @@ bool Run::readErrors()
     }
 }
 
-// False when the program still ran at the deadline, or when it was to be stopped.
+// False if the program was still running at the deadline, or if it was to be stopped.
 bool Run::wait(Clock::time_point deadline, int stop)
 {
     std::array<pollfd, 3> sources{pollfd{_handle.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0},
@@ -166,7 +166,7 @@ void Run::waitUntilEnd(Clock::time_point deadline, int stop)
 {
     if (_handle.get() >= 0 && wait(deadline, stop))
         return;
-    // The number stays the program's until it is reaped, and the group's.
+    // The process identifier belongs to the program until it is reaped, and likewise that of the group.
     _outcome.isTimedOut = !_outcome.isStopped;
     ::kill(-_process, SIGTERM);
     if (_handle.get() >= 0)

@@ -9,17 +9,17 @@
 /** How a command ended. */
 struct VXCommandOutcome
 {
-    int startProblem = 0; // errno when it did not start
+    int startProblem = 0; // errno if it did not start
     int status = 0;       // exit status
     int signal = 0;       // that ended it
     bool isTimedOut = false;
-    bool isStopped = false; // by who did not want to wait
-    QByteArray errorTail;   // the last of what it wrote to standard error
+    bool isStopped = false; // by someone who did not want to wait
+    QByteArray errorTail;   // the last part of its standard error
 
     bool isSuccess() const { return startProblem == 0 && status == 0 && signal == 0 && !isTimedOut && !isStopped; }
 };
 
-/** Ends a program that runs, or will run. Any thread, also more than once. */
+/** Ends a program that is running, or will run. Any thread; may be used more than once. */
 class VXCommandStop
 {
 public:
@@ -29,14 +29,14 @@ public:
     VXCommandStop &operator=(const VXCommandStop &) = delete;
 
     void request() const;
-    /** Can be read once it was requested. */
+    /** Readable once the stop was requested. */
     int descriptor() const { return _descriptor; }
 
 private:
     const int _descriptor;
 };
 
-/** A program to run: all of it known before, so that any thread can run it. */
+/** A program to run: everything is known in advance, so that any thread can run it. */
 struct VXCommand
 {
     QByteArray program;          // path
@@ -48,9 +48,9 @@ struct VXCommand
     std::shared_ptr<VXCommandStop> stop = {}; // null: nobody stops it
 
     /**
-     * Runs it to its end, in a session and process group of its own. Its output is dropped. At the time-out, or when it is stopped, the whole group is
-     * asked to end, and killed when it does not within two seconds. What the program leaves behind when it ends by itself
-     * stays.
+     * Runs it to its end, in a session and process group of its own. Its output is discarded. At the time-out, or when
+     * it is stopped, the whole group is asked to end, and killed if it does not within two seconds. What the program
+     * leaves behind when it ends by itself stays.
      */
     VXCommandOutcome run() const;
 };

@@ -52,7 +52,7 @@ QList<QByteArray> VXCommandEnvironment(const VXEvent &event)
     QList<QByteArray> environment;
     for (char **variable = environ; *variable != nullptr; ++variable) {
         const QByteArrayView text(*variable);
-        if (!text.startsWith(prefix)) // of an event that this program may itself have been started by
+        if (!text.startsWith(prefix)) // those come from an event that may have started this program
             environment.append(text.toByteArray());
     }
     append(environment, "EVENT", event.name);

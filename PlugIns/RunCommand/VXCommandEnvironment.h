@@ -9,8 +9,9 @@
 QByteArray VXEnvironmentName(const QString &key);
 
 /**
- * This process's environment with VORNIX_EVENT, VORNIX_SUBTYPE and, for each value of the object, VORNIX_OBJECT_NAME. A value
- * that is none is left out, and so is one of more than 32 KB, which a program might not start with. Dates are in UTC.
+ * This process's environment with VORNIX_EVENT, VORNIX_SUBTYPE and, for each value of the object, VORNIX_OBJECT_NAME.
+ * Missing values are omitted, and so are those of more than 32 KB, with which a program might not start. Dates are in
+ * UTC.
  */
 QList<QByteArray> VXCommandEnvironment(const VXEvent &event);
 

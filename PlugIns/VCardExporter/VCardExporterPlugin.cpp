@@ -4,7 +4,7 @@
 
 using namespace Qt::StringLiterals;
 
-/** Writes contacts as vCards, one behind the other. */
+/** Writes contacts as vCards, one after the other. */
 class VCardExporterPlugin : public VXFileExporter
 {
     Q_OBJECT
@@ -36,7 +36,7 @@ protected:
                 return false;
             }
             if (!file.write(card))
-                break; // told when it is committed
+                break; // reported on commit
         }
         return true;
     }

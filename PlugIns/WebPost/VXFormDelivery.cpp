@@ -15,15 +15,16 @@ const QString VXFormDelivery::kind = u"post"_s;
 namespace {
 
 constexpr double longestLook = 24.0 * 60 * 60; // seconds
-constexpr int patientLooks = 10; // time-outs that a sent form is waited for, whatever the server says meanwhile
+// Number of time-outs that a sent form is waited for, whatever the server says meanwhile.
+constexpr int patientLooks = 10;
 const QString givenUp = u"The program ended while it was being sent."_s;
 const QString tooSlow = u"The server did not come to an end with its answer."_s;
 
-// Answers that say "not now", or "not here": a proxy that wants to know us first, a gateway that finds no server. One whose
-// server has it and does not answer in time says nothing.
+// Answers that say "not now" or "not here", for example from a proxy that wants credentials first, or a gateway that
+// cannot find the server. A gateway whose server received the form but does not answer in time says nothing certain.
 Outcome outcomeOfStatus(int status)
 {
-    if (status / 100 == 2) // also when the rest of the answer did not come
+    if (status / 100 == 2) // even if the rest of the answer did not arrive
         return Outcome::Sent;
     if (status == 504)
         return Outcome::Unknown;
@@ -31,7 +32,7 @@ Outcome outcomeOfStatus(int status)
     return isLater ? Outcome::NotDelivered : Outcome::Refused;
 }
 
-// Failures that would come again.
+// Failures that would happen again.
 bool isRefusal(const VXError &error)
 {
     static constexpr std::array codes{VXURLErrorTooManyRedirects, VXURLErrorInsecureRedirect, VXURLErrorCannotReadBody};
@@ -89,15 +90,15 @@ void VXFormDelivery::start(const QUrl &url, const QList<VXFormField> &fields, do
     _connection = VXWebConnection::create();
     _connection->setFormFields(fields);
     _connection->setTimeout(static_cast<float>(timeout));
-    _connection->setUsesOwnConnection(true);      // no keep-alive that the server may just be ending
-    _connection->setDelegate(shared_from_this()); // which holds it
+    _connection->setUsesOwnConnection(true);      // no keep-alive connection that the server may be closing just now
+    _connection->setDelegate(shared_from_this()); // it keeps this object alive
     connect(&_watch, &QTimer::timeout, this, &VXFormDelivery::look);
     if (timeout > 0)
         _watch.start(static_cast<int>(std::min(timeout, longestLook) * 1000));
     _connection->requestURL(url);
 }
 
-// A server that goes on with its answer byte by byte is not waited for: the status tells all there is to know.
+// A server that continues its answer byte by byte is not waited for: the status says everything that matters.
 void VXFormDelivery::look()
 {
     const bool wasAnswered = std::exchange(_isAnswered, _connection->statusCode() != 0);
@@ -111,7 +112,7 @@ void VXFormDelivery::giveUp(const QString &reason)
     if (!_connection)
         return;
     _reason = reason;
-    _connection->cancel(); // tells us
+    _connection->cancel(); // calls us back
 }
 
 void VXFormDelivery::requestDidComplete(VXWebRequest *)
@@ -139,7 +140,7 @@ VXOutboxDelivery VXFormDelivery::outcome() const
             .problem = _reason.isNull() ? textOf(error) : _reason};
 }
 
-// The form did not go along. "See other" says that it was taken; that something has moved, that it was not.
+// The form was not sent along. "See other" says that it was accepted; "moved" says that it was not.
 VXOutboxDelivery VXFormDelivery::outcomeOfRedirect(const VXFormRedirect &redirect, int status)
 {
     constexpr auto place = QUrl::RemoveScheme | QUrl::RemoveAuthority | QUrl::StripTrailingSlash;

@@ -23,8 +23,8 @@ VXFormField textField(const QString &name, const QString &text)
 } // namespace
 
 /**
- * Posts the event's values to a web server, by way of the outbox: what cannot be delivered now is kept and tried again. The
- * event's values are always texts, whatever they are.
+ * Posts the event's values to a web server, by way of the outbox: what cannot be delivered now is kept and tried again.
+ * The event's values are always sent as text, whatever they are.
  */
 class WebPostPlugin : public VXReactorPlugin
 {
@@ -119,7 +119,7 @@ private:
         return extras;
     }
 
-    // "fields": which values under which names, all of them without it; "extra": texts with {KEY}.
+    // "fields": which values under which names, or all of them without it; "extra": texts with {KEY}.
     QList<VXFormField> fieldsOf(const VXEvent &event, const QVariantMap &options) const
     {
         QList<VXFormField> fields{textField(u"event"_s, event.name), textField(u"subtype"_s, event.subtype)};

@@ -34,7 +34,7 @@ namespace {
 constexpr int mostTrials = 12;
 constexpr int mostEvents = 500;
 
-// The object that an event was posted with; invalid when it was not kept.
+// The object with which an event was posted; invalid if it was not kept.
 QVariant objectOf(const VXEventRecord &record)
 {
     return record.object.isEmpty() ? QVariant() : QVariant(record.object);
@@ -69,7 +69,7 @@ VXListRow rowOf(const VXTrigger &trigger)
 
 } // namespace
 
-/** A change of a trigger, its making or its removal, to be undone and done again. */
+/** Making, changing or removing a trigger, as a step that can be undone and redone. */
 class VXAutomationsSection::Edit : public QUndoCommand
 {
 public:
@@ -100,7 +100,7 @@ private:
     QString _shortID;
     const std::optional<VXTriggerDraft> _before;
     const std::optional<VXTriggerDraft> _after;
-    bool _isDone = false; // it is done when it is noted
+    bool _isDone = false; // it has already been done when it is recorded
 };
 
 VXSection::Info VXAutomationsSection::info()
@@ -212,7 +212,7 @@ void VXAutomationsSection::update()
     QString chosen =
         _pane->list()->currentIndex().data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
     if (!showsHistory() && !_shownTrigger.isNull())
-        chosen = _shownTrigger; // one that was just made is not in the list yet
+        chosen = _shownTrigger; // a trigger that was just made is not in the list yet
     const QSignalBlocker blocker(_pane);
     if (showsHistory())
         updateHistory();
@@ -317,7 +317,8 @@ void VXAutomationsSection::showTrigger(const QString &shortID)
     _detail->setCurrentWidget(_editor);
 }
 
-// A null draft removes it. @return the trigger's ID, null for one that is gone; none, told, when it was refused.
+// A null draft removes it. @return the trigger's ID, null if it is gone; none, with a message to the user, if it was
+// refused.
 std::optional<QString> VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft *draft)
 {
     VXError error;
@@ -338,7 +339,7 @@ std::optional<QString> VXAutomationsSection::write(const QString &shortID, const
     return draft != nullptr ? trigger.shortID() : QString();
 }
 
-// False, told in the editor, when it could not be written, as on a disk that is full.
+// False, with a message in the editor, if it could not be written, for example because the disk is full.
 bool VXAutomationsSection::take()
 {
     const VXTriggerDraft draft = _editor->draft();

@@ -17,7 +17,10 @@ class VXListPane;
 class VXStoreWatch;
 class VXTextLabel;
 
-/** What the user wants to happen when something happens: automations with their editor, and the history that tells why. */
+/**
+ * What the user wants to happen when something else happens: automations with their editor, and the history that
+ * explains what happened.
+ */
 class VXAutomationsSection : public VXSection
 {
     Q_OBJECT
@@ -65,7 +68,7 @@ private:
     std::unique_ptr<VXStoreWatch> _watch;
     QString _shownTrigger; // short ID; null: a new one, or none
     bool _isNew = false;
-    bool _isUnsaved = false; // what is in the editor could not be written
-    VXTriggerDraft _before;  // of the one shown
+    bool _isUnsaved = false; // the content of the editor could not be written
+    VXTriggerDraft _before;  // the shown one as it was
     std::optional<VXEventRecord> _event;
 };

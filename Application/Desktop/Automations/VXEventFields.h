@@ -2,5 +2,5 @@
 
 #include "VXFilterField.h"
 
-/** What a filter may ask about the object of an event, the most usual first. Never empty. */
+/** What a filter can check in the object of an event, the most common first. Never empty. */
 [[nodiscard]] QList<VXFilterField> VXFieldsOfEvent(const QString &event);

@@ -3,11 +3,11 @@
 #include "VXEventRecord.h"
 #include "VXListQuery.h"
 
-// What came of events, in the user's words.
+// The outcome of events, in words for the user.
 
-/** As a row of a list; its contents carry the record's identifier. */
+/** The event as a row of a list; its contents carry the record's identifier. */
 [[nodiscard]] VXListRow VXRowOfEvent(const VXEventRecord &record);
-/** Why each trigger did or did not run, a line for each thing. */
+/** Why each trigger did or did not run, one line per reason. */
 [[nodiscard]] QStringList VXWhyOfEvent(const VXEventRecord &record);
 /** "Incoming call, ended". */
 [[nodiscard]] QString VXTitleOfEvent(const VXEventRecord &record);

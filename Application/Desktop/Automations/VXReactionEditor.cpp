@@ -82,7 +82,7 @@ const VXReactorPlugin *VXReactionEditor::reactor() const
     return proxy != nullptr ? dynamic_cast<const VXReactorPlugin *>(proxy->singleton().get()) : nullptr;
 }
 
-// The options that are needed and missing are told once somebody saves.
+// Options that are required but missing are reported when somebody saves.
 void VXReactionEditor::showProblem()
 {
     const VXPluginProxy *const proxy =

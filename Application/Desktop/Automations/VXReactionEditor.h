@@ -7,10 +7,10 @@
 class VXReactorPlugin;
 class VXTextLabel;
 
-/** The reactor plugins that can be used, by the names people know them by. */
+/** The usable reactor plugins, with the names people know them by. */
 [[nodiscard]] QList<std::pair<QString, QString>> VXUsableReactors();
 
-/** One thing that a trigger does: the reactor's name, and its options as it describes them. */
+/** One thing that a trigger does: the reactor's name, and its options as the reactor describes them. */
 class VXReactionEditor : public QFrame
 {
     Q_OBJECT

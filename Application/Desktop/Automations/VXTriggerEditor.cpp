@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::milliseconds rest{400};
 
-// Of each event that some plugin posts, what people call it.
+// What people call each event that some plugin posts.
 QList<std::pair<QString, QString>> namedEvents()
 {
     const VXEventManager &manager = VXEventManager::sharedEventManager();
@@ -152,7 +152,7 @@ VXTriggerDraft VXTriggerEditor::draft() const
     return draft;
 }
 
-// Each event has fields of its own.
+// Each event has its own fields.
 void VXTriggerEditor::setFilter(const QString &text)
 {
     _keptFilter = text;

@@ -13,12 +13,12 @@ class VXFilterEditor;
 class VXReactionEditor;
 class VXTextLabel;
 
-/** What a trigger is, as it is being edited. */
+/** A trigger while it is being edited. */
 struct VXTriggerDraft
 {
     QString name = {};
     QString event = {};
-    QString filter = {}; // as predicates are written; null for none
+    QString filter = {}; // in the form in which predicates are written; null for none
     bool isEnabled = true;
     QList<VXTriggerChange::Reaction> reactions = {};
 
@@ -26,7 +26,7 @@ struct VXTriggerDraft
     VXTriggerChange change() const;
 };
 
-/** Edits one automation: when, if, then. What is typed is told once it rests; nobody has to save. */
+/** Edits one automation: when, if, then. Changes are reported once typing pauses; nobody has to save. */
 class VXTriggerEditor : public QScrollArea
 {
     Q_OBJECT
@@ -36,11 +36,11 @@ public:
 
     void setDraft(const VXTriggerDraft &draft);
     VXTriggerDraft draft() const;
-    /** Why it does not run as it is; null when it does. Shown above the rest. */
+    /** Why the automation does not run as it is; null if it does. Shown above everything else. */
     void setProblem(const QString &problem);
-    /** What past events would have come to: lines for people. */
+    /** What would have happened with past events: lines for people. */
     void setTrials(const QStringList &lines);
-    /** Tells what has not been told yet. */
+    /** Reports what has not been reported yet. */
     void flush();
     void focusName();
 

@@ -41,7 +41,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString seenKey = u"desktop.calls.seen"_s; // the date of the newest call that was looked at
+const QString seenKey = u"desktop.calls.seen"_s; // the date of the newest call that was seen
 
 struct ShownCall
 {
@@ -94,7 +94,7 @@ int missedCount(const VXPersistentStoreCoordinator::Ptr &coordinator)
 } // namespace
 Q_DECLARE_METATYPE(ShownCall)
 
-/** What is known of the chosen call, and of who it was. */
+/** What is known about the selected call and the other party. */
 class VXCallsSection::Detail : public QWidget
 {
 public:

@@ -12,7 +12,10 @@ class VXListPane;
 class VXStoreListModel;
 class VXStoreWatch;
 
-/** The history of calls: who, when, how long; in, out and missed by chips, and what to do about the chosen one. */
+/**
+ * The history of calls: who, when, how long; chips for incoming, outgoing and missed ones; and what can be done about
+ * the selected one.
+ */
 class VXCallsSection : public VXSection
 {
     Q_OBJECT
@@ -44,7 +47,7 @@ private:
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
     VXStoreListModel *_model;
-    int _wantedRow = -1; // to be chosen once the list was read
+    int _wantedRow = -1; // to be selected once the list was read
     VXListPane *_pane;
     QButtonGroup *_chips;
     class Detail;

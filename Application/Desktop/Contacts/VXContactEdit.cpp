@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What the edit changes, in the contact as it is by now.
+// Applies the edit to the contact in its present state.
 VXContactRecord changed(const VXManagedObjectPtr &person, const std::optional<VXContactRecord> &from,
                         const VXContactRecord &to)
 {
@@ -35,7 +35,7 @@ VXContactEdit::VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinato
                      : VXText("changing %1").arg(name));
 }
 
-// One that was deleted and brought back is another object, of the same UID.
+// A contact that was deleted and brought back is another object with the same UID.
 VXManagedObjectPtr VXContactEdit::find(VXManagedObjectContext &context, VXError *error) const
 {
     const VXManagedObjectPtr known =

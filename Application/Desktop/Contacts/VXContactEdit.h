@@ -12,19 +12,21 @@
 
 class VXManagedObjectContext;
 
-/** One contact as it was and as it is to be; none for one that is not there. Undone and redone in the store, by its UID;
- *  what others have changed of it meanwhile stays. */
+/**
+ * One contact before and after a change; none if it does not exist. Undone and redone in the store, by its UID; what
+ * others have changed in it meanwhile stays.
+ */
 class VXContactEdit : public QUndoCommand
 {
 public:
-    /** Told after each step: the person's ID, null when it is gone, or what went wrong. */
+    /** Called after each step with the person's ID (null if the person is gone) or what went wrong. */
     using Done = std::function<void(const VXManagedObjectID &person, const VXError &error)>;
 
     VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXManagedObjectID &person,
                   const std::optional<VXContactRecord> &before, const std::optional<VXContactRecord> &after, Done done);
 
     void undo() override { write(_after, _before); }
-    /** The first time, one that could not be written leaves the stack: nothing was done that could be undone. */
+    /** If the first attempt cannot be written, the command leaves the stack: nothing was done that could be undone. */
     void redo() override;
 
 private:

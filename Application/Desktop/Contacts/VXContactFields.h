@@ -6,17 +6,17 @@
 
 #include <span>
 
-// What a contact consists of, for cards and forms.
+// The parts of a contact, for cards and forms.
 
 struct VXContactField
 {
     QString VXContactRecord::*field;
     const char *title;
 };
-/** Those of one line of text, in the order of a form. */
+/** The fields that are one line of text, in the order of a form. */
 [[nodiscard]] std::span<const VXContactField> VXContactTextFields();
 
-/** The types that a number, address or page may be chosen to have; masks of VXPhonebookType. */
+/** The types that can be selected for a number, address or page; masks of VXPhonebookType. */
 [[nodiscard]] std::span<const unsigned> VXContactAddressTypes(QList<VXContactRecord::Address> VXContactRecord::*list);
 /** "Mobile", "Work", "Home fax"; "Other" for none. */
 [[nodiscard]] QString VXContactTypeTitle(unsigned type);

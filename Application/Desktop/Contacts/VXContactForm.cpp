@@ -205,7 +205,7 @@ void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &ad
     type->setCurrentIndex(type->findData(address.type));
     type->setMinimumWidth(fontMetrics().averageCharWidth() * 20);
     auto *const value = new QLineEdit(address.value);
-    // Each by a name of its own: who does not see where they stand hears which one it is.
+    // Each has a name of its own, so that users who cannot see its position hear which one it is.
     value->setAccessibleName(u"%1 %2"_s
                                  .arg(list.field == &VXContactRecord::numbers  ? VXText("Number")
                                       : list.field == &VXContactRecord::emails ? VXText("Address")

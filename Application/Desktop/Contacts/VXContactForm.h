@@ -15,7 +15,7 @@ class QVBoxLayout;
 class VXAvatar;
 class VXTextLabel;
 
-/** Edits one contact in place. What is typed is the contact at once; nothing is written before somebody asks for it. */
+/** Edits one contact in place. What is typed changes the contact at once; nothing is written until it is requested. */
 class VXContactForm : public QScrollArea
 {
     Q_OBJECT
@@ -23,14 +23,14 @@ class VXContactForm : public QScrollArea
 public:
     explicit VXContactForm(QWidget *parent);
 
-    /** Puts the cursor into the name. `groups`: the names there are, to choose from. */
+    /** Puts the cursor into the name. `groups`: the existing names, to choose from. */
     void setContact(const VXContactRecord &contact, const QStringList &groups);
     VXContactRecord contact() const;
-    /** What cannot be kept, beside its field; null when all can. */
+    /** What cannot be stored, shown beside its field; null if everything can. */
     QString problem();
 
 Q_SIGNALS:
-    /** By the user. */
+    /** Changed by the user. */
     void didChange();
     void done();
     void cancelled();
@@ -61,7 +61,7 @@ private:
 
     VXContactRecord _contact;
     VXAvatar *_avatar = nullptr;
-    std::vector<QLineEdit *> _texts; // as VXContactTextFields
+    std::vector<QLineEdit *> _texts; // in the order of VXContactTextFields
     std::vector<std::unique_ptr<AddressList>> _lists;
     QLineEdit *_birthday = nullptr;
     QLineEdit *_groups = nullptr;

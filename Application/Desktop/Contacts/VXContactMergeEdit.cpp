@@ -26,7 +26,7 @@ VXError VXContactMergeEdit::merge(VXManagedObjectID *kept)
     return error;
 }
 
-// The history undoes what came last: another change since, perhaps of another program, would be taken for the merge.
+// The history undoes the latest change: a later one, perhaps by another program, would be mistaken for the merge.
 VXError VXContactMergeEdit::takeApart()
 {
     const VXContactHistory history(_coordinator);
@@ -51,6 +51,6 @@ void VXContactMergeEdit::redo()
 void VXContactMergeEdit::undo()
 {
     const VXError error = takeApart();
-    setObsolete(!error); // those that were brought back are other objects: to merge them again is a step of its own
+    setObsolete(!error); // the contacts brought back are other objects: merging them again is a new step
     _done({}, error);
 }

@@ -6,11 +6,14 @@
 
 #include <functional>
 
-/** Contacts made one, as "vornix phonebook duplicates --merge" does, and apart again as long as nothing else was done to many. */
+/**
+ * Merges contacts into one, as "vornix phonebook duplicates --merge" does, and separates them again as long as no other
+ * change was made to several contacts.
+ */
 class VXContactMergeEdit : public QUndoCommand
 {
 public:
-    /** Told after each step: the one that they became, null when they are apart again, or what went wrong. */
+    /** Called after each step with the merged contact (null when they are separate again) or what went wrong. */
     using Done = std::function<void(const VXManagedObjectID &person, const VXError &error)>;
 
     VXContactMergeEdit(const VXPersistentStoreCoordinator::Ptr &coordinator, const QList<VXManagedObjectID> &persons,
@@ -25,6 +28,6 @@ private:
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     QList<VXManagedObjectID> _persons;
-    qint64 _changeSet = 0; // of the merge, in the history
+    qint64 _changeSet = 0; // the merge's, in the history
     const Done _done;
 };

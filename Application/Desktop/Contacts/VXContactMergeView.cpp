@@ -18,7 +18,7 @@ namespace {
 
 constexpr int textWidth = 420;
 
-// A line for each thing that the contact would have.
+// One line for each thing that the contact would have.
 QStringList linesOf(const VXContactRecord &contact)
 {
     QStringList lines;
@@ -86,7 +86,7 @@ VXContactMergeView::VXContactMergeView(const VXDuplicateContacts &duplicates)
     setFocusProxy(merge);
 }
 
-// In a sheet no button is pressed by Return unless it is told to.
+// In a sheet, Return presses no button by default.
 void VXContactMergeView::keyPressEvent(QKeyEvent *event)
 {
     auto *const button = qobject_cast<QPushButton *>(focusWidget());

@@ -4,7 +4,7 @@
 
 #include <QtWidgets/QWidget>
 
-/** Shows what contacts would become as one, for a sheet. */
+/** Shows what contacts would look like when merged, for a sheet. */
 class VXContactMergeView : public QWidget
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ public:
     explicit VXContactMergeView(const VXDuplicateContacts &duplicates);
 
 Q_SIGNALS:
-    /** A VXSheet::ReturnCode. */
+    /** `code` is a VXSheet::ReturnCode. */
     void done(int code);
 
 protected:

@@ -14,7 +14,7 @@ namespace {
 
 using Operator = VXPredicate::Operator;
 
-constexpr int pictureSize = 80; // for screens with two pixels for one
+constexpr int pictureSize = 80; // for screens with a scale factor of two
 
 VXListRow rowOf(const VXManagedObjectPtr &person)
 {
@@ -38,7 +38,7 @@ VXListRow rowOf(const VXManagedObjectPtr &person)
     return {.text = spoken.join(", "_L1), .value = QVariant::fromValue(contents)};
 }
 
-// Some word of the person begins so.
+// True if some word of the person begins with that.
 VXPredicate beginsSo(const QString &beginning)
 {
     const QByteArray from = beginning.toUtf8();

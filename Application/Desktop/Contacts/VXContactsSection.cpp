@@ -39,7 +39,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What is in the form, and whose it is: there again after a sudden end.
+// The contents of the form, and the contact they belong to, restored after a sudden end.
 const QString draftKey = u"desktop.draft.contact"_s;
 const QString draftPersonKey = u"person"_s;
 const QString draftContactKey = u"contact"_s;
@@ -61,7 +61,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     _group->setAccessibleName(VXText("Group"));
     _pane->secondRow()->addWidget(_group, 1);
     _pane->setModel(_model);
-    _pane->list()->setSelectionMode(QListView::ExtendedSelection); // to be merged
+    _pane->list()->setSelectionMode(QListView::ExtendedSelection); // for merging
     _nothing->setContents(u"person"_s, VXText("No contact chosen"),
                           VXText("Choose one from the list, or make a new one."));
     for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
@@ -175,7 +175,7 @@ std::optional<VXContactRecord> VXContactsSection::read(const VXManagedObjectID &
 void VXContactsSection::show(const VXManagedObjectID &person)
 {
     if (_edited && !(person == _shown) && !endEditing())
-        return; // what is wrong with it shows in the form
+        return; // the form shows what is wrong
     _shown = person;
     showCard();
 }
@@ -245,7 +245,7 @@ void VXContactsSection::keepDraft()
     VXUserDefaults::standardUserDefaults().setObject(draft, draftKey);
 }
 
-// Of somebody who is gone meanwhile as of somebody new.
+// If the contact has gone in the meantime, the draft becomes a new one.
 void VXContactsSection::restoreDraft()
 {
     const QVariantMap draft = VXUserDefaults::standardUserDefaults().objectForKey(draftKey).toMap();
@@ -279,7 +279,7 @@ bool VXContactsSection::endEditing()
     return true;
 }
 
-// False, told, when it could not be saved, as on a disk that is full.
+// False, with a message to the user, if it could not be saved, for example because the disk is full.
 bool VXContactsSection::push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
                              const std::optional<VXContactRecord> &after)
 {
@@ -337,7 +337,7 @@ QList<VXManagedObjectID> VXContactsSection::chosen() const
     return persons;
 }
 
-// Looked at before it is done: what stays of whom cannot be guessed from the names.
+// Shown before it is done: the names do not tell what will remain of each contact.
 void VXContactsSection::merge()
 {
     const QList<VXManagedObjectID> persons = chosen();

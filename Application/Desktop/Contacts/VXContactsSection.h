@@ -22,7 +22,7 @@ class VXSheet;
 class VXStoreListModel;
 class VXStoreWatch;
 
-/** The phonebook: groups, a list that is searched while one types, and the chosen contact, edited in place. */
+/** The phonebook: groups, a list that is searched during typing, and the selected contact, edited in place. */
 class VXContactsSection : public VXSection
 {
     Q_OBJECT
@@ -32,11 +32,11 @@ public:
     explicit VXContactsSection(QWidget *parent);
     ~VXContactsSection() override;
 
-    /** Imports vCard files, each with one undo. */
+    /** Imports vCard files; each import is one step to undo. */
     void importFiles(const QStringList &paths);
-    /** Shows who that is; someone unknown as a new contact with the number or address. */
+    /** Shows the contact; an unknown one is shown as a new contact with the number or address. */
     void showContact(const QString &phonebookString);
-    /** False where the store could not be opened. */
+    /** False if the store could not be opened. */
     bool isUsable() const { return _coordinator != nullptr; }
 
     unsigned tasks() const override { return Find | New | Edit | Remove | Export | Import | Merge; }
@@ -80,14 +80,14 @@ private:
     QStackedWidget *_detail;
     VXContactCard *_card;
     VXContactForm *_form;
-    QPointer<VXSheet> _sheet; // that asks whether to merge
+    QPointer<VXSheet> _sheet; // asks whether to merge
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXBackgroundReader<VXContactGroups> _groups;
     VXManagedObjectID _shown;
-    VXManagedObjectID _onCard; // what the card was made of
+    VXManagedObjectID _onCard; // the contact the card was made from
     VXContactRecord _cardContact;
-    std::optional<VXContactRecord> _edited; // as it was, while the form is there
+    std::optional<VXContactRecord> _edited; // as it was before, while the form is shown
     bool _isNew = false;
-    bool _isSaved = true; // what was edited last
+    bool _isSaved = true; // the last edited contact was saved
 };

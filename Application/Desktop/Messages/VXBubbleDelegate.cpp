@@ -36,7 +36,7 @@ QString timeOf(const QDateTime &date)
 
 } // namespace
 
-/** Where the parts of a row lie. */
+/** The positions of a row's parts. */
 struct VXBubbleDelegate::Shape
 {
     VXShownMessage shown;
@@ -91,7 +91,7 @@ VXBubbleDelegate::Shape VXBubbleDelegate::shapeOf(const QStyleOptionViewItem &op
     const QRect most(0, 0, room - 2 * padding, 1 << 20);
     const QFontMetrics metrics(option.font);
     QRect text = metrics.boundingRect(most, shape.wrapping, message.text);
-    if (text.width() > most.width()) { // a word that is too long, as the address of a page
+    if (text.width() > most.width()) { // a word that is too long, for example a page's address
         shape.wrapping = Qt::TextWrapAnywhere;
         text = metrics.boundingRect(most, shape.wrapping, message.text);
     }

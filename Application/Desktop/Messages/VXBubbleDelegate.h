@@ -25,7 +25,7 @@ public:
                      const QModelIndex &index) override;
 
 Q_SIGNALS:
-    /** The state below one's own message was clicked: there is something to be done about it. */
+    /** The state below an outgoing message was clicked: something can be done about it. */
     void stateClicked(const QModelIndex &index);
 
 private:

@@ -44,7 +44,7 @@ VXComposer::VXComposer(QWidget *parent)
     _phone->setAccessibleName(VXText("Phone to send by"));
     _phone->setToolTip(VXText("Phone to send by"));
     auto *const below = new QHBoxLayout;
-    below->addWidget(_phone, 0, Qt::AlignLeading); // not wider than its names where nothing stands beside it
+    below->addWidget(_phone, 0, Qt::AlignLeading); // not wider than its names if nothing is beside it
     below->addWidget(_counter, 1);
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins(16, 10, 16, 10);

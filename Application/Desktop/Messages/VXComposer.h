@@ -7,8 +7,10 @@ class QPushButton;
 class VXDevicePopupButton;
 class VXTextLabel;
 
-/** Where a message is written: the text, how many characters and parts it has, and the button that sends it, by which phone. Return sends, Shift+Return
- *  begins a line. */
+/**
+ * Where a message is written: the text, the number of its characters and parts, and the button that sends it, with the
+ * choice of the phone. Return sends, Shift+Return begins a new line.
+ */
 class VXComposer : public QWidget
 {
     Q_OBJECT
@@ -18,17 +20,17 @@ public:
 
     QString text() const;
     void setText(const QString &text);
-    /** Why nothing can be sent just now, beside the button; null when it can. */
+    /** Why nothing can be sent at the moment, shown beside the button; null if sending is possible. */
     void setObstacle(const QString &reason);
     void focusText();
-    /** By which phone it goes; shown where there are several. */
+    /** The phone that sends the message; shown if there are several. */
     VXDevicePopupButton &phone() { return *_phone; }
-    /** Shows it, or not. */
+    /** Shows or hides the choice of phones. */
     void updatePhones();
 
 Q_SIGNALS:
     void wantsSend(const QString &text);
-    /** What is written is another text: a draft to be kept. */
+    /** The text has changed: a draft to be kept. */
     void textDidChange();
 
 protected:

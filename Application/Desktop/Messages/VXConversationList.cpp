@@ -92,7 +92,8 @@ void VXConversationList::fetchMore(const QModelIndex &)
     read();
 }
 
-// One at a time. One for another text ends what is being read; one for what has changed waits, or nothing might ever be told.
+// Only one reading at a time. A reading for another text ends the present one. A reading because of changes waits,
+// since otherwise there might never be a result.
 void VXConversationList::read()
 {
     _isReading = true;
@@ -128,7 +129,7 @@ void VXConversationList::didEnd()
         read();
 }
 
-// Rows move: whoever has one selected keeps the conversation.
+// Rows are moved, so that a selected conversation stays selected.
 void VXConversationList::take(const VXConversationReader::Answer &answer)
 {
     const Rows &rows = answer.rows;

@@ -9,9 +9,11 @@
 
 class VXStoreWatch;
 
-/** The conversations, the newest message of each as its row, newest first: a hundred more whenever the end is reached; or what a
- *  search has found in a folder. Looked up on another thread, and shown as it is found; follows saves of all threads and processes.
- *  Main thread. */
+/**
+ * The conversations, each represented by its newest message, newest first; a hundred more are read whenever the end is
+ * reached. Or what a search has found in a folder. Looked up on another thread, and shown as it is found; follows saves
+ * of all threads and processes. Main thread.
+ */
 class VXConversationList : public QAbstractListModel
 {
     Q_OBJECT
@@ -20,10 +22,10 @@ public:
     VXConversationList(const VXMessageStore &store, QObject *parent);
     ~VXConversationList() override;
 
-    /** Only conversations with a message whose text or party has this in it; empty for all. With a folder such messages of it, each
-     *  in a row of its own. */
+    /** Shows only conversations with a message whose text or party contains this; empty for all. With a folder, shows
+     *  such messages in it, each in a row of its own. */
     void setSearch(const QString &text, const VXManagedObjectID &folder = {});
-    /** True while more may come without being asked for. */
+    /** True while more may arrive without being requested. */
     bool isReading() const { return _isReading; }
     /** -1 for none. */
     int rowOfConversation(const QString &conversation) const;
@@ -34,7 +36,7 @@ public:
     void fetchMore(const QModelIndex &parent) override;
 
 Q_SIGNALS:
-    /** There is more, or all that was to be read. */
+    /** More has been read, or everything that was to be read. */
     void didRead();
 
 private:
@@ -51,8 +53,8 @@ private:
     Rows _rows;
     bool _isAll = false;
     bool _isReading = false;
-    bool _isAtWork = false; // the reader is
+    bool _isAtWork = false; // the reader is working
     bool _isReadDue = false;
     const std::shared_ptr<std::atomic<quint64>> _turn =
-        std::make_shared<std::atomic<quint64>>(0); // one more ends a reading
+        std::make_shared<std::atomic<quint64>>(0); // incrementing it ends a reading
 };

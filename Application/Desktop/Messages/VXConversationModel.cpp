@@ -89,7 +89,7 @@ QVariant VXConversationModel::data(const QModelIndex &index, int role) const
 
 namespace {
 
-/** What the outbox says of the messages that wait in it, by the URI of their drafts. */
+/** What the outbox says about the messages that wait in it, by the URI of their drafts. */
 QHash<QString, VXOutboxEntry> waitingMessages()
 {
     QHash<QString, VXOutboxEntry> waiting;

@@ -38,7 +38,7 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
 
 Q_SIGNALS:
-    /** The conversation is another one, or what was read is there. `added`: rows at the end that were not there before. */
+    /** The conversation has changed, or the result of a reading has arrived. `added`: new rows at the end. */
     void didRead(bool isOther, int added);
 
 private:

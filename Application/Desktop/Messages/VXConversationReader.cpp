@@ -19,7 +19,7 @@ namespace {
 using Operator = VXPredicate::Operator;
 
 constexpr qsizetype portion = 200;
-constexpr qint64 tellingTime = 30; // ms, between what is told
+constexpr qint64 tellingTime = 30; // ms between reports
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
 {
@@ -77,7 +77,7 @@ void VXConversationReader::read(const Wanted &wanted, const std::function<bool()
     };
     QElapsedTimer sinceTold;
     sinceTold.start();
-    qsizetype told = -1; // rows; that there are none yet is told, too
+    qsizetype told = -1; // rows; an empty result is reported too
     while (!answer.isAll && answer.rows.size() < wanted.count) {
         if (!isWanted())
             return;
@@ -142,7 +142,8 @@ VXConversationReader::Answer VXConversationReader::newest(qsizetype count, VXMan
     return answer;
 }
 
-// From its newest message on, by the index of the folders' dates; what was found is left out. False when there is more.
+// Starts with its newest message, by the index of the folders' dates; conversations found before are omitted. False if
+// there is more.
 bool VXConversationReader::addFolder(const VXManagedObjectPtr &folder, qsizetype count, VXManagedObjectContext &context,
                                      Messages *found) const
 {
@@ -171,7 +172,7 @@ bool VXConversationReader::addFolder(const VXManagedObjectPtr &folder, qsizetype
     return false;
 }
 
-// The newest message of a conversation may be one's own.
+// The newest message of a conversation may be an outgoing one.
 QList<VXListRow> VXConversationReader::withUnread(QList<VXListRow> rows, VXManagedObjectContext &context) const
 {
     QSet<QString> conversations;

@@ -6,27 +6,27 @@
 
 #include <functional>
 
-/** Reads what a list of conversations shows, newest first. One thread at a time. */
+/** Reads the content of a list of conversations, newest first. One thread at a time. */
 class VXConversationReader
 {
 public:
     struct Wanted
     {
-        QString text = {};             // that messages or their party have; empty for all conversations
+        QString text = {};             // which messages or their party contain; empty for all conversations
         VXManagedObjectID folder = {}; // whose messages with the text are wanted, each as a row; null for conversations
         qsizetype count = 0;           // of rows
-        bool isForChanged = false;     // messages have changed since the last time
+        bool isForChanged = false;     // messages have changed since last time
     };
     struct Answer
     {
         QList<VXListRow> rows = {};
         bool isAll = false;  // there are no more
-        bool isLast = false; // of this reading
+        bool isLast = false; // last result of this reading
     };
 
     explicit VXConversationReader(const VXMessageStore &store) : _store(store) {}
 
-    /** Tells what it has found whenever there is more, and at last; no more once `isWanted` says no. */
+    /** Reports what it has found whenever there is more, and at the end; stops as soon as `isWanted` returns false. */
     void read(const Wanted &wanted, const std::function<bool()> &isWanted,
               const std::function<void(const Answer &)> &tell);
 

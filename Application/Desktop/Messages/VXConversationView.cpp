@@ -126,7 +126,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
             Q_EMIT wantsCall(number);
     });
     connect(contact, &QToolButton::clicked, this, [this] { Q_EMIT wantsContact(_party); });
-    // The registry tells under its lock, on whatever thread.
+    // The registry posts these under its lock, on any thread.
     for (const VXNotificationName &name :
          {VXDevicePluginDidAddDeviceNotification, VXDevicePluginDidRemoveDeviceNotification})
         VXNotificationCenter::defaultCenter().addObserver(this, name, [this](const VXNotification &) {
@@ -150,7 +150,7 @@ QString VXConversationView::draftKey() const
     return u"desktop.draft."_s + (_isNew ? u"new"_s : VXConversationKey(_party));
 }
 
-// What was written is there again, wherever one went meanwhile.
+// The unfinished text is there again, wherever the user has been meanwhile.
 void VXConversationView::keepDraft()
 {
     const QString text = _composer->text();
@@ -189,7 +189,7 @@ void VXConversationView::startNew(const QStringList &phonebookStrings, const QSt
     _party.clear();
     _sought = {};
     _isNew = true;
-    _list->setFocusPolicy(Qt::ClickFocus); // from the receivers to the text
+    _list->setFocusPolicy(Qt::ClickFocus); // from the recipients to the text
     _head->hide();
     _newHead->show();
     _model->setConversations({});
@@ -232,7 +232,7 @@ QString VXConversationView::phoneKey() const
     return u"desktop.phone."_s + (_isNew ? u"new"_s : VXConversationKey(_party));
 }
 
-// The one chosen here before, else the one that the last message came or went by.
+// The one selected here before, else the one that received or sent the last message.
 void VXConversationView::choosePhone()
 {
     VXDevicePopup &phones = _composer->phone().popup();

@@ -15,7 +15,10 @@ class VXEmptyState;
 class VXPhonebookTokenField;
 class VXTextLabel;
 
-/** The messages with somebody, and the next one being written; or a new message, whose receivers are still to be named. */
+/**
+ * The messages exchanged with somebody, and the next one being written; or a new message whose recipients have not been
+ * named yet.
+ */
 class VXConversationView : public QWidget
 {
     Q_OBJECT
@@ -28,19 +31,19 @@ public:
     void setParty(const QString &party, const QStringList &conversations, const VXManagedObjectID &message = {});
     /** A message to whoever is named then; none to begin with, or these. */
     void startNew(const QStringList &phonebookStrings, const QString &text);
-    /** Nothing is chosen. */
+    /** Shows that nothing is selected. */
     void setNone();
     bool isNew() const { return _isNew; }
-    /** The phonebook strings that a message would go to. */
+    /** The phonebook strings of the recipients. */
     QStringList receivers() const;
     void focusText();
 
 Q_SIGNALS:
-    /** `phone`: the one to send by; empty when there is none. */
+    /** `phone`: the one to send with; empty if there is none. */
     void wantsSend(const QStringList &receivers, const QString &text, const QUrl &phone);
     void wantsCall(const QString &number);
     void wantsContact(const QString &phonebookString);
-    /** Of a message that was not sent: what to do about it. */
+    /** For a message that was not sent: what to do about it. */
     void wantsRetry(qint64 outboxNumber);
     void wantsDrop(qint64 outboxNumber, const VXManagedObjectID &message);
     void wantsRemoval(const VXManagedObjectID &message);

@@ -11,14 +11,14 @@ const QString &alphabet()
     return letters;
 }
 
-// Those of two septets.
+// The characters that take two septets.
 const QString &extension()
 {
     static const QString letters = QStringLiteral(u"\f^{}\\[~]|€");
     return letters;
 }
 
-// Septets of a character; 0: the alphabet does not have it.
+// The number of septets of a character; 0: it is not in the alphabet.
 int septetsOf(QChar letter)
 {
     static const QSet<QChar> plain(alphabet().cbegin(), alphabet().cend());
@@ -28,7 +28,7 @@ int septetsOf(QChar letter)
 
 } // namespace
 
-// A character of two units is never cut in two by the end of a part.
+// The end of a part never splits a character of two units.
 VXMessageLength VXMessageLength::of(const QString &text)
 {
     VXMessageLength length;

@@ -15,7 +15,7 @@ using Operator = VXPredicate::Operator;
 
 constexpr qsizetype firstStretch = 1'000; // to be shown at once
 constexpr qsizetype laterStretch = 10'000;
-constexpr qsizetype mostKept = 500; // of a stretch; with more it is looked through again
+constexpr qsizetype mostKept = 500; // per stretch; if more was found, it is searched again
 
 VXPredicate compare(const QString &key, Operator comparison, const QVariant &value, VXTextOptions options = {})
 {
@@ -118,7 +118,7 @@ VXPredicate VXMessageScan::Words::predicate() const
     return words.size() == 1 ? all.constFirst() : VXPredicate::anyOf({VXPredicate::allOf(all), isWithOneOf(parties)});
 }
 
-// Nothing of the context is left.
+// Nothing of the context remains.
 void VXMessageScan::end()
 {
     _context = nullptr;
@@ -132,7 +132,7 @@ bool VXMessageScan::isAtEnd() const
     return _held.isEmpty() && std::ranges::all_of(_parts, &Part::isDone);
 }
 
-// The part that is to be looked through next; nullptr for none.
+// The part to be searched next; nullptr if there is none.
 VXMessageScan::Part *VXMessageScan::newestPart()
 {
     Part *newest = nullptr;
@@ -203,7 +203,7 @@ std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongFound(const Stret
                  0, error);
 }
 
-// Where much is found, of conversations only what is wanted: not all of it need be made an object.
+// If there are many hits, only as many conversations as wanted are returned: not every hit has to become an object.
 std::optional<VXMessageScan::Messages> VXMessageScan::lookAmongAll(const Part &part, const Stretch &stretch,
                                                                    bool *isComplete, VXError *error) const
 {
@@ -234,7 +234,7 @@ std::optional<VXMessageScan::Messages> VXMessageScan::fetch(const QList<VXPredic
     return found ? std::optional(Messages(found->begin(), found->end())) : std::nullopt;
 }
 
-// As long as the index of dates alone makes it, whatever will be found in it.
+// Its length comes from the index of dates alone, whatever will be found in it.
 bool VXMessageScan::addStretch(Part &part, VXError *error)
 {
     Stretch added;

@@ -23,15 +23,15 @@ public:
     enum class Finds { Messages, Conversations /* the newest message of each */ };
 
     /**
-     * Begins at the newest. Each condition is a part of the messages that an index has in the order of their dates; until forget() they
-     * are those of the first time. The context stays until end().
+     * Begins with the newest. Each condition selects a part of the messages that an index has in date order; until
+     * forget() is called, the conditions of the first time apply. The context must exist until end().
      */
     void begin(VXManagedObjectContext &context, const QList<VXPredicate> &conditions, const QString &text, Finds finds);
     void end();
     bool isAtEnd() const;
-    /** Looks through another stretch. @return what it found, if anything, older than all before. None on failure. */
+    /** Searches another stretch. @return what it found, if anything, all older than before. None on failure. */
     std::optional<QList<VXManagedObjectPtr>> next(VXError *error);
-    /** After messages have changed: what was found, and where. */
+    /** To be called after messages have changed: forgets what was found, and where. */
     void forget() { _parts.clear(); }
 
 private:
@@ -68,7 +68,7 @@ private:
         VXPredicate condition = {};
         QList<Stretch> stretches = {};
         qsizetype next = 0;
-        qint64 newest = std::numeric_limits<qint64>::max(); // of what is still to be looked through, in milliseconds
+        qint64 newest = std::numeric_limits<qint64>::max(); // in what is still to be searched, in milliseconds
         bool isDone() const { return next > 0 && next == stretches.size() && stretches.constLast().isDateless; }
     };
 
@@ -88,5 +88,5 @@ private:
     Finds _finds = Finds::Messages;
     QList<Part> _parts;
     Messages _held;       // newest first; other parts may have newer ones
-    QSet<QString> _known; // conversations that were found
+    QSet<QString> _known; // conversations already found
 };

@@ -34,7 +34,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype askedFrom = 10; // receivers of one text
+constexpr qsizetype askedFrom = 10; // from this number of recipients on, the user is asked
 
 QString shownTitle(const QString &title)
 {
@@ -49,7 +49,7 @@ QString shownTitle(const QString &title)
     return phone.isEmpty() ? title : phone;
 }
 
-// Those of all numbers and addresses of the contact behind the party, the party's own first.
+// The conversations of all numbers and addresses of the party's contact, the party's own first.
 QStringList conversationsWith(const QString &party)
 {
     QStringList keys{VXConversationKey(party)};
@@ -251,11 +251,11 @@ void VXMessagesSection::showConversation(const QString &party, const QStringList
     _shownMessage = message;
     _view->setParty(party, keys, message);
     const bool isTyping = _pane->search()->hasFocus() && !_pane->search()->text().isEmpty();
-    if (isVisible() && !isTyping) // what a word happens to find is not read
+    if (isVisible() && !isTyping) // what a word happens to find does not count as read
         markAsRead(keys);
 }
 
-// In the list of all; false when it is not among those that were read.
+// In the list of all; false if it is not among those that were read.
 bool VXMessagesSection::chooseConversation(const QStringList &keys)
 {
     for (const QString &key : keys) {
@@ -280,7 +280,7 @@ bool VXMessagesSection::showObject(const QUrl &uri)
     const QStringList keys = conversationsWith(party);
     _pane->search()->clear();
     if (!chooseConversation(keys)) {
-        _shownConversation = keys.constFirst(); // chosen once the list has come so far
+        _shownConversation = keys.constFirst(); // will be selected once the list has got that far
         _pane->list()->setCurrentIndex({});
     }
     showConversation(party, keys, message);

@@ -18,7 +18,10 @@ class VXListPane;
 class VXStoreListModel;
 class VXStoreWatch;
 
-/** Text messages: conversations, or the messages of a folder, at the side; the chosen conversation, and what is being written. */
+/**
+ * Text messages: conversations, or the messages of a folder, at the side; the selected conversation, and the message
+ * being written.
+ */
 class VXMessagesSection : public VXSection
 {
     Q_OBJECT
@@ -28,7 +31,8 @@ public:
     explicit VXMessagesSection(QWidget *parent);
     ~VXMessagesSection() override;
 
-    /** Begins a message; with one receiver whom there are messages with, in that conversation. */
+    /** Starts a message. If there is one recipient with whom messages have been exchanged, it is written in that
+     *  conversation. */
     void write(const QStringList &phonebookStrings, const QString &text = {});
 
     unsigned tasks() const override { return Find | New | Remove | Export | Import; }

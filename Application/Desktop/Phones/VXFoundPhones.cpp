@@ -124,7 +124,7 @@ void VXFoundPhones::show()
     Q_EMIT choiceDidChange();
 }
 
-// Of the chosen one what is to be done about it; without any, how one comes to be found.
+// For the selected phone, what has to be done about it; without one, how to make a phone appear here.
 void VXFoundPhones::tell()
 {
     QString text;

@@ -13,20 +13,20 @@ class VXDeviceSearch;
 class VXTextLabel;
 
 /**
- * The phones that the plugins find: on cables, paired by Bluetooth, with the desktop's services. Plugins that are off are turned
- * on to look, and off again at the end where no phone of theirs is known.
+ * The phones that the plugins find: on cables, paired by Bluetooth, through the desktop's services. Disabled plugins
+ * are enabled for the search, and disabled again at the end if none of their phones is known.
  */
 class VXFoundPhones : public QWidget
 {
     Q_OBJECT
 
 public:
-    /** `plugin`: the only one whose phones are shown; null for all, without those that are known already. */
+    /** `plugin`: the only one whose phones are shown; null for all plugins, but then without the known phones. */
     VXFoundPhones(const QString &plugin, QWidget *parent);
     ~VXFoundPhones() override;
 
     std::optional<VXFoundDevice> chosen() const;
-    /** Chooses, now or when it is found, the one that is reached so. */
+    /** Selects the phone with that port, now or when it is found. */
     void choosePort(const QString &port);
 
 Q_SIGNALS:
@@ -41,7 +41,7 @@ private:
     const QString _plugin;
     QStringList _turnedOn;
     std::unique_ptr<VXDeviceSearch> _search;
-    QList<VXFoundDevice> _found; // as the list shows them
+    QList<VXFoundDevice> _found; // in the order of the list
     QString _port;
     QListWidget *_list;
     VXTextLabel *_about;

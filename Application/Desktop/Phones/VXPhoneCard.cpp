@@ -31,7 +31,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype mostNotices = 5;
-const QString lastSyncKey = u"lastSync"_s; // kept with the phone's preferences, and gone with them
+const QString lastSyncKey = u"lastSync"_s; // stored among the phone's preferences, and removed with them
 
 std::optional<bool> answerOf(VXDevicePlugin &device, const char *question)
 {
@@ -138,7 +138,7 @@ QString VXPhoneCard::facts(const VXDevicePlugin &device) const
         const QString text = property.transformedValue().toString();
         if (text.isEmpty())
             continue;
-        const bool isPercentage = property.title().endsWith(" (%)"_L1); // in the title, as tables have it
+        const bool isPercentage = property.title().endsWith(" (%)"_L1); // in the title, as in tables
         facts.append(isPercentage ? u"%1 %2 %"_s.arg(property.title().chopped(4), text)
                                   : u"%1 %2"_s.arg(property.title(), text));
     }

@@ -11,7 +11,7 @@ class QPushButton;
 class VXPhoneSync;
 class VXTextLabel;
 
-/** One known phone: its name and state, what it tells of itself, and the sync with its progress. */
+/** One known phone: its name and state, what it says about itself, and the sync with its progress. */
 class VXPhoneCard : public QFrame
 {
     Q_OBJECT
@@ -47,7 +47,7 @@ private:
     VXTextLabel *_name;
     VXTextLabel *_state;
     VXTextLabel *_facts;
-    VXTextLabel *_notices; // of the last sync
+    VXTextLabel *_notices; // from the last sync
     VXTextLabel *_working;
     QProgressBar *_bar;
     QPushButton *_button;

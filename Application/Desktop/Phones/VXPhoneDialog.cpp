@@ -35,7 +35,7 @@ QString identifierFrom(const QString &name)
     return identifier.isEmpty() ? u"phone"_s : identifier;
 }
 
-// Of no other device; nor of one whose identifier begins like it, which would share its preferences.
+// A URL of no other device, nor of one whose identifier begins like it, since it would share that one's preferences.
 QUrl freeURL(const QString &plugin, const QString &base)
 {
     const VXDeviceRegistry &registry = VXDeviceRegistry::shared();
@@ -151,7 +151,7 @@ void VXPhoneDialog::load()
         _found->choosePort(port);
 }
 
-// A name that nobody typed follows what is chosen.
+// A name that nobody typed follows the selection.
 void VXPhoneDialog::takeChoice()
 {
     const auto chosen = _found->chosen();
@@ -179,7 +179,7 @@ void VXPhoneDialog::chooseFolder()
         _folder->setText(chosen.path);
 }
 
-// How it is reached; empty while that is not said.
+// How it is reached; empty as long as that is not specified.
 QVariantMap VXPhoneDialog::preferences() const
 {
     const QString address = _address->text().trimmed();

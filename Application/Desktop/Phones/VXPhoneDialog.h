@@ -10,16 +10,16 @@ class QStackedWidget;
 class VXFoundPhones;
 class VXTextLabel;
 
-/** Adds a phone, one that was found or one that the user knows how to reach; or changes how one that is known is reached. */
+/** Adds a phone that was found, or one that the user knows how to reach; or changes how a known phone is reached. */
 class VXPhoneDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** `url`: of a known phone; empty for a new one. */
+    /** `url`: for a known phone; empty for a new one. */
     explicit VXPhoneDialog(const QUrl &url, QWidget *parent);
 
-    /** The phone that was added or changed; empty when nothing was. */
+    /** The phone that was added or changed; empty if none was. */
     const QUrl &url() const { return _url; }
 
 private:
@@ -36,7 +36,7 @@ private:
     void apply();
 
     QUrl _url;
-    const QString _plugin; // of a known phone
+    const QString _plugin; // for a known phone
     QLineEdit *_name;
     QComboBox *_way;
     QStackedWidget *_places;

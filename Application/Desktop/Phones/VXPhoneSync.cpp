@@ -50,7 +50,7 @@ void VXPhoneSync::run(bool acceptsDeletions)
     connect(_action.get(), &VXDeviceAction::progressDidChange, this, &VXPhoneSync::progressDidChange);
     VXCallPlugin(*_device, "executeWithDevice", [this] {
         _action->executeWithDevice(_device, [self = QPointer(this)](VXDeviceAction *) {
-            if (self) // out of the action's own end
+            if (self) // not from within the action's own end
                 QMetaObject::invokeMethod(self, &VXPhoneSync::concluded, Qt::QueuedConnection);
         });
     });
@@ -81,7 +81,7 @@ void VXPhoneSync::concluded()
     runNext();
 }
 
-// What the phone does not take is a problem the first time only.
+// Something that the phone does not accept is a problem only the first time.
 void VXPhoneSync::takeNotices(const QVariantMap &result)
 {
     _notices += result.value(u"notices"_s).toStringList() + result.value(u"conflicts"_s).toStringList();

@@ -7,8 +7,8 @@
 #include <QtCore/QStringList>
 
 /**
- * Brings one phone and the stores into step: contacts, messages, calls, as far as the phone gives them, one after the other, the
- * rest also when one fails. Shown as the activities of its actions. Main thread.
+ * Synchronises one phone with the stores: contacts, messages and calls, as far as the phone provides them, one after
+ * the other, continuing if one fails. Shown as the activities of its actions. Main thread.
  */
 class VXPhoneSync : public QObject
 {
@@ -19,15 +19,16 @@ public:
     ~VXPhoneSync() override;
 
     void start();
-    /** Asks the one that runs to abort; the others do not begin. */
+    /** Asks the running action to abort; the others are not begun. */
     void stop();
     bool isRunning() const { return _action != nullptr; }
-    /** How far: the title, the value and the maximum of what runs. */
+    /** Title, value and maximum of what is running. */
     VXActivity::Ptr activity() const { return _action ? _action->activity() : nullptr; }
 
 Q_SIGNALS:
     void progressDidChange();
-    /** What went wrong, a sentence for each; empty when all is well. And what is to be told besides. */
+    /** `problems`: what went wrong, one sentence for each; empty if nothing did. `notices`: other things the user
+     *  should know. */
     void didEnd(const QStringList &problems, const QStringList &notices, bool wasStopped);
 
 private:

@@ -64,7 +64,7 @@ VXPhonesSection::VXPhonesSection(QWidget *parent)
     whole->setContentsMargins(0, 0, 0, 0);
     whole->addWidget(_stack);
 
-    // The registry tells under its lock, on whatever thread.
+    // The registry posts these under its lock, on any thread.
     for (const VXNotificationName &name :
          {VXDevicePluginDidAddDeviceNotification, VXDevicePluginDidRemoveDeviceNotification})
         VXNotificationCenter::defaultCenter().addObserver(this, name, [this](const VXNotification &) {
@@ -77,7 +77,7 @@ VXPhonesSection::VXPhonesSection(QWidget *parent)
     update();
 }
 
-// Other programs add and forget phones, too.
+// Other programs add and forget phones too.
 void VXPhonesSection::followList()
 {
     const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());

@@ -9,7 +9,7 @@ class QVBoxLayout;
 class VXEmptyState;
 class VXPhoneCard;
 
-/** The phones that are known: how each is, when it was synced, and what it does just now. */
+/** The known phones: their state, when they were last synced, and what they are doing. */
 class VXPhonesSection : public VXSection
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
     static Info info();
     explicit VXPhonesSection(QWidget *parent);
 
-    /** Syncs all phones that can be used. */
+    /** Syncs all available phones. */
     void sync();
     bool isEmpty() const { return _cards.isEmpty(); }
     unsigned tasks() const override { return New; }

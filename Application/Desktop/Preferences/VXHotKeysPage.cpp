@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** The commands that hot keys can have, each with its combination. */
+/** The commands that can have hot keys, each with its combination. */
 class HotKeysPage : public QWidget
 {
 public:

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** The plugins as rows: what each is, whether it is on, and what is wrong with it. */
+/** The plugins as rows: what each is, whether it is enabled, and what is wrong with it. */
 class PluginsPage : public QWidget
 {
 public:
@@ -49,7 +49,7 @@ private:
         QList<VXPluginProxy *> plugins = _manager.allPlugins();
         plugins.removeIf(
             [](VXPluginProxy *plugin) { return plugin->parentProxy() != nullptr || !plugin->isInstalled(); });
-        // What can be turned off stands first.
+        // Plugins that can be disabled come first.
         std::ranges::sort(plugins, [](VXPluginProxy *a, VXPluginProxy *b) {
             return std::pair(a->isBuiltInPlugin(), a->name().toLower()) <
                    std::pair(b->isBuiltInPlugin(), b->name().toLower());

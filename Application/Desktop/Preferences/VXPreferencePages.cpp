@@ -31,7 +31,7 @@ VXUserDefaults &defaults()
     return VXUserDefaults::standardUserDefaults();
 }
 
-/** A page with a headline; what is added to the layout stands below it. */
+/** A page with a headline; what is added to the layout appears below it. */
 QVBoxLayout *makePage(const QString &title)
 {
     auto *const page = new QWidget;
@@ -55,7 +55,7 @@ QCheckBox *makeSwitch(const QString &title, const QString &key)
     return box;
 }
 
-/** A choice among the phones, kept under a key; the one added last where none is chosen. */
+/** A choice of a phone, stored under a key; without a choice, the phone added last. */
 QComboBox *makePhoneChoice(const QString &key)
 {
     auto *const choice = new QComboBox;

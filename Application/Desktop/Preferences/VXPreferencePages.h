@@ -2,7 +2,7 @@
 
 class QWidget;
 
-// The pages of the preferences, each made anew; the caller owns them.
+// The pages of the preferences, each newly made; the caller owns them.
 
 [[nodiscard]] QWidget *VXMakeGeneralPage();
 [[nodiscard]] QWidget *VXMakePhonesPage();
@@ -11,5 +11,5 @@ class QWidget;
 [[nodiscard]] QWidget *VXMakeDataPage();
 [[nodiscard]] QWidget *VXMakePrivacyPage();
 
-/** Of the page of data: the stores, to be imported, exported and taken back as a whole. */
+/** Part of the data page: the stores, which can be imported, exported and restored as a whole. */
 [[nodiscard]] QWidget *VXMakeStoresList();

@@ -42,7 +42,7 @@ void VXPreferencesWindow::add(const QString &key, const QString &title, const QS
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(page);
     for (QPushButton *const button : page->findChildren<QPushButton *>())
-        button->setAutoDefault(false); // each choice is applied at once: none comes first
+        button->setAutoDefault(false); // each choice is applied at once, so there is no default button
     scroll->setObjectName(key);
     scroll->setAccessibleName(title);
     _pages->addWidget(scroll);

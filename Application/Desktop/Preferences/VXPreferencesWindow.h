@@ -13,7 +13,7 @@ class VXPreferencesWindow : public QDialog
 public:
     explicit VXPreferencesWindow(QWidget *parent);
 
-    /** Null leaves the page that is shown. */
+    /** Null keeps the current page. */
     void showPage(const QString &key);
 
 private:

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What becomes of a store's earlier ones, as the list of them calls it.
+// The name that the list of a store's earlier versions gives to the reason.
 QString textOfReason(const QString &reason)
 {
     return reason == "upgraded"_L1   ? VXText("before an upgrade")

@@ -54,7 +54,8 @@ namespace {
 
 const QString assistedKey = u"desktop.assisted"_s; // the first start is over
 
-// Timers, slots and events of plugins run in the event loop: what they throw is told, and the program goes on.
+// Timers, slots and events of plugins run in the event loop: exceptions from them are reported, and the program goes
+// on.
 class GuardedApplication : public QApplication
 {
 public:
@@ -75,14 +76,15 @@ struct Options
 {
     QString home;
     QString pictures; // a folder to write pictures into
-    QString theme;    // of them
+    QString theme;    // for the pictures
     QString language;
     QStringList uris;
     bool endsWhenShown = false;
     QStringList operands; // the URIs as they were given
 };
 
-// Qt ends a program that it finds no screen for as if it had crashed: it has not, and whoever started it is told what to do.
+// If Qt finds no screen, it ends the program as if it had crashed. That is misleading, so whoever started it is told
+// what to do.
 void tellOfNoScreen(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     if (type != QtFatalMsg) {
@@ -107,7 +109,7 @@ private:
     const QtMessageHandler _before;
 };
 
-// "--help" needs no screen.
+// "--help" does not need a screen.
 bool asksForText(int argc, char **argv)
 {
     return std::any_of(argv + std::min(argc, 1), argv + argc, [](std::string_view argument) {
@@ -134,13 +136,13 @@ Options readOptions(const QStringList &arguments)
     parser.addPositionalArgument(u"URI"_s, u"What to open: tel: and sms: URLs, vCard files, plugins."_s, u"[URI...]"_s);
     parser.process(arguments);
     QStringList uris;
-    for (const QString &each : parser.positionalArguments()) // from here, whoever opens it
+    for (const QString &each : parser.positionalArguments()) // resolved here, whoever opens it
         uris.append(each.contains(u':') ? each : QFileInfo(each).absoluteFilePath());
     return {parser.value(home),       parser.value(pictures),      parser.value(theme), parser.value(language), uris,
             parser.isSet(untilShown), parser.positionalArguments()};
 }
 
-// The desktop's keys and selection; where there are none preferences say so.
+// The desktop's keys and selection; if there are none, the preferences say so.
 void connectToDesktop()
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
@@ -166,7 +168,7 @@ void prepare()
 void follow(VXDesktopInstance &instance, VXMainWindow &window)
 {
     QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, &VXMainWindow::activate);
-    // What is opened may ask the user: whoever hands it over does not wait for that.
+    // Opening may ask the user something; whoever passes a URI does not wait for that.
     const auto open = [&window](const QStringList &uris) {
         window.activate();
         VXDesktopOpener(window).open(uris);
@@ -272,7 +274,7 @@ int VXDesktop::run(int argc, char **argv)
     QApplication::setApplicationVersion(VXFrameworkVersion());
     if (asksForText(argc, argv)) {
         QCoreApplication terminal(argc, argv);
-        static_cast<void>(readOptions(QCoreApplication::arguments())); // which tells, and ends the program
+        static_cast<void>(readOptions(QCoreApplication::arguments())); // prints the reason and ends the program
     }
     auto telling = std::make_unique<ScreenTelling>();
     const GuardedApplication application(argc, argv);
@@ -282,7 +284,7 @@ int VXDesktop::run(int argc, char **argv)
         QDir().mkpath(options.home);
         VXSetHomeFolder(QDir(options.home).absolutePath());
     }
-    // A home of its own is a program of its own.
+    // With a home folder of its own it is a separate program.
     const bool isShared = options.home.isNull() && options.pictures.isNull();
     if (isShared && VXDesktopInstance::handOver(options.uris))
         return 0;

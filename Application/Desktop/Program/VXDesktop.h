@@ -1,6 +1,6 @@
 #pragma once
 
-/** Runs the program with windows: the whole of it, so that main() is one line. */
+/** Runs the program with windows: all of it, so that main() is a single line. */
 class VXDesktop
 {
 public:

@@ -25,7 +25,7 @@ QDBusConnection bus()
 
 } // namespace
 
-/** The interface that desktops start and call applications by. */
+/** The interface through which desktops start and call applications. */
 class VXApplicationAdaptor : public QDBusAbstractAdaptor
 {
     Q_OBJECT

@@ -5,8 +5,8 @@
 #include <QtCore/QStringList>
 
 /**
- * The one instance of the program in the user's session: it owns the name "com.halvern.VNX2.Desktop" on the session bus and
- * serves org.freedesktop.Application there. Without a bus each start is an instance. Main thread.
+ * The only instance of the program in the user's session: it owns the name "com.halvern.VNX2.Desktop" on the session
+ * bus and serves org.freedesktop.Application there. Without a bus, every start makes an instance. Main thread.
  */
 class VXDesktopInstance : public QObject
 {
@@ -15,14 +15,14 @@ class VXDesktopInstance : public QObject
 public:
     static const QString busName;
 
-    /** Hands over to the instance that is running: it comes to the front and opens the URIs. False when there is none. */
+    /** Passes the URIs to the running instance, which comes to the front and opens them. False if there is none. */
     [[nodiscard]] static bool handOver(const QStringList &uris);
-    /** Becomes the instance; false when another was faster. */
+    /** Becomes the instance; false if another process was faster. */
     [[nodiscard]] bool take();
 
 Q_SIGNALS:
     void wantsActivation();
     void wantsOpen(const QStringList &uris);
-    /** "new-message". */
+    /** `name` is "new-message". */
     void wantsAction(const QString &name);
 };

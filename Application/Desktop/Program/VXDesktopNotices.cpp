@@ -16,9 +16,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString service = u"org.freedesktop.Notifications"_s;
-const QString openAction = u"default"_s; // what the notification server calls a click
+const QString openAction = u"default"_s; // the notification server's name for a click
 
-/** A picture as "image-data" of the desktop notifications takes it. */
+/** A picture in the form of "image-data" of desktop notifications. */
 struct Pixels
 {
     QImage image;
@@ -39,7 +39,7 @@ QDBusArgument &operator<<(QDBusArgument &argument, const Pixels &pixels)
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, Pixels &)
 {
-    return argument; // none comes back
+    return argument; // none is ever received
 }
 
 QDBusMessage callOf(const QString &method, const QVariantList &arguments = {})
@@ -73,7 +73,7 @@ VXDesktopNotices::VXDesktopNotices(const QDBusConnection &bus) : _bus(bus)
     _bus.connect(service, path, service, u"NotificationClosed"_s, this, SLOT(wasClosed(uint, uint)));
 }
 
-// A call that rang is over, when the program ends.
+// When the program ends, notices of ringing calls are outdated.
 VXDesktopNotices::~VXDesktopNotices()
 {
     for (const QString &key : _shown.keys()) {
@@ -113,7 +113,7 @@ void VXDesktopNotices::send(const QString &key, const QStringList &capabilities)
         for (qsizetype i = 0; i < notice.offers.size(); ++i)
             actions << QString::number(i) << notice.offers[i].title;
     }
-    // A service that understands markup would take some of somebody else's words for it.
+    // A service that understands markup would interpret parts of other people's text as markup.
     const QString text = capabilities.contains(u"body-markup"_s) ? notice.text.toHtmlEscaped() : notice.text;
     constexpr int asUsual = -1;
     constexpr int never = 0;
@@ -135,7 +135,7 @@ void VXDesktopNotices::didShow(const QString &key, int turn, uint id)
         return;
     found->id = id;
     if (found->turn != turn)
-        return; // another is on its way, in its place
+        return; // another one is on its way to replace it
     if (id == 0)
         _shown.erase(found);
     else if (!found->isWanted)
@@ -149,7 +149,7 @@ void VXDesktopNotices::close(const QString &key)
         return;
     found->isWanted = false;
     if (found->id == 0)
-        return; // it is closed when it has come
+        return; // it will be closed when it has arrived
     _bus.send(callOf(u"CloseNotification"_s, {found->id}));
     _shown.erase(found);
 }

@@ -10,7 +10,7 @@
 
 #include <functional>
 
-/** What a notification of the desktop says and offers. */
+/** The contents of a desktop notification, and the actions it offers. */
 struct VXDesktopNotice
 {
     struct Action
@@ -20,15 +20,18 @@ struct VXDesktopNotice
     };
 
     QString title;
-    QString text = {}; // as it is to be read, without markup
+    QString text = {}; // plain text without markup
     QImage picture = {};
-    QString category = {};     // of the Desktop Notifications Specification: "im.received"
+    QString category = {};     // from the Desktop Notifications Specification: "im.received"
     bool isUrgent = false;     // stays until it is dealt with
-    Action open = {};          // a click on it
-    QList<Action> offers = {}; // left out where the desktop shows no buttons
+    Action open = {};          // on a click
+    QList<Action> offers = {}; // omitted if the desktop does not show buttons
 };
 
-/** Shows notifications by the desktop's service (org.freedesktop.Notifications 1.2), and waits for nothing. Main thread only. */
+/**
+ * Shows notifications through the desktop's service (org.freedesktop.Notifications 1.2), without waiting for anything.
+ * Main thread only.
+ */
 class VXDesktopNotices : public QObject
 {
     Q_OBJECT
@@ -37,9 +40,10 @@ public:
     explicit VXDesktopNotices(const QDBusConnection &bus);
     ~VXDesktopNotices() override;
 
-    /** In place of the one with that key, if it is still there. Nothing happens where the session has no such service. */
+    /** Shows a notification, replacing the one with that key if it is still there. Does nothing if the session has no
+     *  such service. */
     void show(const QString &key, const VXDesktopNotice &notice);
-    /** Takes it away again; one that is gone already is ignored. */
+    /** Removes it; one that is already gone is ignored. */
     void close(const QString &key);
 
 private Q_SLOTS:
@@ -50,7 +54,7 @@ private:
     struct Shown
     {
         VXDesktopNotice notice;
-        uint id = 0; // the service's; 0 until it has answered
+        uint id = 0; // given by the service; 0 until it has answered
         int turn = 0;
         bool isWanted = true;
     };

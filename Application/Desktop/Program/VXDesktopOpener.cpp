@@ -80,7 +80,7 @@ void VXDesktopOpener::openOne(const QString &uri, QStringList &cards)
         fail(VXText("“%1” cannot be opened.").arg(uri), VXPluginManager::sharedPluginManager().lastURLProblem());
 }
 
-// A page that is looked at may have such a link: nobody is called unasked.
+// A web page may contain such a link, so nobody is called without asking first.
 void VXDesktopOpener::call(const QString &number)
 {
     VXAlert alert;
@@ -93,7 +93,7 @@ void VXDesktopOpener::call(const QString &number)
 
 void VXDesktopOpener::openFile(const QString &named, QStringList &cards)
 {
-    const QString path = QDir::cleanPath(named); // folders may come with a slash behind
+    const QString path = QDir::cleanPath(named); // folders may be followed by a slash
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (!QFileInfo::exists(path))
         fail(VXText("“%1” is not there.").arg(path), {});
@@ -124,7 +124,7 @@ void VXDesktopOpener::importStore(const QString &path)
          VXText("No plugin that is enabled has such a store."));
 }
 
-// Its code runs with all that the user may do: that is asked for.
+// Its code can do everything that the user can, so the user is asked first.
 void VXDesktopOpener::installPlugin(const QString &path)
 {
     VXAlert alert;

@@ -5,16 +5,19 @@
 
 class VXMainWindow;
 
-/** Opens what other programs hand over: tel: and sms: URLs, the application's own, vCards, stores and plugins. Main thread. */
+/**
+ * Opens what other programs pass on: tel: and sms: URLs, the application's own URLs, vCards, stores and plugins. Main
+ * thread.
+ */
 class VXDesktopOpener
 {
 public:
     explicit VXDesktopOpener(VXMainWindow &window) : _window(window) {}
 
-    /** URIs, or paths of files. What cannot be opened is told. */
+    /** Opens URIs or file paths. What cannot be opened is reported. */
     void open(const QStringList &uris);
 
-    /** Of a URL as "sms:+15550100,+15550101?body=Hi": the numbers, and the text. */
+    /** The contents of a URL such as "sms:+15550100,+15550101?body=Hi": the numbers, and the text. */
     struct Message
     {
         QStringList numbers = {};

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int settlingTime = 700; // milliseconds, until what is read and painted late is there
+constexpr int settlingTime = 700; // milliseconds until everything that is read and painted late has appeared
 
 void settle()
 {

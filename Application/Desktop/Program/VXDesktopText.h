@@ -2,7 +2,13 @@
 
 #include <QtCore/QString>
 
-/** The window's text for an English one, in the user's language: the table "Desktop" of the application's bundle. Any thread. */
+/**
+ * The window's text in the user's language for an English one, from the table "Desktop" of the application's bundle.
+ * Any thread.
+ */
 [[nodiscard]] QString VXText(const char *english);
-/** The same of one that counts: "%1 message" for one, else "%1 messages", the number filled in as the user writes numbers. */
+/**
+ * The same for a text with a count: "%1 message" for one, otherwise "%1 messages", with the number in the user's
+ * format.
+ */
 [[nodiscard]] QString VXText(const char *one, const char *many, qsizetype count);

@@ -9,8 +9,10 @@
 #include <atomic>
 #include <type_traits>
 
-/** Between work in the background and what shows it: how far the work is, and whether the user has stopped it. Lives on the main
- *  thread; asked on any. */
+/**
+ * The link between work in the background and what shows it: the progress of the work, and whether the user has stopped
+ * it. Lives on the main thread; may be queried on any.
+ */
 class VXWorkControl : public QObject
 {
     Q_OBJECT
@@ -21,9 +23,9 @@ public:
 
     VXActivity &activity() { return *_activity; }
     bool isStopped() const { return _isStopped; }
-    /** Shows a button to stop it. */
+    /** Shows a button that stops the work. */
     void allowStop() { _activity->setDelegate(this); }
-    /** What that button does. */
+    /** Called by that button. */
     Q_INVOKABLE void cancel(QObject *sender);
 
 private:
@@ -32,9 +34,9 @@ private:
 };
 
 /**
- * Has work done on another thread, shown as an activity, and hands what it answers to `done` on the main thread, unless the
- * context is gone by then, or the user has stopped it: which work can be that takes a VXWorkControl &, and asks it. The program waits
- * for it before it ends. Main thread.
+ * Runs work on another thread, shown as an activity, and passes its result to `done` on the main thread, unless the
+ * context is gone by then or the user has stopped it. Work can be stopped if it takes a VXWorkControl & and checks it.
+ * The program waits for the work before it ends. Main thread.
  */
 template <class Answer, class Work, class Done>
 void VXWorkInBackground(QObject *context, const QString &title, Work work, Done done)

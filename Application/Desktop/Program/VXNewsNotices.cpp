@@ -22,7 +22,7 @@ namespace {
 
 const QString notifier = u"com.halvern.VNX2.plugin.desktopnotification"_s; // the reactor that shows notifications
 constexpr int pictureSize = 112;
-constexpr int longestRinging = 60; // seconds; its end may never be told
+constexpr int longestRinging = 60; // seconds; its end may never be reported
 constexpr int longestText = 400;   // characters of a message
 
 QString numberOf(const QString &party)
@@ -36,7 +36,7 @@ QImage pictureOf(const QString &party)
     return VXSquarePicture(VXPhonebookManager::sharedPhonebookManager().imageForPhonebookString(party), pictureSize);
 }
 
-// The number as people write it, unless that is the name already.
+// The number as people write it, unless the name is already the number.
 QString subtitleOf(const QString &party)
 {
     const QString number = VXFormatPhoneNumber(numberOf(party));
@@ -63,7 +63,7 @@ bool isShownByAutomation(const QString &event, const QVariantMap &object)
 
 } // namespace
 
-// The event's object belongs to the thread that posts it: what is needed of it is read there.
+// The event's object belongs to the thread that posts it, so what is needed of it is read there.
 VXNewsNotices::VXNewsNotices(VXMainWindow &window, const QDBusConnection &bus) : _window(window), _notices(bus)
 {
     VXNotificationCenter::defaultCenter().addObserver(
@@ -126,7 +126,7 @@ QList<VXBezelNotice::Button> VXNewsNotices::buttonsFor(const VXCallRecord &call,
         buttons.append({VXText("Answer"), [this, url = call.deviceURL] { perform(u"answer"_s, url); }, true});
     if (actions.contains(u"hang_up"_s))
         buttons.append({VXText("Decline"), [this, url = call.deviceURL, key] {
-                            _ringing.remove(key); // nobody missed it
+                            _ringing.remove(key); // it was not missed
                             perform(u"hang_up"_s, url);
                         }});
     if (const QString party = call.otherParty(); !numberOf(party).isEmpty())
@@ -200,7 +200,7 @@ void VXNewsNotices::showMissed(const VXCallRecord &call, const QString &key)
 
 // -- Messages
 
-// Of one that is read on the screen anyway, and of parts of one that is not whole, nothing is told.
+// A message that can be read on the screen anyway, and parts of an incomplete one, are not reported.
 void VXNewsNotices::tellOfMessage(const VXMessageRecord &message, const News &news)
 {
     if (!message.isIncoming() || _window.isActiveWindow() || isShownByAutomation(news.event, news.object))

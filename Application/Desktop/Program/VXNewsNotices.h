@@ -12,19 +12,19 @@
 class VXMainWindow;
 
 /**
- * Tells of a call that rings, of one that was missed and of a message that came in: over all windows where the desktop lets a
- * program place its own, else, and for what is to stay, by the desktop's notifications. What an automation of the user's shows a
- * notification of is left to that. Main thread.
+ * Reports a call that rings, a missed call and an incoming message: above all windows if the desktop lets a program
+ * place its own, otherwise, and if the notice should stay, with the desktop's notifications. If one of the user's
+ * automations already shows a notification of it, it is left to that. Main thread.
  */
 class VXNewsNotices : public QObject
 {
     Q_OBJECT
 
 public:
-    /** User default: whether it tells of anything; true unless the user said otherwise. */
+    /** User default: whether anything is reported; true unless the user has changed it. */
     static const QString tellsKey;
 
-    /** Notifications go over that bus. */
+    /** Notifications are sent over that bus. */
     explicit VXNewsNotices(VXMainWindow &window, const QDBusConnection &bus = QDBusConnection::sessionBus());
     ~VXNewsNotices() override;
 
@@ -34,7 +34,7 @@ private:
     struct News
     {
         QString event;
-        QString step; // of a call
+        QString step; // for a call
         QVariantMap object;
     };
 
@@ -49,6 +49,6 @@ private:
     VXMainWindow &_window;
     VXBezelWindow _bezel;
     VXDesktopNotices _notices;
-    QString _onBezel;       // the call that rings there
-    QSet<QString> _ringing; // told of, and not taken yet; phones tell it with each ring
+    QString _onBezel;       // the ringing call that is shown there
+    QSet<QString> _ringing; // reported and not answered yet; phones report a call with each ring
 };

@@ -48,7 +48,7 @@ VXAssistant::VXAssistant(QWidget *parent) : QDialog(parent)
     column->addWidget(later, 0, Qt::AlignHCenter);
 }
 
-// None of the buttons comes first: Return presses the one with the focus.
+// There is no default button: Return presses the one with the focus.
 void VXAssistant::keyPressEvent(QKeyEvent *event)
 {
     auto *const button = qobject_cast<QPushButton *>(focusWidget());

@@ -2,7 +2,7 @@
 
 #include <QtWidgets/QDialog>
 
-/** Greets whoever starts the program for the first time, and leads to the first phone or file. */
+/** Welcomes users who start the program for the first time, and guides them to their first phone or file. */
 class VXAssistant : public QDialog
 {
     Q_OBJECT

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype largestStored = 128 << 10; // bytes
-constexpr int storedSide = 512;                // pixels, of what is larger
+constexpr int storedSide = 512;                // pixels, for larger pictures
 
 QRect middleOf(QSize size)
 {
@@ -31,12 +31,12 @@ QImage VXSquarePicture(const QByteArray &bytes, int pixels)
     buffer.setData(bytes);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
-    if (!reader.size().isValid()) { // the format does not tell beforehand
+    if (!reader.size().isValid()) { // the format does not tell in advance
         const QImage image = reader.read();
         return image.copy(middleOf(image.size()))
             .scaled(pixels, pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
-    // The middle alone, as small as it is wanted: of a long and narrow picture the rest would not fit into memory.
+    // Only the middle, at the wanted size: the rest of a long and narrow picture would not fit into memory.
     reader.setClipRect(middleOf(reader.size()));
     reader.setScaledSize({pixels, pixels});
     return reader.read();

@@ -4,11 +4,15 @@
 #include <QtGui/QImage>
 #include <QtWidgets/QWidget>
 
-/** A picture file's bytes as a square image of that many pixels, cut to its middle; null for none, and for what is too large to
- *  be read or no picture. Any thread. */
+/**
+ * A picture file's bytes as a square image with sides of that many pixels, cropped to the middle; null if there is no
+ * picture, or if it is too large to read. Any thread.
+ */
 [[nodiscard]] QImage VXSquarePicture(const QByteArray &bytes, int pixels);
-/** What of a picture file is kept with a contact: the file as it is where it is small, else its middle as a small one; empty for no
- *  picture, and for what is too large to be read. */
+/**
+ * The part of a picture file that is stored with a contact: a small file as it is, otherwise a small picture of its
+ * middle; empty if it is not a picture, or too large to read.
+ */
 [[nodiscard]] QByteArray VXStorablePicture(const QByteArray &bytes);
 
 /** The round picture of a person. */

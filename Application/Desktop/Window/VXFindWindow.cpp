@@ -146,7 +146,7 @@ void VXFindWindow::begin(const QString &words)
     _pane->search()->selectAll();
 }
 
-// Whatever it is that is slow, a letter is typed at once: another thread looks.
+// However slow searching is, typing must not be delayed: another thread searches.
 void VXFindWindow::find(const QString &words)
 {
     _words = words;
@@ -224,7 +224,7 @@ void VXFindWindow::lookAgain()
 void VXFindWindow::choose(int row)
 {
     const QUrl uri = _model->uriAt(row);
-    if (uri.isEmpty() || !isVisible()) // some desktops take a click for a double one too
+    if (uri.isEmpty() || !isVisible()) // some desktops take a single click for a double click too
         return;
     accept();
     Q_EMIT chosen(uri);

@@ -24,7 +24,7 @@ public:
     void begin(const QString &words = {});
 
 Q_SIGNALS:
-    /** The user chose a stored object. */
+    /** The user has selected a stored object. */
     void chosen(const QUrl &uri);
 
 private:

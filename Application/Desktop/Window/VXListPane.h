@@ -8,7 +8,10 @@ class QStackedWidget;
 class VXEmptyState;
 class VXSearchField;
 
-/** The list side of a section: a search field with room for buttons beside and below it, the list, and what shows when it is empty. */
+/**
+ * The list side of a section: a search field with room for buttons beside and below it, the list, and what is shown if
+ * it is empty.
+ */
 class VXListPane : public QWidget
 {
     Q_OBJECT
@@ -23,11 +26,11 @@ public:
     QBoxLayout *topRow() const { return _topRow; }
     /** Below it, for chips. */
     QBoxLayout *secondRow() const { return _secondRow; }
-    /** A row of rows of the model that VXRowDelegate draws. */
+    /** Shows each row of the model as a row drawn by VXRowDelegate. */
     void setModel(QAbstractItemModel *model);
-    /** Shows the list, or what stands in its place. */
+    /** Shows the list, or what replaces it when it is empty. */
     void setIsEmpty(bool flag);
-    /** Chooses a row as a click does; the first, when none is chosen. */
+    /** Selects a row as a click does; the first row if none is selected. */
     void choose(int row);
 
 Q_SIGNALS:

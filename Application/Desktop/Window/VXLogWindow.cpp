@@ -21,7 +21,7 @@ namespace {
 
 constexpr size_t mostEntries = 5000;
 
-// All but the last two digits of what is long enough to be a phone number with its "+".
+// Masks all but the last two digits of anything long enough to be a phone number with its "+".
 QString masked(QString text)
 {
     static const QRegularExpression number(u"\\+\\d[\\d ()-]{5,}\\d"_s);

@@ -13,7 +13,10 @@ class QPushButton;
 class VXLogTail;
 class VXSearchField;
 
-/** The program's log as it is written: by level, searched, to be copied. Phone numbers are masked. Shows the last 5,000 entries. */
+/**
+ * The program's log while it is written: filtered by level, searchable, and ready to be copied. Phone numbers are
+ * masked. Shows the last 5,000 entries.
+ */
 class VXLogWindow : public QDialog
 {
     Q_OBJECT
@@ -28,7 +31,7 @@ private:
     bool isShown(const VXLogEntry &entry) const;
 
     std::deque<VXLogEntry> _entries;
-    size_t _shown = 0; // of them, that were looked at for the text
+    size_t _shown = 0; // number of entries already checked for the text
     std::unique_ptr<VXLogTail> _tail;
     QComboBox *_level;
     VXSearchField *_search;

@@ -38,7 +38,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString sectionKey = u"desktop.section"_s; // the one shown last
+const QString sectionKey = u"desktop.section"_s; // the last section shown
 
 // Whatever the sections have read so far.
 bool isStoreEmpty(const QString &store, const QString &entity)
@@ -197,7 +197,7 @@ void VXMainWindow::showSectionAt(int index)
     VXUserDefaults::standardUserDefaults().setObject(now.key(), sectionKey);
 }
 
-// From the keyboard one goes on with it.
+// So that keyboard users can go on there.
 void VXMainWindow::focusList()
 {
     auto *const pane = current()->findChild<VXListPane *>();
@@ -295,7 +295,7 @@ void VXMainWindow::makeMenus()
 
 // -- What is asked for
 
-// By the phone that calls go by, else the one added last.
+// With the phone for calls, else the one added last.
 void VXMainWindow::call(const QString &number)
 {
     if (number.isEmpty())
@@ -432,7 +432,7 @@ void VXMainWindow::assist()
 
 // -- The window
 
-// False when something that is being edited can not be put away, and the user would rather not lose it.
+// False if something that is being edited cannot be stored, and the user would rather not lose it.
 bool VXMainWindow::commit()
 {
     const QList<VXSection *> all = sections();
@@ -462,7 +462,7 @@ void VXMainWindow::closeEvent(QCloseEvent *event)
         std::ranges::for_each(sections(), &VXSection::commit);
         return QMainWindow::closeEvent(event);
     }
-    event->ignore(); // the application ends the window
+    event->ignore(); // the application will close the window
     quit();
 }
 

@@ -27,11 +27,11 @@ public:
     /** Made, if need be; nullptr for none. */
     VXSection *section(const QString &key);
     void showSection(const QString &key);
-    /** Shows the window in front of others. */
+    /** Brings the window to the front. */
     void activate();
-    /** What other programs and other sections ask for. */
+    /** Requests of other programs and other sections. */
     void call(const QString &number);
-    /** Has a phone do something with an object, and tells when it could not: `failure`, with the reason in place of "%1". */
+    /** Has a phone do something with an object, and reports failures: `failure`, with the reason in place of "%1". */
     void execute(const QString &action, const QVariant &object, const VXDevicePlugin::Ptr &phone,
                  const QString &failure, const std::function<void()> &tryAgain = {});
     void sync();
@@ -43,7 +43,8 @@ public:
     void tellOfCrash(const QString &plugin);
     void writeMessage(const QStringList &phonebookStrings, const QString &text = {});
     void showContact(const QString &phonebookString);
-    /** A contact, a message in its conversation, a call, by the URI of the stored object; false when there is none. */
+    /** Shows a contact, a message in its conversation, or a call, by the URI of the stored object; false if it does not
+     *  exist. */
     bool showObject(const QUrl &uri);
     void importContacts(const QStringList &paths);
     /** Contacts, messages and calls at once. */
@@ -55,11 +56,11 @@ public:
     bool hasNothing();
     /** The assistant of the first start, when there is nothing yet. */
     void assist();
-    /** Ends the program, unless the user would rather go on with what could not be saved. */
+    /** Ends the program, unless the user prefers to continue because something could not be saved. */
     void quit();
 
 Q_SIGNALS:
-    /** Once, after the first section was painted. */
+    /** Emitted once, after the first section was painted. */
     void didShow();
     /** Of some section; also when it was made with something to be looked at. */
     void badgeDidChange();
@@ -101,6 +102,6 @@ private:
     QStackedWidget *_pages;
     std::vector<Place> _places;
     QUndoGroup _undo;
-    std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the section that is shown
+    std::vector<std::pair<QAction *, VXSection::Task>> _tasks; // of the current section
     bool _hasPainted = false;
 };

@@ -8,7 +8,10 @@
 class QPushButton;
 class VXTextLabel;
 
-/** Says for ten seconds what was done, with a way back; or what went wrong, until it is closed. Floats over the bottom of its parent. */
+/**
+ * Says for ten seconds what was done, with a way to undo it; or what went wrong, until it is closed. Floats over the
+ * bottom of its parent.
+ */
 class VXNoticeBar : public QFrame
 {
     Q_OBJECT
@@ -16,7 +19,7 @@ class VXNoticeBar : public QFrame
 public:
     explicit VXNoticeBar(QWidget *parent);
 
-    /** The action, as "Undo", closes the bar; none when its title is empty. */
+    /** The action, such as "Undo", closes the bar; there is none if its title is empty. */
     void showDone(const QString &text, const QString &action = {}, const std::function<void()> &perform = {});
     void showProblem(const QString &text, const QString &action = {}, const std::function<void()> &perform = {});
     bool isProblem() const { return _isProblem; }

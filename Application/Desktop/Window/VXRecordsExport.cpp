@@ -32,7 +32,7 @@ void VXExportRecords(QWidget *widget, const VXPersistentStoreCoordinator::Ptr &c
             for (const VXManagedObjectPtr &object : *found) {
                 if (control.isStopped())
                     break;
-                if (!object->isFault()) // else it has gone meanwhile
+                if (!object->isFault()) // otherwise it has disappeared in the meantime
                     records.append(recordOf(object));
                 control.activity().increment();
             }

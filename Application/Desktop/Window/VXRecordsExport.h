@@ -11,8 +11,8 @@
 class QWidget;
 
 /**
- * Reads what a request finds, in the background, where the user can stop it, and then asks where to export it to. `recordOf` runs on
- * another thread. `name` tells what kind of objects they are. Main thread.
+ * Reads what a request finds, in the background, where the user can stop it, and then asks where to export it.
+ * `recordOf` runs on another thread. `name` says what kind of objects they are. Main thread.
  */
 void VXExportRecords(QWidget *widget, const VXPersistentStoreCoordinator::Ptr &coordinator,
                      const VXFetchRequest &request,

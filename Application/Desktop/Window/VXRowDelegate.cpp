@@ -60,7 +60,7 @@ QFont smaller(QFont font)
     return font;
 }
 
-// The rectangle as it lies where texts go from right to left.
+// The rectangle's position in the layout direction of the widget, which may be right to left.
 QRect placed(const QStyleOptionViewItem &option, const QRect &rect)
 {
     return QStyle::visualRect(option.direction, option.rect, rect);
@@ -70,7 +70,7 @@ void drawText(QPainter &painter, const QStyleOptionViewItem &option, const QRect
               Qt::Alignment side = Qt::AlignLeading)
 {
     const QString shown = painter.fontMetrics().elidedText(text.simplified(), Qt::ElideRight, rect.width());
-    // It reads as it is written: a number keeps its "+" in front.
+    // In the direction of its script: a number keeps its "+" in front.
     painter.setLayoutDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     painter.drawText(placed(option, rect),
                      int(QStyle::visualAlignment(option.direction, side) | Qt::AlignVCenter | Qt::AlignAbsolute),
@@ -93,7 +93,7 @@ void paintBackground(QPainter &painter, const QStyleOptionViewItem &option)
     }
 }
 
-// A count stands in a pill, a word alone.
+// A count is painted in a pill, a word without one.
 int paintMark(QPainter &painter, const QStyleOptionViewItem &option, const QRect &line, const VXRowContents &contents)
 {
     if (contents.mark.isEmpty())

@@ -8,7 +8,10 @@
 
 class VXNoticeBar;
 
-/** One of the window's sections. What the window's menu offers of all of them stands here; a section takes part in what it has. */
+/**
+ * One of the window's sections. What the window's menu offers for all of them is declared here; each section implements
+ * what applies to it.
+ */
 class VXSection : public QWidget
 {
     Q_OBJECT
@@ -27,33 +30,33 @@ public:
     const QString &title() const { return _info.title; }
     /** What is to be looked at, as unread messages: shown beside the section's name. */
     int badge() const { return _badge; }
-    /** What people can undo here. */
+    /** What can be undone here. */
     QUndoStack &undoStack() { return _undoStack; }
 
-    /** What the window's menu offers here; the rest is off. */
+    /** What the window's menu offers here; everything else is disabled. */
     enum Task : unsigned { Find = 1, New = 2, Edit = 4, Remove = 8, Export = 16, Import = 32, Merge = 64 };
     virtual unsigned tasks() const = 0;
     virtual void find() {}
     virtual void makeNew() {}
     virtual void edit() {}
     virtual void remove() {}
-    /** Makes one of those that are chosen. */
+    /** Merges the selected ones. */
     virtual void merge() {}
     virtual void exportItems() {}
     virtual void importItems() {}
-    /** Puts what is being edited away, where it is safe: before another section comes, and at the end. False, told, when it could
-     *  not be: it then stays on screen. */
+    /** Stores what is being edited, before another section is shown and at the end. False, with a message to the user,
+     *  if that was impossible: it then stays on screen. */
     virtual bool commit() { return true; }
-    /** Shows a stored object; false when it is none of this section's, or gone. */
+    /** Shows a stored object; false if it does not belong to this section, or is gone. */
     virtual bool showObject(const QUrl &) { return false; }
-    /** Back to where one came from; false when there was nothing to leave. */
+    /** Goes back to where the user came from; false if there was nothing to leave. */
     virtual bool leave() { return false; }
 
     VXNoticeBar &notices() { return *_notices; }
 
 Q_SIGNALS:
     void badgeDidChange();
-    /** Asks the window for another section. */
+    /** Asks the window to show another section. */
     void wantsCall(const QString &number);
     void wantsMessage(const QStringList &phonebookStrings);
     void wantsContact(const QString &phonebookString);
@@ -62,9 +65,10 @@ Q_SIGNALS:
 
 protected:
     void setBadge(int count);
-    /** Lays the section out as a list and, beside it, what is chosen in it. The preferences keep where the line between them is. */
+    /** Lays the section out as a list with a detail view beside it. The preferences remember the position of the
+     *  divider. */
     void showBeside(QWidget *list, QWidget *detail);
-    /** Of an object of that entity that is there; null for any other. */
+    /** The ID of the object with that URI, if it exists and is of that entity; null otherwise. */
     static VXManagedObjectID objectAtURI(const VXPersistentStoreCoordinator::Ptr &coordinator, const QUrl &uri,
                                          QStringView entity);
 
@@ -75,5 +79,5 @@ private:
     VXNoticeBar *_notices;
 };
 
-/** A line between parts that stand side by side or below each other. */
+/** A line between parts that are beside or below each other. */
 [[nodiscard]] QWidget *VXMakeLine(Qt::Orientation orientation, QWidget *parent = nullptr);

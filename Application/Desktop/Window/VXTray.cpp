@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 const QString VXTray::keepsRunningKey = u"desktop.keeps_running"_s;
 
-// An icon that is shown takes its place by itself once the session gets a tray.
+// A visible icon appears by itself once the session gets a tray.
 VXTray::VXTray(VXMainWindow &window)
     : _window(window), _menu(std::make_unique<QMenu>()), _icon(new QSystemTrayIcon(QApplication::windowIcon(), this))
 {

@@ -9,20 +9,20 @@ class QMenu;
 class QSystemTrayIcon;
 class VXMainWindow;
 
-/** The program in the desktop's tray, where the session has one: what is new, and the way back to the window. Main thread. */
+/** The program in the desktop's tray, if the session has one: news, and the way back to the window. Main thread. */
 class VXTray : public QObject
 {
     Q_OBJECT
 
 public:
-    /** User default: closing the window leaves the program running in the tray. */
+    /** User default: closing the window keeps the program running in the tray. */
     static const QString keepsRunningKey;
 
     explicit VXTray(VXMainWindow &window);
     ~VXTray() override;
 
     static bool isThereOne();
-    /** There is a tray, and the user wants the program to go on there. */
+    /** True if there is a tray, and the user wants the program to keep running there. */
     static bool keepsRunning();
 
 private:

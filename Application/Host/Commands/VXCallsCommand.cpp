@@ -30,7 +30,7 @@ namespace {
 
 using Call = VXManagedObjectPtr;
 
-constexpr qsizetype mostNumbers = 500; // of one party: SQLite takes no much longer conditions
+constexpr qsizetype mostNumbers = 500; // of one party: conditions that are much longer are too long for SQLite
 constexpr qsizetype usualLimit = 50;
 const QString missedCalls = u"direction == 1 AND duration == 0 AND connectedDate == NULL AND state == \"ended\""_s;
 
@@ -40,7 +40,7 @@ bool isMissed(const Call &call, const VXCallRecord &record)
            call->valueForKey(u"state"_s) == u"ended"_s;
 }
 
-// "1:01"; nothing for a call that nobody took.
+// "1:01"; nothing for a call that nobody answered.
 QString shownDuration(double seconds)
 {
     const qint64 whole = std::llround(seconds);
@@ -101,7 +101,7 @@ VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
     return VXHasOtherParty(text, searches);
 }
 
-// What the options let pass. False when one is misused, which was told.
+// Applies the options as filters. False if one is misused, which was reported.
 bool readFilters(VXHostContext &host, VXFetchRequest &request)
 {
     const VXHostOptions &options = host.options;
@@ -110,7 +110,7 @@ bool readFilters(VXHostContext &host, VXFetchRequest &request)
         {u"missed"_s, missedCalls}, {u"incoming"_s, u"direction == 1"_s}, {u"outgoing"_s, u"direction == 0"_s}};
     QList<VXPredicate> any;
     for (const auto &[option, format] : ways) {
-        const bool isIn = option == "incoming"_L1 && options.isSet(u"missed"_s); // all missed ones came in
+        const bool isIn = option == "incoming"_L1 && options.isSet(u"missed"_s); // all missed ones were incoming
         if (options.isSet(option) && !isIn)
             any.append(*VXPredicate::predicateWithFormat(format));
     }

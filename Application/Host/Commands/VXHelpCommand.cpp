@@ -26,7 +26,7 @@ int runHelp(VXHostContext &context)
     return VXHostOutput::Done;
 }
 
-// Somebody waits for these after each press of a key.
+// Somebody waits for these after each key press.
 int runWords(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;

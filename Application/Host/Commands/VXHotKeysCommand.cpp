@@ -42,7 +42,7 @@ QString boundTo(const VXHotKeyManager &manager, const QString &identifier)
     return manager.getHotKeySettingsForIdentifier(identifier, nullptr, nullptr, &display) ? display : QString();
 }
 
-// Whatever the text for people is.
+// Independent of the text for people.
 std::optional<VXKeyCombination> combinationOf(const VXHotKeyManager &manager, const QString &identifier)
 {
     int keyCode = 0;
@@ -67,7 +67,7 @@ int listHotKeys(VXHostContext &context, VXHotKeyManager &manager)
     return VXHostOutput::Done;
 }
 
-// The hot key that is meant; one that the user makes up is made.
+// Finds the hot key that is meant; one that the user defines is made.
 bool findHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString &identifier)
 {
     if (manager.hotKeys().contains(identifier) || (identifier.startsWith("event:"_L1) && identifier.size() > 6))
@@ -113,7 +113,7 @@ int unbindHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString
     return VXHostOutput::Done;
 }
 
-/** Keeps what is shown to the user, for the answer. */
+/** Collects what is shown to the user, for the answer. */
 class ErrorKeeper : public VXTerminalUserInterface
 {
 public:
@@ -126,7 +126,7 @@ private:
     QStringList &_errors;
 };
 
-// What a command began goes on while the program does.
+// The action of a command continues only as long as the program runs.
 void waitForAction(const VXDeviceAction::Ptr &action)
 {
     QEventLoop loop;
@@ -139,7 +139,8 @@ int pressHotKey(VXHostContext &context, VXHotKeyManager &manager, const QString 
 {
     VXApplication &application = VXApplication::sharedApplication();
     application.workspace().setSelectedTextSource(VXReadSelectedText);
-    const auto policy = static_cast<VXTerminalUserInterface &>(application.userInterface()).policy(); // the host's
+    // The policy of the host.
+    const auto policy = static_cast<VXTerminalUserInterface &>(application.userInterface()).policy();
     QStringList errors;
     application.setUserInterface(std::make_unique<ErrorKeeper>(policy, errors));
     QVariant begun;
@@ -160,7 +161,7 @@ VXHotKeyServiceKind wantedKind(const VXHostOptions &options)
     return name == "x11"_L1 ? VXHotKeyServiceKind::X11 : VXHotKeyServiceKind::Portal;
 }
 
-// Whether the service would take what is bound. The portal would ask the user, so there it is not tried.
+// Whether the service would accept what is bound. The portal would ask the user, so that is not tried there.
 int showStatus(VXHostContext &context, VXHotKeyManager &manager)
 {
     const std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService(wantedKind(context.options));

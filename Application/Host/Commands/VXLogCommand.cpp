@@ -18,19 +18,19 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Lets the entries of a level or a more severe one through; continuation lines go with their entry.
+// Lets entries pass that have a level or a more severe one; continuation lines go with their entry.
 class LogFilter
 {
 public:
     static constexpr unsigned everything = std::numeric_limits<unsigned>::max();
 
-    /** Of the entries before `finish` only the last so many are shown. */
+    /** Of the entries before `finish`, only the last `last` are shown. */
     LogFilter(VXHostOutput &output, unsigned level, qsizetype last) : _output(output), _level(level), _most(last) {}
 
     void addLine(const QByteArray &line)
     {
         const auto entry = VXLogEntry::fromLine(line);
-        // Lines before the first entry, of a damaged log, pass only when everything does.
+        // Lines before the first entry, in a damaged log, pass only if everything does.
         if (entry)
             _passes = entry->level <= _level;
         else if (!_hasEntry && _level == everything)
@@ -42,7 +42,7 @@ public:
             add(VXVisibleText(QString::fromUtf8(line)).toUtf8(), entry || _shown.isEmpty());
     }
 
-    /** What was kept back is written; from now on everything is. */
+    /** Writes what was held back; from now on everything is written. */
     void finish()
     {
         finishEntry();
@@ -53,7 +53,7 @@ public:
         _most = unlimited;
     }
 
-    /** Nothing was there, or nothing of that level. */
+    /** True if there was nothing, or nothing of that level. */
     bool showedNothing() const { return !_showedAny; }
 
     static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
@@ -89,11 +89,11 @@ private:
     VXHostOutput &_output;
     const unsigned _level;
     qsizetype _most;
-    QList<QList<QByteArray>> _shown; // entries kept back, each with its lines
+    QList<QList<QByteArray>> _shown; // entries held back, each with its lines
     bool _hasEntry = false;
     bool _showedAny = false;
     bool _passes = false;
-    std::optional<VXLogEntry> _last; // with --json: not written yet, for its message may go on
+    std::optional<VXLogEntry> _last; // with --json: not written yet, because its message may continue
 };
 
 int followLog(VXHostOutput &output, VXLogTail &tail, LogFilter &filter)

@@ -49,7 +49,7 @@ QString shortIDOf(const Message &message)
     return u'p' + QString::number(message->objectID().number());
 }
 
-// What people call the other party.
+// Name of the other party for people.
 QString whoOf(const Message &message)
 {
     return VXDisplayStringForContacts(VXPhonebookRecord::otherParty(*message));
@@ -127,11 +127,11 @@ int read(const Desk &desk)
     if (!message)
         return VXHostOutput::Failed;
     VXError error;
-    VXMarkMessageAsRead(message); // others than those that came in are shown all the same
+    VXMarkMessageAsRead(message); // messages that are not incoming are shown nevertheless
     return !desk.context.hasChanges() || desk.context.save(&error) ? show(desk, message) : desk.fail(error);
 }
 
-// The phone that what is moved to the folder would wait for in vain. Null for none.
+// The phone for which messages moved to the folder would wait in vain. Null if there is none.
 QString unknownPhoneOf(const VXManagedObjectPtr &folder)
 {
     const bool isSmart = folder->entity().name() == "VXSmartDeviceFolder"_L1;
@@ -161,7 +161,8 @@ int move(const Desk &desk)
     return show(desk, info.value(info.contains(u"duplicate"_s) ? u"duplicate"_s : u"message"_s).value<Message>());
 }
 
-// The phone to send by: that of --device, else the preferred one, else the one added last. Null, told, for none.
+// The phone to send with: that of --device, else the preferred one, else the one added last. Null, with a message to
+// the user, if there is none.
 QUrl sendingDevice(const Desk &desk)
 {
     if (const QString named = desk.host.options.value(u"device"_s); !named.isNull())
@@ -185,7 +186,7 @@ int send(const Desk &desk)
     const auto number = VXOutgoingMessage::send(receiver, desk.operand(2), device, desk.store, *outbox, &error);
     if (!number)
         return desk.fail(error);
-    VXOutboxEntry untried; // it may have been tried by now
+    VXOutboxEntry untried; // it may have been tried in the meantime
     untried.number = *number;
     return VXAnswerTries(desk.host, *outbox, {untried});
 }
@@ -215,7 +216,7 @@ int import(const Desk &desk)
 struct Verb : VXHostVerb
 {
     int (*run)(const Desk &desk);
-    bool isChange = false; // of what it looks up: nobody else's comes between
+    bool isChange = false; // true if it changes what it has looked up: no other process may change that in between
 };
 
 const QStringList messages{u"messages"_s}; // kinds of words

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What stands for the opened thing; of an object its class and name.
+// What represents the opened thing; for an object, its class and name.
 QJsonValue jsonAnswer(const QVariant &answer)
 {
     if (!answer.canConvert<QObject *>())
@@ -30,7 +30,7 @@ QJsonValue jsonAnswer(const QVariant &answer)
                        {u"name"_s, object->objectName()}};
 }
 
-// As lists and events tell of it.
+// In the form used by lists and events.
 QJsonObject recordOf(const VXManagedObjectPtr &object)
 {
     const QVariant value = QVariant::fromValue(object);
@@ -41,7 +41,7 @@ QJsonObject recordOf(const VXManagedObjectPtr &object)
                                       : VXJSONFromObject(*object, true);
 }
 
-// A record that searching found, where no plugin has a window for it: it is shown here. None for any other URL.
+// A record found by searching, for which no plugin has a window, is shown here. None for any other URL.
 std::optional<int> showFoundObject(VXHostContext &context, const QString &url)
 {
     const QUrl uri = VXFoundObject::uriForURL(QUrl(url));

@@ -16,7 +16,8 @@ namespace {
 
 using Entries = QList<VXOutboxEntry>;
 
-// Of what is perhaps sent already a second one goes out only by its name: who means "the phone is back" sends no doubles.
+// If a message has perhaps been sent, it is sent again only if it is named explicitly: whoever just wants to say "the
+// phone is back" sends no duplicates.
 bool isMeantByAll(const VXOutboxEntry &entry, bool isRetry)
 {
     if (entry.state == VXOutboxState::Sending)
@@ -24,7 +25,7 @@ bool isMeantByAll(const VXOutboxEntry &entry, bool isRetry)
     return !isRetry || entry.state == VXOutboxState::Queued || entry.state == VXOutboxState::Failed;
 }
 
-// The entries that the operand names: "p12" or "12", or "all" of those that the verb can do something with.
+// The entries that the operand names: "p12" or "12", or "all" to which the verb applies.
 std::optional<Entries> chosen(VXHostContext &context, const VXOutbox &outbox, bool isRetry)
 {
     const QString operand = context.options.operand(1);
@@ -68,7 +69,8 @@ QList<qint64> numbersOf(const Entries &entries)
     return numbers;
 }
 
-// Notes why something could not be done to some of the entries; false, and it has failed, where that was the only one.
+// Reports why something could not be done to some of the entries. False, with the command failed, if it was the only
+// one.
 bool answerRefusals(VXHostContext &context, const std::optional<VXOutbox::Refusals> &refusals, const VXError &error,
                     const Entries &entries)
 {
@@ -82,7 +84,7 @@ bool answerRefusals(VXHostContext &context, const std::optional<VXOutbox::Refusa
             context.output.fail(reason);
             return false;
         }
-        context.output.note(reason); // sent or dropped meanwhile
+        context.output.note(reason); // sent or dropped in the meantime
     }
     return true;
 }

@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// One answer, as a JSON value and as the columns of a line for people.
+// An answer as a JSON value, and as the columns of a line for people.
 struct Answer
 {
     QJsonObject json;
@@ -64,7 +64,7 @@ Answer match(const QString &a, const QString &b)
     return {{{u"a"_s, a}, {u"b"_s, b}, {u"result"_s, result}}, {result ? u"match"_s : u"differ"_s, a, b}};
 }
 
-// Writes answers as they come: with padded columns, so that those of several lines stand below each other.
+// Writes answers as they arrive: with padded columns, so that the columns of several lines are aligned.
 void write(VXHostOutput &output, const Answer &answer)
 {
     constexpr qsizetype columnWidth = 20;
@@ -76,7 +76,7 @@ void write(VXHostOutput &output, const Answer &answer)
     output.writePart(line.trimmed().toUtf8());
 }
 
-// Calls the function for each operand after the first or, without any, for each line of standard input.
+// Calls the function for each operand after the first or, if there is none, for each line of standard input.
 template <class Function>
 bool forEachText(const VXHostContext &context, Function function)
 {

@@ -44,7 +44,7 @@ std::optional<AuthorKey> readKey(const QString &path, QString *problem)
     return AuthorKey{text, *publicKey};
 }
 
-// Why nobody could update to the bundle, or from it; null when that can be.
+// Why nobody could update to the bundle or from it; null if that is possible.
 QString problemOfBundle(const QString &path, const QVariantMap &info, const AuthorKey &key)
 {
     for (const auto &[isError, what] : VXCheckPlugin(path)) {
@@ -59,7 +59,7 @@ QString problemOfBundle(const QString &path, const QVariantMap &info, const Auth
     return {};
 }
 
-// Null, with the reason, when the feed could not be written.
+// Null on success; the reason, if the feed could not be written.
 QString writeFeed(const QVariantMap &info, const QString &url, const QString &archive, const AuthorKey &key,
                   const QString &feedPath)
 {
@@ -78,7 +78,7 @@ QString writeFeed(const QVariantMap &info, const QString &url, const QString &ar
     return VXAtomicFile::replace(feedPath, feed.data(), &reason, VXFileAccess::Shared) ? QString() : reason;
 }
 
-// What is wrong with the options; null when nothing is.
+// What is wrong with the options; null if nothing is.
 QString mistake(const VXHostOptions &options)
 {
     for (const QString &needed : {u"key"_s, u"url"_s, u"to"_s}) {

@@ -24,7 +24,7 @@ QString capitalized(const QString &word)
     return word.first(1).toUpper() + word.sliced(1);
 }
 
-// Also what a URL scheme may look like.
+// It must also be suitable as a URL scheme.
 QString shortName(const QString &className)
 {
     const QString name = className.chopped("Plugin"_L1.size()).toLower();
@@ -46,14 +46,14 @@ QStringList filesBelow(const QString &folder)
     return files;
 }
 
-// Without the line feed at the end, and with one at the start; null for a file that is not there.
+// Without the line feed at the end, and with one at the start; null if the file does not exist.
 QString textOf(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? u'\n' + QString::fromUtf8(file.readAll()).chopped(1) : QString();
 }
 
-// Those that were made for the files; one that holds something stays.
+// Removes the folders that were made for the files; those that are not empty stay.
 void removeEmptyFolders(const QString &folder, const QStringList &files, bool keepsFolder)
 {
     for (const QString &file : files) {

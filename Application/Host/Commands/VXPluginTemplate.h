@@ -9,27 +9,28 @@
 
 /**
  * The sources of a new plugin, made from the application's resource "PluginTemplates": "KIND.cpp.template" becomes the
- * plugin's class, and what lies in "Common" and in "KIND" the rest; "KIND.info" goes into CMakeLists.txt. Placeholders such as
- * @NAME@ are filled in, in names of files too.
+ * plugin's class, and the contents of "Common" and "KIND" become the rest; "KIND.info" goes into CMakeLists.txt.
+ * Placeholders such as @NAME@ are filled in, also in file names.
  */
 class VXPluginTemplate
 {
 public:
-    /** "Hello world" makes HelloWorldPlugin. Null, with an error for people, when the name makes no name of a class. */
+    /** "Hello world" becomes HelloWorldPlugin. Null, with an error for people, if no class name can be made from the
+     *  name. */
     static QString classNameForName(const QString &name, VXError *error = nullptr);
-    /** An identifier to begin with. */
+    /** A suggested identifier. */
     static QString identifierForClass(const QString &className);
-    /** What the store of a data plugin of that class is called. */
+    /** The name of the store of a data plugin of that class. */
     static QString storeForClass(const QString &className);
     /** True for those of the form org.example.hello. */
     static bool isIdentifier(const QString &text);
 
-    /** `name` makes a name of a class; `kind` is one of VXPluginKind's. */
+    /** `name` must yield a class name; `kind` is one of VXPluginKind's. */
     VXPluginTemplate(const QString &name, const QString &kind, const QString &identifier);
 
     /**
-     * Writes the files into the folder, which is made if needed. False when something is in it already, or something
-     * cannot be written: nothing of what was written stays then.
+     * Writes the files into the folder, which is made if necessary. False if the folder is not empty, or something
+     * cannot be written: then nothing that was written stays.
      */
     bool writeToFolder(const QString &folder, VXError *error = nullptr);
     /** The files, relative to the folder. */
@@ -41,7 +42,7 @@ private:
 
     const QString _kind;
     const QString _className;
-    const QHash<QString, QString> _values; // of the placeholders
+    const QHash<QString, QString> _values; // for the placeholders
     const QString _info;                   // arguments of the kind for CMake, with placeholders
     QStringList _writtenFiles;
 };

@@ -5,6 +5,8 @@
 class VXPluginProxy;
 struct VXHostContext;
 
-/** "plugins update": updates the plugins one after the other, with --check only looks. Those that offer none are told
- *  of only where one is asked for. */
+/**
+ * "plugins update": updates the plugins one after the other; with --check it only looks. Plugins that offer no updates
+ * are mentioned only if a single one is requested.
+ */
 [[nodiscard]] int VXRunPluginUpdates(VXHostContext &context, const QList<const VXPluginProxy *> &plugins);

@@ -33,7 +33,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestWait = 10s; // for plugins that want time before they are disabled
+constexpr auto longestWait = 10s; // for plugins that ask for time before they are disabled
 
 int list(VXHostContext &context, VXPluginManager &manager)
 {
@@ -76,7 +76,8 @@ int check(VXHostContext &context)
     return isUsable ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
-// What would go to the trash although nobody may expect it; null when it is an older version of the same plugin, or nothing.
+// What would go to the trash although nobody may expect that; null if it is an older version of the same plugin, or
+// nothing.
 QString whatGivesWay(const VXPluginManager &manager, const QString &path, const QVariantMap &info)
 {
     const QString identifier = info.value(u"CFBundleIdentifier"_s).toString();
@@ -140,7 +141,7 @@ int install(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one plugin
 
-// One that is enabled and not there can be taken off the list, and no more.
+// A plugin that is enabled but missing can only be removed from the list.
 int disableAbsent(VXHostContext &context, const VXAbsentPlugin &plugin)
 {
     VXUserDefaults::standardUserDefaults().updateObject(u"plugins"_s,
@@ -182,7 +183,7 @@ int info(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin
     QList<QStringList> rows = report.rows();
     QJsonObject json = report.json();
     json.insert(u"choice"_s, QJsonValue());
-    if (const auto choice = manager.choiceForPlugin(plugin.identifier())) { // a part of a plugin is not chosen
+    if (const auto choice = manager.choiceForPlugin(plugin.identifier())) { // parts of a plugin are not chosen
         rows += VXPluginChoiceRows(*choice);
         json.insert(u"choice"_s, VXPluginChoiceJSON(*choice));
     }
@@ -224,7 +225,7 @@ int enable(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plug
     return changed(context, u"Enabled %1."_s.arg(report.title()) + problem, report);
 }
 
-// The names of the plugins in the one list that are not in the other.
+// The names of the plugins that are in the first list but not in the second.
 QString namesWithout(const VXPluginManager &manager, const QList<VXPluginProxy *> &plugins,
                      const QList<VXPluginProxy *> &others)
 {
@@ -237,7 +238,7 @@ QString namesWithout(const VXPluginManager &manager, const QList<VXPluginProxy *
     return names.join(", "_L1);
 }
 
-// With those that need it. Why not; null when it is.
+// Disables it together with the plugins that need it. Returns why not; null on success.
 QString disableWithDependants(VXHostContext &context, VXPluginManager &manager, VXPluginProxy &plugin)
 {
     manager.disablePluginProxy(&plugin);
@@ -369,7 +370,8 @@ int runPlugins(VXHostContext &context)
         VXPluginProxy *const plugin = VXPluginNamed(manager, operand);
         return plugin == nullptr ? unknown(context, manager, operand) : verb.runWithPlugin(context, manager, *plugin);
     };
-    return VXRunWithPlugins(context, run, VXWhenQuitting::Run); // so that who has it quit can be disabled
+    // So that a plugin that makes the program quit can be disabled.
+    return VXRunWithPlugins(context, run, VXWhenQuitting::Run);
 }
 
 } // namespace

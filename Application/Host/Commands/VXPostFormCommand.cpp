@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::milliseconds progressInterval{100};
 
-/** Shows how far the request has come until it has completed. */
+/** Shows the progress of the request until it has completed. */
 class RequestRun : public QObject
 {
     Q_OBJECT
@@ -42,10 +42,10 @@ public:
         progress.start(progressInterval);
         _window->setCancelHandler([this] { _request.cancel(); });
         const VXSignalWatcher others({SIGTERM, SIGHUP},
-                                     [this](int) { _request.cancel(); }); // the window has the interrupt
+                                     [this](int) { _request.cancel(); }); // the window handles the interrupt
         _window->setIndeterminate(true);
         _request.setDelegate(std::shared_ptr<QObject>(std::shared_ptr<void>(), this)); // not owned
-        // Inside the session, which hears of interrupts.
+        // Within the session, which receives interrupts.
         QMetaObject::invokeMethod(
             this, [this, url] { _request.requestURL(url); }, Qt::QueuedConnection);
         static_cast<void>(_window->runModal());
@@ -77,7 +77,7 @@ private:
     bool _isComplete = false;
 };
 
-// Null with a reason when an option is no NAME=VALUE.
+// Null with a reason if an option is not NAME=VALUE.
 std::optional<QList<VXFormField>> formFields(const VXHostOptions &options, QString *reason)
 {
     QList<VXFormField> fields;
@@ -131,13 +131,13 @@ int answer(VXHostContext &context, const VXWebDownload &download)
     return isDone ? VXHostOutput::Done : VXHostOutput::Failed;
 }
 
-// What came of an answer that is not whole goes.
+// The file of an incomplete answer is removed.
 void tellFailed(VXHostContext &, const VXWebDownload &download)
 {
     QDir(download.folderPath()).removeRecursively();
 }
 
-// The error has the status in words only.
+// The error contains the status in words only.
 void tellFailed(VXHostContext &context, const VXWebConnection &connection)
 {
     if (const int status = connection.statusCode(); status != 0 && status != 200)

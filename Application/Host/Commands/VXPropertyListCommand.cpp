@@ -26,7 +26,7 @@ QVariant readInput(const QString &path, VXError *error)
     return VXPropertyList::fromData(input.readAll(), error);
 }
 
-// The form asked for: "text" for people, "json" for --json, else what --to says.
+// The requested form: "text" for people, "json" for --json, else what --to says.
 QString formName(const VXHostContext &context)
 {
     if (context.options.isSet(u"to"_s))
@@ -34,7 +34,7 @@ QString formName(const VXHostContext &context)
     return context.output.isJSON() ? u"json"_s : u"text"_s;
 }
 
-// Null, with the error, when the value does not fit the form.
+// Null, with the error, if the value cannot be written in that form.
 QByteArray converted(const QVariant &value, const QString &form, VXError *error)
 {
     if (form == "json"_L1)
@@ -53,7 +53,7 @@ int writeFile(VXHostOutput &output, const QString &path, const QByteArray &bytes
     return VXHostOutput::Done;
 }
 
-// What makes no sense together; null when all is well.
+// The options that contradict each other; null if none do.
 QString contradiction(const VXHostContext &context, const QString &form)
 {
     if (context.options.isSet(u"output"_s))

@@ -29,7 +29,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Serves events until the application ends. A signal asks the plugins for their consent; one more ends without it.
+// Serves events until the application ends. A signal asks the plugins for their consent; a second one ends the program
+// without it.
 class Running
 {
 public:
@@ -39,7 +40,7 @@ public:
         watchSignals();
     }
 
-    // False when it had to be forced.
+    // False if it had to be forced.
     bool untilEnded()
     {
         _session.run();
@@ -63,11 +64,11 @@ private:
             return;
         if (_application.isTerminating()) {
             _isForced = true;
-            VXReactionOutcome::cancelAll(); // programs that reactors run end, and the history says so
+            VXReactionOutcome::cancelAll(); // ends programs that reactors run, and notes that in the history
             _session.stop(0);
             return;
         }
-        // A plugin that hangs when it is asked does not keep the next signal from ending the process.
+        // If a plugin hangs when it is asked, the next signal must still end the process.
         _signals.reset();
         _application.terminate();
         watchSignals();
@@ -78,14 +79,14 @@ private:
     VXApplication &_application = VXApplication::sharedApplication();
     VXHostOutput &_output;
     VXModalSession _session;
-    QObject _context; // what is queued goes with it
+    QObject _context; // queued calls are dropped with it
     std::optional<VXSignalWatcher> _signals;
     bool _isEnding = false; // it is certain
     bool _isForced = false;
 };
 
-// The desktop's keys and its selection. Without a desktop nothing is said unless keys are bound. `context`: while this lives, what
-// becomes of the keys is told.
+// Connects to the desktop's keys and its selection. Without a desktop, nothing is said unless keys are bound. As long
+// as `context` lives, changes of the keys are reported.
 void connectToDesktop(VXHostOutput &output, QObject &context)
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
@@ -107,7 +108,7 @@ void connectToDesktop(VXHostOutput &output, QObject &context)
     hotKeys.setService(std::move(service));
 }
 
-// Without a bus there is nobody to say it to.
+// Without a bus there is no script that could reach it.
 void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &output)
 {
     if (const QString problem = service.problem();
@@ -115,7 +116,8 @@ void tellWhetherScriptsReach(const VXScriptingService &service, VXHostOutput &ou
         output.note(u"scripts cannot reach this program: %1"_s.arg(problem));
 }
 
-// Two that serve the same home would run each trigger twice. Where no lock can be had, as on some file systems, there is none.
+// Two programs that serve the same home folder would run each trigger twice. If no lock is available, as on some file
+// systems, this is not checked.
 QString problemOfOther(const VXFileLock &lock)
 {
     if (lock.isHeld() || lock.isImpossible())
@@ -129,7 +131,7 @@ int runRun(VXHostContext &context)
 {
     const QString folder = VXFileManager::defaultManager().pathToUserVNXApplicationSupportFolder();
     static_cast<void>(
-        VXFileManager::defaultManager().verifyPathExists(folder)); // what ails it is told by the plugins' session
+        VXFileManager::defaultManager().verifyPathExists(folder)); // the plugins' session reports problems with it
     const VXFileLock lock(folder + "/.run.lock"_L1, std::chrono::milliseconds(0));
     if (const QString problem = problemOfOther(lock); !problem.isNull())
         return context.output.fail(problem);

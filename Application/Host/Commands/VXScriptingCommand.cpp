@@ -61,7 +61,7 @@ int listTargets(VXHostContext &context)
 {
     const QString prefix = context.options.operand(1);
     QStringList found = VXScriptingTransport::sharedTransport()->runningIdentifiers(prefix.isNull() ? u""_s : prefix);
-    if (prefix.isNull()) // of all that runs, what something is known of
+    if (prefix.isNull()) // of everything that runs, the targets of which something is known
         found.removeIf([](const QString &name) {
             return std::ranges::all_of(VXScriptingDictionaries::shared().dictionariesForTarget(name),
                                        &VXScriptingDictionary::isFallback);
@@ -116,7 +116,7 @@ int showDictionary(VXHostContext &context)
 
 // -- Sending
 
-// By its name, or its code.
+// By its name or its code.
 std::optional<VXScriptingProperty> propertyArgument(VXHostContext &context)
 {
     const VXScriptingDictionaries &dictionaries = VXScriptingDictionaries::shared();
@@ -150,7 +150,7 @@ std::optional<VXScriptingEvent> eventArgument(VXHostContext &context)
     return event;
 }
 
-// A list or an object in JSON is taken as such, anything else is the text, which is coerced to what the target wants.
+// A JSON list or object is used as such; anything else is text, which is coerced to what the target wants.
 VXEventDescriptor valueArgument(const QString &text)
 {
     const bool mayBeJSON = text.startsWith(u'[') || text.startsWith(u'{');
@@ -222,7 +222,7 @@ int quitTarget(VXHostContext &context, VXAppleScriptBridge &bridge)
 
 // -- The command
 
-// "one" for org.mpris.MediaPlayer2.one is what people try.
+// People try "one" for org.mpris.MediaPlayer2.one.
 int failForWhatDoesNotRun(VXHostContext &context, const QString &target)
 {
     const QStringList running = VXScriptingTransport::sharedTransport()->runningIdentifiers(u""_s);
@@ -235,7 +235,7 @@ int failForWhatDoesNotRun(VXHostContext &context, const QString &target)
 
 struct Verb : VXHostVerb
 {
-    bool needsOthers; // programs, that is, by way of a transport
+    bool needsOthers; // needs other programs, reached by a transport
     int (*run)(VXHostContext &context);
     int (*runWithBridge)(VXHostContext &context, VXAppleScriptBridge &bridge);
 };

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::milliseconds redrawInterval{50}; // many steps may come at once
+constexpr std::chrono::milliseconds redrawInterval{50}; // many steps may be reported at once
 
 } // namespace
 
@@ -51,12 +51,12 @@ void VXDeviceActionRun::execute(const VXDevicePlugin::Ptr &device, std::chrono::
 {
     const auto conclude = [this, concluded = std::weak_ptr(_hasConcluded)](VXDeviceAction *) {
         if (concluded.expired())
-            return; // nobody waits any more
+            return; // nobody is waiting any more
         *_hasConcluded = true;
         if (_window->isRunning())
             _window->ok();
     };
-    // What a handler throws that is no exception comes through, once the action has failed with it.
+    // If a handler throws something that is not an exception, it passes through after the action has failed with it.
     VXCallPlugin(*device, "executeWithDevice", [&] { _action->executeWithDevice(device, conclude); });
     if (!*_hasConcluded)
         waitForConclusion(timeout);
@@ -81,7 +81,7 @@ void VXDeviceActionRun::waitForConclusion(std::chrono::milliseconds timeout)
     if (timeout.count() > 0)
         limit.start(timeout);
     _window->setCancelHandler([this] { userDidCancel(); });
-    QTimer::singleShot(0, &redraw, [this] { showProgress(); }); // once Ctrl-C is watched
+    QTimer::singleShot(0, &redraw, [this] { showProgress(); }); // once Ctrl-C is handled
     static_cast<void>(_window->runModal());
 }
 
@@ -123,7 +123,7 @@ QString VXDeviceActionRun::failure() const
     return *_hasConcluded ? QString() : u"%1 did not end"_s.arg(_action->actionName());
 }
 
-// An action that failed may have done a part: that is shown too.
+// A failed action may have done a part, which is shown too.
 int VXDeviceActionRun::answer()
 {
     const QString failure = this->failure();
@@ -139,7 +139,7 @@ int VXDeviceActionRun::answer()
         outcome.insert(u"url"_s, VXAbsoluteString(_action->device()->url()));
         outcome.insert(u"action"_s, _action->actionName());
         _context.output.answer(VXReadableText(result), outcome);
-        _context.output.flush(); // before the failure is told
+        _context.output.flush(); // before the failure is reported
     }
     return failure.isNull() ? static_cast<int>(VXHostOutput::Done) : _context.output.fail(failure);
 }

@@ -11,8 +11,8 @@ struct VXHostContext;
 class VXProgressWindow;
 
 /**
- * Runs one device action for a person who waits for it: with a bar on a terminal, or with lines of JSON, until it
- * concludes. Ctrl-C and the end of the time ask it to abort; a second Ctrl-C does not wait for that. Main thread only.
+ * Runs one device action for a person who waits for it: with a progress bar on a terminal, or with lines of JSON, until
+ * it concludes. Ctrl-C and the time limit ask it to abort; a second Ctrl-C does not wait for that. Main thread only.
  */
 class VXDeviceActionRun
 {
@@ -22,9 +22,9 @@ public:
     VXDeviceActionRun(const VXDeviceActionRun &) = delete;
     VXDeviceActionRun &operator=(const VXDeviceActionRun &) = delete;
 
-    /** None (0): no limit. @return the exit status, after the answer or failure was written. */
+    /** Zero: no limit. @return the exit status, after the answer or failure was written. */
     int run(const VXDevicePlugin::Ptr &device, std::chrono::milliseconds timeout);
-    /** The same without a limit and an answer. @return what went wrong; null when nothing did. */
+    /** The same without a limit and without an answer. @return what went wrong; null if nothing did. */
     QString runQuietly(const VXDevicePlugin::Ptr &device);
 
 private:
@@ -32,7 +32,7 @@ private:
     void waitForConclusion(std::chrono::milliseconds timeout);
     void userDidCancel();
     void showProgress();
-    QString failure() const; // null when it did what it should
+    QString failure() const; // null if it succeeded
     int answer();
 
     VXHostContext &_context;

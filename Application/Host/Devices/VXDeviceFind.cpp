@@ -36,7 +36,7 @@ QJsonValue jsonText(const QString &text)
     return text.isNull() ? QJsonValue() : QJsonValue(text);
 }
 
-// What is wrong, and what to do about it, as further entries.
+// Adds what is wrong, and what to do about it, as further entries.
 QJsonObject withProblem(QJsonObject json, const VXError &problem)
 {
     json.insert(u"problem"_s, jsonText(problem.localizedDescription()));
@@ -44,7 +44,7 @@ QJsonObject withProblem(QJsonObject json, const VXError &problem)
     return json;
 }
 
-// -- What is found is kept, for its numbers to mean the same later
+// -- What is found is remembered, so that its numbers mean the same later
 
 QString pathOfFound()
 {
@@ -98,7 +98,7 @@ QString nameOf(const QString &plugin, const VXPluginManager &manager)
     return proxy == nullptr ? plugin : proxy->name();
 }
 
-// Of several with one name each has what tells it apart.
+// If several have the same name, each is shown with what distinguishes it.
 QString shownName(const VXFoundDevice &device, const QList<VXFoundDevice> &all)
 {
     const auto isAlike = [&](const VXFoundDevice &other) {
@@ -118,7 +118,7 @@ QStringList rowOf(const VXFoundDevice &device, int number, const QString &name, 
             VXVisibleText(state)};
 }
 
-// Plugins of devices that could not be asked are no fault, but a reason why something was not found.
+// It is not an error if plugins of devices could not be asked, but it may be the reason why something was not found.
 QList<VXDeviceSearch::Problem> pluginsNotAsked(const VXPluginManager &manager)
 {
     QList<VXDeviceSearch::Problem> problems;
@@ -126,7 +126,7 @@ QList<VXDeviceSearch::Problem> pluginsNotAsked(const VXPluginManager &manager)
         if (plugin->pluginClassType() != VXPluginKind::Device || !plugin->isInstalled() || plugin->isLoaded())
             continue;
         const VXPluginReport report(manager, *plugin);
-        const QString shortName = plugin->identifier().section(u'.', -1); // which commands take
+        const QString shortName = plugin->identifier().section(u'.', -1); // which commands accept
         const bool isOff = !plugin->isEnabled();
         const QString remedy = isOff ? u"\"vornix plugins enable %1\" has it look too."_s.arg(shortName)
                                      : u"\"vornix plugins info %1\" tells more."_s.arg(shortName);
@@ -138,7 +138,7 @@ QList<VXDeviceSearch::Problem> pluginsNotAsked(const VXPluginManager &manager)
     return problems;
 }
 
-// An empty text is no line.
+// Empty text makes no line.
 QString indented(const QString &text, qsizetype indent, qsizetype width)
 {
     return text.isEmpty()
@@ -159,7 +159,7 @@ void search(VXDeviceSearch &search)
 
 } // namespace
 
-// The name is the user's to change.
+// The user may change the name later.
 QUrl VXDeviceMadeOf(const VXFoundDevice &device)
 {
     const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());

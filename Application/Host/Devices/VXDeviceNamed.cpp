@@ -10,13 +10,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What a device may be called, besides its URL: its identifier, and its name.
+// What a device can be called besides its URL: its identifier, and its name.
 QStringList namesOf(const QUrl &url)
 {
     return {VXDeviceURLComponent(url, 1), VXDeviceNameAtURL().transformedValue(url).toString()};
 }
 
-// All that may be meant.
+// All devices that may be meant.
 QList<QUrl> devicesNamed(const QString &text)
 {
     const QList<QUrl> known = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());

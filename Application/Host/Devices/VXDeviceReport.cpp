@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What the device answers to a question that it need not know; empty when it does not.
+// What the device answers to a question that it need not support; empty if it does not.
 std::optional<bool> answerOf(VXDevicePlugin &device, const char *question)
 {
     std::optional<QVariant> answer;

@@ -12,17 +12,20 @@ class VXDevicePlugin;
 class VXError;
 class VXPluginManager;
 
-/** What there is to tell of one known device, for people and as JSON; making it makes the device, if it can be made. */
+/**
+ * Information about one known device, for people and as JSON. Constructing the report makes the device, if possible.
+ */
 class VXDeviceReport
 {
 public:
     VXDeviceReport(const VXPluginManager &manager, const QUrl &url);
 
-    /** "connected", "connecting", "not connected", "live" where the device cannot tell; else why there is none. */
+    /** "connected", "connecting", "not connected", or "live" if the device cannot tell; otherwise why there is no
+     *  device. */
     QString state() const { return _state; }
 
     QJsonObject json() const;
-    /** A line for a table with the titles of `columnTitles`. */
+    /** A row for a table with the titles of `columnTitles`. */
     QStringList columns() const;
     static QStringList columnTitles();
 
@@ -37,8 +40,8 @@ private:
     bool _isDefault;
 };
 
-/** Runs the event loop until a device that is being connected is, or has failed to be; no longer than the limit. */
+/** Runs the event loop until a device that is connecting has connected or failed, but no longer than the limit. */
 void VXAwaitConnection(VXDevicePlugin &device, std::chrono::milliseconds limit);
 
-/** The device's preferences by their keys; the persistent ones, or the others. */
+/** The device's preferences by key; the persistent ones, or the others. */
 [[nodiscard]] QVariantMap VXDevicePreferences(const QUrl &url, bool persistent);

@@ -39,8 +39,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::seconds connectionLimit{5}; // how long a device that is being connected is waited for
-constexpr std::chrono::seconds listLimit{1};       // all of a list, together
+constexpr std::chrono::seconds connectionLimit{5}; // how long to wait for a device that is connecting
+constexpr std::chrono::seconds listLimit{1};       // for all devices of a list together
 
 int done(VXHostContext &context, const QString &text, const QJsonValue &json)
 {
@@ -52,7 +52,7 @@ int list(VXHostContext &context, VXPluginManager &manager)
 {
     const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
     const QDeadlineTimer limit(listLimit);
-    for (const QUrl &url : urls) { // they are connected at the same time
+    for (const QUrl &url : urls) { // they connect at the same time
         const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
         if (device && !limit.hasExpired())
             VXAwaitConnection(*device, std::chrono::milliseconds(limit.remainingTime()));
@@ -72,7 +72,7 @@ int list(VXHostContext &context, VXPluginManager &manager)
 
 // -- add
 
-// KEY=VALUE, where null is no value; none, with the reason, when it is not that.
+// KEY=VALUE, where null means no value; none, with the reason, if it is something else.
 std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &text, QString *reason)
 {
     const qsizetype equals = text.indexOf(u'=');
@@ -88,7 +88,7 @@ std::optional<std::pair<QString, QVariant>> preferenceFromText(const QString &te
     return std::pair(text.first(equals), VXPropertyList::isValid(parsed) ? parsed : QVariant(value));
 }
 
-// Whether the plugin says which preferences its devices have, and this is none of them; told then.
+// True, with a message to the user, if the plugin says which preferences its devices have, and this is not one of them.
 bool isUnknownPreference(VXHostContext &context, const QString &plugin, const QString &key)
 {
     const VXPluginProxy *const proxy = VXPluginManager::sharedPluginManager().pluginWithIdentifier(plugin);
@@ -102,7 +102,7 @@ bool isUnknownPreference(VXHostContext &context, const QString &plugin, const QS
     return true;
 }
 
-// The plugin that could make a device; nullptr, told, when there is none.
+// The plugin that can make the device; nullptr, with a message to the user, if there is none.
 VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, const QString &identifier)
 {
     VXPluginProxy *const plugin = VXPluginNamed(manager, identifier);
@@ -125,7 +125,7 @@ VXPluginProxy *devicePlugin(VXHostContext &context, VXPluginManager &manager, co
     return plugin;
 }
 
-// Adds the preferences that the texts give to those there are. @return the exit status; what is wrong is told.
+// Adds the preferences in the texts to the existing ones. @return the exit status; mistakes are reported.
 int readPreferences(VXHostContext &context, const QString &plugin, const QStringList &texts, QVariantMap &preferences)
 {
     for (const QString &text : texts) {
@@ -165,7 +165,7 @@ int addDevice(VXHostContext &context, VXPluginManager &manager, const VXFoundDev
                 VXDeviceReport(manager, url).json());
 }
 
-// PLUGIN-ID DEVICE-ID, or the number of one that was found, which may be given another identifier.
+// PLUGIN-ID DEVICE-ID, or the number of a device that was found, which may be given another identifier.
 int add(VXHostContext &context, VXPluginManager &manager)
 {
     QStringList texts = context.options.operands().sliced(2);
@@ -188,7 +188,7 @@ int add(VXHostContext &context, VXPluginManager &manager)
 
 // -- Of one device
 
-// The device to be used; null, told, when it cannot be made.
+// The device to be used; null, with a message to the user, if it cannot be made.
 VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
     const VXDevicePlugin::Ptr device = VXDevicePlugin::deviceAtURL(url);
@@ -198,7 +198,7 @@ VXDevicePlugin::Ptr liveDevice(VXHostContext &context, VXPluginManager &manager,
     return device;
 }
 
-// Preferences are found by how their keys begin: those of "d50" go with "d5".
+// Preferences are found by the beginning of their keys: those of "d50" would be removed along with "d5".
 int removeDevice(VXHostContext &context, VXPluginManager &, const QUrl &url)
 {
     VXDeviceRegistry &registry = VXDeviceRegistry::shared();
@@ -258,7 +258,7 @@ int defaultDevice(VXHostContext &context, VXPluginManager &)
                 device ? QJsonValue(url) : QJsonValue());
 }
 
-// The first key that the action is not said to be given, where it is given an object as "{number, text}"; null for none.
+// The first key that the action does not take, if its object is described as "{number, text}"; null if there is none.
 QString unknownKey(const QVariant &object, const QString &described)
 {
     static const QRegularExpression plain(u"^\\{([a-zA-Z_, ]+)\\}$"_s);
@@ -306,7 +306,7 @@ int doAction(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
     return VXDeviceActionRun(context, action).run(device, limit);
 }
 
-// Sets preferences; null, as JSON has it, takes one away.
+// Sets preferences; the JSON value null removes one.
 int set(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 {
     QList<std::pair<QString, QVariant>> preferences;
@@ -352,7 +352,7 @@ int rename(VXHostContext &context, VXPluginManager &manager, const QUrl &url)
 struct Verb : VXHostVerb
 {
     int (*run)(VXHostContext &context, VXPluginManager &manager);
-    int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // of a known device
+    int (*runWithURL)(VXHostContext &context, VXPluginManager &manager, const QUrl &url); // for a known device
 };
 
 constexpr qsizetype unlimited = VXHostVerb::unlimited;

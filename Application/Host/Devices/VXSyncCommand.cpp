@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString deletionsKey = u"acceptsDeletions"_s; // of contacts
+const QString deletionsKey = u"acceptsDeletions"_s; // for contacts
 const QString newPhoneKey = u"isNewPhone"_s;
 
 struct Kind
@@ -28,7 +28,7 @@ struct Kind
     QString action;
 };
 
-// Those that were asked for; without any, all.
+// Those that were requested; all, if none was.
 QList<Kind> kindsOf(const VXHostOptions &options)
 {
     const QList<Kind> all{
@@ -47,7 +47,7 @@ VXDeviceAction::Ptr run(VXHostContext &context, const Kind &kind, const VXDevice
     return action;
 }
 
-// What is to be set for the sync to go on; null for nothing.
+// What has to be set for the sync to continue; null for nothing.
 QString answerTo(const QString &question)
 {
     VXAlert alert;
@@ -69,7 +69,7 @@ QString answerTo(const QString &question)
 
 constexpr qsizetype mostNames = 10;
 
-// "3 added (Jane, Joe, Zoe)"; null where there are none.
+// "3 added (Jane, Joe, Zoe)"; null if there are none.
 QString textOfOutcome(const QJsonObject &result, const QString &key, const QString &words)
 {
     const int count = result.value(key).toInt();
@@ -82,7 +82,7 @@ QString textOfOutcome(const QJsonObject &result, const QString &key, const QStri
     return words.arg(count) + (names.isEmpty() ? QString() : u" (%1)"_s.arg(names.join(", "_L1)));
 }
 
-// For people: what came here and what went to the phone, then what could not be settled, a line each.
+// For people: what was taken over here and what was sent to the phone, then what could not be settled, one line each.
 QString textOfResults(const QJsonObject &results)
 {
     QString text;
@@ -108,7 +108,7 @@ QString textOfResults(const QJsonObject &results)
     return text;
 }
 
-// One after the other, the rest also when one fails.
+// One after the other, continuing if one fails.
 int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
 {
     QJsonObject results;
@@ -147,7 +147,7 @@ int sync(VXHostContext &context, const VXDevicePlugin::Ptr &device)
     if (!failures.isEmpty())
         results.insert(u"error"_s, failures.join("; "_L1));
     context.output.answer(text, results);
-    context.output.flush(); // before failures are told
+    context.output.flush(); // before failures are reported
     for (const QString &failure : std::as_const(failures))
         context.output.fail(failure);
     return failures.isEmpty() ? VXHostOutput::Done : VXHostOutput::Failed;

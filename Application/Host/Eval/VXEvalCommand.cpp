@@ -23,7 +23,7 @@ int failReading(VXHostOutput &output)
     return output.fail(u"cannot read standard input: "_s + QString::fromLocal8Bit(std::strerror(errno)));
 }
 
-// Reads in the event loop, so that work handed to the main thread is served between the chunks.
+// Reads in the event loop, so that work passed to the main thread is done between the chunks.
 int evaluateStandardInput(VXHostOutput &output)
 {
     VXEvalSession evaluation(VXEvalRegistry::standard(), [&](const QByteArray &answer) { output.writePart(answer); });

@@ -14,8 +14,8 @@
 #include <utility>
 
 /**
- * How a JSON value becomes a parameter of a call: `kind` names what is expected, for messages, and `read`
- * stores the value or answers false when it is of another kind. A specialisation for each C++ type that calls may take.
+ * How a JSON value becomes a parameter of a call: `kind` names the expected kind, for messages, and `read` stores the
+ * value, or returns false if it is of another kind. There is a specialisation for each C++ type that calls may take.
  */
 template <class T>
 struct VXEvalParameter;
@@ -43,7 +43,7 @@ struct VXEvalParameter<Integer>
     }
     static bool read(const QJsonValue &value, Integer &parameter)
     {
-        // A number that is not whole answers whatever stands in for it.
+        // For a number that is not whole, its fallback is returned.
         const qint64 number = value.toInteger(0);
         if (!value.isDouble() || number != value.toInteger(1) || !std::in_range<Integer>(number))
             return false;
@@ -110,7 +110,7 @@ struct VXEvalParameter<QVariantMap>
     }
 };
 
-/** Any value, null too. */
+/** Any value, including null. */
 template <>
 struct VXEvalParameter<QVariant>
 {
@@ -122,7 +122,7 @@ struct VXEvalParameter<QVariant>
     }
 };
 
-/** The same or null; at the end of the arguments it may be left out. */
+/** The same, or null; it may be omitted at the end of the arguments. */
 template <class T>
 struct VXEvalParameter<std::optional<T>>
 {

@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <utility>
 
-/** What a call answers: its result, what it gives back besides by name, or an error when that is not null. */
+/** A call's answer: its result, further output values by name, or an error if that is not null. */
 struct VXEvalAnswer
 {
     QVariant result;
@@ -22,7 +22,7 @@ struct VXEvalAnswer
     QString error = {};
 };
 
-/** The arguments of one call, on their way to the parameters of its function. */
+/** The arguments of one call, while they are converted for the parameters of its function. */
 class VXEvalArguments
 {
 public:
@@ -31,15 +31,15 @@ public:
     {
     }
 
-    /** Answers false, with the error made, when there are too many or too few. */
+    /** Returns false, and sets the error, if there are too many or too few. */
     bool checkCount(qsizetype required);
 
-    /** Stores one argument; answers false, with the error made, when it is unfit. */
+    /** Stores one argument; returns false, and sets the error, if it is unsuitable. */
     template <class T>
     bool read(qsizetype index, T &parameter)
     {
         if (index >= _values.size())
-            return true; // an optional one left out
+            return true; // optional and omitted
         if (VXEvalParameter<T>::read(_values.at(index), parameter))
             return true;
         setUnfit(index, VXEvalParameter<T>::kind());
@@ -58,9 +58,9 @@ private:
 };
 
 /**
- * The calls that "vornix eval" knows. A call is registered with one line: its name, the names of its
- * parameters and a function, whose C++ parameter types say what the arguments must be (VXEvalParameter). The
- * function answers a value that a QVariant holds, or a VXEvalAnswer. Reading is reentrant.
+ * The calls that "vornix eval" knows. One line registers a call: its name, the names of its parameters and a function,
+ * whose C++ parameter types determine what the arguments must be (VXEvalParameter). The function returns a value that
+ * fits into a QVariant, or a VXEvalAnswer. Reading is reentrant.
  */
 class VXEvalRegistry
 {
@@ -111,7 +111,7 @@ private:
             return {QVariant::fromValue(std::apply(function, std::move(values))), {}, {}};
     }
 
-    // How many must be given: up to the last one that is not optional.
+    // The number of required arguments: up to the last one that is not optional.
     template <class... Parameters>
     static constexpr qsizetype requiredCount()
     {

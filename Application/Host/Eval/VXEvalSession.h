@@ -8,9 +8,8 @@
 #include <functional>
 
 /**
- * Cuts a stream into lines, carries out each, and hands every answer, one JSON object without line feed, to
- * the sink. Blank lines have no answer; any other line has exactly one. Keeps no more than the line that is
- * not complete yet.
+ * Splits a stream into lines, carries out each, and passes every answer, one JSON object without line feed, to the
+ * sink. Blank lines have no answer; any other line has exactly one. Keeps no more than the current incomplete line.
  */
 class VXEvalSession
 {
@@ -20,7 +19,7 @@ public:
     VXEvalSession(const VXEvalRegistry &registry, Sink sink);
 
     void feed(const QByteArray &chunk) { _lines.feed(chunk); }
-    /** The end of the stream: a last line may lack its line feed. */
+    /** The end of the stream: the last line may lack its line feed. */
     void finish() { _lines.finish(); }
 
 private:

@@ -36,7 +36,7 @@ bool VXReadReactorOption(const QString &text, QVariantMap *options, QString *pro
         return false;
     }
     const QString value = text.sliced(equals + 1);
-    const bool mayBeJSON = value.startsWith(u'[') || value.startsWith(u'{'); // "{from} called" is none
+    const bool mayBeJSON = value.startsWith(u'[') || value.startsWith(u'{'); // "{from} called" is not JSON
     const std::optional<QJsonValue> json = mayBeJSON ? VXJSONFromText(value.toUtf8()) : std::nullopt;
     options->insert(text.first(equals), json ? VXVariantFromJSON(*json) : QVariant(value));
     return true;

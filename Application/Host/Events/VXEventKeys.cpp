@@ -13,12 +13,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** What a filter asks an object for. */
+/** What a filter checks in an object. */
 struct Asked
 {
     QStringList key;      // a key path
-    bool isRight = false; // of the operator, where texts mostly stand
-    QVariant other = {};  // what it is compared with, where that is known
+    bool isRight = false; // to the right of the operator, where usually the texts are
+    QVariant other = {};  // what it is compared with, if that is known
 };
 
 void addKeys(const VXExpression &expression, const VXExpression &other, bool isRight, QList<Asked> &asked)
@@ -40,7 +40,8 @@ void addKeys(const VXPredicate &predicate, QList<Asked> &asked)
     addKeys(predicate.right(), predicate.left(), true, asked);
 }
 
-// Lists of a contact are objects; what of them is a text. Null when the key path leads to no such list.
+// Lists of a contact consist of objects; this is the key of their text. Null if the key path does not lead to such a
+// list.
 QString textKeyOfList(const QStringList &keys)
 {
     static const QMap<QString, QString> texts{{u"groups"_s, u"name"_s},
@@ -57,8 +58,8 @@ bool hasLetters(const QVariant &value)
     return std::ranges::any_of(text, [](QChar character) { return character.isLetter(); });
 }
 
-// "\"contact.nme\", but a contact has only ...": what the key path asks a contact for and it does not have. Null where it does, or
-// nothing is known.
+// "\"contact.nme\", but a contact has only ...": what the key path expects of a contact but a contact does not have.
+// Null if it has it, or nothing is known.
 QString doubtOfContactKeys(const QStringList &keys)
 {
     static const QString further = u"displayString"_s;
@@ -90,7 +91,7 @@ QStringList columnsIn(const QVariant &value)
     return columns;
 }
 
-// The key paths in braces, as texts of reactors have them.
+// The key paths in braces, as in texts of reactors.
 QStringList fieldsIn(const QString &text, QString *problem)
 {
     QStringList fields;

@@ -49,7 +49,7 @@ QString reasonOf(const VXTriggerRecord &trigger)
     return {};
 }
 
-// Of a reactor that did not run, as things are now.
+// Why a reactor did not run, according to the present state.
 QString absenceOf(const QString &identifier)
 {
     const VXPluginProxy *const plugin = VXPluginManager::sharedPluginManager().pluginWithIdentifier(identifier);

@@ -30,7 +30,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Null with a problem when there is no such exporter that could run.
+// Null with a problem if there is no such exporter that can run.
 std::shared_ptr<VXExporterPlugin> exporterForIdentifier(const VXPluginManager &manager, const QString &identifier,
                                                         QString *problem)
 {
@@ -41,7 +41,7 @@ std::shared_ptr<VXExporterPlugin> exporterForIdentifier(const VXPluginManager &m
     return exporter;
 }
 
-// What is exported, with the context that stored objects belong to.
+// What is exported, with the context to which stored objects belong.
 struct Objects
 {
     std::unique_ptr<VXManagedObjectContext> context = nullptr;
@@ -66,7 +66,7 @@ std::optional<VXFetchRequest> requestFor(const VXHostOptions &options, const VXP
     return problem->isNull() ? std::optional(request) : std::nullopt;
 }
 
-// Takes objects of a store. @return the problem; null when there is none.
+// Fetches objects of a store. @return the problem; null if there is none.
 QString fetchObjects(const VXHostOptions &options, Objects &objects)
 {
     QString problem;
@@ -85,7 +85,7 @@ QString fetchObjects(const VXHostOptions &options, Objects &objects)
     return {};
 }
 
-// The objects in a list, or in what "devices do" answers; else the value itself.
+// The objects in a list, or in an answer of "devices do"; otherwise the value itself.
 QJsonArray objectsIn(const QJsonValue &json)
 {
     if (json.isArray())
@@ -94,7 +94,7 @@ QJsonArray objectsIn(const QJsonValue &json)
     return items.isArray() ? items.toArray() : QJsonArray{json};
 }
 
-// Takes objects from JSON in a file, or on standard input. @return the problem; null when there is none.
+// Reads objects from JSON in a file or on standard input. @return the problem; null if there is none.
 QString readObjects(const VXHostOptions &options, Objects &objects)
 {
     const QString path = options.value(u"from"_s);
@@ -128,7 +128,7 @@ bool isToOutput(const VXHostOptions &options)
     return options.value(u"to"_s) == "-"_L1;
 }
 
-// What the user says for this export; the file wins over an option of that name.
+// The user's options for this export; the file takes precedence over an option of that name.
 QVariantMap givenOptions(const VXHostOptions &options, QString *problem)
 {
     QVariantMap given;
@@ -140,24 +140,24 @@ QVariantMap givenOptions(const VXHostOptions &options, QString *problem)
     return given;
 }
 
-// The exported bytes on standard output.
+// Writes the exported bytes to standard output.
 int answerFile(VXHostContext &context, const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) && file.exists()) // of nothing there may be no file
+    if (!file.open(QIODevice::ReadOnly) && file.exists()) // an export of nothing may not make a file
         return context.output.fail(file.errorString());
     context.output.answerBytes(file.readAll());
     return VXHostOutput::Done;
 }
 
-// As the exporters that ship read it.
+// Interpreted like the exporters that ship with the program do it.
 bool appends(const QVariantMap &given)
 {
     static const QStringList no{u"false"_s, u"no"_s, u"0"_s, QString()};
     return !given.contains(u"append"_s) || !no.contains(given.value(u"append"_s).toString().toLower());
 }
 
-// Of what goes to standard output nobody knows the file that it went to first.
+// When exporting to standard output, nobody knows the temporary file.
 QString textOf(const VXError &failure, const VXHostOptions &options)
 {
     if (!isToOutput(options))
@@ -223,7 +223,7 @@ int runExport(VXHostContext &context)
     QVariantMap given = givenOptions(context.options, &problem);
     if (!problem.isNull())
         return context.output.failUsage(problem, VXHostUsage(context.options));
-    const QTemporaryDir folder; // exporters write files
+    const QTemporaryDir folder; // because exporters write files
     if (isToOutput(context.options))
         given.insert(VXExporterOptionsFilePathKey, folder.filePath(u"export"_s));
     return VXRunWithPlugins(context, [&](VXPluginManager &manager) { return exportObjects(context, manager, given); });

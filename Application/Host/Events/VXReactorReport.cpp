@@ -38,7 +38,7 @@ QJsonArray jsonOf(const VXReactorOptions &options)
     return list;
 }
 
-// "(default: true)"; what must be known besides the meaning.
+// "(default: true)"; what must be known in addition to the meaning.
 QString remarkOn(const QJsonObject &option)
 {
     if (option[u"needed"_s].toBool())

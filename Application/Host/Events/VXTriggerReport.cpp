@@ -25,7 +25,7 @@ QJsonObject jsonOf(const VXReaction &reaction)
             {u"problem"_s, VXJSONFromVariant(reaction.problem())}};
 }
 
-// By the last part of its identifier, unless that is another's too; with what keeps it from running.
+// The last part of its identifier, unless another plugin has the same; with what prevents it from running.
 QString shownReactor(const VXReaction &reaction)
 {
     const QString identifier = reaction.bundleIdentifier();

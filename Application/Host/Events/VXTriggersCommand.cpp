@@ -71,7 +71,7 @@ int list(VXHostContext &context, VXTriggerStore &triggers)
 
 // -- Adding and changing
 
-/** What the command line says of a trigger. */
+/** What the command line says about a trigger. */
 struct Arguments
 {
     VXTriggerChange change = {};
@@ -79,7 +79,7 @@ struct Arguments
     QString problem = {}; // why there is no such reactor
 };
 
-// One that is installed may be set up before it is enabled. Null, with the problem, when it is none.
+// An installed reactor may be set up before it is enabled. Null, with the problem, if it is not a reactor.
 QString reactorIdentifier(VXHostContext &context, const QString &text, QString *problem)
 {
     const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
@@ -96,7 +96,8 @@ QString reactorIdentifier(VXHostContext &context, const QString &text, QString *
     return {};
 }
 
-// The reactors with the options that follow each; without a reactor they change those of the only one that the edited trigger has.
+// The reactors with the options that follow each; options without a reactor change those of the edited trigger's only
+// one.
 QList<Reaction> reactionArguments(VXHostContext &context, const VXTrigger &edited, Arguments &arguments)
 {
     QList<Reaction> reactions;
@@ -116,7 +117,7 @@ QList<Reaction> reactionArguments(VXHostContext &context, const VXTrigger &edite
     for (Reaction &reaction : reactions) {
         VXLengthenKeys(reaction.identifier, &reaction.options);
         const QString file = reaction.options.value(VXExporterOptionsFilePathKey).toString();
-        if (!file.isEmpty() && !file.startsWith(u'~')) // from here, wherever the event will be posted
+        if (!file.isEmpty() && !file.startsWith(u'~')) // relative to this folder, wherever the event will be posted
             reaction.options[VXExporterOptionsFilePathKey] = QDir::current().absoluteFilePath(file);
     }
     return reactions;
@@ -140,7 +141,7 @@ Arguments argumentsOf(VXHostContext &context, const VXTrigger &edited = {})
     return arguments;
 }
 
-// What the error names is a reactor's option or a filter; of options here is how to see which there are.
+// The error names a reactor's option or a filter; for options, this adds how to list them.
 int refused(VXHostContext &context, const VXTriggerChange &change, const VXError &error)
 {
     const QString text = VXErrorText(error);
@@ -295,7 +296,7 @@ const Verb verbs[] = {
     {ofTrigger(u"test"_s), nullptr, test},
 };
 
-// What can be told without looking at the triggers; null for nothing.
+// Mistakes that can be found without looking at the triggers; null if there are none.
 QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     return verb.runWithTrigger == move && options.value(u"place"_s).toLongLong() < 1

@@ -7,13 +7,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// What is left on the phone, until the next sync, of a message whose copy is elsewhere.
+// The message on the phone, until the next sync, if its copy is elsewhere.
 bool isGoneFromPhone(const VXManagedObjectPtr &message)
 {
     return message->valueForKey(u"pending"_s).toInt() == static_cast<int>(VXPendingChange::Remove);
 }
 
-// The newest message that is the same, and not on a phone. Null for none.
+// The newest message that is the same but not on a phone. Null if there is none.
 VXManagedObjectPtr copyOf(const VXManagedObjectPtr &message, VXManagedObjectContext &context)
 {
     VXFetchRequest request(message->entity());

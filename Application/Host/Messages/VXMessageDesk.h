@@ -8,7 +8,7 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/** What the verbs of "vornix messages" work with. */
+/** What the verbs of "vornix messages" need. */
 struct VXMessageDesk
 {
     VXHostContext &host;
@@ -19,21 +19,22 @@ struct VXMessageDesk
     int fail(const QString &text) const { return host.output.fail(text); }
     int fail(const VXError &error) const { return fail(error.localizedDescription()); }
 
-    /** The folder with that name or URI, also that of a phone by its name; null, told, for none. */
+    /** The folder with that name or URI, or that of a phone by its name; null, with a message to the user, if there is
+     *  none. */
     VXManagedObjectPtr folderNamed(const QString &text) const;
-    /** The message with that ID, as "list" shows it, or that URI; null, told, for none. Of one that was moved off its phone the
-     *  copy, which is told too. */
+    /** The message with that ID, as "list" shows it, or that URI; null, with a message to the user, if there is none.
+     *  For one that was moved off its phone, the copy, which is also reported. */
     VXManagedObjectPtr messageNamed(const QString &text) const;
-    /** All of them; empty, told, when there is one that is none. */
+    /** All of them; empty, with a message to the user, if one of them does not exist. */
     QList<VXManagedObjectPtr> messagesNamed(const QStringList &texts) const;
-    /** Saves what was changed, and answers; else tells why not. */
+    /** Saves the changes, and answers; otherwise says why that was impossible. */
     int saveAndAnswer(const QString &text, const QJsonObject &json) const;
 };
 
 /** "x-coredata://..." */
 [[nodiscard]] QString VXURIOfObject(const VXManagedObjectPtr &object);
 
-// The verbs about folders, and those that remove messages. Each answers an exit status.
+// The verbs about folders, and those that remove messages. Each returns an exit status.
 int VXShowMessageFolders(const VXMessageDesk &desk);
 int VXAddMessageFolder(const VXMessageDesk &desk);
 int VXRenameMessageFolder(const VXMessageDesk &desk);

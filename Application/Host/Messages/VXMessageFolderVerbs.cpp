@@ -20,7 +20,7 @@ namespace {
 
 const QString smartEntity = u"VXSmartDeviceFolder"_s;
 
-// What sort of folder it is, in a word.
+// The kind of folder, in one word.
 QString kindOf(const Folder &folder)
 {
     const QString entity = folder->entity().name();
@@ -39,7 +39,7 @@ QString conditionOf(const Folder &smart)
     return predicate ? predicate->predicateFormat() : QString();
 }
 
-// That of a phone by the phone's name: people take its URL for noise.
+// A phone's folder is shown with the phone's name: people ignore its URL.
 QString shownTitle(const Folder &folder)
 {
     const QString title = VXMessageStore::folderTitle(folder);
@@ -63,7 +63,7 @@ QJsonObject jsonOf(const Folder &folder)
 int saveAndShow(const VXMessageDesk &desk, const QString &text, const Folder &folder)
 {
     VXError error;
-    if (!desk.context.save(&error)) // before it is shown: a new one gets its URI thereby
+    if (!desk.context.save(&error)) // before it is shown: saving gives a new one its URI
         return desk.fail(error);
     desk.host.output.answer(text.arg(VXMessageStore::folderTitle(folder)), jsonOf(folder));
     return VXHostOutput::Done;
@@ -75,7 +75,8 @@ std::optional<qsizetype> countOf(const VXMessageDesk &desk, const Folder &folder
     return request ? desk.context.countForFetchRequest(*request, error) : std::nullopt;
 }
 
-// The phone whose messages a smart folder shows: that of --device, or the only one. Null, told, for none.
+// The phone whose messages a smart folder shows: that of --device, or the only one. Null, with a message to the user,
+// if there is none.
 QUrl phoneToShow(const VXMessageDesk &desk)
 {
     if (const QString named = desk.host.options.value(u"device"_s); !named.isNull())
@@ -198,7 +199,7 @@ int VXDeleteMessages(const VXMessageDesk &desk)
     VXError error;
     if (!desk.context.save(&error))
         return desk.fail(error);
-    QStringList names; // a message on a phone has a copy in the trash, with an ID of its own
+    QStringList names; // a message on a phone has a copy in the trash with its own ID
     for (const VXManagedObjectPtr &message : std::as_const(trashed))
         names.append(u'p' + QString::number(message->objectID().number()));
     const QString text =

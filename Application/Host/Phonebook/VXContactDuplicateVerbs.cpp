@@ -30,7 +30,7 @@ QStringList idsOf(const VXDuplicateContacts &duplicates)
     return ids;
 }
 
-// By its number in the list, or by a name that one of them has.
+// True if it is the number in the list, or a name of one of them.
 bool isNamed(const VXDuplicateContacts &duplicates, qsizetype number, const QString &text)
 {
     const auto hasName = [&](const VXContactRecord &contact) {
@@ -40,7 +40,7 @@ bool isNamed(const VXDuplicateContacts &duplicates, qsizetype number, const QStr
            std::ranges::any_of(duplicates.contacts, hasName);
 }
 
-/** Those of the duplicates that the operands choose. */
+/** The duplicates that the operands select. */
 class Choice
 {
 public:
@@ -60,14 +60,14 @@ public:
             if (isThis || place >= 0)
                 _met.append(operand);
         }
-        // One ID stands for all that are the same person, several for just these.
+        // One ID stands for everyone who is the same person, several IDs for just these.
         const bool isSome = !isWhole && persons.size() > 1 && persons.size() < ids.size();
         if (isWhole || !persons.isEmpty())
             _chosen.append({number, isSome ? _finder.some(duplicates, persons) : duplicates});
     }
 
     const QList<std::pair<qsizetype, VXDuplicateContacts>> &chosen() const { return _chosen; }
-    /** Null when each operand names one. */
+    /** Null if each operand selects one. */
     QString unknownOperand() const
     {
         const auto unknown = std::ranges::find_if(_operands, [&](const QString &each) { return !_met.contains(each); });

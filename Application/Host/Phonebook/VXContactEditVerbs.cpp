@@ -29,7 +29,7 @@ using PostalAddress = VXContactRecord::PostalAddress;
 
 namespace {
 
-// "+1 555 0100/Hm", the letters behind the last slash
+// "+1 555 0100/Hm", with the letters after the last slash
 Address addressFrom(const QString &text)
 {
     const qsizetype slash = text.lastIndexOf(u'/');
@@ -46,7 +46,7 @@ bool isSamePlace(const PostalAddress &a, const PostalAddress &b)
     return std::ranges::all_of(postalParts, [&](QString PostalAddress::*part) { return a.*part == b.*part; });
 }
 
-// "1 Mill Lane; Town; State; 12345; Country/H": the parts in this order, those behind it may be missing
+// "1 Mill Lane; Town; State; 12345; Country/H": the parts in this order; the last ones may be omitted
 PostalAddress postalAddressFrom(const QString &text)
 {
     const Address whole = addressFrom(text);
@@ -69,7 +69,7 @@ void setName(VXContactRecord &contact, const QString &name)
     contact.lastName = comma >= 0 ? plain.first(comma).trimmed() : plain.sliced(blank < 0 ? plain.size() : blank + 1);
 }
 
-// A name, or a phonebook string: "Jane Doe <+1 555 0100/m>", or the number or address alone.
+// A name, or a phonebook string: "Jane Doe <+1 555 0100/m>", or just the number or address.
 void setWhole(VXContactRecord &contact, const QString &text)
 {
     QString name;
@@ -92,7 +92,7 @@ QString VXContactRecord::*textField(const QString &option)
     return fields.value(option, nullptr);
 }
 
-// False when nothing of the contact was that.
+// False if the contact contains no such value.
 bool drop(VXContactRecord &contact, const QString &value)
 {
     qsizetype count = contact.groups.removeAll(value);
@@ -113,7 +113,7 @@ bool drop(VXContactRecord &contact, const QString &value)
     return count > 0;
 }
 
-// @return what is wrong with an option; null when it is done.
+// @return what is wrong with an option; null on success.
 QString apply(VXContactRecord &contact, const QString &option, const QString &value)
 {
     if (const auto field = textField(option)) {
@@ -149,24 +149,25 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
     return {};
 }
 
-// The status with which the command ends when one was refused, and told; none when all were taken.
+// The exit status if an option was refused and reported; none if all were accepted.
 std::optional<int> applyOptions(VXHostContext &context, VXContactRecord &contact)
 {
     for (const auto &[option, value] : context.options.occurrences()) {
         const QString problem = apply(contact, option, value);
         if (problem.isNull())
             continue;
-        return option == "drop"_L1 ? context.output.fail(problem) // by what the contact has
+        return option == "drop"_L1 ? context.output.fail(problem) // depending on what the contact has
                                    : context.output.failUsage(problem, VXHostUsage(context.options));
     }
     return std::nullopt;
 }
 
-// The store of contacts, and the lock under which a command looks and then saves: the second sees what the first did.
+// The store of contacts, and the lock under which a command looks up and then saves, so that a second one sees what the
+// first did.
 class ContactsToChange
 {
 public:
-    // What is in the way is told.
+    // Reports whatever prevents changes.
     explicit ContactsToChange(VXHostContext &context) : _store(VXOpenContacts(context))
     {
         VXError error;
@@ -176,7 +177,7 @@ public:
         }
     }
 
-    const VXPersistentStoreCoordinator::Ptr &store() const { return _store; } // null: there is something in the way
+    const VXPersistentStoreCoordinator::Ptr &store() const { return _store; } // null: changes are impossible
 
 private:
     VXPersistentStoreCoordinator::Ptr _store;

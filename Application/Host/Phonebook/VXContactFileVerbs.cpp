@@ -33,7 +33,7 @@ namespace {
 using Outcome = VXImportedContact::Outcome;
 
 constexpr qsizetype batchSize = 200;
-constexpr qsizetype mostShown = 50; // contacts and problems, to people
+constexpr qsizetype mostShown = 50; // contacts and problems shown to people
 
 QString outcomeName(Outcome outcome)
 {
@@ -58,7 +58,7 @@ QJsonObject jsonOf(const VXContactImportReport &report)
 
 QString textOf(const VXContactImportReport &report, bool isDryRun)
 {
-    // Once it is done, only what had another value before.
+    // After an import, only those that had another value before.
     QList<VXImportedContact> told = report.contacts;
     told.removeIf([&](const VXImportedContact &each) { return !isDryRun && each.replaced.isEmpty(); });
     QList<QStringList> rows;
@@ -75,7 +75,7 @@ QString textOf(const VXContactImportReport &report, bool isDryRun)
                       .arg(report.leftOut);
 }
 
-// Of an import that was broken off: what is in by then, and what to do.
+// For an import that was broken off: what has been imported by then, and what to do.
 QString textOfPart(const VXContactImportReport &report)
 {
     if (report.added + report.changed == 0)
@@ -93,13 +93,13 @@ void noteProblems(VXHostContext &context, const QString &path, const QList<VXCar
         context.output.note(u"%1: %2 more problems"_s.arg(path).arg(problems.size() - mostShown));
 }
 
-// Writes card after card; false when writing failed.
+// Writes the cards one by one; false if writing failed.
 bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIODevice &device, qsizetype *count)
 {
     for (const VXManagedObjectPtr &person : persons) {
         const QByteArray card = VXCardWriter::card(QVariant::fromValue(person), version);
         if (card.isNull())
-            continue; // no contact: without a name, number or address
+            continue; // not a contact: without a name, number or address
         ++*count;
         if (device.write(card) != card.size())
             return false;
@@ -107,7 +107,7 @@ bool writeCards(const VXFetchResult &persons, VXCardWriter::Version version, QIO
     return true;
 }
 
-// What an export may not take the place of: a file that is no export.
+// Why an export must not replace the file: it is not an export.
 QString whyNotReplaced(const QString &path)
 {
     QFile file(path);
@@ -119,7 +119,7 @@ QString whyNotReplaced(const QString &path)
                                                     : u"%1 is there and holds no vCards; it stays as it is"_s.arg(path);
 }
 
-// To standard output the cards alone go.
+// Standard output gets nothing but the cards.
 int exportToOutput(VXHostContext &context, const VXFetchResult &persons, VXCardWriter::Version version)
 {
     if (context.output.isJSON())
@@ -148,7 +148,7 @@ int VXImportContacts(VXHostContext &context)
     VXCardReader reader(file);
     VXContactImport import(coordinator, QFileInfo(path).fileName());
     import.setDryRun(isDryRun);
-    // Standard input may be waited for: there an interrupt ends the program at once.
+    // Reading standard input may block, so there an interrupt ends the program at once.
     bool isInterrupted = false;
     std::optional<VXSignalWatcher> interrupt;
     if (path != "-"_L1)

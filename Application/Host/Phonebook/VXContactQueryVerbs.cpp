@@ -43,7 +43,7 @@ QJsonObject jsonOf(const VXManagedObject &entry)
             {u"contact"_s, person ? QJsonValue(VXShownContact(person).json(false)) : QJsonValue()}};
 }
 
-// Empty, and told, for what is neither a number nor an address.
+// None, with a message to the user, for something that is neither a number nor an address.
 std::optional<QList<VXContactCandidate>> candidatesFor(VXHostContext &context, VXManagedObjectContext &contacts,
                                                        const QString &text)
 {
@@ -89,7 +89,8 @@ int lookUpAll(VXHostContext &context, const QString &text)
     return candidates->isEmpty() ? VXHostOutput::Failed : VXHostOutput::Done;
 }
 
-// The groups that are asked for, as they are called. Empty where none are; none, and told, when one is not there.
+// The requested groups by their names. Empty if none was requested; none, with a message to the user, if one does not
+// exist.
 std::optional<QVariantList> askedGroups(VXHostContext &context, VXManagedObjectContext &contacts)
 {
     QStringList known;
@@ -118,7 +119,10 @@ std::optional<QVariantList> askedGroups(VXHostContext &context, VXManagedObjectC
     return asked;
 }
 
-/** The rows of contacts, piece by piece, in columns that fit the output: the first piece decides which these are. */
+/**
+ * The rows of contacts, piece by piece, in columns that fit the output: the first piece decides which columns these
+ * are.
+ */
 class ContactTable
 {
 public:
@@ -172,7 +176,7 @@ private:
     VXHostOutput &_output;
     QList<QStringList> _rows{VXShownContact::titles()};
     QList<qsizetype> _widths;
-    QList<qsizetype> _gone; // columns, in the order in which they are taken away
+    QList<qsizetype> _gone; // columns, in the order in which they are dropped
     bool _isFitted = false;
     bool _isNarrow = false;
 };

@@ -24,14 +24,14 @@ QStringList VXShownAddresses(const QList<VXContactRecord::Address> &addresses)
 
 namespace {
 
-// With the letters of its type, if it has any.
+// Appends the letters of its type, if it has any.
 QString withType(const QString &text, unsigned type)
 {
     const QString letters = VXStringFromPhonebookTypeMask(type);
     return letters.isNull() ? text : text + " ("_L1 + letters + u')';
 }
 
-// As it stands on a letter, on one line.
+// As on an envelope, but on one line.
 QString shownAddress(const VXContactRecord::PostalAddress &address)
 {
     QStringList town{address.zip, address.city};
@@ -70,7 +70,7 @@ QJsonObject VXShownContact::json(bool withImage) const
 QString VXShownContact::text() const
 {
     QJsonObject shown = json(false);
-    QStringList urls; // which have slashes of their own
+    QStringList urls; // these contain slashes themselves
     for (const VXContactRecord::Address &url : contact.urls)
         urls.append(withType(url.value, url.type));
     QStringList addresses;

@@ -17,13 +17,13 @@ struct VXShownContact
     VXContactRecord contact;
 
     static QStringList titles();
-    /** Of a table. */
+    /** For a table. */
     QStringList columns() const;
     /** With or without the picture, which may be large. */
     QJsonObject json(bool withImage) const;
-    /** For people, with all there is. */
+    /** For people, with everything there is. */
     QString text() const;
 };
 
-/** Numbers or addresses with the letters of their types, as "+1 555 0100/m". */
+/** Numbers or addresses with the letters of their types, such as "+1 555 0100/m". */
 [[nodiscard]] QStringList VXShownAddresses(const QList<VXContactRecord::Address> &addresses);

@@ -5,7 +5,7 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-// What "vornix phonebook" does with the contacts that are kept. Each verb answers an exit status.
+// What "vornix phonebook" does with the stored contacts. Each verb returns an exit status.
 
 /** A verb that needs the store of contacts. */
 struct VXContactVerb : VXHostVerb

@@ -92,7 +92,7 @@ QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const
              text, VXPhonebookPropertyAll, mostCompletions)) {
         QString name = entry;
         QString address;
-        static_cast<void>(VXPhonebookStringSplit(entry, &name, &address)); // else it is a name alone
+        static_cast<void>(VXPhonebookStringSplit(entry, &name, &address)); // otherwise it is just a name
         const auto candidates = VXIsValidEmailAddress(address) ? lookup.forEmailAddress(address, 0, name)
                                                                : lookup.forPhoneNumber(address, 0, name);
         const VXManagedObjectPtr found = VXContactLookup::best(candidates);

@@ -6,19 +6,19 @@
 
 #include <memory>
 
-/** The store of contacts; null when it is not there, which the output was told. */
+/** The store of contacts; null if it is missing, which the output has reported. */
 [[nodiscard]] VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context);
 
-/** Those of whom something begins like the text, as what is typed is completed; each once, the nearest first. */
+/** Contacts that have something that begins like the text, as in completion; each once, the nearest first. */
 [[nodiscard]] QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const QString &text,
                                                        unsigned mostCompletions = 20);
-/** "; near it are: Jane Doe (p1), Jane Roe (p3)"; empty when there are none. */
+/** "; near it are: Jane Doe (p1), Jane Roe (p3)"; empty if there are none. */
 [[nodiscard]] QString VXTextOfContactsNear(VXManagedObjectContext &contacts, const QString &text);
 
 /**
- * The contact that the operand behind the verb names: "p12", a URI or UID, a phone number or e-mail address, or the name, if
- * only one has it; to look at it, the beginning of a name that only one has will do. The person is null when there is none, or
- * several, or no store, which the output was told.
+ * The contact that the operand after the verb names: "p12", a URI or UID, a phone number or e-mail address, or the
+ * name, if only one has it; for looking at it, the beginning of a name is sufficient if only one has it. The person is
+ * null if there is none, if there are several, or if there is no store, which the output has reported.
  */
 struct VXNamedContact
 {

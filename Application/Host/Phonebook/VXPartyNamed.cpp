@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr unsigned mostCompletions = 100; // of a name
+constexpr unsigned mostCompletions = 100; // for a name
 
 QString failed(VXHostContext &context, const QString &text)
 {
@@ -58,7 +58,7 @@ QStringList keysOfPerson(const VXManagedObjectPtr &person)
     return keys;
 }
 
-// Of a conversation: of a number with the code of its country the rest, by which numbers are compared.
+// Beginnings of a conversation's key: for a number with a country code, the rest, by which numbers are compared.
 QStringList beginningsOf(const QString &text)
 {
     QStringList beginnings{VXConversationKey(text)};
@@ -68,13 +68,13 @@ QStringList beginningsOf(const QString &text)
     return beginnings;
 }
 
-/** Those with whom there are messages and who may be meant, each with all conversations. */
+/** People with whom messages were exchanged and who may be meant, each with all conversations. */
 class Parties
 {
 public:
     Parties(const VXMessageStore &store, VXManagedObjectContext &messages) : _store(store), _messages(messages) {}
 
-    /** False when there are no messages of that conversation. */
+    /** False if there are no messages in that conversation. */
     bool add(const QString &conversation)
     {
         const VXManagedObjectPtr message = first(u"conversation == %@"_s, conversation);
@@ -89,7 +89,7 @@ public:
                 return;
         }
     }
-    /** Each by a step along the index of conversations. */
+    /** Finds each by a step along the index of conversations. */
     void addThoseThatBegin(const QString &beginning)
     {
         VXManagedObjectPtr message = first(u"conversation >= %@"_s, beginning);
@@ -100,7 +100,7 @@ public:
     }
 
     const QStringList &names() const { return _names; }
-    /** Of all of them. */
+    /** Those of all people. */
     QStringList conversations() const { return _conversations; }
 
 private:

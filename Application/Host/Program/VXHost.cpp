@@ -40,7 +40,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Timers, slots and events of plugins run in the event loop: what they throw is told, and the program goes on.
+// Timers, slots and events of plugins run in the event loop: exceptions from them are reported, and the program goes
+// on.
 class GuardedApplication : public QCoreApplication
 {
 public:
@@ -73,7 +74,7 @@ VXTerminalUserInterface::Policy answerPolicy(const VXHostOptions &options)
     return answer == "cancel"_L1 ? VXTerminalUserInterface::Policy::Cancel : VXTerminalUserInterface::Policy::Ask;
 }
 
-// Before anything asks for a folder.
+// To be called before anything asks for a folder.
 bool setHome(const VXHostOptions &options, VXHostOutput &output)
 {
     const QString home = options.value(u"home"_s);
@@ -87,7 +88,7 @@ bool setHome(const VXHostOptions &options, VXHostOutput &output)
     return true;
 }
 
-// Folders that nothing can be kept in are a reason that people can do something about.
+// If nothing can be stored in the folders, that is a reason people can do something about.
 int failWithReason(VXHostContext &context, const QString &text)
 {
     const QString problem = VXProblemOfUserFolders();
@@ -105,7 +106,7 @@ int runCommand(VXHostContext &context)
     }
 }
 
-// Inside the event loop, as every other event: a command may quit the loop, be relaunched, run modal sessions.
+// Inside the event loop, like every other event: a command may quit the loop, be relaunched, or run modal sessions.
 int runInEventLoop(VXHostContext &context)
 {
     int status = VXHostOutput::Failed;
@@ -126,7 +127,7 @@ int runApplication(VXHostContext &context)
     VXInitializeFramework();
     VXInitializeInterface();
     VXRegisterDefaultsOfBundle(*VXBundle::mainBundle());
-    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves); // unless the command is one that stays
+    VXMetaDataSync::setWork(VXMetaDataWork::OwnSaves); // unless the command stays
     VXScriptingTransport::setMaker([] { return VXMakeScriptingTransport(); });
     VXApplication &application = VXApplication::sharedApplication();
     application.setUserInterface(std::make_unique<VXTerminalUserInterface>(answerPolicy(context.options)));
@@ -148,7 +149,7 @@ int runApplication(VXHostContext &context)
     return status;
 }
 
-// What needs no application: mistakes, --version and --help. None when there is a command to run.
+// Deals with what needs no application: mistakes, --version and --help. None if there is a command to run.
 std::optional<int> answerWithoutApplication(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
@@ -172,7 +173,8 @@ int runInApplication(int argc, char **argv, VXHostContext &context)
     return runApplication(context);
 }
 
-// A thread that ends later would meet static objects that are gone: then the process ends without destroying them.
+// A thread that ends later would access static objects that are gone: in that case the process ends without destroying
+// them.
 int end(VXHostOutput &output, int status)
 {
     constexpr std::chrono::seconds longestWait{3};
@@ -184,8 +186,8 @@ int end(VXHostOutput &output, int status)
     ::_exit(result);
 }
 
-// A standard descriptor that the caller closed would be given to the next file opened. These cannot be used for what
-// they stand for, so that reading and writing fail as they should.
+// If the caller has closed a standard descriptor, the next file opened would get its number. Dummies take these numbers
+// that cannot be used for what they stand for, so that reading and writing fail as they should.
 void occupyStandardDescriptors()
 {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -200,11 +202,12 @@ int VXHost::run(int argc, char **argv)
 {
     occupyStandardDescriptors();
     VXLetUserHaveOwnFiles();
-    for (const int each : {SIGPIPE, SIGXFSZ}) // a reader that went away, a limit reached: a failed write, not the end
+    // A reader that went away, or a limit that was reached, is a failed write, not the end.
+    for (const int each : {SIGPIPE, SIGXFSZ})
         std::signal(each, SIG_IGN);
     const VXHostCommandTable &commands = VXHostCommandTable::standard();
     const VXHostOptions options(decodedArguments(argc, argv), commands);
-    // Not on the stack, where a crash may leave nothing to answer with.
+    // Not on the stack, which a crash may leave unusable.
     const auto ownedOutput = std::make_unique<VXHostOutput>(STDOUT_FILENO, STDERR_FILENO, options.isSet(u"json"_s));
     VXHostOutput &output = *ownedOutput;
     VXHostContext context{options, commands, output};

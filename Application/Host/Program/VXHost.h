@@ -1,6 +1,6 @@
 #pragma once
 
-/** Runs the command line program: the whole of it, so that main() is one line. */
+/** Runs the command line program: all of it, so that main() is a single line. */
 class VXHost
 {
 public:

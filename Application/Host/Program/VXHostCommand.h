@@ -16,36 +16,36 @@ class VXHostOutput;
 struct VXHostOption
 {
     QString name;        // without the dashes
-    QString placeholder; // of its value, as "DIR"; null for a switch
+    QString placeholder; // for its value, such as "DIR"; null for a switch
     QString summary;
     QStringList choices = {}; // the values it takes; empty: any
-    QStringList verbs = {};   // the names of those that it goes with; empty: any
-    bool mayRepeat = false;   // of one with a value
-    QString valueKind = {};   // what its values name, for the completion: a kind of VXWordsOfKind
-    bool mayBeEmpty = false;  // its value
+    QStringList verbs = {};   // the names of the verbs it goes with; empty: any
+    bool mayRepeat = false;   // if it has a value
+    QString valueKind = {};   // what its values name, for completion: a kind of VXWordsOfKind
+    bool mayBeEmpty = false;  // whether its value may be empty
 };
 
-/** What the first operand of a command says that it shall do, and the operands behind that one. */
+/** The first operand of a command, which says what it should do, and the operands after it. */
 struct VXHostVerb
 {
     static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 
     QString name;
-    QString operands = {};         // as "DEVICE KEY=VALUE..."; null for none
+    QString operands = {};         // such as "DEVICE KEY=VALUE..."; null for none
     qsizetype minimum = 0;         // of them
     qsizetype maximum = 0;         //
-    QStringList operandKinds = {}; // what they name, for the completion: kinds of VXWordsOfKind, or "files"
-    bool mayEndEmpty = false;      // whether the last of the needed ones may be an empty text
+    QStringList operandKinds = {}; // what they name, for completion: kinds of VXWordsOfKind, or "files"
+    bool mayEndEmpty = false;      // whether the last required one may be an empty text
 };
 
-/** The verbs of a command's own table, where ways to run them follow each. */
+/** The verbs of a command's own table, whose entries consist of a verb followed by ways to run it. */
 template <class Verbs>
 [[nodiscard]] QList<VXHostVerb> VXHostVerbsOf(const Verbs &verbs)
 {
     return QList<VXHostVerb>(std::begin(verbs), std::end(verbs));
 }
 
-/** What a command gets to run with. */
+/** What a command gets when it runs. */
 struct VXHostContext
 {
     const VXHostOptions &options;
@@ -53,20 +53,20 @@ struct VXHostContext
     VXHostOutput &output;
 };
 
-/** One command of the program: everything that parsing, help, completion and the man page need to know of it. */
+/** One command of the program: everything that parsing, help, completion and the man page need to know about it. */
 struct VXHostCommand
 {
     QString name;
     QString summary;
-    QStringList otherNames = {}; // by which people may look for it
-    QString synopsis = {};       // its operands, as "FILE", when it has no verbs; null for none
+    QStringList otherNames = {}; // by which people may search for it
+    QString synopsis = {};       // its operands, such as "FILE", if it has no verbs; null for none
     QString details = {};        // paragraphs for its help
     QList<VXHostOption> options = {};
     qsizetype minimumOperands = 0;
     qsizetype maximumOperands = 0;
-    QStringList operandKinds = {}; // as a verb's
+    QStringList operandKinds = {}; // as in a verb
     QList<VXHostVerb> verbs = {};  // empty: the operands are those above
-    bool needsVerb = false;        // else the first is meant when none is named
+    bool needsVerb = false;        // otherwise the first one is used if none is named
     bool isHidden = false;
 
     QStringList verbNames() const
@@ -76,6 +76,6 @@ struct VXHostCommand
             names.append(verb.name);
         return names;
     }
-    /** Answers the exit status, one of VXHostOutput's. */
+    /** Returns the exit status, one of VXHostOutput's. */
     std::function<int(VXHostContext &)> run;
 };

@@ -4,11 +4,11 @@
 
 #include <vector>
 
-/** The commands of the program, and the options that go with all of them. */
+/** The commands of the program, and the options that all of them have. */
 class VXHostCommandTable
 {
 public:
-    /** The program's own, and the hidden ones that make documents. */
+    /** The program's own commands, and the hidden ones that make documents. */
     static const VXHostCommandTable &standard();
 
     VXHostCommandTable(std::vector<VXHostCommand> commands, QList<VXHostOption> globalOptions);
@@ -16,11 +16,11 @@ public:
     const std::vector<VXHostCommand> &commands() const { return _commands; }
     const QList<VXHostOption> &globalOptions() const { return _globalOptions; }
 
-    /** Nullptr when there is no such command. */
+    /** Nullptr if there is no such command. */
     const VXHostCommand *find(const QString &name) const;
     /** The names of the commands that are not hidden. */
     QStringList names() const;
-    /** Behind the telling that there is no command of that name: which one may be meant, as VXDidYouMean says it. */
+    /** Appended to the message that there is no such command: which one may be meant, in the form of VXDidYouMean. */
     QString hintFor(const QString &name) const;
 
 private:

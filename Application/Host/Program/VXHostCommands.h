@@ -2,7 +2,7 @@
 
 #include "VXHostCommand.h"
 
-/** The commands, each from a source of its own. */
+/** The commands, each from a source file of its own. */
 [[nodiscard]] VXHostCommand VXInfoCommand();
 [[nodiscard]] VXHostCommand VXDefaultsCommand();
 [[nodiscard]] VXHostCommand VXLogCommand();
@@ -36,6 +36,6 @@
 
 /** Hidden: started by the session bus. */
 [[nodiscard]] VXHostCommand VXSearchServiceCommand();
-/** Hidden: they write the completion script and the man page that are installed. */
+/** Hidden: they write the completion script and the man page for installation. */
 [[nodiscard]] VXHostCommand VXCompletionCommand();
 [[nodiscard]] VXHostCommand VXManPageCommand();

@@ -14,7 +14,7 @@ QString optionWords(const QList<VXHostOption> &options)
     return words.join(u' ');
 }
 
-// What completes a value: its choices, else folders or files by its placeholder.
+// How to complete a value: by its choices, else with folders or files according to its placeholder.
 QString valueCompletion(const QString &placeholder, const QStringList &choices)
 {
     if (!choices.isEmpty())
@@ -47,14 +47,15 @@ QStringList valueOptions(const VXHostCommandTable &commands)
     return names;
 }
 
-// What asks for words of a kind. Options are those of the reactor before them, or of the exporter that is the first operand.
+// The shell code that asks for words of a kind. Options are those of the reactor before them, or of the exporter that
+// is the first operand.
 QString bashWords(const QString &kind)
 {
     return kind == "options"_L1 ? u"_vornix_words options \"${reactor:-${given[0]}}\" \"${current//\\\\/}\""_s
                                 : "_vornix_words "_L1 + kind;
 }
 
-// How to complete the values of options: those of a command, or with "*" those that go with any.
+// How to complete the values of options: those of a command, or, for "*", those that go with any command.
 QString valueCases(const QString &command, const QList<VXHostOption> &options)
 {
     QString text;
@@ -68,7 +69,7 @@ QString valueCases(const QString &command, const QList<VXHostOption> &options)
     return text;
 }
 
-// What there is of the kinds that operands name, each of which may be "of" the one before.
+// Words of the kinds that operands name, each of which may be "of" the one before.
 QString operandCases(const VXHostCommand &command)
 {
     QString text;
@@ -193,7 +194,7 @@ complete -o filenames -F _vornix vornix
                cases);
 }
 
-// zsh runs scripts for bash. The first time it completes by running this file, which must complete then too.
+// zsh can run scripts for bash. The first completion happens by running this file, so running it must complete too.
 QString VXHostZshCompletion(const VXHostCommandTable &commands)
 {
     return u"#compdef vornix\n"
@@ -211,7 +212,7 @@ QString fishQuoted(QString text)
     return u'\'' + text.replace(u'\\', "\\\\"_L1).replace(u'\'', "\\'"_L1) + u'\'';
 }
 
-// The operand at that place behind the command: as many words are there already, the command among them.
+// The operand at that position after the command: true if that many words are there already, including the command.
 QString fishCondition(qsizetype words, const QString &command, const QString &verb = {})
 {
     return u" -n '__vornix_at %1 %2%3'"_s.arg(words).arg(command, verb.isEmpty() ? QString() : u' ' + verb);

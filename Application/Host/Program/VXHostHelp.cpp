@@ -14,7 +14,7 @@ namespace {
 
 constexpr qsizetype widest = 79;
 constexpr qsizetype narrowest = 30;
-constexpr qsizetype leastOfRow = 20; // of what stands beside a name
+constexpr qsizetype leastOfRow = 20; // for what is beside a name
 
 qsizetype textWidth()
 {
@@ -40,7 +40,7 @@ QString alignedRows(const Rows &rows)
         width = std::max(width, left.size());
     const qsizetype indent = width + 4;
     QString text;
-    if (indent + leastOfRow > textWidth()) { // below its name
+    if (indent + leastOfRow > textWidth()) { // it goes below its name
         constexpr qsizetype below = 6;
         for (const auto &[left, right] : rows)
             text += "  "_L1 + left + u'\n' + QString(below, u' ') + wrapped(right, below, below) + u'\n';
@@ -59,17 +59,17 @@ Rows optionRows(const QList<VXHostOption> &options)
     return rows;
 }
 
-// Those of a command's verbs, below each other.
+// The usages of a command's verbs, one below the other.
 QString usageLines(const QStringList &lines)
 {
-    constexpr qsizetype column = 14; // behind "usage: vornix "
+    constexpr qsizetype column = 14; // after "usage: vornix "
     QStringList texts;
     for (const QString &line : lines)
         texts.append("       vornix "_L1 + wrapped(line, column + 2, column));
     return "usage:"_L1 + texts.join(u'\n').sliced(6);
 }
 
-// What may follow a command's name: its operands, or one of its verbs with those of that.
+// What may follow a command's name: its operands, or one of its verbs with the verb's operands.
 QString operandsText(const VXHostCommand &command)
 {
     if (command.verbs.isEmpty())
@@ -114,7 +114,8 @@ QString VXHostUsage(const VXHostCommand *command, const QString &verb)
         parts += u"[OPTION]...; see vornix help "_s + command->name;
     for (const VXHostOption &option : isTooMuch ? QList<VXHostOption>() : command->options) {
         if (!isOfVerb || option.verbs.isEmpty() || option.verbs.contains(verb))
-            parts += u'[' + QString(optionText(option)).replace(u' ', QChar(QChar::Nbsp)) + u']'; // stays on one line
+            // To keep it on one line.
+            parts += u'[' + QString(optionText(option)).replace(u' ', QChar(QChar::Nbsp)) + u']';
     }
     parts.removeAll(QString());
     const QString start = u"usage: vornix "_s;

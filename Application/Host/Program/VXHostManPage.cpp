@@ -4,7 +4,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Text for troff: backslashes and dashes escaped, and no line that begins like a request.
+// Text for troff: backslashes and dashes are escaped, and no line begins like a request.
 QString escaped(const QString &text)
 {
     QString result = text;

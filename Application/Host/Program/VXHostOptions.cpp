@@ -132,7 +132,7 @@ void VXHostOptions::checkOptions()
     }
 }
 
-// The first mistake is the one told; reading goes on, so that --json is known wherever it stands.
+// Only the first mistake is reported; parsing continues, so that --json is recognised wherever it is.
 void VXHostOptions::fail(const QString &error)
 {
     if (_error.isNull())

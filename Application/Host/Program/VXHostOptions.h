@@ -8,9 +8,9 @@
 #include <utility>
 
 /**
- * The command line, taken apart. Options may stand before and after operands, as "--name VALUE" or "--name=VALUE";
- * "--" ends them; "-" alone and negative numbers are operands, "-h" is "--help". An option with a
- * value stands there once, unless it may be repeated.
+ * Parses the command line. Options may be before and after operands, as "--name VALUE" or "--name=VALUE"; "--" ends
+ * them; "-" alone and negative numbers are operands, "-h" means "--help". An option with a value may be given only
+ * once, unless it is repeatable.
  */
 class VXHostOptions
 {
@@ -18,18 +18,18 @@ public:
     /** `arguments` without the program's name. */
     VXHostOptions(const QStringList &arguments, const VXHostCommandTable &commands);
 
-    /** What is wrong with the command line; null when nothing is. The rest then holds what was read so far. */
+    /** What is wrong with the command line; null if nothing is. Otherwise the rest contains what was read so far. */
     QString error() const { return _error; }
 
-    /** Nullptr when none is named. */
+    /** Nullptr if none is named. */
     const VXHostCommand *command() const { return _command; }
-    /** What follows the command's name, without options. */
+    /** What comes after the command's name, without options. */
     const QStringList &operands() const { return _operands; }
-    /** Null when there are not so many. */
+    /** Null if there are fewer. */
     QString operand(qsizetype index) const { return _operands.value(index); }
-    /** The first operand, or the verb that is meant without any; null for a command that has none. */
+    /** The first operand, or the default verb if there is none; null for a command without verbs. */
     QString verb() const;
-    /** That verb in the table which the command's verbs were made of. */
+    /** That verb in the table from which the command's verbs were made. */
     template <class Verbs>
     const auto &verbIn(const Verbs &table) const
     {
@@ -37,9 +37,9 @@ public:
     }
 
     bool isSet(const QString &option) const { return _values.contains(option); }
-    /** The option's value, of a repeated one the last; null when it was not given. */
+    /** The option's value, the last one if it was repeated; null if it was not given. */
     QString value(const QString &option) const { return _values.value(option); }
-    /** Every option as it was given, name and value, in order, repeated ones each time. */
+    /** Every option as it was given, name and value, in order, with all repetitions. */
     const QList<std::pair<QString, QString>> &occurrences() const { return _occurrences; }
 
 private:

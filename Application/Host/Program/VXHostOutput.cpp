@@ -19,7 +19,7 @@ namespace {
 
 constexpr qsizetype bufferSize = 64 * 1024;
 
-// 0, or the error number of the write that failed.
+// Returns 0, or the error number of the write that failed.
 int writeFully(int descriptor, const QByteArray &bytes)
 {
     qsizetype done = 0;
@@ -34,7 +34,7 @@ int writeFully(int descriptor, const QByteArray &bytes)
     return 0;
 }
 
-// A whole sentence of ours in the user's language.
+// One of our sentences in the user's language.
 QString shown(const QString &text)
 {
     return text.endsWith(".\n"_L1) ? VXShownText(text.chopped(1)) + u'\n' : text;
@@ -73,7 +73,7 @@ void VXHostOutput::answer(const QString &text, const QJsonValue &value)
     if (_isJSON)
         writeLine(VXJSONText(value, QJsonDocument::Indented));
     else
-        write(VXVisibleText(shown(text)).toUtf8()); // what it tells of may come from anybody
+        write(VXVisibleText(shown(text)).toUtf8()); // it may contain text from anybody
 }
 
 void VXHostOutput::answer(const QJsonValue &value)
@@ -116,17 +116,17 @@ void VXHostOutput::writePart(const QByteArray &line)
 
 void VXHostOutput::note(const QString &text)
 {
-    const QByteArray fresh = ::isatty(_errors) != 0 ? "\r\x1b[K"_ba : QByteArray(); // a progress bar may stand there
+    const QByteArray fresh = ::isatty(_errors) != 0 ? "\r\x1b[K"_ba : QByteArray(); // a progress bar may be there
     writeFully(_errors, fresh + VXVisibleText(text).toUtf8() + '\n');
 }
 
 int VXHostOutput::fail(const QString &text)
 {
     const VXMutexLocker lock(_lock);
-    if (text == _failure) // as when the same is tried again at the end
+    if (text == _failure) // for example when the same is tried again at the end
         return Failed;
     _failure = text;
-    writeFully(_errors, (u"vornix: "_s + VXVisibleText(text) + u'\n').toUtf8()); // it may quote what came from outside
+    writeFully(_errors, (u"vornix: "_s + VXVisibleText(text) + u'\n').toUtf8()); // it may quote text from outside
     return Failed;
 }
 
@@ -167,7 +167,7 @@ int VXHostOutput::finish(int status)
     return isWritten ? status : static_cast<int>(Failed);
 }
 
-// Calls only what may be called inside a signal handler.
+// Calls only functions that are allowed inside a signal handler.
 void VXHostOutput::answerCrash(std::string_view failure) const
 {
     if (!_isJSON || _hasWritten)

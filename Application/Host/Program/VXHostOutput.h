@@ -10,53 +10,53 @@
 #include <string_view>
 
 /**
- * Where a command writes: standard output for what was asked for, standard error for what went wrong. It
- * keeps the promise of --json: exactly one JSON value on standard output, whatever happens ({"error": TEXT}
- * after a failure, null where there is nothing to say). A reader that went away ends the output without a
- * word; other failures to write are told. Used on one thread; but what ends an answer may be called on any, as by a plugin's
- * thread that ends the program.
+ * Where a command writes: standard output for what was requested, standard error for what went wrong. It keeps the
+ * promise of --json: exactly one JSON value on standard output, whatever happens ({"error": TEXT} after a failure, null
+ * if there is nothing to say). A reader that has gone away ends the output silently; other failures to write are
+ * reported. Used on one thread; but functions that end an answer may be called on any, for example by a plugin's thread
+ * that ends the program.
  */
 class VXHostOutput
 {
 public:
     enum Status : int { Done = 0, Failed = 1, WrongUsage = 2 };
 
-    /** The descriptors stay the caller's. */
+    /** The caller keeps ownership of the descriptors. */
     VXHostOutput(int output, int errors, bool isJSON);
     VXHostOutput(const VXHostOutput &) = delete;
     VXHostOutput &operator=(const VXHostOutput &) = delete;
 
     bool isJSON() const { return _isJSON; }
     bool isTerminal() const;
-    /** How many characters a line has room for: COLUMNS of the environment, else what the terminal has; the greatest number
-     *  where neither tells. */
+    /** The number of characters that fit on a line: COLUMNS of the environment, else the terminal's width; the greatest
+     *  number if neither is known. */
     qsizetype width() const;
     static qsizetype widthOf(int descriptor);
 
-    /** The whole answer, in the form for people or as a JSON value: whichever was asked for. Once. Of the text
-     * what could steer a terminal is shown instead. */
+    /** Writes the whole answer, in the form for people or as a JSON value, whichever was requested. To be called once.
+     *  Characters of the text that could control a terminal are made visible. */
     void answer(const QString &text, const QJsonValue &value);
-    /** The same, of an answer that people get as JSON too. */
+    /** The same for an answer that people get as JSON too. */
     void answer(const QJsonValue &value);
-    /** The answer as bytes, which must not be asked for with --json. */
+    /** Writes the answer as bytes, which must not be requested with --json. */
     void answerBytes(const QByteArray &bytes);
 
-    /** Starts an answer of many parts: lines for people, elements of one JSON array with --json. */
+    /** Starts an answer with many parts: lines for people, elements of one JSON array with --json. */
     void beginParts();
     void writePart(const QByteArray &line);
 
-    /** Says on standard error how things stand: what is no answer and no failure. */
+    /** Reports on standard error something that is neither an answer nor a failure. */
     void note(const QString &text);
-    /** Says what went wrong on standard error; answers the status to return. */
+    /** Reports on standard error what went wrong; returns the exit status. */
     int fail(const QString &text);
     int failUsage(const QString &text, const QString &usage);
 
-    /** Writes what is kept back; false once writing failed: there is no sense in going on. */
+    /** Writes what is buffered; false once writing has failed: then there is no point in going on. */
     bool flush();
-    /** Ends the answer and writes it. @return the exit status: the given one, or Failed when writing failed. */
+    /** Ends the answer and writes it. @return the exit status: the given one, or Failed if writing failed. */
     int finish(int status);
-    /** Inside the handler of a signal that ends the program: the failure as a JSON value, where one was asked for and nothing
-     * of it is written yet. */
+    /** For the handler of a signal that ends the program: writes the failure as a JSON value, if one was requested and
+     *  nothing of it was written yet. */
     void answerCrash(std::string_view failure) const;
 
 private:
@@ -66,7 +66,7 @@ private:
     const int _output;
     const int _errors;
     const bool _isJSON;
-    std::atomic<bool> _hasWritten = false; // or there is nothing more to write
+    std::atomic<bool> _hasWritten = false; // or there is nothing left to write
     mutable VXRecursiveMutex _lock;
     bool _answered VX_GUARDED_BY(_lock) = false;
     bool _inParts VX_GUARDED_BY(_lock) = false;

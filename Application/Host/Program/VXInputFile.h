@@ -3,5 +3,5 @@
 #include <QtCore/QFile>
 #include <QtCore/QString>
 
-/** Opens a file for reading, a regular one, or standard input where its name is "-". False, with the reason, on failure. */
+/** Opens a regular file for reading, or standard input if the name is "-". False, with the reason, on failure. */
 [[nodiscard]] bool VXOpenInputFile(QFile &file, QString *reason);

@@ -26,7 +26,7 @@ constexpr unsigned longestSaving = 10; // seconds
 constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 constexpr std::array requestSignals{SIGINT, SIGTERM, SIGHUP};
 
-/** Text made inside a signal handler: without allocation, and cut at its end. Written as it grows. */
+/** Text made inside a signal handler: without allocation, and truncated if it gets too long. Written as it grows. */
 class CrashText
 {
 public:
@@ -46,7 +46,7 @@ private:
 
 CrashText crashText;
 
-// Calls only what may be called inside a signal handler. The signal's own action follows.
+// Calls only functions that are allowed inside a signal handler. The signal's own action follows.
 void endOnRequest(int signal)
 {
     VXPluginMarker::takeBack();
@@ -60,7 +60,8 @@ void endOnRequest(int signal)
     ::raise(signal);
 }
 
-// Whoever wants to be told of one takes it over (VXSignalWatcher). What the program was started to ignore stays ignored.
+// Code that wants to know about such a signal takes it over (VXSignalWatcher). Signals that the program was started to
+// ignore stay ignored.
 void setRequestHandler()
 {
     for (const int signal : requestSignals) {
@@ -86,7 +87,7 @@ VXLastWords::VXLastWords(VXHostOutput &output) : _output(output), _process(::get
     setRequestHandler();
 }
 
-// Crashes are told on: destructors of plugins' static objects have yet to run.
+// Crashes are still reported afterwards, because destructors of plugins' static objects have yet to run.
 VXLastWords::~VXLastWords()
 {
     _current = nullptr;
@@ -101,8 +102,8 @@ void VXLastWords::setCrashHandler(void (*handler)(int))
         ::sigaction(signal, &action, nullptr);
 }
 
-// These two call only what may be called inside a signal handler. The walk up the stack may crash itself, where that was
-// written over: then the second one takes its place.
+// These two call only functions that are allowed inside a signal handler. Walking the stack may itself crash if the
+// stack was overwritten: then the second one continues.
 void VXLastWords::tellOfCrash(int signal)
 {
     setCrashHandler(finishCrash);
@@ -163,7 +164,8 @@ void VXLastWords::tellOfExit()
     ::_exit(status);
 }
 
-// -- What ends a process without running what std::atexit was given: the program's own, which plugins find first.
+// -- Functions that end a process without running what std::atexit was given: the program's own versions, which plugins
+// find first.
 
 #define VX_SYSTEM_OPERATION extern "C" __attribute__((visibility("default"), noreturn))
 

@@ -4,5 +4,5 @@
 
 class VXHostOptions;
 
-/** How many the option "limit" asks for: `usual` without it; the greatest number for 0, which is no limit. */
+/** The number given with the option "limit": `usual` without it; the greatest number for 0, which means no limit. */
 [[nodiscard]] qsizetype VXLimitOption(const VXHostOptions &options, qsizetype usual);

@@ -4,19 +4,19 @@
 
 #include <functional>
 
-/** Cuts a stream that arrives in chunks into lines; keeps no more than the line that is not complete yet. */
+/** Splits a stream that arrives in chunks into lines; keeps no more than the current incomplete line. */
 class VXLineSplitter
 {
 public:
-    /** Gets each line without its line feed; the bytes are valid during the call only. */
+    /** Receives each line without its line feed; the bytes are valid during the call only. */
     using LineHandler = std::function<void(const QByteArray &line)>;
 
     explicit VXLineSplitter(LineHandler handler);
 
     void feed(const QByteArray &chunk);
-    /** The end of the stream: hands over a last line that lacks its line feed. */
+    /** The end of the stream: passes on a last line without line feed. */
     void finish();
-    /** Forgets the beginning of a line. */
+    /** Discards the beginning of a line. */
     void reset() { _pending.clear(); }
 
 private:

@@ -10,7 +10,7 @@ namespace {
 
 constexpr qsizetype furthest = 2;
 
-// How many letters must be put in, left out or changed to turn one word into the other.
+// The number of letters to insert, omit or change in order to turn one word into the other.
 qsizetype editDistance(const QString &a, const QString &b)
 {
     std::vector<qsizetype> row(static_cast<std::size_t>(b.size()) + 1);
@@ -37,10 +37,10 @@ QString VXNearestWord(const QString &typed, const QStringList &words)
     for (const QString &word : words) {
         const qsizetype difference = std::abs(word.size() - typed.size());
         const bool isBeginning = typed.size() > 1 && word.startsWith(typed, Qt::CaseInsensitive);
-        if (word == typed || (difference > furthest && !isBeginning)) // itself would help nobody
+        if (word == typed || (difference > furthest && !isBeginning)) // the word itself would not help
             continue;
         const std::pair wordDistance(isBeginning ? 0 : editDistance(folded, word.toCaseFolded()), difference);
-        // Whatever order the words come in, the answer is the same.
+        // The result does not depend on the order of the words.
         if (wordDistance.first < word.size() &&
             (wordDistance < distance || (wordDistance == distance && !nearest.isNull() && word < nearest))) {
             distance = wordDistance;

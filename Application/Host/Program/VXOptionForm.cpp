@@ -35,7 +35,7 @@ QString VXProblemOfOptionForms(const VXHostOptions &options)
     const QList<VXHostOption> &known = options.command()->options;
     for (const auto &[name, value] : options.occurrences()) {
         const auto option = std::ranges::find(known, name, &VXHostOption::name);
-        if (option == known.end() || value.isEmpty()) // of the whole program, or one that may be empty
+        if (option == known.end() || value.isEmpty()) // an option of the whole program, or one that may be empty
             continue;
         const QString problem = option->placeholder == "N"_L1           ? problemOfNumber(value)
                                 : option->placeholder == "PREDICATE"_L1 ? problemOfPredicate(value)

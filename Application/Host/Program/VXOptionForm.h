@@ -4,6 +4,8 @@
 
 class VXHostOptions;
 
-/** Which option's value cannot be read, whatever there is, and why: of those whose placeholder says N (a number) or PREDICATE.
- *  Null when none is wrong. */
+/**
+ * The option whose value is malformed in any case, and why: checks those with the placeholder N (a number) or
+ * PREDICATE. Null if none is wrong.
+ */
 [[nodiscard]] QString VXProblemOfOptionForms(const VXHostOptions &options);

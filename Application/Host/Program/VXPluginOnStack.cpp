@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view bundleExtension = ".vxplugin";
 
-// The innermost bundle around a file of code; empty when there is none.
+// The innermost bundle around a file of code; empty if there is none.
 std::string_view bundleOfCode(std::string_view file)
 {
     const size_t slash = file.rfind('/');
@@ -27,7 +27,7 @@ std::string_view VXPluginOnStack() noexcept
     const int count = ::backtrace(frames.data(), static_cast<int>(frames.size()));
     for (void *const frame : std::span(frames).first(static_cast<size_t>(count))) {
         Dl_info code = {};
-        // Of a call that does not return the address behind it may be another function's, but of the same file.
+        // After a call that does not return, the return address may belong to another function, but to the same file.
         if (::dladdr(frame, &code) == 0 || code.dli_fname == nullptr)
             continue;
         if (const std::string_view bundle = bundleOfCode(code.dli_fname); !bundle.empty())

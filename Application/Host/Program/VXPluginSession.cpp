@@ -26,11 +26,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto waitUntold = 1s; // for plugins that want time before the program ends
+constexpr auto waitUntold = 1s; // for plugins that ask for time before the program ends, before the user is told
 constexpr auto longestWait = 10s;
-constexpr qint64 bytesOfAStart = 1 << 20; // more than what is written meanwhile
+constexpr qint64 bytesOfAStart = 1 << 20; // more than is written during a start
 
-// Instances of plugins are deleted late, and what they own may be deleted later still.
+// Instances of plugins are deleted late, and what they own may be deleted even later.
 void deleteWhatIsDeferred()
 {
     for (int round = 0; round < 2; ++round)
@@ -46,7 +46,8 @@ int runGuarded(VXHostContext &context, VXPluginManager &manager, const std::func
     }
 }
 
-// Before the plugins are asked or unloaded: whatever they do then, the command has had its effect and its answer.
+// To be called before the plugins are asked or unloaded: whatever they do then, the command has had its effect and its
+// answer.
 int saveAndAnswer(VXHostOutput &output, int status)
 {
     VXError error;
@@ -55,12 +56,13 @@ int saveAndAnswer(VXHostOutput &output, int status)
     return output.finish(status);
 }
 
-// Plugins may ask for time to finish what they are at, but the command is done: none keeps the program for ever.
+// Plugins may ask for time to finish what they are doing, but since the command is done, none may keep the program
+// running for ever.
 void askForConsent(VXHostOutput &output, VXPluginManager &manager)
 {
     const VXApplication &application = VXApplication::sharedApplication();
     if (application.isTerminating() || manager.shouldShutdown() == VXUnloadNow)
-        return; // asked before, or agreed
+        return; // asked before, or they have agreed
     const auto awaited = [&manager] { return manager.pluginsAwaited().join(", "_L1); };
     QTimer untold;
     QTimer limit;
@@ -79,7 +81,7 @@ void askForConsent(VXHostOutput &output, VXPluginManager &manager)
         output.note(u"ending all the same, for the command is done: %1"_s.arg(manager.lastRefusal()));
 }
 
-// Of the plugin whose store could not be opened, and what to do about it.
+// Names the plugin whose store could not be opened, and what to do about it.
 QString reasonToQuit(const VXPluginManager &manager)
 {
     const QList<VXPluginProxy *> plugins = manager.dataPlugins();
@@ -105,7 +107,8 @@ QString reasonToQuit(const VXPluginManager &manager)
 int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
                      VXWhenQuitting whenQuitting)
 {
-    // Each plugin would fail with a part of the reason. Where there are data, who looks is shown what can be seen.
+    // Otherwise each plugin would fail with a part of the reason. If there are data, a command that only reads shows
+    // what it can.
     if (const QString problem = VXProblemOfUserFolders(); !problem.isNull()) {
         if (whenQuitting == VXWhenQuitting::Fail || !QFileInfo(VXDataManager::sharedDataFolderPath()).isDir())
             return context.output.fail(problem);
@@ -113,14 +116,15 @@ int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginMan
     }
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
-    const auto lastWords = std::make_unique<VXLastWords>(context.output); // a crash may write over the stack
+    // On the heap, because a crash may overwrite the stack.
+    const auto lastWords = std::make_unique<VXLastWords>(context.output);
     manager.setSafeMode(context.options.isSet(u"safe-mode"_s));
     application.setDidFinishLaunching(false); // a plugin that needs a relaunch gets it once all are started
     manager.startup();
     application.setDidFinishLaunching(true);
     for (const QString &notice : manager.startupNotices())
         context.output.note("vornix: "_L1 + notice);
-    int status = application.isTerminating() && whenQuitting == VXWhenQuitting::Fail // which a plugin told the user
+    int status = application.isTerminating() && whenQuitting == VXWhenQuitting::Fail // a plugin has told the user
                      ? context.output.fail(reasonToQuit(manager))
                      : runGuarded(context, manager, command);
     status = saveAndAnswer(context.output, status);

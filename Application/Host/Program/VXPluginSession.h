@@ -6,16 +6,19 @@
 
 class VXPluginManager;
 
-/** What becomes of a command when a plugin has the program quit while it is loaded, as one whose store does not open. */
+/**
+ * What happens to a command if a plugin makes the program quit while it is loaded, for example one whose store does not
+ * open.
+ */
 enum class VXWhenQuitting {
     Fail,
-    Run, // for what mends it
+    Run, // for commands that repair it
 };
 
 /**
- * Starts the plugins, only those that ship with --safe-mode, runs a command among them, and shuts them down again once
- * they agree to that, or have taken too long. The command's answer and the user's changes are written before. @return the
- * command's status; Failed when it threw.
+ * Starts the plugins (with --safe-mode only those that ship with the program), runs a command with them, and shuts them
+ * down again once they agree, or have taken too long. The command's answer and the user's changes are written before
+ * that. @return the command's status; Failed if it threw.
  */
 [[nodiscard]] int VXRunWithPlugins(VXHostContext &context, const std::function<int(VXPluginManager &)> &command,
                                    VXWhenQuitting whenQuitting = VXWhenQuitting::Fail);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t stackSize = 64 * 1024;
 
-/** A thread's stack for signal handlers; goes with the thread. */
+/** A thread's stack for signal handlers; freed with the thread. */
 class SignalStack
 {
 public:
@@ -70,7 +70,7 @@ void *runWithSignalStack(void *given)
 
 } // namespace
 
-// The program's own, which libraries and plugins find before the system's.
+// The program's own version, which libraries and plugins find before the system's.
 extern "C" __attribute__((visibility("default"))) int
 pthread_create(pthread_t *thread, const pthread_attr_t *attributes, ThreadFunction function, void *argument)
 {
@@ -80,7 +80,7 @@ pthread_create(pthread_t *thread, const pthread_attr_t *attributes, ThreadFuncti
         return EAGAIN;
     const int problem = create(thread, attributes, runWithSignalStack, start.get());
     if (problem == 0)
-        static_cast<void>(start.release()); // the thread's
+        static_cast<void>(start.release()); // the thread owns it now
     return problem;
 }
 

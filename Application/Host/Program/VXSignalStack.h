@@ -1,8 +1,9 @@
 #pragma once
 
 /**
- * Gives the calling thread a stack of its own for signal handlers, until it ends: a stack that is used up has no room for
- * them, and the process would end without a word. Threads that are made later get one by themselves, whoever makes them (but
- * in builds with a sanitizer, which has stacks of its own). Where no memory is left the thread goes without.
+ * Gives the calling thread a stack of its own for signal handlers, until it ends: when its normal stack is exhausted
+ * there is no room for them, and the process would end silently. Threads that are made later get one automatically,
+ * whoever makes them (except in builds with a sanitizer, which has stacks of its own). If there is no memory left, the
+ * thread has to do without.
  */
 void VXGiveSignalStack();

@@ -5,6 +5,8 @@
 
 #include <optional>
 
-/** What an argument stands for: "@FILE" the contents of the file, "-" all of standard input, any other text itself. None, with
- *  the problem, when that cannot be read. */
+/**
+ * What an argument stands for: "@FILE" means the contents of the file, "-" all of standard input, anything else the
+ * text itself. None, with the problem, if that cannot be read.
+ */
 [[nodiscard]] std::optional<QByteArray> VXTextOfArgument(const QString &argument, QString *problem);

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The folder itself, or the nearest above it that is there.
+// The folder itself, or the nearest existing one above it.
 QString existingPart(const QString &path)
 {
     QString part = path;
@@ -52,7 +52,7 @@ QString VXProblemOfUserFolders()
         if (problem.isNull())
             continue;
         const bool isFull =
-            problem.startsWith(qt_error_string(ENOSPC)); // then not even reading makes do with what there is
+            problem.startsWith(qt_error_string(ENOSPC)); // then even reading cannot make do with what there is
         const QString stores =
             VXFindFolder(VXFolderType::ApplicationSupport, VXFolderDomain::User) + "/Vornix 2/Data"_L1;
         return problem +

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** What is asked of the plugins. */
+/** What is requested from the plugins. */
 struct Question
 {
     const VXPluginManager &manager;
@@ -25,7 +25,7 @@ struct Question
     QString typed = {};
 };
 
-// The store that is so called; null for none. Its plugin is loaded for it.
+// The store with that name; null if there is none. Its plugin is loaded for that.
 VXPersistentStoreCoordinator::Ptr storeNamed(const Question &question, const QString &name)
 {
     for (VXPluginProxy *const plugin :
@@ -78,7 +78,7 @@ QStringList triggerNames(const Question &question)
     return names;
 }
 
-// Those that can be switched on, or off.
+// Plugins that can be enabled, or disabled.
 QStringList switchableNames(const VXPluginManager &manager, bool areEnabled)
 {
     QList<VXPluginProxy *> plugins = manager.allPlugins();
@@ -124,7 +124,7 @@ QStringList entityNames(const Question &question)
     return names;
 }
 
-// Those of phones by the phones' names.
+// Folders of phones have the phones' names.
 QStringList messageFolderNames(const Question &question)
 {
     QStringList names;
@@ -141,7 +141,7 @@ QStringList messageFolderNames(const Question &question)
     return names;
 }
 
-// The newest: they are what people mean, and the others too many.
+// Only the newest: these are what people mean, and all others would be too many.
 QStringList messageNames(const Question &question)
 {
     constexpr qsizetype most = 50;
@@ -188,7 +188,7 @@ QStringList choicesOf(const VXReactorOption &option, const QString &typed)
     }
 }
 
-// Of a list what is there already stays; the keys where none is typed.
+// In a list, the existing entries stay; without a typed key, the keys are returned.
 QStringList optionWords(const Question &question)
 {
     QString problem;

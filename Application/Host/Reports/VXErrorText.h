@@ -2,6 +2,8 @@
 
 #include "VXError.h"
 
-/** An error as the program tells it, in one line: to which file what happened, why, and what might be done about it. `path` is
- *  the file when the error names none. */
+/**
+ * An error on one line, as the program reports it: the file, what happened to it, why, and what can be done about it.
+ * `path` is the file if the error names none.
+ */
 [[nodiscard]] QString VXErrorText(const VXError &error, const QString &path = {});

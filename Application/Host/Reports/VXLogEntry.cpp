@@ -25,10 +25,10 @@ std::optional<VXLogEntry> VXLogEntry::fromLine(const QByteArray &line)
 
 QDateTime VXLogEntry::fullDate(const QDateTime &now) const
 {
-    constexpr int leapYears = 8; // February 29 may be as many years ago
+    constexpr int leapYears = 8; // the last February 29 may be that many years ago
     for (int year = now.date().year(); year >= now.date().year() - leapYears; --year) {
         const QDateTime full = QLocale::c().toDateTime(u"%1 %2"_s.arg(year).arg(date), u"yyyy MMM dd hh:mm:ss.zzz"_s);
-        if (full.isValid() && full <= now.addDays(1)) // a clock may have been put back
+        if (full.isValid() && full <= now.addDays(1)) // a clock may have been set back
             return full;
     }
     return {};

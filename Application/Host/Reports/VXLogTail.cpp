@@ -16,7 +16,7 @@ void VXLogTail::readAvailable()
     if (!_file && !open())
         return;
     readLines();
-    // What the old file got until it was moved away has been read; its successor comes next.
+    // Everything that was written to the old file before it was moved away has been read; now its successor follows.
     while (isReplaced() && open())
         readLines();
 }
@@ -28,12 +28,12 @@ void VXLogTail::follow(std::function<void()> afterReading)
     QObject::connect(_watcher.get(), &QFileSystemWatcher::fileChanged, [this] { changed(); });
     QObject::connect(_watcher.get(), &QFileSystemWatcher::directoryChanged, [this] { changed(); });
     _watcher->addPath(QFileInfo(_path).path());
-    changed(); // whatever came before the watch began
+    changed(); // for changes before the watch began
 }
 
 void VXLogTail::changed()
 {
-    // A file moved away takes its watch along; one that is being watched already is left alone.
+    // A watch stays with a file that is moved away; a file that is already being watched is left alone.
     if (QFileInfo::exists(_path))
         _watcher->addPath(_path);
     readAvailable();
@@ -42,7 +42,7 @@ void VXLogTail::changed()
 
 void VXLogTail::readLines()
 {
-    if (_file->size() < _file->pos()) { // emptied by somebody
+    if (_file->size() < _file->pos()) { // somebody has emptied it
         _file->seek(0);
         _lines.reset();
     }

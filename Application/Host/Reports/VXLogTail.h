@@ -10,19 +10,19 @@
 #include <memory>
 
 /**
- * Reads a log file line by line, and follows what is appended, also when the file is made, moved away for a
- * new one (rotation) or emptied. The kernel tells of changes; nothing is polled. Main thread only.
+ * Reads a log file line by line, and follows it, also when the file is made, moved away for a new one (rotation) or
+ * emptied. The kernel reports changes; nothing is polled. Main thread only.
  */
 class VXLogTail
 {
 public:
     VXLogTail(const QString &path, VXLineSplitter::LineHandler handler);
 
-    /** Reads what there is. No file is no line. */
+    /** Reads what there is. A missing file has no lines. */
     void readAvailable();
-    /** Hands over a last line that has no line feed. */
+    /** Passes on a last line without line feed. */
     void finish() { _lines.finish(); }
-    /** From now on reads whenever something changes, and then calls `afterReading`. */
+    /** From now on, reads whenever something changes, and then calls `afterReading`. */
     void follow(std::function<void()> afterReading);
 
 private:

@@ -25,7 +25,7 @@ namespace {
 
 using Entries = QList<VXOutboxEntry>;
 
-/** What waits first for each destination. */
+/** The first waiting entry for each destination. */
 class Predecessors
 {
 public:
@@ -41,7 +41,7 @@ public:
                 _first.try_emplace({kind, entry.destination}, entry);
         }
     }
-    /** None where the entry is the first, or does not wait. */
+    /** None if the entry is the first, or does not wait. */
     std::optional<VXOutboxEntry> firstBefore(const VXOutboxEntry &entry) const
     {
         const auto found = _first.find({entry.kind, entry.destination});
@@ -54,7 +54,7 @@ private:
     std::map<std::pair<QString, QString>, VXOutboxEntry> _first; // by kind and destination
 };
 
-/** Entries that were asked for, until the try of each has ended. */
+/** Entries that were requested, until the next try of each has ended. */
 class AwaitedTries
 {
 public:
@@ -62,7 +62,7 @@ public:
     {
     }
 
-    /** None, with an error, when they cannot be read. */
+    /** None, with an error, if they cannot be read. */
     std::optional<Entries> wait(VXError *error)
     {
         QTimer tick; // another process may be sending
@@ -78,7 +78,7 @@ public:
     }
 
 private:
-    // They end in about their order, so that it is the first that is looked at; what waits before it only now and then.
+    // They end approximately in order, so the first one is checked; what waits before it only now and then.
     bool pass(bool looksAtAll, VXError *error)
     {
         if (looksAtAll)
@@ -89,7 +89,7 @@ private:
                 return false;
             if (entry && !isEnded(*entry, _awaited.front()))
                 return true;
-            if (entry) // else it was dropped meanwhile
+            if (entry) // otherwise it was dropped in the meantime
                 _ended.append(*entry);
             _awaited.pop_front();
         }
@@ -106,9 +106,9 @@ private:
     }
 
     const VXOutbox &_outbox;
-    std::deque<VXOutboxEntry> _awaited; // as they were
+    std::deque<VXOutboxEntry> _awaited; // in their original state
     Entries _ended;
-    std::optional<Predecessors> _predecessors; // of a while ago
+    std::optional<Predecessors> _predecessors; // may be a little out of date
 };
 
 QString idOf(const VXOutboxEntry &entry)
@@ -116,7 +116,7 @@ QString idOf(const VXOutboxEntry &entry)
     return u'p' + QString::number(entry.number);
 }
 
-// Phones by their names: people take the rest of the URL for noise.
+// Phones are shown by name: people ignore the rest of the URL.
 QString shownDestination(const VXOutboxEntry &entry)
 {
     const QUrl url(entry.destination);

@@ -8,6 +8,8 @@
 int VXAnswerOutboxEntries(VXHostContext &context, const VXOutbox &outbox, const QList<VXOutboxEntry> &entries,
                           int status = VXHostOutput::Done);
 
-/** Waits until each of the entries was tried once more than it had been, or one before it waits for its next try, and answers
- *  with what came of it. @return Failed unless all are sent. */
+/**
+ * Waits until each of the entries was tried once more, or until one before it waits for its next try, and answers with
+ * the outcome. @return Failed unless all are sent.
+ */
 int VXAnswerTries(VXHostContext &context, const VXOutbox &outbox, const QList<VXOutboxEntry> &asked);

@@ -14,7 +14,7 @@ class Packing : public QObject
 public:
     VXError pack(const QString &folder, const QString &archive)
     {
-        QFile::remove(archive); // one that is there would be added to
+        QFile::remove(archive); // otherwise the files would be added to an existing one
         const VXZipFile::Ptr file = VXZipFile::create();
         file->setDelegate(this);
         file->setDestinationPath(archive);

@@ -4,5 +4,8 @@
 
 #include <QtCore/QString>
 
-/** Packs a folder as a zip archive at that path, which must have the extension "zip", and waits for it. Null when it worked. */
+/**
+ * Packs a folder into a zip archive at that path, which must have the extension "zip", and waits until that is done.
+ * Null on success.
+ */
 [[nodiscard]] VXError VXPackFolder(const QString &folder, const QString &archive);

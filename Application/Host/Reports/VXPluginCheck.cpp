@@ -56,7 +56,7 @@ const QSet<QString> &knownKeys()
     return keys;
 }
 
-// What the Info.plists of all plugins say that there are for the user, with those inside others.
+// What the Info.plists of all of the user's plugins say, including plugins inside others.
 QList<QVariantMap> installedPlugins()
 {
     const VXPluginManager &manager = VXPluginManager::sharedPluginManager();
@@ -121,7 +121,7 @@ private:
         checkUpdates();
     }
 
-    // What installing and loading refuse because of the plugins that there are.
+    // What installing and loading would refuse because of the existing plugins.
     void checkBesideOthers()
     {
         const QString identifier = text(u"CFBundleIdentifier"_s);
@@ -178,12 +178,12 @@ private:
             checkInstance(proxy, *type);
     }
 
-    // One is made as loading would make it.
+    // Makes an instance in the way of loading.
     void checkInstance(const VXPluginProxy &proxy, const QMetaObject &type)
     {
         std::unique_ptr<QObject> instance;
         QString thrown;
-        QStringList further; // defaults of what is no option
+        QStringList further; // defaults for something that is not an option
         const auto look = [&] {
             instance.reset(type.newInstance());
             const auto *const reactor = qobject_cast<const VXReactorPlugin *>(instance.get());
@@ -210,7 +210,7 @@ private:
             error(u"%1: %2"_s.arg(path, problem.description()));
     }
 
-    // Each language has the keys of every other.
+    // Each language must have the keys of every other.
     void checkStrings(const VXBundle &bundle)
     {
         QMap<QString, QMap<QString, QSet<QString>>> keysByTable; // then by language

@@ -3,7 +3,7 @@
 #include <QtCore/QList>
 #include <QtCore/QString>
 
-/** What is wrong with a plugin bundle, for its author. An error keeps it from being used. */
+/** What is wrong with a plugin bundle, for its author. An error prevents it from being used. */
 struct VXPluginFinding
 {
     bool isError;
@@ -11,17 +11,17 @@ struct VXPluginFinding
 };
 
 /**
- * Looks at a bundle, and at those inside it, as they lie there: Info.plist, code, class, model, strings tables. Loads the
- * code but makes no instance; that is for a process which does nothing else with plugins.
+ * Checks a bundle, and those inside it, as they are on the disk: Info.plist, code, class, model, strings tables. Loads
+ * the code but makes no instance. For a process that does nothing else with plugins.
  */
 [[nodiscard]] QList<VXPluginFinding> VXCheckPlugin(const QString &path);
 
-/** The identifier of the plugin that has the store of that name, among those that there are, but for one; null for none. */
+/** The identifier of the existing plugin, other than one, that has the store of that name; null if there is none. */
 [[nodiscard]] QString VXPluginWithStore(const QString &storeName, const QString &exceptIdentifier);
 
 /**
- * Why the bundle's code cannot be used; null when it can. Found out by another process, with that home folder unless it is
- * null: what this one loaded from the old place would be taken for what lies in the new one, and code that crashes takes
- * only that process with it.
+ * Why the bundle's code cannot be used; null if it can. Another process finds that out, with that home folder unless it
+ * is null, because code that this process loaded from the old place would be mistaken for what is in the new one, and
+ * because code that crashes then ends only that process.
  */
 [[nodiscard]] QString VXProblemOfPluginCode(const QString &path, const QString &home);

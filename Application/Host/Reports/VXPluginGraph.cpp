@@ -18,7 +18,7 @@ struct Edge
 struct Graph
 {
     QList<const VXPluginProxy *> plugins;
-    QStringList missing; // what some depend on, and nobody knows
+    QStringList missing; // needed by some, but unknown
     QList<Edge> dependencies;
     QList<Edge> children;
 };

@@ -6,8 +6,8 @@
 class VXPluginManager;
 
 /**
- * The plugins with what they need and what they hold, in Graphviz's language: a full line leads to a dependency, a
- * dashed one to a part. Plugins that are not loaded are grey, dependencies that are not known red.
+ * The plugins with their dependencies and parts, in Graphviz's language: a solid line leads to a dependency, a dashed
+ * one to a part. Plugins that are not loaded are grey, unknown dependencies red.
  */
 [[nodiscard]] QString VXPluginGraph(const VXPluginManager &manager);
 

@@ -30,7 +30,7 @@ QString pathOf(const VXPluginProxy &proxy)
     return bundle ? bundle->bundlePath() : QString();
 }
 
-// Two blanks for each plugin that holds this one.
+// Indents by two blanks for each plugin that contains this one.
 QString shownLevel(const VXPluginProxy &proxy)
 {
     return proxy.parentProxy() == nullptr ? QString() : "  "_L1 + shownLevel(*proxy.parentProxy());
@@ -79,7 +79,7 @@ QString VXPluginReport::state() const
     return reason().isNull() ? u"not loaded"_s : u"left out"_s;
 }
 
-// What keeps a plugin from being loaded keeps its children.
+// What prevents a plugin from being loaded also prevents its children.
 QString VXPluginReport::reason() const
 {
     QString problem = _manager.problemOfPlugin(_proxy.identifier());

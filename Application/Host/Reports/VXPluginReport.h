@@ -11,7 +11,7 @@ class VXPluginManager;
 class VXPluginProxy;
 struct VXPluginChoice;
 
-/** What there is to tell of one plugin, for people and as JSON. Lives no longer than the plugin manager. */
+/** Information about one plugin, for people and as JSON. Must not outlive the plugin manager. */
 class VXPluginReport
 {
 public:
@@ -21,11 +21,11 @@ public:
     QString title() const;
     /** "loaded", "disabled", "left out", "failed", "not loaded" or "not installed". */
     QString state() const;
-    /** What is wrong; null when nothing is. */
+    /** What is wrong; null if nothing is. */
     QString reason() const;
 
     QJsonObject json() const;
-    /** A line for a table with the titles of `columnTitles`. */
+    /** A row for a table with the titles of `columnTitles`. */
     QStringList columns() const;
     static QStringList columnTitles();
     /** Everything, as titles and values. */
@@ -39,34 +39,38 @@ private:
     const VXPluginProxy &_proxy;
 };
 
-/** Every plugin that is known: each root by its identifier, followed by its children. */
+/** Every known plugin: each root, ordered by identifier, followed by its children. */
 [[nodiscard]] QList<const VXPluginProxy *> VXSortedPlugins(const VXPluginManager &manager);
 
-/** A plugin that the user enabled and of which no bundle is used. */
+/** A plugin that the user enabled but of which no bundle is used. */
 struct VXAbsentPlugin
 {
     QString identifier;
     QString reason; // for people
 
-    /** As VXPluginReport tells of plugins that are there. */
+    /** In the same form as VXPluginReport for existing plugins. */
     QJsonObject json() const;
     QStringList columns() const;
 };
 /** By identifier. */
 [[nodiscard]] QList<VXAbsentPlugin> VXAbsentPlugins(const VXPluginManager &manager);
 
-/** Those of the plugins whose identifier it is, in letters of either case; else whose identifier's last part it is; else whose
- *  name. */
+/**
+ * The plugins with that identifier, regardless of case; else those whose identifier's last part it is; else those with
+ * that name.
+ */
 [[nodiscard]] QList<VXPluginProxy *> VXPluginsCalled(const QList<VXPluginProxy *> &plugins, const QString &typed);
-/** The only one of all that is so called. Nullptr when there is none, or several. */
+/** The only one of all with that name. Nullptr if there are none, or several. */
 [[nodiscard]] VXPluginProxy *VXPluginNamed(const VXPluginManager &manager, const QString &typed);
-/** Why it names none of the plugins, each of which is a `noun`: there is none, with the one that was perhaps meant, or several
- *  are so called. */
+/**
+ * Why the name selects none of the plugins, each of which is a `noun`: either there is none, in which case the one that
+ * may be meant is added, or there are several.
+ */
 [[nodiscard]] QString VXProblemOfPluginName(const QList<VXPluginProxy *> &plugins, const QString &typed,
                                             const QString &noun);
-/** What to call plugins: the identifiers, and the last parts of them. */
+/** What plugins can be called: the identifiers, and their last parts. */
 [[nodiscard]] QStringList VXNamesOfPlugins(const QList<VXPluginProxy *> &plugins);
 
-/** Why a copy of a plugin was chosen and others were passed over. */
+/** Why one copy of a plugin was chosen and the others were not. */
 [[nodiscard]] QJsonObject VXPluginChoiceJSON(const VXPluginChoice &choice);
 [[nodiscard]] QList<QStringList> VXPluginChoiceRows(const VXPluginChoice &choice);

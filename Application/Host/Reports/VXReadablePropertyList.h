@@ -4,7 +4,7 @@
 #include <QtCore/QVariant>
 
 /**
- * A property list for people: one value a line, nested values indented. Texts stand in quotes, dates are ISO
- * 8601, data shows its first bytes and its size, whole and real numbers differ.
+ * A property list for people: one value per line, nested values indented. Texts are in quotes, dates in ISO 8601, data
+ * is shown by its first bytes and its size, and whole and real numbers look different.
  */
 [[nodiscard]] QString VXReadablePropertyList(const QVariant &value);

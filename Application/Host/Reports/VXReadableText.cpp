@@ -24,7 +24,7 @@ bool isScalar(const QJsonValue &value)
     return !value.isObject() && !value.isArray();
 }
 
-// One that fits a line: nothing in it has parts itself.
+// A value that fits on a line: none of its parts has parts itself.
 bool isLine(const QJsonValue &value)
 {
     const auto member = [](const auto &part) { return isScalar(part); };
@@ -36,13 +36,13 @@ bool isLine(const QJsonValue &value)
     return std::all_of(object.begin(), object.end(), member);
 }
 
-// JSON writes dates, bytes and the like as {"$KIND": TEXT}.
+// JSON contains dates, bytes and the like as {"$KIND": TEXT}.
 bool isMarked(const QJsonObject &object)
 {
     return object.size() == 1 && object.begin().key().startsWith(u'$');
 }
 
-// A moment as people have it; a birthday is no moment.
+// A date and time in the form for people; birthdays have no time.
 QString dateOf(const QString &text, const QString &key)
 {
     const QDateTime date = QDateTime::fromString(text, Qt::ISODateWithMs);
@@ -55,7 +55,7 @@ QString lineOf(const QJsonValue &value, const QString &key = {})
         return object.contains(u"$date"_s) ? dateOf(object.begin()->toString(), key) : lineOf(*object.begin());
     QStringList parts;
     if (value.isString())
-        return VXVisibleText(value.toString()); // what a phone holds may come from anybody
+        return VXVisibleText(value.toString()); // what a phone contains may come from anybody
     if (value.isArray()) {
         for (const auto &element : value.toArray())
             parts.append(lineOf(element));
@@ -85,7 +85,7 @@ QString blocks(const QJsonArray &array)
     return texts.join(u'\n');
 }
 
-// The rows of a member; none when it takes a section of its own.
+// The rows of a member; none if it gets a section of its own.
 QList<QStringList> rowsOf(const QString &key, const QJsonValue &value)
 {
     if (isLine(value))

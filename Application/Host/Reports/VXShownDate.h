@@ -4,9 +4,14 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
-/** A moment as all commands show it to people: local, with the zone, as "2026-03-01 11:00:00 +01:00". Empty for none. */
+/**
+ * A date in the form in which all commands show it to people: local time with the zone, such as "2026-03-01 11:00:00
+ * +01:00". Empty if there is none.
+ */
 [[nodiscard]] QString VXShownDate(const QDateTime &date);
 
-/** The same in what a command reports with --json: ISO 8601 in UTC, as "2026-03-01T10:00:00Z". Null for none. Values that can be
- *  given back to a command are written by VXJSONFromVariant instead. */
+/**
+ * The same for reports with --json: ISO 8601 in UTC, such as "2026-03-01T10:00:00Z". Null if there is none. Values that
+ * can be passed to a command again are written by VXJSONFromVariant instead.
+ */
 [[nodiscard]] QJsonValue VXReportedDate(const QDateTime &date);

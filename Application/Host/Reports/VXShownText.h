@@ -3,7 +3,10 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/** A title or word of ours in the user's language: the table "Terminal" of the application's bundle; as it is where that lacks it. */
+/**
+ * One of our titles or words in the user's language, from the table "Terminal" of the application's bundle; unchanged
+ * if it is missing there.
+ */
 [[nodiscard]] QString VXShownText(const QString &english);
-/** The same of each of several words, with commas between; what is behind a colon is left as it is. */
+/** The same for each of several words separated by commas; what follows a colon is left as it is. */
 [[nodiscard]] QString VXShownWords(const QString &english);

@@ -6,7 +6,8 @@
 
 namespace {
 
-// By the C library, in a locale with UTF-8 whatever the user's is: what is written is UTF-8. What cannot be shown takes one column.
+// Determined by the C library, in a UTF-8 locale regardless of the user's, because the output is UTF-8. Characters that
+// cannot be shown take one column.
 qsizetype widthOf(char32_t character)
 {
     static const locale_t unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
@@ -35,7 +36,7 @@ QString VXCutToWidth(const QString &text, qsizetype width)
     if (VXShownWidth(text) <= width)
         return text;
     QString cut;
-    qsizetype used = 1; // of the "…"
+    qsizetype used = 1; // for the "…"
     for (const uint character : text.toUcs4()) {
         used += widthOf(character);
         if (used > width)

@@ -29,7 +29,7 @@ void widen(QList<qsizetype> &widths, const QList<QStringList> &rows)
     }
 }
 
-// Whether a table begins with the titles of its columns, which stand in capitals.
+// Whether a table begins with the titles of its columns, which are in capitals.
 bool hasTitles(const QList<QStringList> &rows)
 {
     return !rows.isEmpty() && std::ranges::all_of(rows.first(), [](const QString &cell) {
@@ -37,7 +37,7 @@ bool hasTitles(const QList<QStringList> &rows)
     });
 }
 
-// The titles in the user's language, and the cells of columns that hold words of ours.
+// Translates the titles, and the cells of columns that contain our words.
 void translate(QList<QStringList> &rows)
 {
     static const QStringList ofWords{u"STATE"_s, u"KIND"_s, u"CALL"_s, u"DEFAULT"_s, u"TYPE"_s, u"EVENTS"_s};
@@ -73,7 +73,7 @@ qsizetype widthOf(const QList<QStringList> &rows, qsizetype column)
     return width;
 }
 
-// By how much the elastic column can become narrower.
+// The amount by which the elastic column can be narrowed.
 qsizetype slackOf(const QList<QStringList> &rows, const QString &elastic)
 {
     const qsizetype column = rows.first().indexOf(elastic);

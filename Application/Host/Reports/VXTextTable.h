@@ -7,22 +7,26 @@
 class VXHostOutput;
 
 /**
- * Rows as lines of aligned columns, with two spaces between; nothing is put after the last column. Control characters,
- * which could steer a terminal, become spaces. A long table can be made piece by piece: `widths` keeps those of the columns.
- * Titles of columns, in capitals, are shown in the user's language, and so are the states, kinds and other words of ours below them.
+ * Rows as lines of aligned columns, separated by two spaces; nothing is added after the last column. Control
+ * characters, which could control a terminal, become spaces. A long table can be made piece by piece: `widths`
+ * remembers the widths of the columns. Column titles, in capitals, are shown in the user's language, and so are states,
+ * kinds and other words of ours below them.
  */
 [[nodiscard]] QString VXTextTable(QList<QStringList> rows, QList<qsizetype> *widths = nullptr);
 
-/** Rows of a title and a value each, the titles in the user's language. */
+/** Rows that consist of a title and a value, with the titles in the user's language. */
 [[nodiscard]] QString VXTitledTable(QList<QStringList> rows);
 
-/** A table whose last column goes on in further lines where the output is not wide enough. */
+/** A table whose last column continues on further lines if the output is not wide enough. */
 [[nodiscard]] QString VXWrappedTable(const VXHostOutput &output, QList<QStringList> rows);
 
-/** How wide the longest line of such a table is, at most. */
+/** The maximum width of the longest line of such a table. */
 [[nodiscard]] qsizetype VXWidthOfTable(const QList<QStringList> &rows);
 
-/** The table without those of the dispensable columns, named by their titles, that the output has no room for: the first ones
- *  go first, and a note names them. Before one goes the cells of the elastic column are cut, as far as they can still be read. */
+/**
+ * The table without those dispensable columns, named by their titles, for which the output has no room: they are
+ * dropped from the first on, and a note names them. Before a column is dropped, the cells of the elastic column are
+ * shortened, as far as they remain readable.
+ */
 [[nodiscard]] QString VXFittingTable(VXHostOutput &output, QList<QStringList> rows, const QStringList &dispensable,
                                      const QString &elastic = {});

@@ -4,13 +4,13 @@
 
 #include <vector>
 
-/** Something to tell under a title. */
+/** A value with a title. */
 struct VXTitledValue
 {
-    QString key;   // in the JSON object
+    QString key;   // for the JSON object
     QString title; // for people
     QString value; // null: there is none
 };
 
-/** Of the program, the framework, Qt and the system. */
+/** Versions of the program, the framework, Qt and the system. */
 [[nodiscard]] std::vector<VXTitledValue> VXVersions();

@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
-/** The words on lines of at most that width, all but the first line indented; of the first so much is used already. Choices
- *  ("a|b|c") that no line has room for go on in the next. */
+/**
+ * The words on lines of at most that width, all but the first line indented; `used` columns of the first are already
+ * taken. Choices ("a|b|c") that do not fit on one line continue on the next.
+ */
 [[nodiscard]] QString VXWrappedText(const QString &text, qsizetype width, qsizetype indent, qsizetype used);

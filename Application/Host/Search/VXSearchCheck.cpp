@@ -17,7 +17,7 @@ using Kind = VXMetaDataFinding::Kind;
 
 namespace {
 
-constexpr qsizetype mostNames = 20; // that people are shown of a kind
+constexpr qsizetype mostNames = 20; // shown to people for each kind
 
 const std::pair<Kind, QString> kinds[] = {{Kind::Stale, u"stale"_s},
                                           {Kind::Missing, u"missing"_s},
@@ -85,7 +85,7 @@ int VXCheckSearch(VXHostContext &context)
     for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs()) {
         VXError error;
         const std::optional<VXMetaDataReport> report = sync->checkMetaDataFiles(repairs, &error);
-        if (!report) { // the others are looked at all the same
+        if (!report) { // the others are checked nevertheless
             isChecked = false;
             context.output.fail(u"%1: %2"_s.arg(sync->entityName(), VXErrorText(error)));
             folders.append(QJsonObject{{u"identifier"_s, sync->identifier()},

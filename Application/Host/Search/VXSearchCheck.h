@@ -2,5 +2,7 @@
 
 struct VXHostContext;
 
-/** "vornix search check": compares what is searched with the stores, and answers what differs. Among the plugins. */
+/**
+ * "vornix search check": compares the search index with the stores, and reports the differences. Needs loaded plugins.
+ */
 [[nodiscard]] int VXCheckSearch(VXHostContext &context);

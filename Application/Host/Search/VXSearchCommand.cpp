@@ -23,7 +23,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr qsizetype usualLimit = 50;
-constexpr std::chrono::milliseconds longestWait = 2s; // of who searches, for another process
+constexpr std::chrono::milliseconds longestWait = 2s; // for a searching user, until another process is done
 constexpr int mostRounds = 3;
 
 VXSearchIndex::Scope scopeOf(const VXHostOptions &options)
@@ -31,7 +31,7 @@ VXSearchIndex::Scope scopeOf(const VXHostOptions &options)
     return {.kind = options.value(u"kind"_s), .isTrashIncluded = options.isSet(u"trash"_s)};
 }
 
-// From the index alone, without the plugins. None when it is damaged, and to be made anew.
+// Searches the index alone, without the plugins. None if it is damaged and has to be made again.
 std::optional<int> tryToFind(VXHostContext &context, const QString &words, qsizetype limit)
 {
     VXError error;
@@ -59,14 +59,14 @@ int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
 {
     if (const auto status = VXIsSearchUpdateDue() ? std::nullopt : tryToFind(context, words, limit))
         return *status;
-    // Also where one stays that makes the passes: it looks only now and then.
+    // Done even if a permanent process makes the passes, because that one looks only now and then.
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
-        static_cast<void>(VXUpdateSearch(context, longestWait)); // which tells what is missing
+        static_cast<void>(VXUpdateSearch(context, longestWait)); // it reports what is missing
         return find(context, words, limit);
     });
 }
 
-// One at a time; who comes meanwhile leaves what is due to it.
+// Only one at a time; another that starts meanwhile leaves the work to it.
 int updateInBackground(VXHostContext &context)
 {
     const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };

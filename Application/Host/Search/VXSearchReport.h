@@ -6,5 +6,5 @@
 
 class VXHostOutput;
 
-/** Answers what was found, as a table or as JSON. */
+/** Answers with what was found, as a table or as JSON. */
 void VXAnswerFoundObjects(VXHostOutput &output, const QList<VXFoundObject> &found);

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int usualIdleSeconds = 30; // a user types on
+constexpr int usualIdleSeconds = 30; // a user will go on typing
 constexpr int mostIdleSeconds = 24 * 60 * 60;
 
 // In the program with windows, where it is installed. Nobody else has a window for a search.
@@ -24,7 +24,7 @@ void open(const QString &url)
         VXStartBeside({u"open"_s, url});
 }
 
-// Without the plugins: desktops ask at each letter, and start this for it.
+// Without the plugins, because desktops ask after each letter, and start this for it.
 int runSearchService(VXHostContext &context)
 {
     const QString operand = context.options.operand(0);

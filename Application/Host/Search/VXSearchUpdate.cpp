@@ -25,9 +25,9 @@ namespace {
 
 constexpr int mostRounds = 3;
 
-bool isTriedHere = false; // by this process; what it could not do another one like it cannot
+bool isTriedHere = false; // by this process; if it failed, another one like it would fail too
 
-// For its plugin to put it in place of the one that is searched.
+// A store waits for its plugin to replace the one that is searched.
 bool isStoreWaiting()
 {
     const QDir waiting(VXDataManager::sharedDataInstallPath());
@@ -45,7 +45,7 @@ void VXStartSearchUpdateIfDue()
     VXStartSearchUpdate();
 }
 
-// Noted before the save, and after it once more: a pass may have come between, which saw the objects as they were.
+// Noted before the save and again after it: a pass may have run in between and seen the objects in their old state.
 VXSavesLeftToSearch::VXSavesLeftToSearch(const QString &folder)
 {
     for (const VXNotificationName &name :
@@ -81,7 +81,7 @@ void VXStartBeside(const QStringList &arguments)
 void VXStartSearchUpdate()
 {
     VXStartBeside(
-        {u"search"_s, u"update"_s, u"--background"_s}); // else the next search, or process that stays, does it
+        {u"search"_s, u"update"_s, u"--background"_s}); // otherwise the next search, or a permanent process, does it
 }
 
 bool VXIsSearchUpdateDue()
@@ -96,13 +96,14 @@ bool VXIsSearchUpdateDue()
 
 namespace {
 
-// The files may all be there without it, as where the disk is full.
+// All files may exist although the index is incomplete, for example if the disk is full.
 bool isIndexWhole(VXHostContext &context)
 {
     VXError error;
     const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&error);
     const auto isOwed = [](const VXMetaDataSync::Ptr &sync) {
-        return VXMetaDataDebt(sync->identifier()).isIndexOwed(); // it may say what it said when it could be written
+        // Its contents may be from the last time it could be written.
+        return VXMetaDataDebt(sync->identifier()).isIndexOwed();
     };
     if (index && index->isAllComplete(&error) && std::ranges::none_of(VXMetaDataSync::launchedSyncs(), isOwed))
         return true;
@@ -134,7 +135,7 @@ using Outcome = VXMetaDataSync::Outcome;
 
 using Clock = std::chrono::steady_clock;
 
-// Each that is due. True when there was one. `deadline`: of all the waiting for others.
+// Makes each pass that is due. True if there was one. `deadline` limits all waiting for others together.
 bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<Clock::time_point> deadline,
                 QHash<QString, Outcome> *outcomes)
 {
@@ -149,7 +150,7 @@ bool makePasses(const QList<VXMetaDataSync::Ptr> &syncs, std::optional<Clock::ti
         if (outcome == Outcome::Elsewhere || !(sync->needsUpdate() || sync->isMirrorGone()))
             continue;
         isAny = true;
-        sync->setNeedsUpdate(false); // unless it finds a reason for one more
+        sync->setNeedsUpdate(false); // unless it finds a reason for another
         outcome = sync->synchronizeMetaDataFiles(timeLeft());
     }
     return isAny;

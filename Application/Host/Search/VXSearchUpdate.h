@@ -12,12 +12,15 @@
 struct VXHostContext;
 
 /**
- * At the end of a command: where it saved more than it could mirror itself, and nobody keeps the mirror, a process in the
- * background does it. Takes no longer than starting that.
+ * To be called at the end of a command: if it saved more than it could mirror itself, and nobody else maintains the
+ * mirror, a process in the background does so. Takes no longer than starting that process.
  */
 void VXStartSearchUpdateIfDue();
 
-/** While it lives: what is saved in the stores of that folder by no plugin's coordinator is left to the next search. */
+/**
+ * As long as it lives, saves in the stores of that folder by coordinators that belong to no plugin are left to the next
+ * search.
+ */
 class VXSavesLeftToSearch
 {
 public:
@@ -30,23 +33,27 @@ private:
     QList<VXNotificationCenter::ObserverID> _observers;
 };
 
-/** Starts this program once more, beside this process and beyond its end. What it says is heard by nobody: it may be personal. */
+/**
+ * Starts this program once more, in parallel to this process and beyond its end. Its output is discarded, because it
+ * may be personal.
+ */
 void VXStartBeside(const QStringList &arguments);
 
-/** In the background, whether or not it is due: what another process does already is left to that. */
+/** In the background, whether it is due or not; what another process is already doing is left to it. */
 void VXStartSearchUpdate();
 
-/** Whether something was saved that searching does not know of, or nobody has made a pass yet. */
+/** Whether something was saved that search does not know about, or there has been no pass yet. */
 [[nodiscard]] bool VXIsSearchUpdateDue();
 
 /** What was mirrored for plugins that are gone, or are not to be used any more, goes: among the plugins, and for them. */
 void VXRemoveUnsearched();
 
-/** True, told, when the user wants no search; then what was mirrored before goes. */
+/** True, with a message to the user, if the user does not want search; then what was mirrored before is removed. */
 [[nodiscard]] bool VXFailIfNothingIsSearched(VXHostContext &context);
 
 /**
- * Makes a pass over each store that is searched, among the plugins; waits for other processes that do at most for that time,
- * none: until they are done. False, told, when there is none, or not all could be taken in.
+ * Makes a pass over each store that is searched; needs loaded plugins. Waits for other processes that are doing the
+ * same, at most for that time, or, if there is none, until they are done. False, with a message to the user, if there
+ * is no such store, or not everything could be indexed.
  */
 [[nodiscard]] bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseconds> longestWait = {});

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype shortestPhrase = 10; // with two words at least: what is shorter may be anybody's
+constexpr qsizetype shortestPhrase = 10; // with at least two words: anything shorter may be anybody's
 constexpr qsizetype beginning = 6;
 constexpr int lastSystemError = 133;
 
@@ -30,7 +30,7 @@ const Header *headerAt(QByteArrayView file, quint64 offset)
                : nullptr;
 }
 
-// The sections with constants. Empty for what is no such file.
+// The sections with constants. Empty if it is not such a file.
 QList<QByteArrayView> constantsOf(QByteArrayView file)
 {
     const auto *const elf = headerAt<Elf64_Ehdr>(file, 0);
@@ -54,7 +54,7 @@ constexpr bool isPrintable(char16_t unit)
     return (unit >= u' ' && unit < 0x7f) || unit == u'\n' || unit == u'\t';
 }
 
-// Calls with each run of printable units that a zero ends.
+// Calls the function with each run of printable units that is terminated by zero.
 template <class Unit, class Function>
 void forEachText(QByteArrayView bytes, Function function)
 {
@@ -94,7 +94,7 @@ QStringList codeOfThisProcess()
     return files;
 }
 
-// Keys of records and of the history. The linker may keep them as ends of longer texts only.
+// Keys of records and of the history. The linker may keep them only as ends of longer texts.
 const QStringList &keysOfRecords()
 {
     static const QStringList keys =
@@ -118,7 +118,7 @@ VXOwnTexts VXOwnTexts::ofThisProgram(const VXPluginManager &manager)
     for (const VXPluginProxy *const plugin : manager.allPlugins()) {
         const VXBundle::Ptr bundle = plugin->bundle();
         if (!bundle || !bundle->bundlePath().startsWith(bundles.first() + u'/'))
-            continue; // somebody's own
+            continue; // somebody else's
         texts.addCode(bundle->executablePath());
         texts.addText(plugin->identifier());
         for (const QString &event : bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap().keys())
@@ -166,7 +166,7 @@ void VXOwnTexts::addTable(const QString &path)
 void VXOwnTexts::addText(const QString &text)
 {
     static const QRegularExpression typeName(
-        uR"(\A\d+(VX\w+)\z)"_s); // as the compiler keeps it, with its length in front
+        uR"(\A\d+(VX\w+)\z)"_s); // as the compiler stores it, preceded by its length
     if (const auto match = typeName.match(text); match.hasMatch())
         _words.insert(match.captured(1));
     static const QRegularExpression word(uR"(\A[A-Za-z_$][\w:.-]*\z)"_s);
@@ -179,7 +179,7 @@ void VXOwnTexts::addText(const QString &text)
         addPhrase(QStringView(part).trimmed());
 }
 
-// The linker keeps one copy of texts that end alike, so what a text ends with may be a text of its own.
+// The linker keeps one copy of texts with the same end, so the end of a text may be a text of its own.
 void VXOwnTexts::addPhrase(QStringView phrase)
 {
     for (qsizetype at = 0; at + shortestPhrase <= phrase.size(); ++at) {

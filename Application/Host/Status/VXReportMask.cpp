@@ -14,10 +14,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype markDigits = 10; // of 40 bits: enough to tell 100,000 values from each other
+constexpr qsizetype markDigits = 10; // 40 bits: enough to distinguish 100,000 values
 constexpr double largestCount = 1e5; // seconds of a day, milliseconds, parts; telephone numbers are longer
 
-// Of records and of the history, those whose numbers count something.
+// Keys of records and of the history whose numbers count something.
 bool isCount(const QString &key)
 {
     static const QSet<QString> keys{u"milliseconds"_s, u"process"_s,  u"thread"_s,    u"duration"_s,
@@ -26,7 +26,7 @@ bool isCount(const QString &key)
     return keys.contains(key);
 }
 
-// Those whose texts are words that the program gave out.
+// Keys whose texts are words defined by the program.
 bool isWord(const QString &key)
 {
     static const QSet<QString> keys{u"event"_s, u"subtype"_s, u"outcome"_s, u"reactor"_s, u"objectClass"_s};
@@ -39,7 +39,7 @@ bool isDate(const QString &key, const QString &text)
     return keys.contains(key) && QDateTime::fromString(text, Qt::ISODateWithMs).isValid();
 }
 
-// Digits only, and letters in one case: a number has many spellings.
+// Only the digits, and letters in one case, because a number can be written in many ways.
 QString plainForm(QLatin1StringView kind, const QString &value)
 {
     QString plain = value.toLower();
@@ -76,11 +76,11 @@ QString VXReportMask::word(const QString &word) const
     return _own.hasWord(word) ? kept(word) : text(word);
 }
 
-// The program's phrases, and between them what may be anybody's.
+// The program's phrases stay; what is between them may be anybody's.
 QString VXReportMask::text(const QString &text) const
 {
     QString masked;
-    qsizetype start = 0; // of what is not the program's
+    qsizetype start = 0; // of text that is not the program's
     qsizetype at = 0;
     while (at < text.size()) {
         const qsizetype length = _own.lengthAt(text, at);
@@ -95,7 +95,7 @@ QString VXReportMask::text(const QString &text) const
     return text.isNull() ? QString() : masked + foreign(text.sliced(start));
 }
 
-// What has a form by which it is known again wherever it stands, and between that words.
+// Values whose form makes them recognisable wherever they are, and words between them.
 QString VXReportMask::foreign(const QString &text) const
 {
     static const QRegularExpression forms(uR"((?<url>[A-Za-z][A-Za-z0-9+.-]*://[^\s"<>]+))"
@@ -121,7 +121,7 @@ QString VXReportMask::foreign(const QString &text) const
     return masked + words(QStringView(text).sliced(start));
 }
 
-// Names and texts: what stands between signs is one mark, so that not even the number of its words is told.
+// Names and texts: everything between punctuation becomes one mark, so that not even the number of words is revealed.
 QString VXReportMask::words(QStringView text) const
 {
     static const QRegularExpression signs(
@@ -142,7 +142,7 @@ QString VXReportMask::words(QStringView text) const
     return masked;
 }
 
-// Of devices and stored objects the parts that the program gives them.
+// In URLs of devices and stored objects, the parts that the program defines stay.
 QString VXReportMask::deviceURL(const QString &url) const
 {
     static const QRegularExpression device(uR"(\Avxdevice://localhost/([\w.-]+)(/.*)?\z)"_s);

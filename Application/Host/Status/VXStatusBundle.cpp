@@ -32,7 +32,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype shortestHidden = 3; // shorter names stand in too many words
+constexpr qsizetype shortestHidden = 3; // shorter names occur in too many words
 
 constexpr char16_t readMe[] = uR"(A report of Vornix, made by "vornix status --bundle".
 
@@ -48,7 +48,7 @@ the names and versions of plugins and services.
 
 // -- What is masked
 
-// This user's marks stay the same, and cannot be had from the values by anybody else.
+// With it, this user's marks stay the same, and nobody else can compute them from the values.
 QByteArray keyOfMarks()
 {
     VXUserDefaults &defaults = VXUserDefaults::standardUserDefaults();
@@ -64,7 +64,7 @@ QByteArray keyOfMarks()
     return bytes;
 }
 
-// What tells who the user is, where it stands in something that would else be shown.
+// Words that identify the user, if they occur in something that would otherwise be shown.
 QStringList hiddenWords()
 {
     QStringList words{QDir::homePath(), QFileInfo(QDir::homePath()).fileName(), qEnvironmentVariable("USER"),
@@ -113,7 +113,7 @@ QByteArray versionsFile(const VXReportMask &mask)
     return VXJSONText(versions);
 }
 
-// A line that begins an entry keeps when it was and how bad it is; what goes on with one is text.
+// A line that begins an entry keeps its date and level; a line that continues one is text.
 QByteArray logLine(const VXReportMask &mask, const QByteArray &line)
 {
     static const QRegularExpression date(uR"(\A[A-Z][a-z]{2} [ 0-9][0-9] )"_s);
@@ -146,7 +146,7 @@ QByteArray historyFile(const VXReportMask &mask)
     QByteArray lines;
     for (const VXEventRecord &record : VXEventHistory::sharedEventHistory().records()) {
         QJsonObject json = mask.value(record.json()).toObject();
-        json.insert(u"id"_s, record.identifier); // this and the next the program gave it
+        json.insert(u"id"_s, record.identifier); // this and the next come from the program
         json.insert(u"process"_s, record.process);
         lines += VXJSONText(json) + '\n';
     }
@@ -166,7 +166,7 @@ QString VXWriteStatusBundle(const VXPluginManager &manager, const VXStatusReport
 {
     if (!path.endsWith(".zip"_L1, Qt::CaseInsensitive))
         path += ".zip"_L1;
-    // Beside its place, so that it gets there in one step.
+    // Beside its destination, so that it can be moved there in one step.
     const QTemporaryDir making(QFileInfo(path).absolutePath() + "/.vornix-report.XXXXXX"_L1);
     const QString folder = making.filePath(u"vornix-report"_s);
     if (!making.isValid() || !QDir().mkpath(folder))

@@ -28,7 +28,8 @@ int runStatus(VXHostContext &context)
         context.output.answer(report.text(context.output.width()), report.json());
         return static_cast<int>(VXHostOutput::Done);
     };
-    return VXRunWithPlugins(context, run, VXWhenQuitting::Run); // what keeps the program from starting is told too
+    // So that it reports even what prevents the program from starting.
+    return VXRunWithPlugins(context, run, VXWhenQuitting::Run);
 }
 
 } // namespace

@@ -26,7 +26,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::seconds connectionLimit{5}; // all phones together
+constexpr std::chrono::seconds connectionLimit{5}; // for all phones together
 const QString startable = u"starts when needed"_s;
 
 // -- Services
@@ -35,9 +35,9 @@ struct Service
 {
     VXServiceName name;
     QString title;
-    QString package; // that brings it; null when unknown
+    QString package; // that contains it; null if unknown
     QStringList users = {};
-    bool isOptional = false; // to all of them
+    bool isOptional = false; // for all of them
 };
 
 Service serviceFrom(const QVariantMap &info)
@@ -50,14 +50,14 @@ Service serviceFrom(const QVariantMap &info)
             .isOptional = info.value(u"optional"_s).toBool()};
 }
 
-// It does nothing unless a trigger has it do something.
+// False if it does nothing unless a trigger runs it.
 bool reactsAlone(const VXPluginProxy &plugin)
 {
     const QString kind = plugin.pluginClassType();
     return kind == VXPluginKind::Reactor || kind == VXPluginKind::Exporter;
 }
 
-// Those that plugins name, each once.
+// The services that plugins name, each once.
 QList<Service> servicesOf(const VXPluginManager &manager)
 {
     QList<Service> services;
@@ -116,7 +116,7 @@ VXStatusItem itemOfService(const Service &service, const VXServiceStanding &stan
     return item;
 }
 
-// Whether "vornix run" runs: only then is anything reacted to.
+// Whether "vornix run" is running: only then are there reactions.
 VXStatusItem itemOfProgram(const VXServiceStanding &standing)
 {
     VXStatusItem item{.identifier = u"com.halvern.VNX2"_s, .name = u"Vornix (vornix run)"_s};
@@ -194,7 +194,7 @@ void tellOfPlugin(VXStatusItem &item, const VXPluginManager &manager, const QStr
     }
 }
 
-// It waits for a service that is started for it.
+// It waits for a service that is started on demand.
 bool isAsleep(const VXStatusItem &phone, const QList<VXStatusItem> &services)
 {
     return std::ranges::any_of(services, [&](const VXStatusItem &service) {
@@ -240,7 +240,7 @@ VXStatusItem itemOfPhone(const VXPluginManager &manager, const QUrl &url, const 
 QList<VXStatusItem> statusOfPhones(const VXPluginManager &manager, const QList<VXStatusItem> &services)
 {
     const QList<QUrl> urls = VXDevicePlugin::deviceURLs().value_or(QList<QUrl>());
-    QList<VXDevicePlugin::Ptr> devices; // all are being connected at the same time
+    QList<VXDevicePlugin::Ptr> devices; // all connect at the same time
     std::ranges::transform(urls, std::back_inserter(devices), VXDevicePlugin::deviceAtURL);
     const QDeadlineTimer limit(connectionLimit);
     for (const VXDevicePlugin::Ptr &device : std::as_const(devices)) {
@@ -270,7 +270,7 @@ QString remedyOfPlugin(const QString &state, const VXPluginProxy &plugin)
     return {};
 }
 
-// A plugin that triggers wait for is at fault. Their names are the user's own, and not for a report.
+// A plugin that triggers wait for is at fault. The triggers' names are the user's own and do not belong in a report.
 void tellOfTriggers(VXStatusItem &item, qsizetype triggers)
 {
     item.isAtFault = true;
@@ -332,11 +332,11 @@ QJsonArray jsonOf(const QList<VXStatusItem> &items, const QString &identifierKey
     return json;
 }
 
-// Where there is no room beside the names, the states stand below them.
+// If there is no room beside the names, the states go below them.
 QString textOf(const QString &title, const QList<VXStatusItem> &items, qsizetype width, bool areOurs = false)
 {
     constexpr qsizetype indent = 6;
-    QStringList names; // what a phone calls itself may have any character
+    QStringList names; // the name a phone gives itself may contain any character
     QStringList states;
     qsizetype longestName = 0;
     qsizetype longestState = 0;

@@ -7,25 +7,25 @@
 
 class VXPluginManager;
 
-/** How one thing stands: a service, a phone or a plugin. What is none is null. */
+/** The state of a service, a phone or a plugin. Values that do not apply are null. */
 struct VXStatusItem
 {
     QString identifier = {}; // a service's name, a device's URL, a plugin's identifier
     QString name = {};       // for people
     QString state = {};
-    QString reason = {};    // what is wrong, or why it is so
+    QString reason = {};    // what is wrong, or why it is in this state
     QString remedy = {};    // what to do about it
-    QString version = {};   // of plugins
-    QStringList users = {}; // of services: the enabled plugins that need it
-    bool isNeeded = true;   // of services: by something that is enabled
+    QString version = {};   // for plugins
+    QStringList users = {}; // for services: the enabled plugins that need it
+    bool isNeeded = true;   // for services: something that is enabled needs it
     bool isAtFault = false; // something that the user wants does not work
 };
 
-/** How everything stands that the program depends on, found out once. */
+/** The state of everything that the program depends on, found out once. */
 class VXStatusReport
 {
 public:
-    /** Phones that are being connected are waited for, some seconds. Runs the event loop. Main thread only. */
+    /** Waits some seconds for phones that are connecting. Runs the event loop. Main thread only. */
     explicit VXStatusReport(const VXPluginManager &manager);
 
     const QList<VXStatusItem> &services() const { return _services; }

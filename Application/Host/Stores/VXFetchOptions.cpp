@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// With the name that was perhaps meant, where the problem is one that the entity does not have.
+// Adds the name that may be meant, if the problem is a name that the entity does not have.
 QString withHint(const QString &problem, const VXEntityDescription &entity, const QString &suggestion)
 {
     static const QRegularExpression unknown(u" has no \"([^\"]*)\"$"_s);

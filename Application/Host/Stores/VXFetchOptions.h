@@ -7,9 +7,9 @@
 class VXHostOptions;
 
 /**
- * Takes --where, --sort, --limit and --offset over into a fetch. @return what is wrong with them, null when nothing is; keys that
- * the entity does not have are, although a fetch would take them for none.
+ * Applies --where, --sort, --limit and --offset to a fetch request. @return what is wrong with them, null if nothing
+ * is. Keys that the entity does not have are an error, although a fetch would treat them as null.
  */
 [[nodiscard]] QString VXReadFetchOptions(const VXHostOptions &options, VXFetchRequest &request);
-/** The same with a condition alone. */
+/** The same for a condition alone. */
 [[nodiscard]] QString VXReadPredicate(const QString &text, VXFetchRequest &request);

@@ -10,11 +10,14 @@
 
 #include <optional>
 
-// What became of the objects of a store that was copied, as the verbs of whole stores tell it.
+// What happened to the objects of a store that was copied, as the verbs for whole stores report it.
 
-/** For each entity an object: "entity", "found", "copied", "leftOut", "changed", "dropped" and "notFound". */
+/** One object for each entity: "entity", "found", "copied", "leftOut", "changed", "dropped" and "notFound". */
 [[nodiscard]] QJsonArray VXJSONOfMigration(const QList<VXEntityMigration> &entities);
-/** A table with a line for each entity; one sentence where there are none. */
+/** A table with a line for each entity; one sentence if there are none. */
 [[nodiscard]] QString VXTextOfMigration(const QList<VXEntityMigration> &entities);
-/** The same of a store that is taken as it is: what each entity has is found and copied. Empty, with an error, on failure. */
+/**
+ * The same for a store that is taken as it is: all objects of each entity count as found and copied. Empty, with an
+ * error, on failure.
+ */
 [[nodiscard]] std::optional<QList<VXEntityMigration>> VXObjectsOfStore(VXCoreDataStore &store, VXError *error);

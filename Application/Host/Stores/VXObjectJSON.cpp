@@ -35,7 +35,7 @@ QVariant attributeFromJSON(const VXAttributeDescription &attribute, const QJsonV
 {
     if (value.isString() && attribute.type() == VXAttributeType::Date) {
         const QDateTime date = QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
-        return date.isValid() ? QVariant(date) : QVariant(value.toString()); // which is then none
+        return date.isValid() ? QVariant(date) : QVariant(value.toString()); // in which case it is not a date
     }
     if (value.isString() && attribute.type() == VXAttributeType::Binary) {
         const auto decoded =

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Keeps the rows of a table back until they are many enough to be aligned, and to see which columns fit. */
+/** Holds the rows of a table back until there are enough to align them, and to see which columns fit. */
 class TableWriter
 {
 public:
@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    // Columns without a value go first, then the last ones; they are named.
+    // Columns without values are dropped first, then the last ones; they are named.
     void fit()
     {
         const qsizetype room = _output.width();
@@ -109,7 +109,7 @@ QString VXObjectTable::write(VXHostOutput &output) const
         if (!output.isJSON())
             table.writePiece();
         if (!output.flush())
-            break; // nobody reads it any more
+            break; // nobody is reading it any more
     }
     return {};
 }

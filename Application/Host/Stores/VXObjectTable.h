@@ -14,13 +14,14 @@ struct VXObjectTable
     VXManagedObjectContext &context;
     const VXFetchResult &result;
     VXObjectColumns columns; // of the table
-    bool leavesOut;          // those columns that the line has no room for
+    bool leavesOut;          // columns for which the line has no room
     qsizetype batchSize;
     bool withRelatedURIs;
 
     /**
-     * Writes the objects as a table, or as JSON, batch by batch: there may be more of them than memory has room for. Those that
-     * somebody else deletes meanwhile are left out. What room there is for columns the first batch decides. @return what went wrong, null when nothing did.
+     * Writes the objects as a table, or as JSON, batch by batch, since there may be more of them than fit into memory.
+     * Objects that somebody else deletes meanwhile are omitted. The first batch decides how much room the columns get.
+     * @return what went wrong, null if nothing did.
      */
     [[nodiscard]] QString write(VXHostOutput &output) const;
 };

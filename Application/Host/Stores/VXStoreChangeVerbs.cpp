@@ -24,7 +24,7 @@ VXManagedObjectPtr objectOf(VXStoreSession &session)
     return object;
 }
 
-// Those that are typed; none, told with the usage, when they are no JSON object.
+// The typed values; none, with the usage, if they are not a JSON object.
 std::optional<QJsonObject> valuesOf(const VXStoreSession &session)
 {
     QString reason;
@@ -54,7 +54,7 @@ int failAbstract(VXStoreSession &session, const VXEntityDescription &entity)
     return session.fail(u"entity %1 is abstract: it has no objects of its own"_s.arg(entity.name()));
 }
 
-// The one that is named, or those of an entity that the predicate describes.
+// The object that is named, or those of an entity that match the predicate.
 std::optional<QList<VXManagedObjectPtr>> objectsToDelete(VXStoreSession &session)
 {
     if (!session.host.options.isSet(u"where"_s)) {
@@ -106,9 +106,10 @@ int VXDeleteStoreObjects(VXStoreSession &session)
         return VXHostOutput::Failed;
     for (const VXManagedObjectPtr &object : *objects)
         session.context.deleteObject(object);
-    const qsizetype count = session.context.deletedObjects().size(); // it and what the delete rules say
+    const qsizetype count = session.context.deletedObjects().size(); // itself and those that the delete rules add
     VXError error;
-    if (!session.context.save(&error)) { // the text of a failed save is about what was to be kept
+    // The error text of a failed save is about something that should have been stored.
+    if (!session.context.save(&error)) {
         const QString reason = error.localizedRecoverySuggestion();
         return session.fail("nothing was deleted: "_L1 + (reason.isNull() ? VXErrorText(error) : reason));
     }
@@ -116,7 +117,7 @@ int VXDeleteStoreObjects(VXStoreSession &session)
     return VXHostOutput::Done;
 }
 
-// Adds what a file holds, all of it or nothing.
+// Adds the contents of a file, all or nothing.
 int VXImportStoreObjects(VXStoreSession &session)
 {
     const VXEntityDescription *const entity = session.entity();

@@ -50,7 +50,7 @@ bool has(const Verbs &table, const QString &name)
     return std::ranges::find(table, name, &VXHostVerb::name) != std::end(table);
 }
 
-// With those of stores as a whole, but "import" once.
+// Including those for whole stores, but "import" only once.
 QList<VXHostVerb> allVerbs()
 {
     QList<VXHostVerb> all = VXHostVerbsOf(verbs);
@@ -61,8 +61,8 @@ QList<VXHostVerb> allVerbs()
     return all;
 }
 
-// Whether a data plugin's store is meant, not a file: a name without folder and extension. A folder of that name that holds no
-// store hides none.
+// Whether a data plugin's store is meant, not a file: a name without folder and extension. A folder with that name that
+// contains no store does not hide one.
 bool isStoreName(const QString &path)
 {
     const bool isWord = !path.contains(u'/') && !path.contains(u'.');
@@ -70,14 +70,15 @@ bool isStoreName(const QString &path)
                       (QFileInfo(path).isDir() && VXCoreDataStore::storeClass().dataFilesForStorePath(path).isEmpty()));
 }
 
-// A store is checked as it lies there: its plugin would upgrade it first, and may not be able to before it is mended.
+// A store is checked in its present state: its plugin would upgrade it first, and may be unable to do so before it is
+// repaired.
 QString placeToCheck(const QString &name)
 {
     const QString place = VXDataManager::sharedDataFolderPath() + u'/' + name + u'.' + VXStoreFileExtension;
     return QFileInfo(place).isDir() ? place : name;
 }
 
-// What is wrong with the command line; null when nothing is.
+// What is wrong with the command line; null if nothing is.
 QString misuse(const Verb &verb, const VXHostOptions &options)
 {
     const bool namesEntity = verb.run == VXDeleteStoreObjects && !options.isSet(u"where"_s) &&
@@ -86,7 +87,7 @@ QString misuse(const Verb &verb, const VXHostOptions &options)
         return u"an entity goes with --where: delete PATH %1 --where PREDICATE; \"--where TRUEPREDICATE\" deletes all"_s
             .arg(options.operand(2));
     for (const QString &option : {u"dry-run"_s, u"merge"_s, u"replace"_s, u"backup"_s, u"yes"_s}) {
-        if (options.isSet(option)) // of the verbs that work on a plugin's store as a whole
+        if (options.isSet(option)) // options for the verbs that work on a plugin's store as a whole
             return u"--%1 goes with import NAME FOLDER, not with a file"_s.arg(option);
     }
     if (verb.run == nullptr && !options.isSet(u"model"_s))

@@ -15,17 +15,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Takes comma-separated values apart, record by record. */
+/** Parses comma-separated values, record by record. */
 class TableReader
 {
 public:
     explicit TableReader(const QString &text) : _text(text.startsWith(QChar::ByteOrderMark) ? text.sliced(1) : text) {}
 
-    /** The line that the last record began in, from 1. */
+    /** The line in which the last record began, from 1. */
     int line() const { return _recordLine; }
     bool isDamaged() const { return _isDamaged; }
 
-    /** None at the end, and where a quoted value has none. */
+    /** None at the end, and if a quoted value does not end. */
     std::optional<QStringList> next()
     {
         if (_at >= _text.size())
@@ -87,7 +87,7 @@ private:
     bool _isDamaged = false;
 };
 
-// What a cell stands for: texts as they are, of all else JSON where it is that.
+// The meaning of a cell: text as it is; anything else as JSON, if it is valid JSON.
 QJsonValue valueOfCell(const VXPropertyDescription &property, const QString &cell)
 {
     if (cell.isEmpty())

@@ -31,7 +31,7 @@ QStringList namesOfEntities(const VXManagedObjectModel &model)
     return names;
 }
 
-// The store's own entries are told by themselves, or are of no interest to people.
+// The store's own entries are shown separately, or are of no interest to people.
 QList<QStringList> rowsOfMetadata(const QVariantMap &metadata)
 {
     QList<QStringList> rows;
@@ -55,7 +55,7 @@ QString kindOf(const VXPropertyDescription &property)
     return relationship->destination().name() + (relationship->isToMany() ? "[]"_L1 : ""_L1);
 }
 
-// What the entity does not inherit; the table shows where the rest comes from.
+// Properties that the entity does not inherit; the table shows where the rest come from.
 QString ownProperties(const VXEntityDescription &entity)
 {
     QStringList texts;
@@ -77,7 +77,7 @@ QJsonArray jsonOfProperties(const VXEntityDescription &entity)
     return json;
 }
 
-// JSON tells of these in full: read for a batch at once they cost one query each, not one for each object.
+// JSON contains these in full: reading them for a whole batch costs one query for each, not one for each object.
 QStringList toManyRelationships(const VXEntityDescription &entity)
 {
     QStringList names;
@@ -89,7 +89,7 @@ QStringList toManyRelationships(const VXEntityDescription &entity)
     return names;
 }
 
-// Those of --columns; null, told, when one is none.
+// The columns of --columns; null, with a message to the user, if one does not exist.
 std::optional<VXObjectColumns> chosenColumns(VXStoreSession &session, const VXEntityDescription &entity)
 {
     const QString text = session.host.options.value(u"columns"_s);
@@ -112,7 +112,8 @@ std::optional<VXObjectColumns> chosenColumns(VXStoreSession &session, const VXEn
     return columns;
 }
 
-// Mends a store of which a copy is kept: the folder as one that can be taken back, a file alone in the trash. Tells what was done.
+// Repairs a store, of which a copy is kept: a folder is kept as an earlier store that can be restored, a single file
+// goes to the trash. Adds to `told` what was done.
 bool mend(VXPersistentStore &store, QStringList *told, VXError *error)
 {
     const QFileInfo file(store.path());
@@ -140,7 +141,7 @@ bool mend(VXPersistentStore &store, QStringList *told, VXError *error)
     return true;
 }
 
-// What cannot be mended is found again by the check that follows.
+// What cannot be repaired is found again by the check that follows.
 int mendStores(VXStoreSession &session)
 {
     QStringList told;

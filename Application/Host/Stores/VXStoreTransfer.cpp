@@ -31,7 +31,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/** What a verb works on. */
+/** What a verb works with. */
 struct Transfer
 {
     VXHostContext &host;
@@ -40,7 +40,8 @@ struct Transfer
 
     bool isSet(const QString &option) const { return host.options.isSet(option); }
     QString path(const QString &text) const { return QDir::cleanPath(QFileInfo(text).absoluteFilePath()); }
-    // Where a store goes: into a folder that is no store, and under a name of stores.
+    // Where a store is written: inside a folder that is not a store, otherwise at that path with the extension of
+    // stores.
     QString place(const QString &text) const
     {
         const QFileInfo named(path(text));
@@ -50,7 +51,7 @@ struct Transfer
             return named.filePath() + u'/' + QFileInfo(plugin.dataStorePath()).fileName();
         return named.filePath() + u'.' + VXStoreFileExtension;
     }
-    // A store that is to be read: its folder, or that name without the extension. Null when nothing is there, which was told.
+    // A store to be read: its folder, or that name without the extension. Null if nothing is there, which was reported.
     QString source(const QString &text) const
     {
         const QString named = path(text);
@@ -75,15 +76,15 @@ int answer(const Transfer &transfer, const QString &text, const QString &action,
     return VXHostOutput::Done;
 }
 
-// Hooks that leave out an object that others may lead to want nothing saved. That counts as success, and who reads the answer
-// must not take it for a copy.
+// Hooks that omit an object to which others may lead want nothing saved. That counts as success, but readers of the
+// answer must not take it for a copy.
 QString reasonForNothing(const Transfer &transfer)
 {
     return u"The plugin %1 leaves out objects that others may lead to, which ends the copy. It says of each entity:\n"_s
         .arg(transfer.plugin.identifier());
 }
 
-// The same of any store, which may have nothing; null where something was copied.
+// The same for any store, which may be empty; null if something was copied.
 QString reasonForNothing(const Transfer &transfer, VXCoreDataStore &source)
 {
     if (!VXDataPlugin::holdsObjects(source))
@@ -91,7 +92,7 @@ QString reasonForNothing(const Transfer &transfer, VXCoreDataStore &source)
     return transfer.plugin.hasSavedNothing() ? reasonForNothing(transfer) : QString();
 }
 
-// How what a store was before is brought back; it may be listed nowhere.
+// How to restore the previous store; it may not be in any list.
 QString textOfWayBack(const Transfer &transfer, const QString &old)
 {
     const QList<VXStorePast::Entry> earlier = transfer.plugin.earlierStores();
@@ -105,7 +106,7 @@ int rehearse(const Transfer &transfer, const VXCoreDataStore::Ptr &source, bool 
     const VXError error = transfer.plugin.rehearse(source, isMerge);
     const QList<VXEntityMigration> &entities = transfer.plugin.lastMigration();
     if (error) {
-        if (!entities.isEmpty()) // they may tell why
+        if (!entities.isEmpty()) // they may explain it
             answer(transfer, u"Nothing was changed, and this could not be saved:\n"_s, u"rehearsed"_s, entities,
                    {{u"error"_s, VXErrorText(error)}});
         return transfer.fail(error);
@@ -135,7 +136,7 @@ bool mayReplace(const Transfer &transfer, const QString &place)
 
 // -- The verbs
 
-// Whether the backup that was asked for, if any, can be made at `place`; why not was told.
+// Whether the requested backup, if any, can be made at `place`; if not, the reason was reported.
 bool canMakeBackup(const Transfer &transfer, const QString &place)
 {
     if (place.isNull())
@@ -159,12 +160,12 @@ QString backupPlace(const Transfer &transfer)
 // Another process may have settled it.
 QString placeOfOldStore(const VXDataPlugin &plugin)
 {
-    const QList<VXStorePast::Entry> earlier = plugin.earlierStores(); // with one that is not settled
+    const QList<VXStorePast::Entry> earlier = plugin.earlierStores(); // including one that is not settled
     const auto upgraded = std::ranges::find(earlier, "upgraded"_L1, &VXStorePast::Entry::reason);
     return plugin.oldStore().isNull() && upgraded != earlier.end() ? upgraded->path : plugin.oldStore();
 }
 
-// Of what was installed while the plugin ran, or of what a dry run leaves where it is.
+// About a plugin that was installed while it was running, or that a dry run leaves where it is.
 void tellOfWaitingPlugin(const Transfer &transfer)
 {
     const QDir staging(VXPluginManager::sharedPluginManager().pathToInstallStagingFolder());
@@ -235,7 +236,7 @@ QJsonObject placesOf(const QString &file, const QString &backup)
     return {{u"from"_s, file}, {u"backup"_s, VXJSONFromVariant(backup)}};
 }
 
-// Of the backup that an import was to make first.
+// About the backup that an import was to make first.
 QString textOfBackup(const QString &backup)
 {
     return backup.isNull() ? QString() : u"A backup of the present one lies in %1.\n"_s.arg(backup);
@@ -258,7 +259,7 @@ int answerMerged(const Transfer &transfer, VXCoreDataStore &source, const QStrin
                   u"merged"_s, plugin.lastMigration(), more);
 }
 
-// What replaces the store is copied by the hooks only where it has to be upgraded.
+// The hooks copy what replaces the store only if it has to be upgraded.
 int rehearseImport(const Transfer &transfer, const VXCoreDataStore::Ptr &store, const QString &file)
 {
     const bool isMerge = !transfer.isSet(u"replace"_s);
@@ -343,7 +344,7 @@ int listPast(const Transfer &transfer, const QList<VXStorePast::Entry> &past)
     return VXHostOutput::Done;
 }
 
-// What has not replaced the store yet.
+// Takes back what has not replaced the store yet.
 int withdraw(Transfer &transfer, const QString &waiting)
 {
     if (!agrees(transfer,
@@ -404,7 +405,7 @@ int rollBack(Transfer &transfer)
 struct Verb : VXHostVerb
 {
     int (*run)(Transfer &transfer);
-    bool leavesStoreAlone; // when its plugin loads
+    bool leavesStoreAlone; // when its plugin is loaded
 };
 
 const QStringList stores{u"stores"_s}; // a kind of words
@@ -414,7 +415,7 @@ const Verb verbs[] = {{{u"upgrade"_s, u"NAME"_s, 1, 1, stores}, upgrade, true},
                       {{u"export"_s, u"NAME FOLDER"_s, 2, 2, stores}, exportStore, false},
                       {{u"rollback"_s, u"NAME [FOLDER]"_s, 1, 2, stores}, rollBack, true}};
 
-// What is wrong with the command line; null when nothing is.
+// What is wrong with the command line; null if nothing is.
 QString misuse(const VXHostOptions &options)
 {
     if (options.operands().size() > 2 && options.operand(2).isEmpty())
@@ -429,7 +430,7 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
 {
     if (!VXStoreNames().contains(name)) {
         QString problem;
-        std::ignore = VXStoreForName(name, &problem); // which knows what to say
+        std::ignore = VXStoreForName(name, &problem); // it knows what to say
         if (name.contains(u'/') || name.endsWith(u'.' + VXStoreFileExtension))
             problem = u"%1 takes the name of a data plugin's store: "_s.arg(verb.name) + problem;
         return context.output.fail(problem);
@@ -444,7 +445,8 @@ int runVerb(VXHostContext &context, const Verb &verb, const QString &name)
     return verb.run(transfer);
 }
 
-// With the plugin of that store alone, and no store opened by it or by those it needs: that might upgrade or replace some.
+// Starts only the plugin of that store. Neither it nor those it needs open a store, because that might upgrade or
+// replace some.
 void startForALook(const QString &name)
 {
     VXDataPlugin::holdBackAllStores();

@@ -2,8 +2,8 @@
 
 #include "VXHostCommand.h"
 
-// The verbs of "vornix store" that concern whole stores of data plugins: upgrade, import, export, rollback.
+// The verbs of "vornix store" for whole stores of data plugins: upgrade, import, export, rollback.
 
 [[nodiscard]] const QList<VXHostVerb> &VXStoreTransferVerbs();
-/** Carries one out, among the plugins. */
+/** Carries one out; needs loaded plugins. */
 [[nodiscard]] int VXRunStoreTransfer(VXHostContext &context);

@@ -6,20 +6,20 @@
 
 #include <QtCore/QString>
 
-// What "vornix store" does with open stores. Each verb answers an exit status.
+// What "vornix store" does with open stores. Each verb returns an exit status.
 
-/** What the verbs work on: the stores, and a context over them. */
+/** What the verbs work with: the stores, and a context on them. */
 struct VXStoreSession
 {
     VXHostContext &host;
     VXPersistentStoreCoordinator::Ptr coordinator;
     VXManagedObjectContext context{coordinator};
 
-    /** Of those behind the store's path or name. */
+    /** One of those after the store's path or name. */
     QString operand(qsizetype index) const;
     int fail(const QString &text) const;
     int fail(const VXError &error) const;
-    /** The one that the first operand names; nullptr, told, when there is none. */
+    /** The entity that the first operand names; nullptr, with a message to the user, if there is none. */
     const VXEntityDescription *entity() const;
 };
 

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::chrono::seconds longestWait(10); // for who replaces a store
+constexpr std::chrono::seconds longestWait(10); // for someone who is replacing a store
 
 VXManagedObjectModel::Ptr modelFromSource(const QString &path, QString *problem)
 {
@@ -36,7 +36,7 @@ VXManagedObjectModel::Ptr modelFromSource(const QString &path, QString *problem)
     return problems.isEmpty() ? VXManagedObjectModel::modelWithDefinition(definition) : nullptr;
 }
 
-// The models that lie in the folder of a store, as one.
+// The models found in the folder of a store, combined.
 VXManagedObjectModel::Ptr modelInFolder(const QString &folder, const QString &path, QString *problem)
 {
     if (VXCoreDataStore::storeClass().modelFilesForStorePath(folder).isEmpty()) {
@@ -50,7 +50,7 @@ VXManagedObjectModel::Ptr modelInFolder(const QString &folder, const QString &pa
     return model;
 }
 
-// The names of the data files at a path: of a store folder those that the plugin that owns it would open.
+// The names of the data files at a path: in a store folder, those that the plugin that owns it would open.
 QStringList dataFiles(const QFileInfo &path, QString *problem)
 {
     if (!path.exists()) {
@@ -128,7 +128,7 @@ bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QStr
         *problem = u"%1: a store folder has a name that ends in .%2"_s.arg(path, VXStoreFileExtension);
         return false;
     }
-    if (QFileInfo::exists(folder) && !QDir(folder).isEmpty()) { // an empty one may be taken
+    if (QFileInfo::exists(folder) && !QDir(folder).isEmpty()) { // an empty one may be used
         *problem = u"%1: there is something already"_s.arg(path);
         return false;
     }
@@ -142,7 +142,7 @@ bool VXMakeStoreFolder(const QString &path, const QString &modelPath, const QStr
         error = VXFileManager::defaultManager().verifyPathExists(made.path());
     const QString ownModel = file + "mom"_L1;
     if (!error && model->writeToFile(ownModel, &error))
-        QFile::setPermissions(ownModel, QFile::ReadOwner | QFile::WriteOwner); // as all of a store
+        QFile::setPermissions(ownModel, QFile::ReadOwner | QFile::WriteOwner); // like everything in a store
     if (error)
         *problem = VXErrorText(error, path);
     else if (attach(*VXPersistentStoreCoordinator::coordinatorWithModel(model), file + type, {}, problem)) {

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 longestPause = 13; // seconds between two rings, which networks send every five
+constexpr qint64 longestPause = 13; // seconds between two rings; networks send one every five
 
 } // namespace
 
@@ -31,7 +31,7 @@ void VXGammuCallTracker::didReport(const GSM_Call &call)
     case GSM_CALL_CallRemoteEnd:
     case GSM_CALL_CallLocalEnd:
         return end(number);
-    case GSM_CALL_CallEstablished: // the network took the dialled number: it rings there
+    case GSM_CALL_CallEstablished: // the network accepted the dialled number: it rings at the other end
     case GSM_CALL_CallHeld:
     case GSM_CALL_CallResumed:
     case GSM_CALL_CallSwitched:
@@ -74,7 +74,7 @@ void VXGammuCallTracker::didLosePhone()
         end(_calls.back().number);
 }
 
-// The call with that number; where the phone does not tell the number, the latest, and one that rings rather than one
+// The call with that number. If the phone does not give the number, the latest call; one that rings is preferred to one
 // that is connected.
 VXGammuCallTracker::Calls::iterator VXGammuCallTracker::find(const QString &number)
 {
@@ -84,7 +84,7 @@ VXGammuCallTracker::Calls::iterator VXGammuCallTracker::find(const QString &numb
     return ringing != _calls.end() || _calls.empty() ? ringing : _calls.end() - 1;
 }
 
-// Phones report a call again each time that they ring.
+// Phones report a call again with each ring.
 void VXGammuCallTracker::begin(bool isIncoming, const QString &number)
 {
     const auto isSame = [&](const Call &call) { return call.isIncoming == isIncoming && call.number == number; };

@@ -9,29 +9,29 @@
 #include <vector>
 
 /**
- * Follows the calls of a phone: makes out of what it reports, and of what it was asked to do, that a call rings, is
- * connected and has ended, each once. One thread.
+ * Follows the calls of a phone: works out from what it reports, and from what it was asked to do, that a call rings, is
+ * connected and has ended, and reports each once. One thread.
  */
 class VXGammuCallTracker
 {
 public:
-    /** Told of each step: the event "incoming_call" or "outgoing_call", "ringing", "connected" or "ended", and the
-     *  call, with the keys of a call in the plugin's README. */
+    /** Told of each step: the event "incoming_call" or "outgoing_call", the step "ringing", "connected" or "ended", and
+     *  the call, with the keys that the plugin's README lists for calls. */
     using Listener = std::function<void(const QString &event, const QString &step, const QVariantMap &call)>;
 
-    /** `now` is the clock. */
+    /** `now` returns the current time. */
     explicit VXGammuCallTracker(Listener listener, std::function<QDateTime()> now = QDateTime::currentDateTimeUtc);
 
     /** What the phone reported. */
     void didReport(const GSM_Call &call);
-    /** What the phone did when asked. */
+    /** What the phone did on request. */
     void didDial(const QString &number);
     void didAnswer();
     void didHangUp();
-    /** To be called every now and then for a phone that reports a call each time it rings: one that rings no more, and
-     *  was not answered, has ended, of which such phones tell nothing. */
+    /** To be called from time to time for a phone that reports a call each time it rings. Such phones do not report the
+     *  end of an unanswered call, so one that has stopped ringing without an answer counts as ended. */
     void endThoseThatRingNoMore();
-    /** The phone is gone: nothing more will be told of its calls. */
+    /** The phone is gone: nothing more will be reported about its calls. */
     void didLosePhone();
 
 private:
@@ -41,7 +41,7 @@ private:
         QString number;
         QDateTime began;
         QDateTime connected; // null while it rings
-        QDateTime rang;      // last
+        QDateTime rang;      // last time
     };
     using Calls = std::vector<Call>;
 
@@ -53,5 +53,5 @@ private:
 
     const Listener _listener;
     const std::function<QDateTime()> _now;
-    Calls _calls; // those that go on, the latest last
+    Calls _calls; // calls in progress, the latest last
 };

@@ -4,7 +4,7 @@
 #include "VXGammuJob.h"
 #include "VXGammuSession.h"
 
-/** The actions on a phone's calls, each answers what went wrong, or nothing. */
+/** The actions on a phone's calls; each returns what went wrong, or nothing. */
 class VXGammuCalls
 {
 public:
@@ -17,7 +17,7 @@ public:
     /** Dials the request's object: a number, or a dictionary with a "number". */
     VXGammuFailure dial(VXGammuSession &session, VXGammuJob &job);
     VXGammuFailure answer(VXGammuSession &session, VXGammuJob &job);
-    /** Ends all calls, or refuses the one that rings. */
+    /** Ends all calls, or rejects the one that rings. */
     VXGammuFailure hangUp(VXGammuSession &session, VXGammuJob &job);
 
 private:

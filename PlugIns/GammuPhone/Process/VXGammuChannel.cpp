@@ -10,7 +10,7 @@
 
 namespace {
 
-// How often work is looked at, and how long each step of ending it may take.
+// How often the work is checked, and how long each step of ending it may take.
 constexpr std::chrono::milliseconds watchInterval{100};
 constexpr std::chrono::milliseconds grace{250};
 constexpr std::chrono::milliseconds leave{2000};
@@ -22,7 +22,7 @@ VXGammuChannel::VXGammuChannel(int input, int output, VXGammuSession &session)
 {
     if (::pipe2(_wake, O_CLOEXEC) != 0)
         std::_Exit(1);
-    std::thread([this] { run(); }).detach(); // until the process ends
+    std::thread([this] { run(); }).detach(); // runs until the process ends
 }
 
 std::optional<VXGammuChannel::Message> VXGammuChannel::next(std::chrono::milliseconds time)
@@ -58,7 +58,7 @@ void VXGammuChannel::write(const QByteArray &bytes)
     for (qsizetype done = 0; done < bytes.size();) {
         const ssize_t count = ::write(_output, bytes.constData() + done, size_t(bytes.size() - done));
         if (count < 0 && errno != EINTR)
-            return; // nobody listens any more: the other thread sees that too
+            return; // nobody is listening any more: the other thread notices that too
         done += std::max<ssize_t>(count, 0);
     }
 }
@@ -88,7 +88,7 @@ void VXGammuChannel::run()
     }
 }
 
-// False when there is nothing more to come.
+// False if nothing more will arrive.
 bool VXGammuChannel::takeIn()
 {
     QByteArray bytes(65536, Qt::Uninitialized);
@@ -120,7 +120,7 @@ void VXGammuChannel::take(const QCborArray &array)
     _changed.notify_all();
 }
 
-// What makes work in vain; ERR_NONE when nothing does.
+// What makes work pointless; ERR_NONE if nothing does.
 GSM_Error VXGammuChannel::obstacle() const
 {
     if (_hasHungUp)
@@ -139,7 +139,8 @@ void VXGammuChannel::watch()
     if (!_vainSince)
         _vainSince = now;
     const auto time = now - *_vainSince;
-    // Who wants nothing any more gives the work a moment to end by itself; taking leave of a phone takes some answers.
+    // When no answer is wanted any more, the work gets a moment to end by itself; saying goodbye to a phone takes some
+    // answers.
     if (reason != ERR_ABORTED || time > (_isWorking ? grace : leave))
         _session.abort(reason);
     if (time > (_isWorking ? 2 * grace : leave + grace))

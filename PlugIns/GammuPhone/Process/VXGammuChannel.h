@@ -12,27 +12,29 @@
 #include <variant>
 
 /**
- * The process's end of the conversation with its device. A thread of its own takes in what the device says, and watches
- * over whoever works on a request: when the device has hung up or cancelled, or the phone does not answer, the library is
- * asked to stop; where it does not, the process ends.
+ * The process's end of the conversation with its device. A thread of its own receives what the device says, and watches
+ * over the work on a request: if the device has hung up or cancelled, or the phone does not answer, the library is
+ * asked to stop; if it does not stop, the process ends.
  */
 class VXGammuChannel
 {
 public:
     using Message = std::variant<VXGammuProtocol::Configure, VXGammuProtocol::Request>;
-    /** The descriptors stay the caller's; a write that would block waits. The session is what is watched. */
+    /** The caller keeps ownership of the descriptors; a write that would block waits. The session is what is watched.
+     *  */
     VXGammuChannel(int input, int output, VXGammuSession &session);
     VXGammuChannel(const VXGammuChannel &) = delete;
     VXGammuChannel &operator=(const VXGammuChannel &) = delete;
 
-    /** The next message; none when the time is over (a negative one never is) or the device has hung up. */
+    /** The next message; none when the time is over (which never happens if it is negative) or the device has hung up.
+     *  */
     std::optional<Message> next(std::chrono::milliseconds time);
     bool hasHungUp() const { return _hasHungUp; }
 
-    /** Between these the work is watched. */
+    /** The work is watched between these two calls. */
     void beginWork();
     void endWork();
-    /** True when the device does not want the answer to the request any more. */
+    /** True if the device no longer wants the answer to the request. */
     bool isCancelled() const { return _isCancelled || _hasHungUp; }
 
     template <class Reply>
@@ -40,7 +42,7 @@ public:
     {
         write(VXGammuProtocol::encode(reply));
     }
-    /** Tells that the phone is lost, and ends the process. Any thread. */
+    /** Reports that the phone is lost, and ends the process. Any thread. */
     [[noreturn]] void giveUp(const VXGammuFailure &failure);
 
 private:
@@ -57,8 +59,8 @@ private:
     const int _output;
     VXGammuSession &_session;
     VXGammuFrames _frames;                       // the thread's
-    std::optional<Clock::time_point> _vainSince; // the thread's: when the work was first seen to be in vain
-    int _wake[2] = {-1, -1};                     // has the thread look again
+    std::optional<Clock::time_point> _vainSince; // the thread's: when it first saw that the work was in vain
+    int _wake[2] = {-1, -1};                     // makes the thread look again
     std::atomic<bool> _isWorking{false};
     std::atomic<bool> _isCancelled{false};
     std::atomic<bool> _hasHungUp{false};

@@ -20,14 +20,14 @@ struct FreeSections
 };
 using Sections = std::unique_ptr<INI_Section, FreeSections>;
 
-// The library frees what stands there with free().
+// The library frees the present text with free().
 void replace(char *&text, const QString &value)
 {
     std::free(text);
     text = ::strdup(QFile::encodeName(value).constData());
 }
 
-// 0 for "gammu", 1 for "gammu1" and "1"; empty for what names no section.
+// 0 for "gammu", 1 for "gammu1" and "1"; none for anything that is not a section's name.
 std::optional<int> numberOfSection(const QString &section)
 {
     const QString number = section.startsWith("gammu"_L1, Qt::CaseInsensitive) ? section.sliced(5) : section;
@@ -64,7 +64,7 @@ VXGammuFailure VXGammuConfiguration::applyTo(GSM_StateMachine *machine) const
         return error;
     target->UseGlobalDebugFile = FALSE; // nothing on the console
     if (target->DebugFile == nullptr || *target->DebugFile == '\0')
-        std::strcpy(target->DebugLevel, "textall"); // tells the session that the phone has answered
+        std::strcpy(target->DebugLevel, "textall"); // lets the session know that the phone has answered
     GSM_SetConfigNum(machine, 1);
     return {};
 }
@@ -82,7 +82,7 @@ VXGammuFailure VXGammuConfiguration::readSection(GSM_Config *target) const
         return VXGammuTrouble(cannotRead, found == ERR_NONE ? ERR_UNCONFIGURED : found);
     const std::optional<int> number = numberOfSection(section);
     const GSM_Error read = number ? GSM_ReadConfig(sections.get(), target, *number) : ERR_NONE_SECTION;
-    // Without a section "gammu" the library takes defaults, which were not asked for.
+    // Without a section "gammu" the library uses defaults that nobody asked for.
     if (read == ERR_NONE_SECTION || read == ERR_USING_DEFAULTS)
         return VXGammuRefusal(u"The configuration file of the phone has no section \"%1\"."_s,
                               {section.isNull() ? u"gammu"_s : section});
@@ -95,7 +95,7 @@ VXGammuFailure VXGammuConfiguration::setValues(GSM_Config *target) const
         return VXGammuRefusal(
             u"The phone is not configured: set connection and port, or config_file and config_section."_s);
     const bool isFile = port.startsWith(u'/') || connection == "none"_L1;
-    if (isFile && !QFileInfo::exists(port)) // of which the library would say that it may not be opened
+    if (isFile && !QFileInfo::exists(port)) // the library would say that opening it is not permitted
         return VXGammuTrouble(u"The phone could not be reached: %1"_s, ERR_DEVICENOTEXIST);
     const QByteArray name = model == "auto"_L1 ? QByteArray() : model.toUtf8();
     if (size_t(name.size()) >= sizeof target->Model)

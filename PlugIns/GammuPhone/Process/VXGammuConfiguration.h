@@ -14,14 +14,14 @@
  */
 struct VXGammuConfiguration
 {
-    QString file;                     // none, with a section: where the library looks by itself
+    QString file;                     // if there is none but a section: the file the library finds by itself
     QString section;                  // "gammu", "gammu1", ..., or only the number; none: "gammu"
-    QString model;                    // none: asked from the phone
+    QString model;                    // none: the phone is asked
     QString connection;               // as "at", "none"
     QString port;                     // as /dev/ttyACM0
     std::chrono::seconds timeout{30}; // of silence, after which a phone counts as one that does not answer
 
-    /** From the preferences of the same names as in the plugin's README. */
+    /** Reads the preferences of the same names, as the plugin's README describes them. */
     static VXGammuConfiguration fromValues(const QVariantMap &values);
 
     /** Prepares the state machine; the error, if any, is for the user. */

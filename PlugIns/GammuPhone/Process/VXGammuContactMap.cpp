@@ -34,7 +34,7 @@ constexpr std::array texts{
     Kind{PBK_Text_JobTitle, u"jobTitle"},
     Kind{PBK_Text_Note, u"note"},
 };
-// Of numbers, the name is a letter of the type, or a label for what no letter says.
+// For numbers, the name is a letter of the type, or a label for what no letter stands for.
 constexpr std::array letters{
     Kind{PBK_Number_General, u""},
     Kind{PBK_Number_Mobile, u"m"},
@@ -89,7 +89,7 @@ QVariantMap typed(QVariantMap value, GSM_EntryLocation place, QStringView letter
     return value;
 }
 
-// The parts of an address lie side by side, with the address's place.
+// The parts of an address are stored separately, each with the address's place.
 void addAddressPart(QVariantMap &contact, const QString &part, const GSM_SubMemoryEntry &value)
 {
     QVariantList addresses = contact.value(u"addresses"_s).toList();
@@ -134,7 +134,7 @@ void addValue(QVariantMap &contact, const GSM_SubMemoryEntry &value)
 
 // -- Writing
 
-// The mask that phonebook strings have: as a number, or as its letters. None for anything else.
+// The mask used in phonebook strings, as a number or as its letters. None for anything else.
 std::optional<unsigned> maskOf(const QVariant &type)
 {
     if (type.typeId() != QMetaType::QString) {
@@ -152,7 +152,7 @@ std::optional<unsigned> maskOf(const QVariant &type)
     return mask;
 }
 
-/** Adds values to an entry, until the first that cannot be. */
+/** Adds values to an entry, up to the first that cannot be stored. */
 class Writer
 {
 public:
@@ -189,7 +189,7 @@ private:
             _failure = VXGammuRefusal(text, {what});
     }
 
-    // An element may be the text alone that others have under `textKey`.
+    // An element may be just the text that others have under `textKey`.
     void addMaps(const QString &key, const QString &textKey, const QVariant &value,
                  const std::function<void(const QVariantMap &)> &add)
     {

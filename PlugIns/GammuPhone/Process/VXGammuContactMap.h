@@ -10,13 +10,13 @@
 QVariantMap VXContactFromGammu(const GSM_MemoryEntry &entry);
 
 /**
- * Adds the contact's values to the entry, whose memory and location stay. Values that the entry has already, and that a
- * key stands for, must have been taken out (VXRemoveContactValues). Numbers lose spaces, dots and brackets, but for those
- * that `there`, the contact as it is on the phone, has just so. A failure, when a value cannot be
- * held by a phone, and empty texts are left out; the entry is of no use then.
+ * Adds the contact's values to the entry, whose memory and location stay. Values that the entry already has, and for
+ * which there is a key, must have been removed (VXRemoveContactValues). Numbers lose spaces, dots and brackets, except
+ * those that are exactly the same in `there`, the contact as it is on the phone. Fails if a phone cannot hold a value;
+ * the entry is then unusable. Empty texts are omitted.
  */
 [[nodiscard]] VXGammuFailure VXContactToGammu(const QVariantMap &contact, const QVariantMap &there,
                                               const VXGammuGate &gate, GSM_MemoryEntry &entry);
 
-/** Leaves the values that no key stands for, as ring tone and picture. */
+/** Removes the values for which there is a key, and leaves others, such as ring tone and picture. */
 void VXRemoveContactValues(GSM_MemoryEntry &entry);

@@ -27,7 +27,7 @@ struct FreeEntry
 };
 using Entry = std::unique_ptr<GSM_MemoryEntry, FreeEntry>;
 
-// The contact's memory; MEM_INVALID, with a failure, for one that holds no contacts.
+// The contact's memory; MEM_INVALID, with a failure, if that memory holds no contacts.
 GSM_MemoryType memoryOf(const QVariantMap &contact, VXGammuFailure &failure)
 {
     const QString name = contact.value(u"memory"_s, u"ME"_s).toString();
@@ -39,7 +39,7 @@ GSM_MemoryType memoryOf(const QVariantMap &contact, VXGammuFailure &failure)
     return MEM_INVALID;
 }
 
-// Where the contact lies; 0 when it does not tell, and, with a failure, for what is no location.
+// The contact's location; 0 if it has none, and also, with a failure, if it is not a location.
 int locationOf(const QVariantMap &contact, VXGammuFailure &failure)
 {
     const QVariant value = contact.value(u"location"_s);
@@ -49,7 +49,7 @@ int locationOf(const QVariantMap &contact, VXGammuFailure &failure)
     return location;
 }
 
-// An empty entry where the contact lies; null, with a failure, for what cannot be a contact's place.
+// An empty entry with the contact's place; null, with a failure, if it cannot be a contact's place.
 Entry makeEntry(const QVariantMap &contact, VXGammuFailure &failure)
 {
     const GSM_MemoryType memory = memoryOf(contact, failure);
@@ -65,13 +65,13 @@ Entry makeEntry(const QVariantMap &contact, VXGammuFailure &failure)
 GSM_Error put(VXGammuSession &session, GSM_MemoryEntry &entry)
 {
     for (GSM_SubMemoryEntry &value : std::span(entry.Entries, size_t(entry.EntriesNum)))
-        value.AddError = ERR_NONE; // phones that refuse none do not say so
+        value.AddError = ERR_NONE; // phones that accept everything do not set it
     return session.call([&](auto *machine) {
         return entry.Location > 0 ? GSM_SetMemory(machine, &entry) : GSM_AddMemory(machine, &entry);
     });
 }
 
-// What the phone had no place for.
+// The values for which the phone had no place.
 QStringList refusedValues(const GSM_MemoryEntry &entry)
 {
     QStringList refused;
@@ -87,7 +87,8 @@ GSM_Error get(VXGammuSession &session, GSM_MemoryEntry &entry)
     return session.call([&](auto *machine) { return GSM_GetMemory(machine, &entry); });
 }
 
-// Whether it is still the contact that the request was made for, if it says so ("expected", as it was read).
+// Checks that it is still the contact for which the request was made, if the request says so ("expected", as it was
+// read).
 VXGammuFailure checkPlace(const QVariantMap &contact, const GSM_MemoryEntry &found)
 {
     if (!contact.contains(expectedKey) ||
@@ -98,7 +99,7 @@ VXGammuFailure checkPlace(const QVariantMap &contact, const GSM_MemoryEntry &fou
         {QLatin1StringView(GSM_MemoryTypeToString(found.MemoryType)), QString::number(found.Location)});
 }
 
-// What the phone has made of it; empty when it does not tell.
+// What the phone has made of it; empty if it does not tell.
 QVariantMap written(VXGammuSession &session, const GSM_MemoryEntry &entry)
 {
     const Entry there(new GSM_MemoryEntry{});
@@ -126,7 +127,7 @@ VXGammuFailure VXGammuContacts::read(VXGammuSession &session, VXGammuJob &job)
                                   [&](const GSM_MemoryEntry &entry) { reading.addItem(VXContactFromGammu(entry)); });
     const VXGammuFailure failure = reading.finish(u"The contacts could not be read: %1"_s, code);
     const QVariant phone = failure ? QVariant() : VXReadGammuIMEI(session);
-    if (phone.isValid()) { // which of those that may be at one port
+    if (phone.isValid()) { // which of several phones that may be at one port
         QVariantMap result = job.result();
         result.insert(u"phone"_s, phone);
         job.setResult(result);
@@ -178,7 +179,7 @@ VXGammuFailure VXGammuContacts::remove(VXGammuSession &session, VXGammuJob &job)
         return failure;
     if (entry->Location == 0)
         return VXGammuRefusal(u"The contact to delete must have a location."_s);
-    // Deleting what is not there is an error of some phones and none of others.
+    // Deleting something that does not exist is an error on some phones but not on others.
     GSM_Error code = get(session, *entry);
     failure = code == ERR_NONE ? checkPlace(contact, *entry) : failure;
     if (failure)

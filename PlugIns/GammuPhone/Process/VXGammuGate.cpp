@@ -11,11 +11,12 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Letters of the alphabet that phones share (3GPP TS 23.038), beside those of ASCII in it, and those that take two places.
+// Letters of the alphabet that phones share (3GPP TS 23.038), besides the ASCII ones in it, and those that take two
+// places.
 constexpr QStringView singles = u"@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞÆæßÉ !\"#¤%&'()*+,-./:;<=>?¡ÄÖÑÜ§¿äöñüà";
 constexpr QStringView doubles = u"^{}\\[~]|€\f";
 
-// What one part of several holds.
+// The capacity of one part of several.
 constexpr qsizetype placesOfPart = 152;
 constexpr qsizetype unitsOfPart = 66;
 
@@ -24,7 +25,7 @@ bool isShared(QChar letter)
     return (letter.unicode() < 0x80 && letter.isLetterOrNumber()) || singles.contains(letter);
 }
 
-// Places in that alphabet; none for a text that needs another.
+// The number of places the text takes in that alphabet; none if it needs another alphabet.
 qsizetype placesOf(const QString &text)
 {
     qsizetype places = 0;

@@ -5,23 +5,23 @@
 #include <QtCore/QString>
 
 /**
- * What may go to a phone: every text and number on its way passes here. Phones are told things as lines of text, in
- * which a line's end or a quotation mark would begin a command of its own.
+ * What may be sent to a phone: every text and number on its way passes through here. Phones receive lines of text, in
+ * which a line end or a quotation mark would begin a command of its own.
  */
 class VXGammuGate
 {
 public:
-    /** `takesCards`: whether the phone takes texts of several lines, and with quotation marks. */
+    /** `takesCards`: whether the phone accepts text with several lines and quotation marks. */
     explicit VXGammuGate(bool takesCards) : _takesCards(takesCards) {}
 
     /** As VXDialableNumber, of a number that may have pauses (p, w) in it, as contacts have. */
     static QString storableNumber(const QString &number);
 
-    /** Why a phone cannot hold the text of a contact's field; nothing, when it can. */
+    /** Why a phone cannot hold the text of a contact's field; nothing if it can. */
     VXGammuFailure checkField(const QString &key, const QString &text) const;
 
-    /** Why the text cannot be sent; nothing, when it can. An empty one cannot, nor one of more parts than the library
-     *  makes. */
+    /** Why the text cannot be sent; nothing if it can. Text that is empty, or that needs more parts than the library
+     *  makes, cannot be sent. */
     static VXGammuFailure checkMessage(const QString &text);
 
 private:

@@ -6,24 +6,24 @@
 
 class VXGammuChannel;
 
-/** One request, as those see it who work on it: what is asked for, how far it is, and what was found. */
+/** One request, as seen by the code that works on it: what is asked for, how far it is, and what was found. */
 class VXGammuJob
 {
 public:
     VXGammuJob(VXGammuChannel &channel, const QVariant &object) : _channel(channel), _object(object) {}
 
-    /** What the request concerns; invalid for nothing. */
+    /** What the request concerns; invalid if it concerns nothing. */
     const QVariant &object() const { return _object; }
-    /** To be looked at between steps. */
+    /** To be checked between steps. */
     bool isCancelled() const;
 
     /** Adds to the steps that the request takes. */
     void expect(int steps);
     void step();
-    /** Tells of something that was read. */
+    /** Reports something that was read. */
     void addItem(const QVariantMap &item);
 
-    /** Of what is not an item. */
+    /** Sets the part of the result that is not items. */
     void setResult(const QVariantMap &result) { _result = result; }
     const QVariantMap &result() const { return _result; }
 

@@ -21,7 +21,7 @@ int referenceOf(const GSM_SMSMessage &part)
     return part.UDH.ID16bit > 0 ? part.UDH.ID16bit : part.UDH.ID8bit;
 }
 
-// The reference is the sender's: it means nothing without the number.
+// The reference is chosen by the sender: it means nothing without the number.
 VXMessagePartPlace placeOf(const GSM_SMSMessage &part, VXGammuZone zone)
 {
     return {.series = u"%1 %2 %3 %4 %5"_s.arg(part.Folder)
@@ -55,7 +55,7 @@ bool isTextCoding(GSM_Coding_Type coding)
     return coding == SMS_Coding_Unicode_No_Compression || coding == SMS_Coding_Default_No_Compression;
 }
 
-// Others are ring tones, pictures and the like. Some drivers set no type of header where there is none.
+// Others are ring tones, pictures and the like. Some drivers leave the header type unset if there is no header.
 bool isText(const GSM_SMSMessage &part)
 {
     return isTextCoding(part.Coding) && part.UDH.Type <= UDH_ConcatenatedMessages16bit;
@@ -82,7 +82,7 @@ QString stateText(GSM_SMS_State state)
     return {};
 }
 
-// Those that a part has, in the order of the parts.
+// Adds the contents that the parts have, in the order of the parts.
 void addContents(QVariantMap &message, const Parts &parts)
 {
     const bool isDecodable = std::ranges::all_of(parts, [](const auto *part) { return isText(*part); });
@@ -122,7 +122,7 @@ QVariantMap messageFromParts(const Parts &parts, const QStringList &folders, VXG
                         {u"state"_s, stateText(first.State)},
                         {u"partCount"_s, expected},
                         {u"isComplete"_s, int(parts.size()) == expected}};
-    if (parts.size() == 1 && expected > 1) { // for those who put it together
+    if (parts.size() == 1 && expected > 1) { // for those who will join it with the rest
         message.insert(u"reference"_s, referenceOf(first));
         message.insert(u"partNumber"_s, first.UDH.PartNumber);
     }

@@ -48,7 +48,7 @@ void expectMessages(VXGammuSession &session, VXGammuReading &reading)
         reading.expectMore(status.SIMUsed + status.PhoneUsed);
 }
 
-// The parts of all messages; the phone is asked until it has no more.
+// Reads the parts of all messages; the phone is asked until it has no more.
 GSM_Error readParts(VXGammuSession &session, VXGammuJob &job, VXGammuReading &reading,
                     std::vector<GSM_SMSMessage> &parts)
 {
@@ -56,7 +56,7 @@ GSM_Error readParts(VXGammuSession &session, VXGammuJob &job, VXGammuReading &re
     for (int refused = -1, isFirst = 1;; isFirst = 0) {
         if (reading.isCancelled())
             return ERR_CANCELED;
-        next->SMS[0].Folder = 0; // the location names the folder too
+        next->SMS[0].Folder = 0; // the location also identifies the folder
         const int before = next->SMS[0].Location;
         const GSM_Error code =
             session.call([&](auto *machine) { return GSM_GetNextSMS(machine, next.get(), isFirst); });
@@ -68,7 +68,7 @@ GSM_Error readParts(VXGammuSession &session, VXGammuJob &job, VXGammuReading &re
         if (code != ERR_NONE) {
             reading.addProblem(u"SMS %1"_s.arg(location), code);
             if (location == before || std::exchange(refused, location) == location)
-                return ERR_NONE; // the phone does not get past it
+                return ERR_NONE; // the phone cannot get beyond it
             continue;
         }
         const auto read = std::span(next->SMS, size_t(next->Number));
@@ -77,7 +77,7 @@ GSM_Error readParts(VXGammuSession &session, VXGammuJob &job, VXGammuReading &re
     }
 }
 
-// The text as parts, addressed; a text of Latin letters takes fewer.
+// Encodes the text in parts, with the address; text in Latin letters takes fewer.
 GSM_Error encode(const QString &number, const QString &text, GSM_MultiSMSMessage &parts)
 {
     std::vector<unsigned char> buffer(size_t(text.size() + 1) * 2);
@@ -100,7 +100,7 @@ GSM_Error encode(const QString &number, const QString &text, GSM_MultiSMSMessage
     return ERR_NONE;
 }
 
-// The library makes more parts than it fills; each would be sent, and charged. The parts tell how many there are.
+// The library makes more parts than it fills; each would be sent, and charged for. The parts say how many there are.
 void trimParts(GSM_MultiSMSMessage &parts)
 {
     const auto all = std::span(parts.SMS, size_t(parts.Number));
@@ -123,11 +123,11 @@ qsizetype encodedLength(const GSM_MultiSMSMessage &parts)
     return length;
 }
 
-// What an error of the first part says for certain; null when it may have been sent all the same.
+// What an error with the first part says for certain; null if it may have been sent nevertheless.
 QString certainty(GSM_Error code)
 {
     switch (code) {
-    case ERR_CANCELED: // before it was asked for
+    case ERR_CANCELED: // before it was requested
     case ERR_NOSIM:
     case ERR_SECURITYERROR:
     case ERR_BUSY:
@@ -203,14 +203,15 @@ GSM_SMS_State stateOf(const QVariantMap &message)
     }
 }
 
-// The locations count through all folders and memories: they name the folder too.
+// The locations are counted through all folders and memories, so they also identify the folder.
 GSM_Error setState(VXGammuSession &session, int location, GSM_SMS_State state)
 {
     const auto there = std::make_unique<GSM_MultiSMSMessage>();
     there->Number = 1;
     there->SMS[0].Location = location;
     const GSM_Error found = session.call([&](auto *machine) { return GSM_GetSMS(machine, there.get()); });
-    // Phones with AT commands have marked it as read by this; they could only replace it by another.
+    // Phones with AT commands have marked it as read by reading it; otherwise they could only replace it with another
+    // message.
     if (found != ERR_NONE || there->SMS[0].State == state || !session.takesCards())
         return found;
     GSM_SMSMessage &part = there->SMS[0];
@@ -220,13 +221,13 @@ GSM_Error setState(VXGammuSession &session, int location, GSM_SMS_State state)
     return session.call([&](auto *machine) { return GSM_SetSMS(machine, &part); });
 }
 
-// What a phone keeps by itself has no zone; what came through the network has.
+// What a phone records by itself has no zone; what arrived through the network has one.
 VXGammuZone zoneOf(const VXGammuSession &session)
 {
     return session.takesCards() ? VXGammuZone::Local : VXGammuZone::Told;
 }
 
-// What lies there now; parts that a phone tells together, as it does with each of them, once.
+// Reads what is there now. Some phones return all parts together with each of them; these are taken once.
 GSM_Error readPlaces(VXGammuSession &session, const QVariantList &locations, std::vector<GSM_SMSMessage> &parts)
 {
     const auto there = std::make_unique<GSM_MultiSMSMessage>();
@@ -245,7 +246,8 @@ GSM_Error readPlaces(VXGammuSession &session, const QVariantList &locations, std
     return ERR_NONE;
 }
 
-// As far as the message says what it is: phones give the place of one that is gone to the next that comes.
+// Compared as far as the message contains the values: phones give the place of a deleted message to the next one that
+// arrives.
 bool isSameMessage(const QVariantMap &message, const QVariantMap &there, bool hasMemories)
 {
     const auto isSame = [&](const QString &key) {
@@ -260,21 +262,21 @@ bool isSameMessage(const QVariantMap &message, const QVariantMap &there, bool ha
            (!date.isValid() || date.toSecsSinceEpoch() == dateThere.toSecsSinceEpoch());
 }
 
-// Nothing, when it is that message which lies at all of the places; else why it is not to be touched.
+// Nothing if that message is at all of the places; otherwise the reason why it must not be touched.
 VXGammuFailure checkPlaces(VXGammuSession &session, const QVariantMap &message, const QVariantList &locations)
 {
     std::vector<GSM_SMSMessage> parts;
     if (const GSM_Error code = readPlaces(session, locations, parts); code != ERR_NONE)
         return VXGammuTrouble(cannotDelete(), code);
     const QVariantList there = VXMessagesFromGammu(parts, {}, zoneOf(session));
-    // A phone that is a folder counts its messages through, and does not tell the memory here.
+    // A phone that is a folder numbers its messages consecutively, and does not give the memory here.
     if (there.size() == 1 && isSameMessage(message, there.constFirst().toMap(), !session.takesCards()))
         return {};
     return VXGammuRefusal(u"Another message lies at %1 %2; read the messages again."_s,
                           {message.value(u"memory"_s).toString(), locations.constFirst().toString()});
 }
 
-// Writes the message as a new one, part by part; what was written before a part failed is taken back.
+// Writes the message as a new one, part by part; if a part fails, the parts written before it are removed.
 VXGammuFailure add(VXGammuSession &session, VXGammuJob &job)
 {
     const QVariantMap message = job.object().toMap();
@@ -328,7 +330,7 @@ VXGammuFailure VXGammuMessages::read(VXGammuSession &session, VXGammuJob &job)
 
 VXGammuFailure VXGammuMessages::send(VXGammuSession &session, VXGammuJob &job)
 {
-    job.setResult(failed(u"refused"_s)); // until it is asked of the phone
+    job.setResult(failed(u"refused"_s)); // until the phone is asked
     const QVariantMap message = job.object().toMap();
     const QString number = VXDialableNumber(message.value(u"number"_s).toString());
     const QString text = message.value(u"text"_s).toString();
@@ -386,11 +388,11 @@ VXGammuFailure VXGammuMessages::remove(VXGammuSession &session, VXGammuJob &job)
 
 QVariantMap VXGammuMessages::reported(VXGammuSession &session, const GSM_SMSMessage &message)
 {
-    const bool isWhole = message.State != 0; // else it tells only where the message lies
+    const bool isWhole = message.State != 0; // otherwise it only tells where the message is
     const auto read = std::make_unique<GSM_MultiSMSMessage>();
     read->Number = 1;
     read->SMS[0] = message;
-    // The folder tells the memory; what is read then has its place among all messages of the phone.
+    // The folder identifies the memory; what is read then has its place among all messages of the phone.
     if (!isWhole && session.call([&](auto *machine) { return GSM_GetSMS(machine, read.get()); }) != ERR_NONE)
         return {};
     const auto parts = std::span(read->SMS, size_t(read->Number));

@@ -4,10 +4,12 @@
 
 #include <QtCore/QVariant>
 
-/** What stays of what a phone tells about itself: manufacturer, model, firmware, imei, phoneNumber. A value that the phone
- *  does not tell is invalid. */
+/**
+ * What does not change about a phone: manufacturer, model, firmware, imei, phoneNumber. A value that the phone does not
+ * provide is invalid.
+ */
 QVariantMap VXReadGammuIdentity(VXGammuSession &session);
-/** What no other phone has; invalid when it does not tell. */
+/** What identifies this phone and no other; invalid if it does not say. */
 QVariant VXReadGammuIMEI(VXGammuSession &session);
 /** What changes: battery and signal, in percent. */
 QVariantMap VXReadGammuState(VXGammuSession &session);

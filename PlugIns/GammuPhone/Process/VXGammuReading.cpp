@@ -54,7 +54,7 @@ GSM_Error VXGammuReading::readMemory(VXGammuSession &session, GSM_MemoryType mem
             return ERR_CANCELED;
         const GSM_Error code = nextEntry(session, *entry, isFirst != 0);
         if (code == ERR_EMPTY && _missing > 0)
-            addProblem(name, code); // an entry that has nothing in it
+            addProblem(name, code); // an entry without content
         if (code == ERR_EMPTY || (isFirst != 0 && isAbsent(code)))
             return ERR_NONE;
         if (VXGammuSession::endsConnection(code))
@@ -63,7 +63,7 @@ GSM_Error VXGammuReading::readMemory(VXGammuSession &session, GSM_MemoryType mem
         if (code != ERR_NONE) {
             addProblem(u"%1 %2"_s.arg(name).arg(entry->Location), code);
             if (std::exchange(refused, entry->Location) == entry->Location)
-                return ERR_NONE; // the phone does not get past it
+                return ERR_NONE; // the phone cannot get beyond it
             continue;
         }
         take(*entry);
@@ -72,14 +72,14 @@ GSM_Error VXGammuReading::readMemory(VXGammuSession &session, GSM_MemoryType mem
     }
 }
 
-// Some phones cannot tell the next entry, and some take an empty one for the end: these are asked for all locations.
+// Some phones cannot provide the next entry, and some take an empty one for the end: these are asked for each location.
 GSM_Error VXGammuReading::nextEntry(VXGammuSession &session, GSM_MemoryEntry &entry, bool isFirst)
 {
     const GSM_MemoryType memory = entry.MemoryType;
     const int before = isFirst ? 0 : entry.Location;
     GSM_Error code = session.call([&](auto *machine) { return GSM_GetNextMemory(machine, &entry, isFirst); });
     const bool cannotTell = code == ERR_NOTSUPPORTED || code == ERR_NOTIMPLEMENTED;
-    entry.MemoryType = memory; // what the library leaves behind after an error
+    entry.MemoryType = memory; // whatever the library leaves there after an error
     if (cannotTell || (code == ERR_EMPTY && _missing > 0)) {
         entry.Location = before;
         code = nextByLocation(session, entry);
@@ -104,10 +104,10 @@ GSM_Error VXGammuReading::nextByLocation(VXGammuSession &session, GSM_MemoryEntr
 VXGammuFailure VXGammuReading::finish(const QString &description, GSM_Error code)
 {
     QVariantMap whole = result(code == ERR_NONE && _problems.isEmpty(), _problems);
-    whole.insert(u"items"_s, QVariantList()); // which were sent one by one
+    whole.insert(u"items"_s, QVariantList()); // they were sent one by one
     _job.setResult(whole);
     if (code == ERR_NONE || code == ERR_CANCELED)
-        return {}; // who cancelled knows
+        return {}; // whoever cancelled knows
     return VXGammuTrouble(description, code);
 }
 

@@ -9,31 +9,31 @@
 #include <functional>
 
 /**
- * What a request has read so far: its items go out at once, what could not be read at the end. It keeps the progress.
- * Whatever ends the reading, the caller gets what there is, and whether that is all.
+ * What a request has read so far: items are sent at once, what could not be read at the end. It also reports the
+ * progress. However the reading ends, the caller gets what there is, and learns whether it is complete.
  */
 class VXGammuReading
 {
 public:
-    /** Lives no longer than the job. */
+    /** Must not outlive the job. */
     explicit VXGammuReading(VXGammuJob &job) : _job(job) {}
 
     void expectMore(int count);
     void addItem(const QVariantMap &item);
-    /** Something could not be read: `what` names it, the error tells why. */
+    /** Notes that something could not be read: `what` names it, the error tells why. */
     void addProblem(const QString &what, GSM_Error code);
 
     bool isCancelled() const { return _job.isCancelled(); }
 
-    /** Calls `take` with each entry of a memory, in order. An entry that cannot be read is a problem; ERR_CANCELED,
-     *  and an error that ends the connection, end the reading. A memory that the phone lacks is empty. */
+    /** Calls `take` with each entry of a memory, in order. An entry that cannot be read is a problem; ERR_CANCELED, and
+     *  an error that ends the connection, end the reading. A memory that the phone does not have counts as empty. */
     GSM_Error readMemory(VXGammuSession &session, GSM_MemoryType memory,
                          const std::function<void(const GSM_MemoryEntry &)> &take);
 
-    /** Ends the reading. @return what went wrong: `description` has the place "%1". */
+    /** Ends the reading. @return what went wrong: `description` contains the placeholder "%1". */
     VXGammuFailure finish(const QString &description, GSM_Error code);
 
-    /** The result's map: whether all is there, and the problems. */
+    /** The result's map: whether everything was read, and the problems. */
     static QVariantMap result(bool isComplete, const QStringList &problems);
 
 private:
@@ -42,6 +42,6 @@ private:
 
     VXGammuJob &_job;
     QStringList _problems;
-    int _lastLocation = 0; // of the memory, when the phone has to be asked location by location
-    int _missing = 0;      // entries of the memory that the phone counts, and that were not met yet
+    int _lastLocation = 0; // in the memory, if the phone has to be asked location by location
+    int _missing = 0;      // entries of the memory that the phone counts but that were not found yet
 };

@@ -12,7 +12,7 @@ using namespace VXGammuProtocol;
 
 namespace {
 
-// How often a phone is asked for what it has to tell: the library gives no descriptor to wait for.
+// How often a phone is asked for news: the library provides no descriptor to wait for.
 constexpr std::chrono::milliseconds listeningInterval{200};
 constexpr std::chrono::milliseconds forever{-1};
 
@@ -68,7 +68,7 @@ void VXGammuServer::perform(const Request &request)
     const VXGammuFailure failure = work(request.action, job);
     _channel.endWork();
     if (const GSM_Error lost = _session.failure(); lost != ERR_NONE)
-        _channel.send(Lost{.failure = cannotReach(lost)}); // first: nothing more is to be asked of this process
+        _channel.send(Lost{.failure = cannotReach(lost)}); // first: nothing more may be requested of this process
     _channel.send(Concluded{.result = job.result(), .failure = failure});
 }
 
@@ -105,7 +105,7 @@ void VXGammuServer::listen()
         _calls.tracker().endThoseThatRingNoMore();
 }
 
-// What every use of the library may have brought about.
+// What any use of the library may have caused.
 void VXGammuServer::tellReports()
 {
     for (const VXGammuReport &report : _session.takeReports()) {

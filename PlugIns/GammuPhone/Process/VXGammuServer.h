@@ -5,14 +5,17 @@
 #include "VXGammuJob.h"
 #include "VXGammuSession.h"
 
-/** What the process does: it connects to a phone, works off what its device asks for, and tells what the phone reports. */
+/**
+ * What the process does: it connects to a phone, works through its device's requests, and passes on what the phone
+ * reports.
+ */
 class VXGammuServer
 {
 public:
-    /** Descriptors of the device's messages and of the answers. */
+    /** Descriptors for the device's messages and for the answers. */
     VXGammuServer(int input, int output);
 
-    /** Until the device hangs up, or the phone is lost. */
+    /** Returns when the device hangs up or the phone is lost. */
     void run();
 
 private:

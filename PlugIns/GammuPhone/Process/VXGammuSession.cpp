@@ -21,7 +21,7 @@ VXGammuFailure VXGammuSession::open(const VXGammuConfiguration &configuration)
     _timeout = configuration.timeout;
     if (const VXGammuFailure failure = configuration.applyTo(_machine.get()))
         return failure;
-    // Tried once: a phone that does not answer takes long enough.
+    // Only one attempt: a phone that does not answer takes long enough.
     const GSM_Error code =
         call([this](GSM_StateMachine *machine) { return GSM_InitConnection_Log(machine, 1, didLog, this); });
     if (code != ERR_NONE)
@@ -52,7 +52,7 @@ void VXGammuSession::subscribe()
     GSM_SetSendSMSStatusCallback(_machine.get(), didSendMessage, this);
     const GSM_Error calls = call([](GSM_StateMachine *machine) { return GSM_SetIncomingCall(machine, TRUE); });
     const GSM_Error messages = call([](GSM_StateMachine *machine) { return GSM_SetIncomingSMS(machine, TRUE); });
-    // A phone that is a folder has nothing to say, and keeps cards.
+    // A phone that is a folder never reports anything, and stores cards.
     const GSM_ConnectionType connection = GSM_GetUsedConnection(_machine.get());
     _takesCards = connection == GCT_NONE;
     _repeatsRings = speaksAT(connection);
@@ -128,9 +128,9 @@ void VXGammuSession::abort(GSM_Error reason)
     GSM_AbortOperation(_machine.get());
 }
 
-// -- Called by the library, during a call of it
+// -- Called by the library while it is being called
 
-// One call may talk with the phone for long, as to find the next of few contacts.
+// One call may talk to the phone for a long time, for example to find the next of few contacts.
 void VXGammuSession::didLog(const char *text, void *session)
 {
     if (std::string_view(text).starts_with("RECEIVED frame"))

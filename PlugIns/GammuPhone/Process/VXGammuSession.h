@@ -12,12 +12,12 @@
 #include <variant>
 #include <vector>
 
-/** What a phone told without being asked. */
+/** What a phone reported without being asked. */
 using VXGammuReport = std::variant<GSM_Call, GSM_SMSMessage>;
 
 /**
- * The connection to the phone: it owns the library's state machine. To be used on the main thread, but for what says "any
- * thread". After an error that ends a connection it is of no use any more.
+ * The connection to the phone; owns the library's state machine. To be used on the main thread, except for what is
+ * marked "any thread". It is useless after an error that ends the connection.
  */
 class VXGammuSession
 {
@@ -27,12 +27,12 @@ public:
     VXGammuSession(const VXGammuSession &) = delete;
     VXGammuSession &operator=(const VXGammuSession &) = delete;
 
-    /** Connects, once. */
+    /** Connects; to be called once. */
     VXGammuFailure open(const VXGammuConfiguration &configuration);
-    /** Takes leave of the phone: waits for its answers. */
+    /** Says goodbye to the phone, waiting for its answers. */
     void close();
 
-    /** Calls the library, which gets the state machine and gives a GSM_Error. */
+    /** Calls the library with the state machine; returns a GSM_Error. */
     template <class F>
     GSM_Error call(F &&function)
     {
@@ -47,31 +47,31 @@ public:
         return code;
     }
 
-    /** True for an error after which the connection is of no use. */
+    /** True for an error after which the connection is useless. */
     static bool endsConnection(GSM_Error code);
-    /** The error that ended the connection; ERR_NONE while it is there. */
+    /** The error that ended the connection; ERR_NONE as long as it exists. */
     GSM_Error failure() const { return _failure; }
 
-    /** True when the phone takes texts as vCards and the like, and not inside quotation marks of AT commands. */
+    /** True if the phone takes texts as vCards and similar formats, not inside quotation marks of AT commands. */
     bool takesCards() const { return _takesCards; }
 
-    /** True when the phone reports a call that comes in each time it rings, and nothing when the caller gives up. */
+    /** True if the phone reports an incoming call each time it rings, and nothing when the caller gives up. */
     bool repeatsRings() const { return _repeatsRings; }
 
-    /** True while the phone reports calls, messages or both. */
+    /** True if the phone reports calls, messages or both. */
     bool isListening() const { return _isListening; }
-    /** Takes in what the phone says without being asked; returns within a moment. */
+    /** Receives what the phone says without being asked; returns within a moment. */
     void listen();
-    /** What was reported since it was last asked for, also during calls of the library. */
+    /** What was reported since the last call, including during calls of the library. */
     std::vector<VXGammuReport> takeReports() { return std::exchange(_reports, {}); }
 
-    /** The outcome of a message that was handed over: waits for it; ERR_TIMEOUT when the phone does not tell. */
+    /** Waits for the outcome of a message that was handed over; ERR_TIMEOUT if the phone does not tell. */
     GSM_Error waitUntilSent(const std::function<GSM_Error(GSM_StateMachine *)> &send);
 
-    /** Any thread. What keeps the phone from answering: it was unplugged, or has been silent for longer than it may be
-     *  while the library waits for it; ERR_NONE when nothing does. */
+    /** Any thread. What keeps the phone from answering: it was unplugged, or has been silent for longer than allowed
+     *  while the library waits for it; ERR_NONE if nothing does. */
     GSM_Error obstacle() const;
-    /** Any thread. Ends the call of the library that runs now with that error, if the library can end it. */
+    /** Any thread. Ends the library's current call with that error, if the library can end it. */
     void abort(GSM_Error reason);
 
 private:
@@ -81,7 +81,7 @@ private:
     };
     using Clock = std::chrono::steady_clock;
 
-    // While one exists the library waits for the phone.
+    // As long as one exists, the library is waiting for the phone.
     class Call
     {
     public:
@@ -111,11 +111,11 @@ private:
     bool _isListening = false;
     bool _takesCards = false;
     bool _repeatsRings = false;
-    std::atomic<Clock::rep> _lastHeard{0}; // or when the library was called; 0: it is not
+    std::atomic<Clock::rep> _lastHeard{0}; // or when the library was called; 0: it is not being called
     std::atomic<std::chrono::seconds> _timeout{VXGammuConfiguration().timeout};
 
     std::atomic<GSM_Error> _abortReason{ERR_NONE};
 
     mutable std::mutex _lock;
-    QString _port; // with the lock: a file that was there when the connection was made; else null
+    QString _port; // with the lock: a file that existed when the connection was made; else null
 };

@@ -10,8 +10,9 @@
 #include <tuple>
 
 // What a device and the process that holds its phone say to each other: CBOR arrays of a kind and the message's fields,
-// each behind its length in four bytes, the lowest first. One process serves one connection: it is told how to reach the
-// phone, connects, and answers one request at a time, until the device hangs up or the phone is lost.
+// each preceded by its length in four bytes, least significant byte first. One process serves one connection: it is
+// told how to reach the phone, connects, and answers one request at a time, until the device hangs up or the phone is
+// lost.
 
 namespace VXGammuProtocol {
 
@@ -31,7 +32,7 @@ struct Request
 
     auto fields() { return std::tie(action, object); }
 };
-struct Cancel // the request that is being worked on
+struct Cancel // cancels the current request
 {
     static constexpr int kind = 3;
 
@@ -39,7 +40,8 @@ struct Cancel // the request that is being worked on
 };
 
 // -- From the process
-struct Properties // what the phone tells of itself, first when it was reached: a value that it does not tell is invalid
+// what the phone says about itself, first when it was reached: a value that it does not provide is invalid
+struct Properties
 {
     static constexpr int kind = 11;
     QVariantMap values;
@@ -53,20 +55,20 @@ struct Expect // how many steps the request will take
 
     auto fields() { return std::tie(maximum); }
 };
-struct Step // one of them was done
+struct Step // one of them is done
 {
     static constexpr int kind = 13;
 
     auto fields() { return std::tuple<>(); }
 };
-struct Item // of what is read, as soon as it is
+struct Item // something that was read, sent at once
 {
     static constexpr int kind = 14;
     QVariantMap value;
 
     auto fields() { return std::tie(value); }
 };
-struct Concluded // the request: the result's map lacks the items, and is empty where there is no result
+struct Concluded // the request is over: the result's map lacks the items, and is empty if there is no result
 {
     static constexpr int kind = 15;
     QVariantMap result;
@@ -83,7 +85,7 @@ struct Event // something happened on the phone
 
     auto fields() { return std::tie(name, step, object); }
 };
-struct Lost // the phone is gone, or could not be reached: the process ends, after a last conclusion at most
+struct Lost // the phone is gone or could not be reached: the process ends, after at most one last conclusion
 {
     static constexpr int kind = 17;
     VXGammuFailure failure;
@@ -102,10 +104,10 @@ bool extract(const QCborValue &from, QVariant &value);
 bool extract(const QCborValue &from, QVariantMap &value);
 bool extract(const QCborValue &from, VXGammuFailure &value);
 
-/** The array with its length in front. */
+/** The array preceded by its length. */
 QByteArray frame(const QCborArray &message);
 
-/** A message as it is sent. */
+/** A message in the form in which it is sent. */
 template <class Message>
 QByteArray encode(Message message)
 {
@@ -114,7 +116,7 @@ QByteArray encode(Message message)
     return frame(array);
 }
 
-/** The message, when the array is one of that kind with all its fields. */
+/** The message, if the array is of that kind and has all its fields. */
 template <class Message>
 std::optional<Message> decode(const QCborArray &array)
 {
@@ -129,12 +131,12 @@ std::optional<Message> decode(const QCborArray &array)
 
 } // namespace VXGammuProtocol
 
-/** Takes messages out of a stream of bytes. */
+/** Extracts messages from a stream of bytes. */
 class VXGammuFrames
 {
 public:
     void add(const QByteArray &bytes) { _bytes.append(bytes); }
-    /** The next message that is whole; none when more bytes are needed, and for good once the stream is damaged. */
+    /** The next complete message; none if more bytes are needed, and always once the stream is damaged. */
     std::optional<QCborArray> next();
     bool isDamaged() const { return _isDamaged; }
 

@@ -23,7 +23,7 @@ VXPredicate compare(const QString &key, Operator comparison, const QVariant &val
     return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
 }
 
-// The first data behind all that begin so: UTF-8 has no octet 0xff.
+// The first data after everything with that beginning: no byte of UTF-8 is 0xff.
 QByteArray endOfBeginning(QByteArray beginning)
 {
     ++beginning.back();
@@ -58,16 +58,17 @@ bool isNamedSo(const VXManagedObject &person, const QString &word)
     });
 }
 
-// "key" of the words that begin so, or that of a person's words. One comparison, so that it is one look into the index.
+// Compares "key" of the words with a beginning, or of a person's words. A single comparison, so that the index is
+// searched once.
 VXPredicate begins(const QString &keyPath, const QString &beginning, VXPredicate::Modifier modifier)
 {
     const QByteArray from = beginning.toUtf8();
-    // No key is the upper bound, for it lacks the zero and the kind.
+    // No key equals the upper bound, which lacks the zero and the kind.
     return VXPredicate::comparison(VXExpression::keyPath(keyPath), Operator::Between,
                                    VXExpression::constant(QVariantList{from, endOfBeginning(from)}), {}, modifier);
 }
 
-// That a person has words for all that was typed.
+// True for a person who has words for everything that was typed.
 VXPredicate hasWords(const QStringList &typed)
 {
     QList<VXPredicate> all;
@@ -106,7 +107,7 @@ void VXContactCompletion::add(const QString &text)
     _found.append(text);
 }
 
-// There are few of them: all are looked at.
+// There are few groups, so all of them are checked.
 bool VXContactCompletion::findGroups(const QStringList &typed, VXError *error)
 {
     if ((_mask & VXPhonebookPropertyGroup) == 0)
@@ -152,7 +153,7 @@ bool VXContactCompletion::addGroup(const VXManagedObject &group, VXError *error)
             !readOwned(u"VXEmailAddress"_s, page, &emails, error))
             return false;
     }
-    QStringList members; // the first number, or else address, of each
+    QStringList members; // of each, the first number or else the first address
     for (const VXManagedObjectPtr &person : persons) {
         const auto &owned = numbers.contains(person->objectID()) ? numbers : emails;
         const QList<VXManagedObjectPtr> all = owned.value(person->objectID());
@@ -165,7 +166,7 @@ bool VXContactCompletion::addGroup(const VXManagedObject &group, VXError *error)
     return true;
 }
 
-// The place of the word that leads to the fewest contacts; -1 on failure.
+// The index of the word that leads to the fewest contacts; -1 on failure.
 qsizetype VXContactCompletion::rarestOf(const QStringList &words, VXError *error) const
 {
     qsizetype rarest = -1;

@@ -25,11 +25,11 @@ public:
     {
     }
 
-    /** The best, at most so many as the limit. What was found before an error. */
+    /** The best completions, at most `limit`. After an error, what was found before it. */
     QStringList complete(const QString &typed, VXError *error);
 
 private:
-    /** A contact, and by which kinds of its words it was found. */
+    /** A contact, and the kinds of its words by which it was found. */
     struct Match
     {
         VXManagedObjectPtr person;
@@ -40,20 +40,21 @@ private:
     {
         VXManagedObjectPtr group;
         QStringList words;
-        QByteArray first = {}; // of those that begin so
+        QByteArray first = {}; // the first of the words that begin so
     };
-    /** Numbers and addresses of many contacts, read at once. */
+    /** Numbers and addresses of many contacts, read in one go. */
     using Owned = QHash<VXManagedObjectID, QList<VXManagedObjectPtr>>;
 
     bool isFull() const { return _found.size() >= qsizetype(_limit); }
     void add(const QString &text);
     bool findGroups(const QStringList &typed, VXError *error);
-    /** Those with a word that begins so, in the order of that. */
+    /** Groups with a word that begins so, in the order of these words. */
     QList<Group> groupsOf(const QString &beginning) const;
     bool addGroup(const VXManagedObject &group, VXError *error);
     bool walk(const QString &beginning, const QStringList &others, VXError *error);
     qsizetype rarestOf(const QStringList &words, VXError *error) const;
-    /** The next matches of a page, of persons who have the other words too; sets `isLast` when there are no more behind. False on failure. */
+    /** The next page of matches, persons who have the other words too; sets `isLast` if there are no more after it.
+     *  False on failure. */
     bool readPage(const QString &beginning, const QStringList &others, qsizetype offset, qsizetype size,
                   QList<Match> *matches, bool *isLast, VXError *error) const;
     bool readOwned(const QString &entity, const QList<VXManagedObjectPtr> &persons, Owned *owned, VXError *error) const;
@@ -63,7 +64,7 @@ private:
     VXManagedObjectContext &_context;
     const unsigned _mask;
     const unsigned _limit;
-    QList<Group> _groups; // that have all that was typed
+    QList<Group> _groups; // groups that have everything that was typed
     QStringList _found;
     QSet<QString> _known;
 };

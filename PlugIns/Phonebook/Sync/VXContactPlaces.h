@@ -29,17 +29,18 @@ public:
     void setPerson(const VXManagedObjectPtr &person);
     /** Null: it is to be put on the phone. */
     QString location() const;
-    /** What there was when both last agreed. */
+    /** What both sides had when they last agreed. */
     VXContactRecord here() const { return record(QStringLiteral("here")); }
     VXContactRecord there() const { return record(QStringLiteral("there")); }
-    /** Which phone of that URL it is: null where that did not tell. */
+    /** Which of the phones with that URL it is: null if the phone did not say. */
     QString phone() const;
     void setPhone(const QString &phone);
-    /** What is to be written there, none for nothing, is refused, and the user was told. @return whether that is news. */
+    /** Notes that the phone refuses what is to be written there (none: nothing), and that the user was told. @return
+     *  whether that is news. */
     bool noteRefusal(const std::optional<VXContactRecord> &wanted);
     bool isRefused() const;
     void forgetRefusal();
-    /** Writes what differs. */
+    /** Writes the values that differ. */
     void note(const QString &location, const VXContactRecord &here, const VXContactRecord &there);
 
 private:
@@ -50,8 +51,9 @@ private:
 };
 
 /**
- * Which contacts of a phone are which that are known from it. One that lies where it lay is known by a name, number or address it still
- * has, one that lies elsewhere by all of what it has, or by its name and one of those: phones number their contacts anew.
+ * Matches a phone's contacts with those that are known from it. A contact at its old location is recognised by a name,
+ * number or address it still has. One at another location is recognised by everything it has, or by its name and one of
+ * the others, because phones renumber their contacts.
  */
 class VXContactPlaces
 {

@@ -30,12 +30,13 @@ public:
                         const QString &deviceName, const std::function<bool()> &isOver);
     ~VXContactReconciler();
 
-    /** Without, a phone that lost more than half of a memory's contacts, or is to lose them, is a question. */
+    /** Without this, a phone that lost more than half of a memory's contacts, or is about to lose them, leads to a
+     *  question. */
     void setAcceptsDeletions(bool flag) { _acceptsDeletions = flag; }
-    /** The phone was reset, or is another one: nothing that it lacks was deleted there. It is brought into step as one that was
-     * never seen, and then gets again what it had. */
+    /** The phone was reset, or is another one: what it lacks was not deleted there. It is synchronised like a phone
+     *  never seen before, and then gets back what it had. */
     void setIsNewPhone(bool flag) { _isNewPhone = flag; }
-    /** Also those that were never on the phone are to be put there. */
+    /** Contacts that were never on the phone are to be put there too. */
     void setAddsAll(bool flag) { _addsAll = flag; }
 
     /** Looks what is known of the phone; before anything is taken. False, with an error, when the store cannot be read. */
@@ -55,7 +56,7 @@ public:
         QStringList added = {};            // the names of those that were added, changed and removed here
         QStringList changed = {};
         QStringList removed = {};
-        QStringList conflicts = {}; // what was changed at both, and what became of it: a sentence each
+        QStringList conflicts = {}; // what was changed on both sides, and what became of it: a sentence each
     };
     /** Of what was saved; after a run. For any thread. */
     const Outcome &outcome() const { return _outcome; }

@@ -30,7 +30,7 @@ bool makePlain(QVariantMap &object)
     return isChanged;
 }
 
-// As the result calls it.
+// The name of the change in the result.
 QString outcomeOf(const VXPhoneChange &change)
 {
     const bool wasThere = change.object.contains(u"expected"_s);
@@ -175,7 +175,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
         _made.push_front(plain);
         return carryOutNext();
     }
-    if (!part.error().isNull() && isOver()) { // it stays to be done
+    if (!part.error().isNull() && isOver()) { // it still has to be done
         _problems.append(change.name + ": "_L1 + part.error().localizedDescription());
         return finish();
     }
@@ -196,7 +196,7 @@ void VXContactSync::didCarryOut(const VXPhoneChange &change, const VXDeviceActio
     compute([coordinator = _coordinator, change, result] { return note(coordinator, change, result); }, conclude);
 }
 
-// It stays to be done, but only the first time it is something to tell.
+// It still has to be done, but is reported only the first time.
 void VXContactSync::didFail(const VXPhoneChange &change, const VXError &why)
 {
     const auto conclude = [this, change, why](const Refusal &refusal) {
@@ -211,7 +211,7 @@ void VXContactSync::didFail(const VXPhoneChange &change, const VXError &why)
     compute([coordinator = _coordinator, change] { return noteRefusal(coordinator, change); }, conclude);
 }
 
-// Phones do not keep all that is written to them: what they made of it is what both agree on.
+// Phones do not keep everything that is written to them: what they made of it is what both sides agree on.
 VXError VXContactSync::note(const VXPersistentStoreCoordinator::Ptr &coordinator, const VXPhoneChange &change,
                             const QVariantMap &result)
 {

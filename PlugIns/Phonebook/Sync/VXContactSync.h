@@ -38,7 +38,7 @@ private:
     struct Refusal
     {
         VXError error = {};
-        bool isNews = false; // it is the first time
+        bool isNews = false; // it happened for the first time
     };
 
     void readPhone();
@@ -62,6 +62,6 @@ private:
     std::deque<VXPhoneChange> _changes;     // left to be carried out
     std::deque<VXPhoneChange> _made;        // the next of them, made ready
     QMap<QString, QStringList> _carriedOut; // names, by what was done on the phone
-    QStringList _refused;                   // names: again, as was told before
+    QStringList _refused;                   // names: refused again, as was already reported
     QStringList _problems;
 };

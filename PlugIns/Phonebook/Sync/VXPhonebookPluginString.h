@@ -2,5 +2,5 @@
 
 #include <QtCore/QString>
 
-/** The plugin's text in the user's language; the key itself when there is none. */
+/** The plugin's text in the user's language, or the key itself if there is none. */
 QString VXPhonebookPluginString(const QString &key);
