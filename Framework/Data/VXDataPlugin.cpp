@@ -6,6 +6,7 @@
 #include "VXErrorDomain.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
+#include "VXMetaDataSync.h"
 #include "VXMethodLog.h"
 #include "VXObjectStoreError.h"
 #include "VXPluginGuard.h"
@@ -129,6 +130,7 @@ VXPersistentStoreCoordinator::Ptr VXDataPlugin::persistentStoreCoordinator(VXErr
         _openingLock = nullptr;
     });
     _hasUpgradeFailed = false;
+    VXMetaDataSync::noteReplacedStores();
     const auto open = [&] {
         _sharedStoreController = openStore(&error);
         isOpen = _sharedStoreController && !error && _validateAndSaveStoreController(*_sharedStoreController, &reason);

@@ -76,7 +76,7 @@ bool VXMakeMetadataFolder(QString *reason)
     const QString path = VXFileManager::defaultManager().pathToUserMetadataFolder();
     for (const QString &each : {QFileInfo(path).path(), path}) {
         const QFileInfo present(each);
-        if (!(present.isSymLink() && present.isDir()) && !VXMakeWayForFolder(each)) {
+        if (!present.isSymLink() && !VXMakeWayForFolder(each)) { // one to a disk that is not there now stays
             *reason = u"What lies there cannot be moved away."_s;
             return false;
         }

@@ -144,6 +144,18 @@ void VXMetaDataSync::noteReplacement() const
     _debt.leaveToPass(); // whatever this process mirrors of its own
 }
 
+void VXMetaDataSync::noteReplacedStores()
+{
+    const QStringList identifiers = VXAllMarksOfStores().keys();
+    for (const QString &identifier : identifiers) {
+        if (!VXMetaDataState(identifier).isReplaced())
+            continue;
+        const VXMetaDataDebt debt(identifier);
+        debt.markAll();
+        debt.leaveToPass();
+    }
+}
+
 // Who searches looks at an index that says that it is whole.
 bool VXMetaDataSync::isNewAmongOthers() const
 {

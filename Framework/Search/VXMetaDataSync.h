@@ -56,6 +56,11 @@ public:
                                                 const VXPersistentStoreCoordinator::Ptr &coordinator,
                                                 const QString &entityName, const QString &modificationDateKey,
                                                 const VXMetaDataInputs &inputs = {});
+    /**
+     * Looks whether data files of mirrored stores were put back from a backup, and then has all their files made anew. Called before
+     * a store is opened: what is written into it then hides that it was replaced.
+     */
+    static void noteReplacedStores();
     /** Makes a sync whose first pass is due, and starts nothing. Null, logged, without a coordinator. */
     static Ptr initWithIdentifier(const QString &identifier, const VXPersistentStoreCoordinator::Ptr &coordinator,
                                   const QString &entityName, const QString &modificationDateKey,

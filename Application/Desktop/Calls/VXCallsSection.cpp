@@ -79,10 +79,15 @@ VXListRow rowOf(const VXManagedObjectPtr &object)
             .value = QVariant::fromValue(contents)};
 }
 
+QDateTime seenDate()
+{
+    return VXUserDefaults::standardUserDefaults().objectForKey(seenKey).toDateTime();
+}
+
 // Since the list was looked at.
 int missedCount(const VXPersistentStoreCoordinator::Ptr &coordinator)
 {
-    const QDateTime seen = VXUserDefaults::standardUserDefaults().objectForKey(seenKey).toDateTime();
+    const QDateTime seen = seenDate();
     VXManagedObjectContext context(coordinator);
     VXFetchRequest request(*coordinator->model().entityForName(VXCallStore::entityName));
     request.predicate =
@@ -260,11 +265,15 @@ void VXCallsSection::showList()
     _model->setQuery({.coordinator = _coordinator, .request = request, .makeRow = rowOf});
 }
 
+bool VXCallsSection::showsAll() const
+{
+    return _chips->checkedId() == int(Kind::All) && _pane->search()->searchText().isEmpty();
+}
+
 void VXCallsSection::listWasRead()
 {
     const bool isEmpty = _model->rowCount() == 0;
-    const bool isAll = _chips->checkedId() == int(Kind::All) && _pane->search()->searchText().isEmpty();
-    if (isAll)
+    if (showsAll())
         _pane->placeholder()->setContents(u"call"_s, VXText("No calls yet"),
                                           VXText("Sync a phone to see its calls here, or import a table."),
                                           VXText("Sync a phone"), VXText("Import…"));
@@ -311,7 +320,8 @@ void VXCallsSection::showCall(int row)
         return;
     _detail->show(value.value<VXRowContents>().data.value<ShownCall>());
     const QDateTime date = value.value<VXRowContents>().data.value<ShownCall>().call.date;
-    if (row == 0 && isVisible() && date.isValid()) {
+    // The first of some calls only is not the newest.
+    if (row == 0 && isVisible() && showsAll() && date.isValid() && !(date < seenDate())) {
         VXUserDefaults::standardUserDefaults().setObject(date, seenKey);
         _missed.read();
     }

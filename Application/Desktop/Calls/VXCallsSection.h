@@ -39,6 +39,8 @@ private:
 
     void makeChips();
     void showList();
+    /** Whether neither a kind nor words leave calls out. */
+    bool showsAll() const;
     void listWasRead();
     void showCall(int row);
     int countBefore(const VXManagedObjectID &call) const;
