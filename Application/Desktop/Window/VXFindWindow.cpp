@@ -24,8 +24,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr qsizetype most = 200; // more than anybody looks through
-constexpr std::chrono::milliseconds betweenLooks = 500ms;
+constexpr qsizetype most = 200;                                // more than anybody looks through
+constexpr std::chrono::milliseconds betweenFirstLooks = 500ms; // longer and longer: it may lack something for long
+constexpr std::chrono::milliseconds betweenLastLooks = 10s;
 
 // None is lacking too, until it is made. On whatever thread.
 bool isLacking(VXSearchIndex *index)
@@ -120,7 +121,6 @@ VXFindWindow::VXFindWindow(QWidget *parent)
     _lack->setWordWrap(true);
     _lack->setMargin(12);
     _again.setSingleShot(true);
-    _again.setInterval(betweenLooks);
     connect(&_again, &QTimer::timeout, this, &VXFindWindow::lookAgain);
     _pane->setModel(_model);
     connect(_pane, &VXListPane::searchDidChange, this, &VXFindWindow::find);
@@ -182,7 +182,7 @@ void VXFindWindow::show(const QString &words, const Answer &answer)
     _model->set(found);
     _lack->setVisible(answer.isLacking && answer.hasIndex);
     if (answer.isLacking)
-        _again.start();
+        _again.start(betweenFirstLooks);
     else
         _again.stop();
     VXEmptyState *const empty = _pane->placeholder();
@@ -210,11 +210,13 @@ void VXFindWindow::lookAgain()
     QThreadPool::globalInstance()->start([self = QPointer(this), words = _words] {
         const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting();
         const bool isStillLacking = isLacking(index.get());
+        if (isStillLacking)
+            haveSyncsLook();
         QMetaObject::invokeMethod(QCoreApplication::instance(), [self, words, isStillLacking] {
             if (!self || self->_words != words)
                 return;
             if (isStillLacking)
-                self->_again.start();
+                self->_again.start(std::min(2 * self->_again.intervalAsDuration(), betweenLastLooks));
             else
                 self->find(words);
         });

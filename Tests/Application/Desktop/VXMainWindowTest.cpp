@@ -20,6 +20,7 @@
 #include "VXPhonesSection.h"
 #include "VXPluginProxy.h"
 #include "VXScriptedUserInterface.h"
+#include "VXSearchField.h"
 #include "VXSearchIndex.h"
 #include "VXStoreListModel.h"
 #include "VXUserDefaults.h"
@@ -137,6 +138,7 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     insert(u"calls"_s, u"VXCall"_s,
            {{u"from"_s, u"Jane Doe <+15550198>"_s}, {u"direction"_s, 1}, {u"date"_s, QDateTime::currentDateTime()}});
     const QUrl contact(insert(u"phonebook"_s, u"VXPerson"_s, {{u"firstName"_s, u"Jane"_s}, {u"lastName"_s, u"Doe"_s}}));
+    const QDateTime longAgo(QDate(2001, 2, 3), QTime(4, 5));
     const auto hasAll = [] {
         const auto index = VXSearchIndex::openExisting();
         const auto found = index ? index->find(u"jane"_s, {}, 10, nullptr) : std::nullopt;
@@ -145,7 +147,17 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     ASSERT_TRUE(VXRunUntil(hasAll));
     VXMainWindow window;
     window.show();
+    insert(u"calls"_s, u"VXCall"_s, {{u"from"_s, u"<+15550777>"_s}, {u"direction"_s, 1}, {u"date"_s, longAgo}});
     window.showSection(u"calls"_s);
+    const auto seen = [] {
+        return VXUserDefaults::standardUserDefaults().objectForKey(u"desktop.calls.seen"_s).toDateTime();
+    };
+    EXPECT_TRUE(VXRunUntil([&] { return seen() > longAgo; }));
+    const VXListPane &pane = *window.section(u"calls"_s)->findChild<VXListPane *>();
+    pane.search()->setText(u"0777"_s);
+    EXPECT_TRUE(
+        VXRunUntil([&] { return pane.list()->model()->rowCount() == 1 && pane.list()->currentIndex().isValid(); }));
+    EXPECT_GT(seen(), longAgo) << "an older call that was searched for makes none unseen";
     VXDesktopOpener(window).open({VXFoundObject::searchURL(u"Nobody & none"_s).toString(QUrl::FullyEncoded)});
     auto *const finder = window.findChild<VXFindWindow *>();
     ASSERT_NE(finder, nullptr);
