@@ -97,9 +97,9 @@ void VXMetaDataSync::mirrorSavedObjects()
         const VXMutexLocker locker(_lock);
         saved = std::exchange(_saved, {});
     }
-    if (isIgnored())
+    if (isIgnored() || saved.isEmpty()) // a save that is under way has left word already
         return;
-    if (!saved.isEmpty() && !Pass(*this).runFor(saved))
+    if (!Pass(*this).runFor(saved))
         return _debt.leaveToPass();
     const VXMutexLocker locker(_lock);
     if (_saved.isEmpty())

@@ -434,13 +434,16 @@ std::chrono::milliseconds VXMetaDataSync::delay() const
     return needsUpdate() ? delayAfterSave : pollingInterval();
 }
 
-void VXMetaDataSync::runDuePass()
+bool VXMetaDataSync::runDuePass()
 {
     noteChangesElsewhere();
-    if (isIgnored())
+    const bool isWanted = !isIgnored();
+    if (!isWanted)
         static_cast<void>(VXMetaDataRemoval::remove(_identifier));
-    else if (_needsUpdate.exchange(false))
+    const bool isDue = isWanted && _needsUpdate.exchange(false);
+    if (isDue)
         synchronizeMetaDataFiles();
+    return isDue;
 }
 
 // Notices what other processes have saved, set and removed.
@@ -486,8 +489,11 @@ void VXMetaDataSync::threadedMetaDataWorker()
     });
     while (isRunning()) {
         VXThread::vx_lowerPriority();
-        runDuePass();
-        sleepUntil(Clock::now() + delay(), !needsUpdate());
+        const bool hasPassed = runDuePass();
+        const Clock::time_point end = Clock::now();
+        if (hasPassed) // whoever waits
+            sleepUntil(end + delayAfterSave, false);
+        sleepUntil(end + delay(), !needsUpdate());
     }
 }
 

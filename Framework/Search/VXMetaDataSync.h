@@ -177,7 +177,8 @@ private:
     bool isOfThisStore(const VXNotification &notification) const;
     void noteSaved(const VXNotification &notification, const ObjectIDs &toldAnew);
     std::chrono::milliseconds delay() const;
-    void runDuePass();
+    /** Whether a pass was due, and was made. */
+    bool runDuePass();
     /** Mirrors what is saved meanwhile. */
     void sleepUntil(Clock::time_point time, bool mayBeWoken);
     void mirrorSavedObjects();

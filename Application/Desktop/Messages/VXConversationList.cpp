@@ -140,22 +140,24 @@ void VXConversationList::take(const VXConversationReader::Answer &answer)
     const int after = static_cast<int>(rows.size());
     _isAll = answer.isAll;
     _isReading = !answer.isLast;
-    if (after > before)
+    if (after > before) {
         beginInsertRows({}, before, after - 1);
-    else if (after < before)
-        beginRemoveRows({}, after, before - 1);
-    _rows = rows;
-    if (after > before)
+        _rows += rows.sliced(before);
         endInsertRows();
-    else if (after < before)
-        endRemoveRows();
+    }
     Q_EMIT layoutAboutToBeChanged();
+    std::fill(std::ranges::copy(rows, _rows.begin()).out, _rows.end(), VXListRow());
     for (const auto &[now, row] : std::as_const(held)) {
         const int place = rowLike(row);
         if (now.isValid())
             changePersistentIndex(now, place < 0 ? QModelIndex() : index(place));
     }
     Q_EMIT layoutChanged();
+    if (after < before) { // once nothing that is selected stands there: another row would be selected in its place
+        beginRemoveRows({}, after, before - 1);
+        _rows.resize(after);
+        endRemoveRows();
+    }
     if (after > 0)
         Q_EMIT dataChanged(index(0), index(after - 1));
     Q_EMIT didRead();
