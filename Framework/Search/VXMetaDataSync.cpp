@@ -490,10 +490,10 @@ void VXMetaDataSync::threadedMetaDataWorker()
     while (isRunning()) {
         VXThread::vx_lowerPriority();
         const bool hasPassed = runDuePass();
-        const Clock::time_point end = Clock::now();
+        const Clock::time_point now = Clock::now();
         if (hasPassed) // whoever waits
-            sleepUntil(end + delayAfterSave, false);
-        sleepUntil(end + delay(), !needsUpdate());
+            sleepUntil(now + delayAfterSave, false);
+        sleepUntil(now + delay(), !needsUpdate());
     }
 }
 

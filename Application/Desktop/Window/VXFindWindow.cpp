@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds betweenLastLooks = 10s;
 // None is lacking too, until it is made. On whatever thread.
 bool isLacking(VXSearchIndex *index)
 {
-    return index == nullptr || !VXMetaDataSync::isAllTakenIn(*index);
+    return !VXMetaDataSync::isIgnored() && (index == nullptr || !VXMetaDataSync::isAllTakenIn(*index));
 }
 
 void haveSyncsLook()
