@@ -369,7 +369,7 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
         isAll = withFile([&] { _sync._mirror.removeAhead(objectID); }) && isAll;
     }
     const bool isDone = isAll && _sync._mirror.isWhole() && !isTurnLost();
-    if (isDone) // the mirror now tells of what is still in the store's log
+    if (isDone && _sync._state.isNoted()) // the mirror now tells of what is still in the store's log
         _sync._state.noteStores(*_sync._persistentStoreCoordinator);
     return isDone;
 }

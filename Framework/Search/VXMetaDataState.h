@@ -23,6 +23,8 @@ public:
     /** Whether this is a copy, or a data file was written by others since: nobody knows which files of the mirror are true. False
      *  where nothing was noted, and while a data file has a log, as long as somebody works on the store. */
     bool isReplaced() const;
+    /** Whether a pass has noted anything yet. */
+    bool isNoted() const { return !lines().isEmpty(); }
     /** Null where none was noted. */
     QByteArray indexStamp() const;
     bool isIndexAsLeft(VXSearchIndex &index) const;

@@ -7,8 +7,8 @@
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataRemoval.h"
 #include "VXMetaDataSync.h"
-#include "VXUnsearchedMirrors.h"
 #include "VXSearchIndex.h"
+#include "VXUnsearchedMirrors.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
