@@ -1,56 +1,43 @@
 #include "VXContactLookup.h"
 
+#include "VXAddressScore.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhoneNumber.h"
 #include "VXTextComparison.h"
 
+#include <QtCore/QSet>
+
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// Outweighs whatever else is known of a contact.
-constexpr double otherCountry = -1e7;
-constexpr double sameName = 1e6;
-constexpr double sameCountry = 5e5;
-constexpr double sameType = 1e5;
+const QString personKey = u"person"_s;
 
 QString folded(const QString &text)
 {
     return VXFoldedText(text, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive);
 }
 
-// Search strings leave out the country, which tells numbers apart if both have one.
-void compareCountries(VXContactCandidate &candidate, const QString &abroad)
+// 0 for an entry without a person.
+qint64 personOf(const VXContactCandidate &candidate)
 {
-    const QString own = abroad.isNull() || candidate.entry->entity().name() != "VXPhoneNumber"_L1
-                            ? QString()
-                            : VXPhoneNumberInternationalDigits(candidate.entry->valueForKey(u"number"_s).toString());
-    if (own.isNull())
-        return;
-    candidate.score += own == abroad ? sameCountry : otherCountry;
-    candidate.reasons.append(own == abroad ? u"has the number with its country"_s
-                                           : u"has the number in another country"_s);
+    const VXManagedObject &entry = *candidate.entry;
+    const VXManagedObjectID *const person = entry.relatedID(entry.entity().propertyForName(personKey)->index());
+    return person == nullptr ? 0 : person->number();
 }
 
-VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, const QString &abroad, unsigned type,
-                                const QString &nameHint)
+VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, const VXAddressTraits &lookedUp)
 {
-    VXContactCandidate candidate{entry, VXPhonebookEntry::informativeValue(*entry)};
-    compareCountries(candidate, abroad);
-    if (!nameHint.isEmpty() && folded(VXPhonebookEntry::displayString(*entry)) == folded(nameHint)) {
-        candidate.score += sameName;
-        candidate.reasons.append(u"has the name that was given"_s);
-    }
-    if (type != 0 && entry->valueForKey(u"type"_s).toUInt() == type) {
-        candidate.score += sameType;
-        candidate.reasons.append(u"has the type that was given"_s);
-    }
+    VXContactCandidate candidate{entry};
+    const QString key = entry->entity().name() == "VXPhoneNumber"_L1 ? u"number"_s : u"address"_s;
+    const VXAddressTraits kept(VXPhonebookEntry::displayString(*entry), entry->valueForKey(key).toString(),
+                               entry->valueForKey(u"type"_s).toUInt());
     const auto known = VXPhonebookEntry::informativeValue(*entry);
-    candidate.reasons.append(known > 0 ? u"%1 for what is known of the contact"_s.arg(double(known))
-                                       : u"nothing more is known of it"_s);
+    candidate.score = VXAddressScore(lookedUp, kept, double(known), &candidate.reasons);
     return candidate;
 }
 
@@ -59,15 +46,13 @@ VXContactCandidate candidateFor(const VXManagedObjectPtr &entry, const QString &
 QList<VXContactCandidate> VXContactLookup::forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                                           VXError *error) const
 {
-    const QString dialled = VXPhoneNumberWithoutTrunkZero(number);
-    return find(u"VXPhoneNumber"_s, VXPhoneNumberSearchString(dialled), VXPhoneNumberInternationalDigits(dialled), type,
-                nameHint, error);
+    return find(u"VXPhoneNumber"_s, VXPhoneNumberLookUpString(number), {nameHint, number, type}, error);
 }
 
 QList<VXContactCandidate> VXContactLookup::forEmailAddress(const QString &address, unsigned type,
                                                            const QString &nameHint, VXError *error) const
 {
-    return find(u"VXEmailAddress"_s, address.toLower(), {}, type, nameHint, error);
+    return find(u"VXEmailAddress"_s, address.toLower(), {nameHint, address, type}, error);
 }
 
 VXManagedObjectPtr VXContactLookup::forName(const QString &name, VXError *error) const
@@ -108,9 +93,32 @@ VXManagedObjectPtr VXContactLookup::best(const QList<VXContactCandidate> &candid
     return candidates.isEmpty() ? VXManagedObjectPtr() : candidates.constFirst().entry;
 }
 
+// Reads, with as many statements for thousands as for two, what names and scores take.
+std::optional<VXFetchResult> VXContactLookup::readPersons(const VXFetchResult &entries, VXError *error) const
+{
+    const VXEntityDescription &entity = *_context.persistentStoreCoordinator()->model().entityForName(u"VXPerson"_s);
+    QSet<VXManagedObjectPtr> persons;
+    for (const VXManagedObjectPtr &entry : entries) {
+        if (const auto person = entry->related(entry->entity().propertyForName(personKey)->index()))
+            persons.insert(person);
+    }
+    QVariantList objectIDs;
+    for (const VXManagedObjectPtr &person : std::as_const(persons))
+        objectIDs.append(QVariant::fromValue(person->objectID()));
+    for (const QString &counted : {u"numbers"_s, u"emails"_s, u"groups"_s}) {
+        if (!_context.readRelated(persons.values(), *entity.relationshipForName(counted), error))
+            return std::nullopt;
+    }
+    VXFetchRequest request(entity);
+    request.predicate =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(objectIDs));
+    request.includesPendingChanges = false;
+    return _context.executeFetchRequest(request, error);
+}
+
 // Scores are computed only if there are several candidates, as that takes queries.
-QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search, const QString &abroad,
-                                                unsigned type, const QString &nameHint, VXError *error) const
+QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const QString &search,
+                                                const VXAddressTraits &lookedUp, VXError *error) const
 {
     const VXEntityDescription *const entity = _context.persistentStoreCoordinator()->model().entityForName(entityName);
     if (search.isEmpty() || entity == nullptr)
@@ -120,13 +128,18 @@ QList<VXContactCandidate> VXContactLookup::find(const QString &entityName, const
                                                 VXExpression::constant(search));
     request.includesPendingChanges = false; // the context may hold copies of entries from other plugins
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);
-    QList<VXContactCandidate> candidates;
-    if (!found)
-        return candidates;
+    if (!found || found->isEmpty())
+        return {};
     if (found->size() == 1)
         return {{found->first(), 0, {u"the only one"_s}}};
+    const std::optional<VXFetchResult> persons = readPersons(*found, error); // kept until the scores are computed
+    if (!persons)
+        return {};
+    QList<VXContactCandidate> candidates;
     for (const VXManagedObjectPtr &entry : *found)
-        candidates.append(candidateFor(entry, abroad, type, nameHint));
-    std::ranges::stable_sort(candidates, std::ranges::greater(), &VXContactCandidate::score);
+        candidates.append(candidateFor(entry, lookedUp));
+    std::ranges::stable_sort(candidates, [](const VXContactCandidate &a, const VXContactCandidate &b) {
+        return a.score != b.score ? a.score > b.score : personOf(a) < personOf(b);
+    });
     return candidates;
 }

@@ -8,19 +8,23 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <optional>
+
+class VXFetchResult;
 class VXManagedObjectContext;
+struct VXAddressTraits;
 
 /** An entry that a number or address may belong to, with its ranking. */
 struct VXContactCandidate
 {
     VXManagedObjectPtr entry; // a number or an e-mail address
-    double score = 0;         // the highest is the best; of equal ones the one added first
+    double score = 0;         // VXAddressScore
     QStringList reasons = {}; // what contributes to the score, in the user's language
 };
 
 /**
  * Looks up numbers and addresses in the store "phonebook": each look-up is one fetch by the index on their search
- * texts, which must be equal. On the thread of the context.
+ * texts, which must be equal, and a few more if several contacts have them, however many. On the thread of the context.
  */
 class VX_EXPORT VXContactLookup
 {
@@ -28,7 +32,7 @@ public:
     explicit VXContactLookup(VXManagedObjectContext &context) : _context(context) {}
 
     /** The candidates, best first. Preferred are, in this order, those with the name (null for none), the same country,
-     *  and the type mask; one whose number is of another country comes last. Empty, with an error, on failure. */
+     *  and the type mask; one whose number is of another country comes last (VXAddressScore). Empty, with an error, on failure. */
     QList<VXContactCandidate> forPhoneNumber(const QString &number, unsigned type, const QString &nameHint,
                                              VXError *error = nullptr) const;
     QList<VXContactCandidate> forEmailAddress(const QString &address, unsigned type, const QString &nameHint,
@@ -42,8 +46,9 @@ public:
     static VXManagedObjectPtr best(const QList<VXContactCandidate> &candidates);
 
 private:
-    QList<VXContactCandidate> find(const QString &entity, const QString &search, const QString &abroad, unsigned type,
-                                   const QString &nameHint, VXError *error) const;
+    QList<VXContactCandidate> find(const QString &entity, const QString &search, const VXAddressTraits &lookedUp,
+                                   VXError *error) const;
+    std::optional<VXFetchResult> readPersons(const VXFetchResult &entries, VXError *error) const;
 
     VXManagedObjectContext &_context;
 };

@@ -157,7 +157,7 @@ QStringList VXContactWords::typedWords(const QString &text)
     if (const QString digits = digitsIn(VXPhoneNumberWithoutTrunkZero(trimmed));
         digits.size() >= shortestNumber && VXIsValidPhoneNumber(trimmed) &&
         std::ranges::none_of(trimmed, [](QChar character) { return character.isLetter(); }))
-        return {digits};
+        return {trimmed.startsWith(u'+') ? u'+' + digits : digits};
     QStringList words;
     for (QString token : folded(trimmed).simplified().split(u' ', Qt::SkipEmptyParts)) {
         while (!token.isEmpty() && !isWordPart(token.front()))
@@ -172,13 +172,18 @@ QStringList VXContactWords::typedWords(const QString &text)
 
 QStringList VXContactWords::beginnings(const QString &word)
 {
-    QStringList all{word};
-    const bool isNumber = std::ranges::all_of(word, [](QChar character) { return character.isDigit(); });
-    if (isNumber && word.startsWith(u'0')) {
-        const auto *const first = std::ranges::find_if(word, [](QChar character) { return character != u'0'; });
-        if (const QString rest(first, word.cend() - first); !rest.isEmpty())
+    const QString digits = word.startsWith(u'+') ? word.sliced(1) : word;
+    QStringList all{digits};
+    const bool isNumber = std::ranges::all_of(digits, [](QChar character) { return character.isDigit(); });
+    if (isNumber && digits.startsWith(u'0')) {
+        const auto *const first = std::ranges::find_if(digits, [](QChar character) { return character != u'0'; });
+        if (const QString rest(first, digits.cend() - first); !rest.isEmpty())
             all.append(rest);
     }
+    // A whole number that is kept in another form.
+    if (const QString lookUp = isNumber ? VXPhoneNumberSearchString(word) : QString();
+        !lookUp.isEmpty() && !all.contains(lookUp))
+        all.append(lookUp + QLatin1Char(endOfWord));
     if (const QString joined = VXTypedLetters::withoutJoints(word); !joined.isNull())
         all.append(joined);
     return all;

@@ -33,10 +33,11 @@ public:
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
     /** The key for a contact that was merged into another. No word begins with this byte. */
     static QByteArray keyOfFormerUID(const QString &uid) { return '\xff' + uid.toUtf8(); }
-    /** Splits what was typed into the words to look for. A phone number is one word. Empty for blanks. */
+    /** Splits what was typed into the words to look for. A phone number is one word, its digits, behind a "+" if it has one. Empty for
+     *  blanks. */
     static QStringList typedWords(const QString &text);
-    /** The beginnings under which a typed word is looked for: itself; of a phone number without leading zeros too, and of a word with
-     *  apostrophes or hyphens without those. */
+    /** The beginnings of keys under which a typed word is looked for: itself; of a phone number without leading zeros too, and, to its
+     *  end, as look-ups compare it; and of a word with apostrophes or hyphens without those. */
     static QStringList beginnings(const QString &word);
 
     /** The words of a text of that kind, as people type their letters: each to the end of what blanks enclose, in scripts without

@@ -75,13 +75,14 @@ struct Party
 {
     explicit Party(const QString &item)
     {
-        if (!VXPhonebookStringSplit(item, &name, &address) && name.isEmpty())
+        if (!VXPhonebookStringSplit(item, &name, &address, &type) && name.isEmpty())
             name = item;
     }
     QString title() const { return name.isEmpty() ? address : name; }
 
     QString name;
     QString address;
+    unsigned type = 0;
 };
 
 QStringList addressesIn(const QStringList &items, bool (*isValid)(QStringView))
@@ -168,11 +169,13 @@ QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, con
 {
     QVariantMap metaData = phonebookMetaData(record);
     QStringList titles, names, addresses;
+    QVariantList types;
     for (const QString &item : itemsOf(record, isIncoming(record) ? fromKey : toKey)) {
         const Party party(item);
         titles.append(party.title());
         names.append(party.name.isNull() ? u""_s : party.name);
         addresses.append(party.address.isNull() ? u""_s : party.address);
+        types.append(qint64(party.type));
     }
     metaData.insert(VXMetaDataGenerationKey, VXMetaDataGeneration);
     metaData.insert(u"kMDItemKind"_s, kind);
@@ -181,6 +184,7 @@ QVariantMap VXPhonebookRecord::searchMetaData(const VXManagedObject &record, con
         metaData.insert(u"kMDItemTitle"_s, titles.join(", "_L1));
         metaData.insert(u"VXPartyNames"_s, names);
         metaData.insert(u"VXPartyAddresses"_s, addresses);
+        metaData.insert(u"VXPartyTypes"_s, types);
     }
     return metaData;
 }

@@ -12,6 +12,7 @@ struct VXFoundParty
 {
     QString name = {}; // empty for none, as is the address
     QString address = {};
+    unsigned type = 0; // VXPhonebookType
 };
 
 /** An object that a search found. */

@@ -3,74 +3,62 @@
 #include "VXPhoneNumber.h"
 #include "VXPhoneNumberFormat.h"
 #include "VXSearchEntries.h"
-#include "VXSearchTerms.h"
+#include "VXSearchQuery.h"
 #include "VXSQLiteConnection.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-constexpr qint64 mostCandidates = 100;
-
-// How well a contact with these words stands for an address, as look-ups go by it: of a number its country first, then what is known of it.
-double scoreOf(const QString &text, qint64 known, const QString &address, const QString &key)
+QList<VXPartyNames::Candidate> VXPartyNames::candidatesFor(const QString &key)
 {
-    constexpr double sameCountry = 1e6;
-    const QString abroad =
-        address.contains(u'@') ? QString() : VXPhoneNumberInternationalDigits(VXPhoneNumberWithoutTrunkZero(address));
-    const QStringList lines = text.split(u'\n');
-    double score = double(known);
-    for (const QString &line : lines) {
-        if (abroad.isNull() || !VXIsValidPhoneNumber(line) || VXSearchEntries::keyOf(line) != key)
-            continue;
-        if (const QString own = VXPhoneNumberInternationalDigits(line); !own.isNull())
-            score += own == abroad ? sameCountry : -sameCountry;
-    }
-    return score;
-}
-
-} // namespace
-
-// As the contact is called that stands for it best.
-QString VXPartyNames::contactOf(const QString &address, const QString &recordedName)
-{
-    const QString key = VXSearchEntries::keyOf(address);
+    QList<Candidate> candidates;
     VXSQLiteStatement statement = _connection.statement(
-        u"SELECT title, text, known FROM address CROSS JOIN entry ON entry.id = address.entry WHERE key = ?1 "
-        "AND address.entry >= ?2 AND title <> '' ORDER BY entry LIMIT ?3"_s,
+        u"SELECT title, known, parties FROM address CROSS JOIN entry ON entry.id = address.entry WHERE key = ?1 "
+        "AND address.entry >= ?2 ORDER BY length(entry.name), entry.name"_s, // "p9_...", "p10_..."
         nullptr);
-    if (!statement || key.isEmpty())
-        return {};
+    if (!statement)
+        return candidates;
     statement.bindText(1, key);
     statement.bindNumber(2, VXSearchEntries::firstContact);
-    statement.bindNumber(3, mostCandidates);
-    constexpr double sameName = 1e9; // outweighs everything else
-    const QString wanted = VXSearchTerms::folded(recordedName);
-    QString name;
-    for (auto best = -std::numeric_limits<double>::infinity(); statement.step() == VXSQLiteStatement::Step::Row;) {
-        const bool isSo = !wanted.isEmpty() && VXSearchTerms::folded(statement.text(0)) == wanted;
-        const double score = scoreOf(statement.text(1), statement.number(2), address, key) + (isSo ? sameName : 0.0);
-        if (score > best)
-            name = statement.text(0);
-        best = std::max(best, score);
+    while (statement.step() == VXSQLiteStatement::Step::Row) {
+        const QString name = statement.text(0);
+        const auto known = double(statement.number(1));
+        const qsizetype before = candidates.size();
+        for (const VXFoundParty &own : VXSearchQuery::partiesIn(statement.text(2))) {
+            if (VXSearchEntries::keyOf(own.address) == key)
+                candidates.append({name, {name, own.address, own.type}, known});
+        }
+        if (candidates.size() == before) // other plugins may not tell these
+            candidates.append({name, {name, {}, 0}, known});
     }
-    return name;
+    return candidates;
+}
+
+QString VXPartyNames::contactOf(const VXFoundParty &party)
+{
+    const QString key = VXSearchEntries::keyOf(party.address);
+    if (key.isEmpty())
+        return {};
+    auto known = _candidates.constFind(key);
+    if (known == _candidates.cend())
+        known = _candidates.insert(key, candidatesFor(key));
+    if (known->size() <= 1)
+        return known->isEmpty() ? QString() : known->constFirst().name;
+    const VXAddressTraits lookedUp(party.name, party.address, party.type);
+    const auto best = std::ranges::max_element(*known, {}, [&](const Candidate &each) { // the first of equal ones
+        return VXAddressScore(lookedUp, each.traits, each.known);
+    });
+    return best->name;
 }
 
 QString VXPartyNames::nameOf(const VXFoundParty &party)
 {
     const bool isNumber = VXIsValidPhoneNumber(party.address);
     if (isNumber || party.address.contains(u'@')) {
-        const std::pair key(party.address, party.name);
-        auto known = _contacts.constFind(key);
-        if (known == _contacts.cend())
-            known = _contacts.insert(key, contactOf(party.address, party.name));
-        if (!known->isNull())
-            return *known;
+        if (const QString name = contactOf(party); !name.isEmpty())
+            return name;
     }
     return !party.name.isEmpty() ? party.name : isNumber ? VXFormatPhoneNumber(party.address) : party.address;
 }

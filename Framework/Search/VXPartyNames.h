@@ -1,11 +1,11 @@
 #pragma once
 
+#include "VXAddressScore.h"
 #include "VXFoundObject.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QString>
-
-#include <utility>
 
 class VXSQLiteConnection;
 
@@ -23,10 +23,19 @@ public:
     void nameParties(VXFoundObject *object);
 
 private:
+    /** An address of a contact. */
+    struct Candidate
+    {
+        QString name;
+        VXAddressTraits traits;
+        double known;
+    };
+
     QString nameOf(const VXFoundParty &party);
-    /** Null for an address that no contact has; of several one is preferred that is called as was recorded. */
-    QString contactOf(const QString &address, const QString &recordedName);
+    /** The name of the contact that a look-up finds (VXAddressScore); empty if none has the address, or it has no name. */
+    QString contactOf(const VXFoundParty &party);
+    QList<Candidate> candidatesFor(const QString &key);
 
     VXSQLiteConnection &_connection;
-    QHash<std::pair<QString, QString>, QString> _contacts; // by address and recorded name
+    QHash<QString, QList<Candidate>> _candidates; // by VXSearchEntries::keyOf, in the order in which they were added
 };

@@ -29,6 +29,7 @@ const QString descriptionKey = u"kMDItemDescription"_s;
 const QString dateKey = u"kMDItemContentCreationDate"_s;
 const QString partyNamesKey = u"VXPartyNames"_s;
 const QString partyAddressesKey = u"VXPartyAddresses"_s;
+const QString partyTypesKey = u"VXPartyTypes"_s;
 
 // Repeated texts only once, such as a number that is the whole title as well.
 QString wordsOf(const QVariantMap &values)
@@ -36,7 +37,7 @@ QString wordsOf(const QVariantMap &values)
     QStringList words;
     for (const auto &[key, value] : values.asKeyValueRange()) {
         if (key == identifierKey || key == "kMDItemCreator"_L1 || key == "kMDItemKind"_L1 || key == descriptionKey ||
-            key == partyNamesKey || key == partyAddressesKey) // the parties are in other lists, too
+            key == partyNamesKey || key == partyAddressesKey || key == partyTypesKey) // the parties are in other lists
             continue;
         if (value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QStringList ||
             value.typeId() == QMetaType::QVariantList)
@@ -64,14 +65,15 @@ QByteArray jsonOf(const QStringList &keys)
                           : QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
 }
 
-// [[NAME, ADDRESS], ...]; null if there are no parties.
+// [[NAME, ADDRESS, TYPE], ...]; null if there are no parties.
 QByteArray partiesOf(const QVariantMap &values)
 {
     const QStringList names = values.value(partyNamesKey).toStringList();
     const QStringList addresses = values.value(partyAddressesKey).toStringList();
+    const QVariantList types = values.value(partyTypesKey).toList();
     QJsonArray parties;
     for (qsizetype index = 0; index < std::max(names.size(), addresses.size()); ++index)
-        parties.append(QJsonArray{names.value(index), addresses.value(index)});
+        parties.append(QJsonArray{names.value(index), addresses.value(index), types.value(index).toInt()});
     return parties.isEmpty() ? QByteArray() : QJsonDocument(parties).toJson(QJsonDocument::Compact);
 }
 

@@ -32,7 +32,7 @@ constexpr const char *schema[] = {
     "BEGIN IMMEDIATE",
     "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER, stamp TEXT)",
     // `stamp`: another one whenever a folder becomes complete.
-    // `addresses`: a JSON list of what stands in `address`. `parties`: one of [NAME, ADDRESS]. `hidden`: VXMetaDataHiding, else 0.
+    // `addresses`: a JSON list of what stands in `address`. `parties`: one of [NAME, ADDRESS, TYPE], of a contact its own. `hidden`: VXMetaDataHiding, else 0.
     // `known`: how much is known of a contact.
     ("CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
      "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, addresses TEXT, parties TEXT, hidden INTEGER, known "

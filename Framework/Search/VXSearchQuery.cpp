@@ -25,15 +25,21 @@ VXSearchQuery::VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex
 {
 }
 
+QList<VXFoundParty> VXSearchQuery::partiesIn(const QString &json)
+{
+    QList<VXFoundParty> parties;
+    for (const QJsonValue party : QJsonDocument::fromJson(json.toUtf8()).array())
+        parties.append({party[0].toString(), party[1].toString(), unsigned(party[2].toInt())});
+    return parties;
+}
+
 VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
 {
     VXFoundObject object{.place = row.text(0), .kind = row.text(1), .title = row.text(2), .detail = row.text(3)};
     if (!row.value(4).isNull())
         object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
-    if (const VXSQLiteValue parties = row.value(5); !parties.isNull()) {
-        for (const QJsonValue party : QJsonDocument::fromJson(parties.text().toUtf8()).array())
-            object.parties.append({party[0].toString(), party[1].toString()});
-    }
+    if (object.kind != "contact"_L1) // which is no party of its own
+        object.parties = partiesIn(row.text(5));
     object.isInTrash = row.number(6) == inTrash;
     return object;
 }

@@ -30,6 +30,8 @@ public:
     /** The columns that foundIn() reads, followed by a blank. */
     static const QString columns;
     static VXFoundObject foundIn(const VXSQLiteStatement &row);
+    /** Those in the column "parties". */
+    static QList<VXFoundParty> partiesIn(const QString &json);
 
 private:
     bool isMoreWanted() const { return _found.size() < _limit; }

@@ -63,5 +63,12 @@ QVariantMap VXContactMetaData(const VXContactRecord &contact, const QString &tit
         if (isList ? !value.toStringList().isEmpty() : !value.toString().isEmpty())
             metaData.insert(key, value);
     }
+    QVariantList types;
+    for (const Address &each : contact.numbers + contact.emails)
+        types.append(qint64(each.type));
+    if (!types.isEmpty()) {
+        metaData.insert(u"VXPartyAddresses"_s, numbers + emails);
+        metaData.insert(u"VXPartyTypes"_s, types);
+    }
     return metaData;
 }

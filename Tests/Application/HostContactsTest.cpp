@@ -46,6 +46,7 @@ TEST_F(HostContactsTest, AContactIsAddedFoundChangedAndDeleted)
     EXPECT_EQ(all.at(0)["string"_L1], u"Zoe Doe <555 0100/W>"_s);
     EXPECT_GT(all.at(0)["score"_L1].toDouble(), all.at(1)["score"_L1].toDouble());
     EXPECT_EQ(all.at(0)["reasons"_L1].toArray().at(0), u"has the type that was given"_s);
+    EXPECT_THAT(phonebook("show do").errors, HasSubstr("Jane Doe (p1), Zoe Doe (p2)")); // who have one number
     EXPECT_EQ(phonebook("delete 'zoe doe'").status, 0);
     EXPECT_EQ(json("list").toArray().size(), 1);
     EXPECT_EQ(phonebook("add 'Ann Lee <555 0200/m>' --group Work --group Chess --birthday 1985-04-12 --middle Maria "

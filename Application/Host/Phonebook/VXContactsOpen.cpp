@@ -6,11 +6,13 @@
 #include "VXEmailAddress.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
+#include "VXPhonebookEntry.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 #include "VXPluginStores.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 
@@ -72,6 +74,42 @@ QList<VXManagedObjectPtr> personsNamed(VXManagedObjectContext &contacts, const Q
     return persons;
 }
 
+/** Who has the numbers and addresses of completions: many contacts may have one, which is looked up once. */
+class Owners
+{
+public:
+    explicit Owners(VXManagedObjectContext &contacts) : _lookup(contacts) {}
+
+    /** The one of that name who has the address, or else whom a look-up finds. */
+    VXManagedObjectPtr ownerOf(const QString &address, const QString &name)
+    {
+        auto known = _byName.constFind(address);
+        if (known == _byName.cend())
+            known = _byName.insert(address, read(address));
+        return known->value(name.simplified(), known->value(QString()));
+    }
+
+private:
+    using ByName = QHash<QString, VXManagedObjectPtr>; // the best one by the empty name, too
+
+    ByName read(const QString &address) const
+    {
+        ByName owners;
+        for (const VXContactCandidate &each : VXIsValidEmailAddress(address) ? _lookup.forEmailAddress(address, 0, {})
+                                                                             : _lookup.forPhoneNumber(address, 0, {})) {
+            const auto person = each.entry->valueForKey(u"person"_s).value<VXManagedObjectPtr>();
+            for (const QString &name : {VXPhonebookEntry::displayString(*each.entry).simplified(), QString()}) {
+                if (!owners.contains(name))
+                    owners.insert(name, person);
+            }
+        }
+        return owners;
+    }
+
+    const VXContactLookup _lookup;
+    QHash<QString, ByName> _byName; // by address
+};
+
 } // namespace
 
 VXPersistentStoreCoordinator::Ptr VXOpenContacts(VXHostContext &context)
@@ -87,16 +125,15 @@ QList<VXManagedObjectPtr> VXContactsNear(VXManagedObjectContext &contacts, const
                                          unsigned mostCompletions)
 {
     const VXContactLookup lookup(contacts);
+    Owners owners(contacts);
     QList<VXManagedObjectPtr> persons;
     for (const QString &entry : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
              text, VXPhonebookPropertyAll, mostCompletions)) {
         QString name = entry;
         QString address;
         static_cast<void>(VXPhonebookStringSplit(entry, &name, &address)); // otherwise it is just a name
-        const auto candidates = VXIsValidEmailAddress(address) ? lookup.forEmailAddress(address, 0, name)
-                                                               : lookup.forPhoneNumber(address, 0, name);
-        const VXManagedObjectPtr found = VXContactLookup::best(candidates);
-        appendOnce(persons, found ? found->valueForKey(u"person"_s).value<VXManagedObjectPtr>() : lookup.forName(name));
+        const VXManagedObjectPtr owner = owners.ownerOf(address, name);
+        appendOnce(persons, owner ? owner : lookup.forName(name));
     }
     return persons;
 }

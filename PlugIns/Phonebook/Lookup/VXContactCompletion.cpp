@@ -45,17 +45,18 @@ bool beginsOneOf(const QString &beginning, const QStringList &words)
     return std::ranges::any_of(words, [&](const QString &word) { return word.startsWith(beginning); });
 }
 
+// Whether the key of one of its words begins so: a zero is behind each.
+bool hasWord(const QString &text, Kind kind, const QString &beginning)
+{
+    return std::ranges::any_of(VXContactWords::wordsOf(text, kind), [&beginning](const QString &word) {
+        return QString(word + QChar(u'\0')).startsWith(beginning);
+    });
+}
+
 // Found by such a word, a contact is offered with all it has.
 bool isOfPerson(Kind kind)
 {
     return kind == Kind::Name || kind == Kind::Company || kind == Kind::Other;
-}
-
-bool isNamedSo(const VXManagedObject &person, const QString &word)
-{
-    return std::ranges::any_of(VXContactWords::keysOf(person), [beginning = word.toUtf8()](const QByteArray &key) {
-        return key.startsWith(beginning) && isOfPerson(VXContactWords::kindOf(key));
-    });
 }
 
 // Compares "key" of the words with a beginning, or of a person's words. A single comparison, so that the index is
@@ -68,16 +69,21 @@ VXPredicate begins(const QString &keyPath, const QString &beginning, VXPredicate
                                    VXExpression::constant(QVariantList{from, endOfBeginning(from)}), {}, modifier);
 }
 
+// True for a key that begins like the typed word, in one of the ways in which that is looked for.
+VXPredicate isFor(const QString &word, const QString &keyPath, VXPredicate::Modifier modifier)
+{
+    QList<VXPredicate> any;
+    for (const QString &beginning : VXContactWords::beginnings(word))
+        any.append(begins(keyPath, beginning, modifier));
+    return any.size() == 1 ? any.constFirst() : VXPredicate::anyOf(any);
+}
+
 // True for a person who has words for everything that was typed.
 VXPredicate hasWords(const QStringList &typed)
 {
     QList<VXPredicate> all;
-    for (const QString &word : typed) {
-        QList<VXPredicate> any;
-        for (const QString &beginning : VXContactWords::beginnings(word))
-            any.append(begins(u"person.words.key"_s, beginning, VXPredicate::Modifier::Any));
-        all.append(any.size() == 1 ? any.constFirst() : VXPredicate::anyOf(any));
-    }
+    for (const QString &word : typed)
+        all.append(isFor(word, u"person.words.key"_s, VXPredicate::Modifier::Any));
     return VXPredicate::allOf(all);
 }
 
@@ -217,13 +223,15 @@ bool VXContactCompletion::walk(const QString &beginning, const QStringList &othe
         size = std::min(2 * size, largestPage);
         QList<VXManagedObjectPtr> persons;
         std::ranges::transform(matches, std::back_inserter(persons), &Match::person);
+        if (!others.isEmpty() && !noteNamed(&matches, others, error))
+            return false;
         if (((_mask & VXPhonebookPropertyNumber) != 0 && !readOwned(u"VXPhoneNumber"_s, persons, &numbers, error)) ||
             ((_mask & VXPhonebookPropertyEmail) != 0 && !readOwned(u"VXEmailAddress"_s, persons, &emails, error)))
             return false;
         for (const Match &match : std::as_const(matches)) {
             if (!addGroupsBefore(&match))
                 return false;
-            addMatch(match, beginning, others, numbers, emails);
+            addMatch(match, beginning, numbers, emails);
         }
     }
     return addGroupsBefore(nullptr);
@@ -259,9 +267,44 @@ bool VXContactCompletion::readPage(const QString &beginning, const QStringList &
         const qsizetype at = place == places.constEnd() ? matches->size() : *place;
         if (place == places.constEnd()) {
             places.insert(person->objectID(), at);
-            matches->append(Match{person, {}, bytes.first(bytes.indexOf('\0'))});
+            matches->append(Match{.person = person, .kinds = {}, .word = bytes.first(bytes.indexOf('\0'))});
         }
-        (*matches)[at].kinds.insert(VXContactWords::kindOf(bytes));
+        Match &match = (*matches)[at];
+        match.kinds.insert(VXContactWords::kindOf(bytes));
+        match.isNamed = match.isNamed || isOfPerson(VXContactWords::kindOf(bytes));
+    }
+    return true;
+}
+
+bool VXContactCompletion::noteNamed(QList<Match> *matches, const QStringList &others, VXError *error) const
+{
+    QHash<VXManagedObjectID, Match *> unnamed;
+    QVariantList persons;
+    for (Match &match : *matches) {
+        if (match.isNamed)
+            continue;
+        unnamed.insert(match.person->objectID(), &match);
+        persons.append(QVariant::fromValue(match.person->objectID()));
+    }
+    if (unnamed.isEmpty())
+        return true;
+    QList<VXPredicate> any;
+    for (const QString &word : others)
+        any.append(isFor(word, u"key"_s, VXPredicate::Modifier::Direct));
+    const VXEntityDescription &entity =
+        *_context.persistentStoreCoordinator()->model().entityForName(u"VXSearchWord"_s);
+    VXFetchRequest request(entity);
+    request.predicate = VXPredicate::allOf({compare(u"person"_s, Operator::In, persons), VXPredicate::anyOf(any)});
+    request.includesPendingChanges = false;
+    const std::optional<VXFetchResult> words = _context.executeFetchRequest(request, error);
+    if (!words)
+        return false;
+    const int key = entity.propertyForName(u"key"_s)->index();
+    const int owner = entity.propertyForName(u"person"_s)->index();
+    for (const VXManagedObjectPtr &word : *words) {
+        const VXManagedObjectID *const person = word->relatedID(owner);
+        if (person != nullptr && isOfPerson(VXContactWords::kindOf(word->attribute(key).toByteArray())))
+            unnamed.value(*person)->isNamed = true;
     }
     return true;
 }
@@ -289,17 +332,14 @@ bool VXContactCompletion::readOwned(const QString &entityName, const QList<VXMan
 }
 
 // Found by a number or address alone, it is offered with that.
-void VXContactCompletion::addMatch(const Match &match, const QString &beginning, const QStringList &others,
-                                   const Owned &numbers, const Owned &emails)
+void VXContactCompletion::addMatch(const Match &match, const QString &beginning, const Owned &numbers,
+                                   const Owned &emails)
 {
-    const bool isNamed =
-        std::ranges::any_of(match.kinds, isOfPerson) ||
-        std::ranges::any_of(others, [&](const QString &word) { return isNamedSo(*match.person, word); });
     const auto addAll = [&](const Owned &owned, const QString &key, Kind kind) {
         QList<VXManagedObjectPtr> all = owned.value(match.person->objectID());
         std::ranges::sort(all, {}, numberOf);
         for (const VXManagedObjectPtr &each : std::as_const(all)) {
-            if (isNamed || beginsOneOf(beginning, VXContactWords::wordsOf(each->valueForKey(key).toString(), kind)))
+            if (match.isNamed || hasWord(each->valueForKey(key).toString(), kind, beginning))
                 add(VXPhonebookEntry::phonebookString(*each));
         }
     };

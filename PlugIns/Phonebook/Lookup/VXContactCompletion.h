@@ -34,7 +34,8 @@ private:
     {
         VXManagedObjectPtr person;
         QSet<VXContactWords::Kind> kinds;
-        QByteArray word; // the first of them
+        QByteArray word;      // the first of them
+        bool isNamed = false; // found by what it is called, not by a number or address alone
     };
     struct Group
     {
@@ -57,9 +58,10 @@ private:
      *  False on failure. */
     bool readPage(const QString &beginning, const QStringList &others, qsizetype offset, qsizetype size,
                   QList<Match> *matches, bool *isLast, VXError *error) const;
+    /** Notes who is called by one of the other words. False on failure. */
+    bool noteNamed(QList<Match> *matches, const QStringList &others, VXError *error) const;
     bool readOwned(const QString &entity, const QList<VXManagedObjectPtr> &persons, Owned *owned, VXError *error) const;
-    void addMatch(const Match &match, const QString &beginning, const QStringList &others, const Owned &numbers,
-                  const Owned &emails);
+    void addMatch(const Match &match, const QString &beginning, const Owned &numbers, const Owned &emails);
 
     VXManagedObjectContext &_context;
     const unsigned _mask;

@@ -307,25 +307,6 @@ TEST_F(VXSearchIndexTest, RecordsHaveTheNamesOfTheirTimeAndShowThePresentOnes)
     }
 }
 
-TEST_F(VXSearchIndexTest, ANumberIsCalledByWhomALookUpFinds)
-{
-    const QString german = u"+49 30 777 8888"_s;
-    const QStringList parties{german, u"+44 30 777 8888"_s, u"030 7778888"_s, u"+1 30 777 8888"_s};
-    QList<VXSearchIndex::Change> changes{change(1, u"contact"_s, u"Poor"_s, {german}),
-                                         change(2, u"contact"_s, u"Rich"_s, {german}, u"Big\nmuch more"_s),
-                                         change(3, u"contact"_s, u"Uk"_s, {parties[1]})};
-    changes[0].values->insert(u"kMDItemTextContent"_s, u"a\nnote\nof\nmany\nlines"_s);
-    changes[1].values->insert(u"VXInformativeValue"_s, 30);
-    for (const QString &party : parties)
-        changes.append(change(int(changes.size()) + 1, u"message"_s, party, {party}));
-    ASSERT_TRUE(index->apply(u"people"_s, changes, nullptr));
-    const QString names[] = {u"Rich"_s, u"Uk"_s, u"Rich"_s, u"Rich"_s}; // the last has a country that nobody has
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(index->object(QUrl("x-coredata://store/message/p%1"_L1.arg(QString::number(i + 4))), nullptr)->title,
-                  names[i])
-            << i;
-}
-
 TEST_F(VXSearchIndexTest, FindsTheLatestRecordsOfHoweverManyContacts)
 {
     QList<VXSearchIndex::Change> changes;

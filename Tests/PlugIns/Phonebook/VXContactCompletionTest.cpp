@@ -40,13 +40,14 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
                                                           {u"numbers"_s, QStringList{u"201"_s}}});
     const VXManagedObjectPtr town = context.insertNewObject(u"VXPostalAddress"_s);
     set(town, {{u"city"_s, u"Straßburg"_s}, {u"person"_s, QVariant::fromValue(korean)}});
-    addPerson(context,
-              {{u"firstName"_s, u"太郎"_s}, {u"lastName"_s, u"田中"_s}, {u"numbers"_s, QStringList{u"202"_s}}});
+    addPerson(
+        context,
+        {{u"firstName"_s, u"太郎"_s}, {u"lastName"_s, u"田中"_s}, {u"numbers"_s, QStringList{u"010-1234-5678"_s}}});
     addPerson(context,
               {{u"firstName"_s, u"Søren"_s}, {u"lastName"_s, u"O’Neill"_s}, {u"numbers"_s, QStringList{u"203"_s}}});
     ASSERT_TRUE(context.save());
     const QString kimChol = u"철수 김 <201>"_s;
-    const QString tanaka = u"太郎 田中 <202>"_s;
+    const QString tanaka = u"太郎 田中 <010-1234-5678>"_s;
     const QString oneill = u"Søren O’Neill <203>"_s;
     const QString mobile = u"Anne-Marie Müller <+49 171 5550123/m>"_s;
     const QString work = u"Anne-Marie Müller <030 901820/W>"_s;
@@ -83,6 +84,11 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
         {u"oneill"_s, {oneill}},
         {u"soren o'n"_s, {oneill}},
         {u"annemar"_s, all},
+        {u"anne 0171"_s, all},               // whose name it is, has all offered
+        {u"am.mueller 0171"_s, {email}},     //
+        {u"+82 10-1234-5678"_s, {tanaka}},   // a whole number in another form
+        {u"田中 +821012345678"_s, {tanaka}}, //
+        {u"+82 10-1234-567"_s, {}},
         {u"жан"_s, {zed}},
         {u"zed"_s, {zed}},
         {u"mueller@mail"_s, {email}}, // what was typed is only in the address

@@ -221,6 +221,23 @@ TEST_F(VXPhonebookManagerTest, ALookUpIsOneIndexedFetch)
         EXPECT_THAT(VXQueryPlan(file, each).join(u'\n').toStdString(), HasSubstr("url_string>? AND url_string<?"));
 }
 
+TEST_F(VXPhonebookManagerTest, ManyContactsTakeAsManyStatementsAsFew)
+{
+    VXStatementRecorder statements;
+    start();
+    QList<qsizetype> counts;
+    for (const int count : {2, 18}) {
+        VXManagedObjectContext context(store);
+        for (int i = 0; i < count; ++i)
+            addPerson(context, {{u"lastName"_s, u"Doe%1"_s.arg(i)}, {u"numbers"_s, QStringList{u"555 0100"_s}}});
+        statements.take();
+        EXPECT_TRUE(phonebook().entryForPhonebookString(u"555 0100"_s));
+        EXPECT_FALSE(phonebook().completionsForSubstring(u"555 do"_s, VXPhonebookPropertyAll, 10).isEmpty());
+        counts.append(statements.take().size());
+    }
+    EXPECT_EQ(counts[0], counts[1]);
+}
+
 TEST_F(VXPhonebookManagerTest, TwoThreadsLookUpWhileAThirdSaves)
 {
     start();

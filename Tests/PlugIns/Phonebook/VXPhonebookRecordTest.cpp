@@ -20,6 +20,14 @@ protected:
         calls = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"calls"_s);
     }
 
+    // What is mirrored, after a first pass and all that is owed.
+    static std::unique_ptr<VXSearchIndex> settledIndex()
+    {
+        auto index = VXSearchIndex::openExisting();
+        const bool isSettled = index && index->isAllComplete(nullptr) && !VXMetaDataDebt::isAnyOfAll();
+        return isSettled ? std::move(index) : nullptr;
+    }
+
     VXPersistentStoreCoordinator::Ptr calls;
 };
 
@@ -54,11 +62,7 @@ TEST_F(VXPhonebookRecordTest, TextsForSearchingFollowTheParties)
 TEST_F(VXPhonebookRecordTest, MembersAreFoundByWhatTheirGroupIsCalled)
 {
     // Neither a first pass nor what is owed for an earlier save is to write them by the way.
-    const auto isSettled = [] {
-        const auto index = VXSearchIndex::openExisting();
-        return index && index->isAllComplete(nullptr) && !VXMetaDataDebt::isAnyOfAll();
-    };
-    ASSERT_TRUE(VXRunUntil(isSettled));
+    ASSERT_TRUE(VXRunUntil([] { return settledIndex() != nullptr; }));
     VXManagedObjectContext context(store);
     const VXManagedObjectPtr jane = addPerson(context, {{u"firstName"_s, u"Jane"_s}});
     const VXManagedObjectPtr group = context.insertNewObject(u"VXGroup"_s);
@@ -71,7 +75,7 @@ TEST_F(VXPhonebookRecordTest, MembersAreFoundByWhatTheirGroupIsCalled)
             VXFileManager::defaultManager().pathToUserMetadataFolder() + "/com.halvern.VNX2.plugin.phonebook/"_L1;
         return VXRunUntil([&] {
             const QVariantMap values = VXPropertyList::fromFile(file + metaDataFilename(jane->objectID())).toMap();
-            return !values.isEmpty() && values.value(u"kMDItemKeywords"_s).toStringList() == groups && isSettled();
+            return !values.isEmpty() && values.value(u"kMDItemKeywords"_s).toStringList() == groups && settledIndex();
         });
     };
     EXPECT_TRUE(areFoundBy({u"Friends"_s}));
@@ -117,4 +121,42 @@ TEST_F(VXPhonebookRecordTest, CallsKnowWhoTheOtherPartyIs)
               u"Jane, Jane, joe@mail.example"_s);
     VXPhonebookRecord::setTo(*call, u"555 0199"_s);
     EXPECT_FALSE(VXValueForKey(object, u"contact"_s).isValid());
+}
+
+TEST_F(VXPhonebookRecordTest, CallsAndSearchesCallAPartyAlike)
+{
+    ASSERT_TRUE(VXRunUntil([] { return settledIndex() != nullptr; })); // or a later pass takes in what follows
+    VXManagedObjectContext contacts(store);
+    const auto add = [&](const QString &name, const QString &key, const QString &address) {
+        return addPerson(contacts, {{u"firstName"_s, name}, {key, QStringList{address}}});
+    };
+    add(u"Jane"_s, u"numbers"_s, u"+44 30 5550777"_s);
+    add(u"Karl"_s, u"numbers"_s, u"+49 (0)30 5550777"_s);
+    add(u"Rich"_s, u"numbers"_s, u"030 5550777/m"_s)->setValueForKey(u"Mill"_s, u"company"_s);
+    const VXManagedObjectPtr ann = add(u"Ann"_s, u"emails"_s, u"ann@example.org/W"_s);
+    add(u"Ben"_s, u"emails"_s, u"Ann@example.org/H"_s);
+    ann->setValueForKey(u"Ännchen"_s, u"firstName"_s); // after which she is the last in the index
+    ASSERT_TRUE(contacts.save());
+    const std::pair<QString, QString> cases[] = {{u"Jane <+49 30 5550777>"_s, u"Karl"_s}, // hers is in another country
+                                                 {u"Jane <030 5550777>"_s, u"Jane"_s},
+                                                 {u"<030 5550777/m>"_s, u"Rich"_s},
+                                                 {u"<030 5550777>"_s, u"Rich"_s},
+                                                 {u"+43 30 5550777"_s, u"Rich"_s},
+                                                 {u"annchen <ann@example.org/H>"_s, u"Ännchen"_s},
+                                                 {u"<ann@example.org/H>"_s, u"Ben"_s},
+                                                 {u"ann@example.org"_s, u"Ännchen"_s}}; // who was added first
+    VXManagedObjectContext context(calls);
+    QList<VXManagedObjectPtr> made;
+    for (const auto &[party, name] : cases) {
+        made.append(context.insertNewObject(u"VXCall"_s));
+        made.last()->setValueForKey(QDateTime::currentDateTimeUtc(), u"date"_s);
+        VXPhonebookRecord::setTo(*made.last(), party);
+        EXPECT_EQ(VXDisplayStringForContacts(party), name) << party.toStdString();
+    }
+    ASSERT_TRUE(context.save());
+    ASSERT_TRUE(VXRunUntil([] { return settledIndex() != nullptr; }));
+    for (qsizetype i = 0; i < made.size(); ++i) {
+        const auto found = settledIndex()->object(made[i]->objectID().uriRepresentation(), nullptr);
+        EXPECT_EQ(found.value_or(VXFoundObject()).title, cases[i].second) << cases[i].first.toStdString();
+    }
 }
