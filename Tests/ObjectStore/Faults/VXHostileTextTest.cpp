@@ -31,7 +31,8 @@ TEST_P(VXHostileTextTest, TextsAreKeptAndMeantLiterally)
     context.reset();
     const auto found = [this](const QString &format, const QVariant &argument) {
         QStringList names;
-        for (const Object &each : fetch(request(u"Person"_s, format, {argument}, {u"name"_s})))
+        const QVariantList arguments = argument.isValid() ? QVariantList{argument} : QVariantList();
+        for (const Object &each : fetch(request(u"Person"_s, format, arguments, {u"name"_s})))
             names.append(each->valueForKey(u"name"_s).toString());
         return names;
     };
