@@ -27,8 +27,11 @@
 #include "VXStoreWorkLock.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QComboBox>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -207,14 +210,17 @@ void VXMessagesSection::listWasRead(int count)
     _pane->setIsEmpty(count == 0 && (isSearched || !isReading));
     if (count == 0 && !_view->isNew())
         _view->setNone();
+    _wasSearched = _wasSearched || isSearched;
     if (count == 0 || _view->isNew())
         return;
+    const bool wasSearched = std::exchange(_wasSearched, isSearched);
     if (const QModelIndex now = _pane->list()->currentIndex(); now.isValid()) {
         if (isSearched && !(messageInRow(now.row()) == _shownMessage)) // another one of the same conversation
             showRow(now.row());
         return;
     }
     const int row = shownModel() == _conversations ? _conversations->rowOfConversation(_shownConversation) : 0;
+    const QScopedValueRollback afterSearch(_isAfterSearch, wasSearched && !isSearched);
     _pane->choose(std::max(0, row));
 }
 
@@ -251,7 +257,7 @@ void VXMessagesSection::showConversation(const QString &party, const QStringList
     _shownMessage = message;
     _view->setParty(party, keys, message);
     const bool isTyping = _pane->search()->hasFocus() && !_pane->search()->text().isEmpty();
-    if (isVisible() && !isTyping) // what a word happens to find does not count as read
+    if (isVisible() && !isTyping && !_isAfterSearch) // what a word happened to find does not count as read
         markAsRead(keys);
 }
 

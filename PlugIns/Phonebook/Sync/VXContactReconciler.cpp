@@ -71,8 +71,8 @@ bool VXContactReconciler::run(const QString &phone, bool isAll, VXError *error)
     // First all that comes from the phone: a person may lie on it twice.
     const bool isDone = linkAll(error) && keepAll(error) && settleLate(error) && applyAbsences(isAll, error) &&
                         putFormer(error) && (!_addsAll || addAll(error));
-    std::ranges::stable_partition(
-        _outcome.changes, [](const VXPhoneChange &change) { return change.kind == VXPhoneChange::Kind::Delete; });
+    std::stable_partition(_outcome.changes.begin(), _outcome.changes.end(),
+                          [](const VXPhoneChange &change) { return change.kind == VXPhoneChange::Kind::Delete; });
     return isDone;
 }
 

@@ -14,6 +14,8 @@
 #include "VXFindWindow.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
+#include "VXMessagesOverview.h"
+#include "VXMessageStore.h"
 #include "VXMetaDataDebt.h"
 #include "VXMetaDataFolder.h"
 #include "VXNoticeBar.h"
@@ -185,6 +187,44 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     EXPECT_EQ(chosen.value(0).value(0).toUrl(), VXFoundObject::uriForURL(contact));
     EXPECT_FALSE(finder->isVisible());
     EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane Doe"_s); }));
+}
+
+TEST_F(VXMainWindowTest, aMessageSearchShowsTheConversationChosenAndReadsNone)
+{
+    const QStringList names{u"Ann"_s, u"Bea"_s, u"Cid"_s, u"Dan"_s};
+    QList<QVariantMap> messages;
+    for (qsizetype i = 0; i < names.size(); ++i)
+        messages.append({{u"text"_s, u"about "_s + names[i].toLower() + u"x"_s},
+                         {u"from"_s, u"%1 <+1555010%2>"_s.arg(names[i]).arg(i)},
+                         {u"direction"_s, 1},
+                         {u"state"_s, 1},
+                         {u"date"_s, QDateTime::currentDateTime().addSecs(i - 100)}});
+    insertAll(u"messages"_s, u"VXMessage"_s, messages);
+    const auto unread = [messageStore = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(
+                             u"messages"_s)] { return VXReadMessagesOverview(VXMessageStore(messageStore)).unread; };
+    VXMainWindow window;
+    window.show();
+    window.activateWindow();
+    window.showSection(u"messages"_s);
+    const VXListPane &pane = *window.section(u"messages"_s)->findChild<VXListPane *>();
+    const auto hasRows = [&pane](int count) {
+        return [&pane, count] { return pane.list()->model()->rowCount() == count; };
+    };
+    EXPECT_TRUE(VXRunUntil(hasRows(4)));
+    EXPECT_TRUE(VXRunUntil([&] { return unread() == 3; })) << "the newest is shown";
+    pane.search()->setFocus();
+    for (const qsizetype each : {0, 2, 1, 0}) {
+        pane.search()->setText(names[each].toLower() + u'x');
+        EXPECT_TRUE(VXRunUntil(hasRows(1)));
+        EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"messages"_s, names[each]); })) << names[each].toStdString();
+        EXPECT_FALSE(shows(window, u"messages"_s, names[3]));
+    }
+    pane.search()->setText(u"annxy"_s);
+    EXPECT_TRUE(VXRunUntil(hasRows(0)));
+    pane.search()->clear();
+    EXPECT_TRUE(VXRunUntil(hasRows(4)));
+    EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"messages"_s, names[0]); }));
+    EXPECT_EQ(unread(), 3);
 }
 
 TEST_F(VXMainWindowTest, chosenContactsBecomeOneAndComeApartAgain)
