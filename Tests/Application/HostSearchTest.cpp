@@ -277,8 +277,8 @@ TEST_F(HostSearchTest, FindsWhatIsThereWhateverWasPutBack)
         bool isOfContacts; // then what is found is as it was
     } cases[] = {{"data", data, true}, {"index", mirror() + "/index.sqlite"_L1, false}, {"all", mirror(), false}};
     for (const auto &[what, place, isOfContacts] : cases) {
-        const auto putAs = [&what](const QString &name) {
-            EXPECT_EQ(runHost({"phonebook", "edit", "p1", "--last", name}).status, 0) << what;
+        const auto putAs = [name = what](const QString &last) {
+            EXPECT_EQ(runHost({"phonebook", "edit", "p1", "--last", last}).status, 0) << name;
         };
         putAs(u"Before"_s);
         EXPECT_EQ(kinds("before"), both) << what;
