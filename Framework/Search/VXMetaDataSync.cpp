@@ -46,6 +46,14 @@ struct Launched
     }
 };
 
+void oweAllIfReplaced(const VXMetaDataState &state, const VXMetaDataDebt &debt)
+{
+    if (!state.isReplaced())
+        return;
+    debt.markAll();
+    debt.leaveToPass(); // whatever this process mirrors of its own
+}
+
 std::chrono::milliseconds pollingInterval()
 {
     const double seconds = std::min(VXMetaDataSync::syncFrequency(), longestFrequency);
@@ -136,22 +144,14 @@ void VXMetaDataSync::noteOtherStore(bool isToStay) const
 
 void VXMetaDataSync::noteReplacement() const
 {
-    if (!_state.isReplaced())
-        return;
-    _debt.markAll();
-    _debt.leaveToPass(); // whatever this process mirrors of its own
+    oweAllIfReplaced(_state, _debt);
 }
 
 void VXMetaDataSync::noteReplacedStores()
 {
     const QStringList identifiers = VXAllMarksOfStores().keys();
-    for (const QString &identifier : identifiers) {
-        if (!VXMetaDataState(identifier).isReplaced())
-            continue;
-        const VXMetaDataDebt debt(identifier);
-        debt.markAll();
-        debt.leaveToPass();
-    }
+    for (const QString &identifier : identifiers)
+        oweAllIfReplaced(VXMetaDataState(identifier), VXMetaDataDebt(identifier));
 }
 
 // Who searches looks at an index that says that it is whole.
