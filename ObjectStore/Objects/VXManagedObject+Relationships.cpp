@@ -9,6 +9,23 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+QList<VXManagedObjectPtr> without(const QList<VXManagedObjectPtr> &objects, const QList<VXManagedObjectPtr> &others)
+{
+    if (others.isEmpty())
+        return objects;
+    const QSet<VXManagedObjectPtr> leftOut(others.cbegin(), others.cend());
+    QList<VXManagedObjectPtr> left;
+    for (const VXManagedObjectPtr &object : objects) {
+        if (!leftOut.contains(object))
+            left.append(object);
+    }
+    return left;
+}
+
+} // namespace
+
 const VXRelationshipDescription &VXManagedObject::relationship(int index, bool isToMany) const
 {
     const VXRelationshipDescription *const found = property(index).asRelationship();
@@ -45,7 +62,13 @@ void VXManagedObject::setRelated(int index, const VXManagedObjectPtr &object)
     if (before == object)
         return;
     const VXManagedObjectPtr own(this);
-    if (const VXRelationshipDescription *const inverse = changed.inverse(); inverse != nullptr) {
+    const VXRelationshipDescription *const inverse = changed.inverse();
+    if (inverse != nullptr && !inverse->isToMany()) { // up to three others change, or nothing does
+        if (!_context->canReadToChange({before, object}, *this) ||
+            (object && !_context->canReadToChange({object->related(inverse->index())}, *this)))
+            return;
+    }
+    if (inverse != nullptr) {
         if (before)
             before->detach(*inverse, own);
         if (object && inverse->isToMany()) {
@@ -79,6 +102,18 @@ VXRelatedSet &VXManagedObject::relatedSet(const VXRelationshipDescription &relat
     if (relationship.isTransient())
         made.setRead();
     return made;
+}
+
+bool VXManagedObject::canReadRelated(const VXRelationshipDescription &relationship)
+{
+    if (!relationship.isToMany())
+        return canBeChanged(relationship);
+    VXAssert(_context != nullptr, u"an object cannot be changed when its context is gone or has forgotten it"_s);
+    VXError problem;
+    if (_context->readRelated({VXManagedObjectPtr(this)}, relationship, &problem))
+        return true;
+    _context->noteLostChange(*this, problem);
+    return false;
 }
 
 VXRelatedSet &VXManagedObject::readRelatedSet(const VXRelationshipDescription &relationship) const
@@ -159,7 +194,7 @@ void VXManagedObject::removeRelated(int index, const VXManagedObjectPtr &object)
     const VXRelationshipDescription *const inverse = changed.inverse();
     const VXManagedObjectPtr own(this);
     if (inverse != nullptr && !inverse->isToMany()) {
-        if (object->related(inverse->index()) == own)
+        if (object->canBeChanged(*inverse) && object->related(inverse->index()) == own)
             object->setRelated(inverse->index(), nullptr);
         return;
     }
@@ -170,24 +205,25 @@ void VXManagedObject::removeRelated(int index, const VXManagedObjectPtr &object)
 
 void VXManagedObject::setRelatedObjects(int index, const QList<VXManagedObjectPtr> &objects)
 {
+    const VXRelationshipDescription &changed = relationship(index, true);
+    if (!canReadRelated(changed))
+        return;
     const QList<VXManagedObjectPtr> before = relatedObjects(index);
     if (before.size() == 1 && objects == before)
         return;
-    if (before.isEmpty()) {
-        for (const VXManagedObjectPtr &object : objects)
-            addRelated(index, object);
-        return;
+    const QList<VXManagedObjectPtr> gone = without(before, objects);
+    const QList<VXManagedObjectPtr> added = without(objects, before);
+    if (const VXRelationshipDescription *const inverse = changed.inverse();
+        inverse != nullptr && !inverse->isToMany()) {
+        for (const VXManagedObjectPtr &object : added)
+            assertFits(changed, object);
+        if (!_context->canReadToChange(gone + added, *this)) // all or none
+            return;
     }
-    const QSet<VXManagedObjectPtr> wanted(objects.cbegin(), objects.cend());
-    for (const VXManagedObjectPtr &object : before) {
-        if (!wanted.contains(object))
-            removeRelated(index, object);
-    }
-    const QSet<VXManagedObjectPtr> kept(before.cbegin(), before.cend());
-    for (const VXManagedObjectPtr &object : objects) {
-        if (!kept.contains(object))
-            addRelated(index, object);
-    }
+    for (const VXManagedObjectPtr &object : gone)
+        removeRelated(index, object);
+    for (const VXManagedObjectPtr &object : added)
+        addRelated(index, object);
 }
 
 // -- One end

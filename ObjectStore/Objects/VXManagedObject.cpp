@@ -267,8 +267,11 @@ void VXManagedObject::copyAttribute(int index, const VXManagedObject &other, int
     VXAssert(attribute != nullptr && its != nullptr && attribute->type() == its->type(),
              u"\"%1\" of entity \"%2\" is no attribute like \"%3\""_s.arg(property(index).name(), entity().name(),
                                                                           other.property(otherIndex).name()));
+    if (other._isFault && other._context != nullptr &&
+        !other._context->canReadToChange({VXManagedObjectPtr(&other.self())}, *this))
+        return;
     const VXStoreRow *const from = other.values();
-    if (from == nullptr)
+    if (from == nullptr) // it is gone
         return setAttribute(index, {});
     const VXStoreRow *const row = values();
     if (row != nullptr && row->isSame(index, *from, otherIndex))

@@ -163,6 +163,9 @@ private:
     const VXStoreRow *readValuesWith(int index) const;
     /** Reads a fault. False when it is gone, and when it cannot be read, which fails the next save. */
     bool canBeChanged(const VXPropertyDescription &property);
+    /** Reads what a relationship leads to, but for the objects' own values. False when it cannot be read, which fails the
+     *  next save. */
+    bool canReadRelated(const VXRelationshipDescription &relationship);
     /** Has `set` change the values. */
     template <class Set>
     void changeValues(const VXPropertyDescription &property, const Set &set);

@@ -1,9 +1,29 @@
 #include "VXManagedObjectContext.h"
 
-#include "VXDiagnostics.h"
 #include "VXException.h"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+bool isCascade(const VXRelationshipDescription &relationship)
+{
+    return relationship.deleteRule() == VXDeleteRule::Cascade;
+}
+
+// Whether a deletion changes or deletes objects that the relationship leads to.
+bool concernsOthers(const VXManagedObject &deleted, const VXRelationshipDescription &relationship)
+{
+    const VXRelationshipDescription *const inverse = relationship.inverse();
+    if (isCascade(relationship) || inverse == nullptr)
+        return isCascade(relationship);
+    // Objects that no store knows leave no trace. Links of many-to-many relationships never outlive their objects.
+    const bool isLeft = relationship.deleteRule() == VXDeleteRule::Deny ||
+                        (relationship.deleteRule() == VXDeleteRule::NoAction && !inverse->isToMany());
+    return deleted.isInserted() || !isLeft;
+}
+
+} // namespace
 
 // Iterative, since chains of cascades may be long.
 void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
@@ -22,11 +42,14 @@ void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
                 forget(next);
             continue;
         }
+        const std::optional<std::vector<Led>> led = readLed(next);
+        if (!led)
+            continue;
         const bool isNew = next->isInserted();
         if (!isNew)
             setState(*next, State::Deleted);
-        for (const Relationship *const relationship : next->entity().relationships())
-            applyDeleteRule(next, *relationship, doomed);
+        for (const Led &each : *led)
+            applyDeleteRule(next, each, doomed);
         if (isNew) {
             noteForObservers(*next);
             forget(next);
@@ -34,37 +57,41 @@ void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
     }
 }
 
-void VXManagedObjectContext::applyDeleteRule(const ObjectPtr &object, const Relationship &relationship,
-                                             QList<ObjectPtr> &doomed)
+std::optional<std::vector<VXManagedObjectContext::Led>> VXManagedObjectContext::readLed(const ObjectPtr &object)
 {
-    const int index = relationship.index();
-    const Relationship *const inverse = relationship.inverse();
-    const bool isCascade = relationship.deleteRule() == VXDeleteRule::Cascade;
-    if (inverse == nullptr && !isCascade)
-        return;
-    // Objects that no store knows leave no trace. Links of many-to-many relationships never outlive their objects.
-    if (!object->isInserted() && (relationship.deleteRule() == VXDeleteRule::Deny ||
-                                  (relationship.deleteRule() == VXDeleteRule::NoAction && !inverse->isToMany())))
-        return;
-    const QList<ObjectPtr> others =
-        relationship.isToMany() ? object->relatedObjects(index) : QList{object->related(index)};
-    if (VXError error; (isCascade || !inverse->isToMany()) && !fulfillFaults(others, &error))
-        VXReportDiagnostic(
-            3, u"\"%1\" of %2 cannot be read: %3"_s.arg(
-                   relationship.name(), object->objectID().uriRepresentation().toString(), error.description()));
+    std::vector<Led> all;
+    for (const Relationship *const relationship : object->entity().relationships()) {
+        if (!concernsOthers(*object, *relationship))
+            continue;
+        if (!object->canReadRelated(*relationship))
+            return std::nullopt;
+        const int index = relationship->index();
+        const Led led{*relationship,
+                      relationship->isToMany() ? object->relatedObjects(index) : QList{object->related(index)}};
+        const bool areChanged = isCascade(*relationship) || !relationship->inverse()->isToMany();
+        if (areChanged && !canReadToChange(led.others, *object))
+            return std::nullopt;
+        all.push_back(led);
+    }
+    return all;
+}
+
+void VXManagedObjectContext::applyDeleteRule(const ObjectPtr &object, const Led &led, QList<ObjectPtr> &doomed)
+{
+    const Relationship &relationship = led.relationship;
     DeleteEffects *const effects = object->isInserted() ? nullptr : &_deleteEffects[object.get()];
-    for (const ObjectPtr &other : others) {
+    for (const ObjectPtr &other : led.others) {
         if (!other)
             continue;
-        if (effects != nullptr && !isCascade)
-            effects->nullified.append({other, inverse});
+        if (effects != nullptr && !isCascade(relationship))
+            effects->nullified.append({other, relationship.inverse()});
         else if (effects != nullptr && !other->isDeleted())
             effects->deleted.append(other);
-        if (isCascade)
+        if (isCascade(relationship))
             doomed.append(other);
         else if (relationship.isToMany())
-            object->removeRelated(index, other);
+            object->removeRelated(relationship.index(), other);
         else
-            object->setRelated(index, nullptr);
+            object->setRelated(relationship.index(), nullptr);
     }
 }

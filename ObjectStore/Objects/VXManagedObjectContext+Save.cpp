@@ -72,8 +72,8 @@ void VXManagedObjectContext::Save::callWillSave() const
     if (isOuter)
         ++_context._saveNumber;
     const quint32 number = _context._saveNumber;
-    for (quint64 before = _context._stateCount + 1; before != _context._stateCount;) {
-        before = _context._stateCount;
+    for (quint64 before = _context._changeCount + 1; before != _context._changeCount;) {
+        before = _context._changeCount;
         for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted}) {
             const QList<ObjectPtr> objects = changed->objects(); // a copy, as hooks may change the list
             for (const ObjectPtr &object : objects) {
@@ -84,20 +84,33 @@ void VXManagedObjectContext::Save::callWillSave() const
     }
 }
 
-// What has changed since they were last taken is valid. A hook that validates may change the context itself: then all are asked
-// again, and what still changes after some rounds is left to the next save.
+// What has changed since they were last taken is validated. A hook that validates may change the context itself, or save it: then all
+// are asked again. After some rounds what hooks still change is saved as it is, and what they still make is left to the next save.
 bool VXManagedObjectContext::Save::takeChanges(VXError *error)
 {
     constexpr int mostRounds = 10;
-    for (int round = 0; round < mostRounds && _taken != _context._stateCount; ++round) {
-        _taken = _context._stateCount;
+    for (int round = 0; round < mostRounds && _taken != _context._changeCount; ++round) {
+        _taken = _context._changeCount;
         _inserted = _context._inserted.objects();
         _updated = _context._updated.objects();
         _deleted = _context._deleted.objects();
         if (!validate(error))
             return false;
     }
+    if (_taken != _context._changeCount)
+        leaveOutForgotten();
     return true;
+}
+
+void VXManagedObjectContext::Save::leaveOutForgotten()
+{
+    const auto leaveOut = [this](QList<ObjectPtr> *objects, VXManagedObject::State state) {
+        objects->removeIf(
+            [&](const ObjectPtr &object) { return object->_context != &_context || object->_state != state; });
+    };
+    leaveOut(&_inserted, State::Inserted);
+    leaveOut(&_updated, State::Updated);
+    leaveOut(&_deleted, State::Deleted);
 }
 
 bool VXManagedObjectContext::Save::validate(VXError *error) const
@@ -285,13 +298,14 @@ void VXManagedObjectContext::Save::finish()
 {
     _context.registerAgain(_renamed);
     forgetGone();
-    _isWhole = _saved.isEmpty() && _taken == _context._stateCount;
+    _isWhole = _saved.isEmpty() && _taken == _context._changeCount;
     if (_isWhole) {
         for (VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted})
             changed->clear();
         _context._assignedStores.clear();
         _context._deleteEffects.clear();
     }
+    ++_context._changeCount; // a save around this one, whose hook or observer made it, has other changes from now on
     takeOverRows();
     refreshOthers();
     for (const ObjectPtr &object : std::as_const(_deleted))

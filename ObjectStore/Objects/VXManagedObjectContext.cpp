@@ -62,7 +62,7 @@ void VXManagedObjectContext::forget(const ObjectPtr &object)
 
 void VXManagedObjectContext::forgetAll()
 {
-    ++_stateCount;
+    ++_changeCount;
     _lostChange = {};
     QList<ObjectPtr> held; // until none leads to another any more
     if (_objects.size() > 0) {
@@ -175,7 +175,7 @@ void VXManagedObjectContext::setState(VXManagedObject &object, State state)
     if (object.isDeleted())
         _deleteEffects.remove(&object);
     object._state = state;
-    ++_stateCount;
+    ++_changeCount;
     if (VXChangedObjects *const now = objectsInState(state); now != nullptr)
         now->insert(held);
     noteForObservers(object);
@@ -183,6 +183,7 @@ void VXManagedObjectContext::setState(VXManagedObject &object, State state)
 
 void VXManagedObjectContext::noteChange(VXManagedObject &object)
 {
+    ++_changeCount;
     if (object._state == State::Unchanged)
         setState(object, State::Updated);
     else if (object._state != State::Deleted)
@@ -198,6 +199,15 @@ void VXManagedObjectContext::noteLostChange(const VXManagedObject &object, const
         _lostChange = {
             problem.domain(), problem.code(),
             VXObjectStoreError(VXObjectStoreErrorCode::FileRead, u"The objects cannot be saved."_s, reason).userInfo()};
+}
+
+bool VXManagedObjectContext::canReadToChange(const QList<ObjectPtr> &objects, const VXManagedObject &changed)
+{
+    VXError problem;
+    if (fulfillFaults(objects, &problem))
+        return true;
+    noteLostChange(changed, problem);
+    return false;
 }
 
 void VXManagedObjectContext::settle(VXManagedObject &object)

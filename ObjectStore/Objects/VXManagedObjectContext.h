@@ -148,6 +148,8 @@ private:
     void noteChange(VXManagedObject &object);
     /** A change that cannot be made, as its object cannot be read. The next save fails with that, and no other. */
     void noteLostChange(const VXManagedObject &object, const VXError &problem);
+    /** Reads faults among the objects, which a change of `changed` needs. Any may be null, or gone from the store. */
+    bool canReadToChange(const QList<ObjectPtr> &objects, const VXManagedObject &changed);
     void noteForObservers(VXManagedObject &object);
     /** For objects without changes. Does not keep the object, since iterations turn any number of objects into faults.
      *  */
@@ -164,7 +166,15 @@ private:
         // objects that referred to it, and by which relationship
         QList<std::pair<ObjectPtr, const Relationship *>> nullified;
     };
-    void applyDeleteRule(const ObjectPtr &object, const Relationship &relationship, QList<ObjectPtr> &doomed);
+    /** Objects that a relationship of a deleted object leads to. */
+    struct Led
+    {
+        const Relationship &relationship;
+        QList<ObjectPtr> others; // any may be null
+    };
+    /** Reads those that the delete rules are about. */
+    std::optional<std::vector<Led>> readLed(const ObjectPtr &object);
+    void applyDeleteRule(const ObjectPtr &object, const Led &led, QList<ObjectPtr> &doomed);
     /** Makes an object without remaining changes unchanged. */
     void settle(VXManagedObject &object);
     void post(VXNotificationName name, const QMap<QString, QList<ObjectPtr>> &lists);
@@ -211,8 +221,8 @@ private:
     QList<ObjectPtr> _noted;                                      // for observers
     QSet<VXManagedObject *> _refreshed;                           // for observers, too; not kept alive
     qint64 _madeObjectCount = 0;
-    quint64 _stateCount = 0; // of changes of state, so that hooks are seen to make any
-    VXError _lostChange;     // why the first change since the last save was not made, as its object could not be read
+    quint64 _changeCount = 0; // of changes and saves, so that hooks are seen to make any
+    VXError _lostChange;      // why the first change since the last save was not made, as its object could not be read
     quint32 _saveNumber = 0;
     bool _hasHooks = false; // whether there was ever an object of a class of its own
     bool _isAsking = false; // while hooks run before a save; they may save the context themselves

@@ -44,6 +44,7 @@ private:
     void callWillSave() const;
     bool takeChanges(VXError *error);
     bool validate(VXError *error) const;
+    void leaveOutForgotten();
     bool build(VXError *error);
     Part *partFor(const ObjectID &objectID, VXError *error);
     static VXStoreRow::Ptr rowOf(const VXManagedObject &object);
@@ -99,7 +100,7 @@ private:
     void callDidSave() const;
 
     VXManagedObjectContext &_context;
-    quint64 _taken = ~quint64(0); // the context's count of states then
+    quint64 _taken = ~quint64(0); // the context's count of changes then
     QList<ObjectPtr> _inserted;
     QList<ObjectPtr> _updated;
     QList<ObjectPtr> _deleted;

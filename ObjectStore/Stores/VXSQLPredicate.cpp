@@ -209,7 +209,8 @@ bool VXSQLPredicate::leadsToRows(const VXPredicate &predicate) const
     if (property == nullptr)
         return false;
     const VXAttributeDescription *const attribute = property->asAttribute();
-    const bool isBeginning = predicate.comparisonOperator() == Operator::BeginsWith && !predicate.options();
-    return attribute == nullptr ||
-           (attribute->isIndexed() && (isBeginning || predicate.comparisonOperator() <= Operator::GreaterOrEqual));
+    const Operator compares = predicate.comparisonOperator();
+    const bool isBounded = compares <= Operator::GreaterOrEqual || compares == Operator::In ||
+                           compares == Operator::Between || (compares == Operator::BeginsWith && !predicate.options());
+    return attribute == nullptr || (attribute->isIndexed() && isBounded);
 }

@@ -91,6 +91,18 @@ bool isOrdered(const VXFetchRequest &request, bool isExact)
     return isExact && (!request.sortDescriptors.isEmpty() || request.isCut());
 }
 
+// Whether an index has the rows in their order, so that the first ones are found without sorting all.
+bool isCutByIndex(const VXFetchRequest &request)
+{
+    if (!request.isCut() || request.sortDescriptors.isEmpty())
+        return false;
+    const VXSortDescriptor &first = request.sortDescriptors.constFirst();
+    const VXPropertyDescription *const property = request.entity().propertyForName(first.key);
+    const VXAttributeDescription *const attribute = property == nullptr ? nullptr : property->asAttribute();
+    return attribute != nullptr && attribute->isIndexed() && attribute->type() != VXAttributeType::Double &&
+           !first.options;
+}
+
 // The condition for rows of the requested entities; null when all rows of the table are.
 QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &schema, bool usesIndex)
 {
@@ -145,7 +157,8 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
         terms.append(predicate.order(descriptor));
         made.isExact = made.isExact && !terms.constLast().isNull();
     }
-    QStringList conditions{entityCondition(request, _schema, predicate.isSelective()), predicate.conditions()};
+    QStringList conditions{entityCondition(request, _schema, predicate.isSelective() || isCutByIndex(request)),
+                           predicate.conditions()};
     conditions.removeAll(QString());
     if (request.afterNumber > 0)
         conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));

@@ -135,6 +135,57 @@ TEST_P(VXContextFailureTest, AChangeOfWhatCannotBeReadFailsTheNextSave)
     EXPECT_EQ(names(fetch(other, request(u"Call"_s, u"caller.name == 'Jane'"_s))), u"c"_s);
 }
 
+TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
+{
+    const Object zoe = fetch(request(u"Person"_s, u"name == 'Zoë'"_s)).constFirst();
+    jane->setValueForKey(QVariantList{QVariant::fromValue(zoe)}, u"friends"_s);
+    const Object passport = add(u"Passport"_s, {{u"name"_s, u"p"_s}, {u"holder"_s, QVariant::fromValue(zoe)}});
+    save();
+    const int name = jane->entity().propertyForName(u"name"_s)->index();
+    const int calls = jane->entity().propertyForName(u"calls"_s)->index();
+    const struct
+    {
+        const char *what;
+        Call failing;
+        std::function<void(const Object &person)> change;
+    } changes[]{
+        {"to-many", Call::Related, [](const Object &person) { person->setValueForKey(QVariantList(), u"calls"_s); }},
+        {"many-to-many", Call::Related,
+         [](const Object &person) { person->setValueForKey(QVariantList(), u"friends"_s); }},
+        {"deletion", Call::Related, [this](const Object &person) { here->deleteObject(person); }},
+        {"to-many, its objects", Call::Row,
+         [](const Object &person) { person->setValueForKey(QVariantList(), u"calls"_s); }},
+        {"deletion, objects of a cascade", Call::Row, [this](const Object &person) { here->deleteObject(person); }},
+        {"one taken out", Call::Row,
+         [&](const Object &person) { person->removeRelated(calls, here->objectWithID(call->objectID())); }},
+        {"pair", Call::Row,
+         [&](const Object &person) {
+             person->setValueForKey(QVariant::fromValue(here->objectWithID(passport->objectID())), u"passport"_s);
+         }},
+        {"copy", Call::Row,
+         [&](const Object &person) { person->copyAttribute(name, *here->objectWithID(zoe->objectID()), name); }},
+    };
+    const auto all = [this](const QString &entity, const QString &format) {
+        return names(fetch(other, request(entity, format, {}, {u"name"_s})));
+    };
+    for (const auto &[what, kind, change] : changes) {
+        SCOPED_TRACE(what);
+        here->reset();
+        const Object person = here->existingObjectWithID(jane->objectID());
+        broken->failing = kind;
+        change(person);
+        broken->failing = Call::None;
+        error = {};
+        EXPECT_FALSE(here->save(&error));
+        EXPECT_TRUE(error.localizedRecoverySuggestion().contains(u"broken"_s)) << error.description().toStdString();
+        EXPECT_TRUE(here->save(&error)) << error.description().toStdString();
+        other.reset();
+        EXPECT_EQ(all(u"Person"_s, u"friends.@count == 1"_s), u"Jane Zoë"_s);
+        EXPECT_EQ(all(u"Call"_s, u"caller.name == 'Jane'"_s), u"c"_s);
+        EXPECT_EQ(all(u"Passport"_s, u"holder.name == 'Zoë'"_s), u"p"_s);
+    }
+}
+
 // The store that was saved keeps it; saving again saves the rest, and nothing twice.
 TEST_P(VXContextFailureTest, ASaveInPartIsFinishedByTheNext)
 {

@@ -160,6 +160,58 @@ TEST_P(VXManagedObjectTest, WhatValidatorsAndObserversChangeIsSavedToo)
     VXManagedObjectClass::removeClass(u"TestPerson"_s);
 }
 
+TEST_P(VXManagedObjectTest, AnObserverOfASaveMaySaveItself)
+{
+    const Object changed = person(u"changed"_s), deleted = person(u"deleted"_s);
+    save();
+    person(u"new"_s);
+    changed->setValueForKey(u"again"_s, u"name"_s);
+    context.deleteObject(deleted);
+    QObject observer;
+    bool isAsked = false;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &observer, VXManagedObjectContextWillSaveNotification,
+        [&](const VXNotification &) { EXPECT_TRUE(std::exchange(isAsked, true) || context.save(&error)); },
+        QVariant::fromValue(&context));
+    save();
+    EXPECT_TRUE(isAsked && !context.hasChanges());
+    EXPECT_EQ(names(fetch(other, request(u"Person"_s, u"TRUEPREDICATE"_s, {}, {u"name"_s}))), u"again new"_s);
+    changed->setValueForKey(u"once more"_s, u"name"_s);
+    save();
+}
+
+TEST_P(VXManagedObjectTest, WhatAnObserverOfASaveChangesIsValidated)
+{
+    const Object jane = person(u"Jane"_s);
+    save();
+    jane->setValueForKey(1, u"age"_s);
+    QObject observer;
+    VXNotificationCenter::defaultCenter().addObserver(
+        &observer, VXManagedObjectContextWillSaveNotification,
+        [&](const VXNotification &) { jane->setValueForKey({}, u"name"_s); }, QVariant::fromValue(&context));
+    EXPECT_FALSE(context.save(&error));
+    EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::MissingMandatoryProperty));
+}
+
+TEST_P(VXManagedObjectTest, AHookThatReplacesObjectsWithoutEndLeavesNoneBehind)
+{
+    class Replacing : public VXManagedObject
+    {
+        bool validateForInsert(VXError *) const override
+        {
+            managedObjectContext()->insertNewObject(entity());
+            managedObjectContext()->deleteObject(VXManagedObjectPtr(const_cast<Replacing *>(this)));
+            return true;
+        }
+    };
+    VXManagedObjectClass::registerClass<Replacing>(u"TestPerson"_s);
+    person(u"first"_s);
+    save();
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(context.insertedObjects().size(), 1);
+    EXPECT_TRUE(fetch(other, request(u"Person"_s)).isEmpty());
+}
+
 TEST_P(VXManagedObjectTest, AHookIsNotAskedOfWhatAnotherOneDeleted)
 {
     class Deleting : public VXManagedObject
