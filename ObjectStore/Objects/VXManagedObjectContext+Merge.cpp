@@ -60,8 +60,8 @@ void VXManagedObjectContext::mergeChanges(const QList<VXManagedObjectID> &insert
     }
     for (const ObjectID &objectID : deleted) {
         const ObjectPtr object = objectRegisteredForID(objectID);
-        if (!object || object->isDeleted() || object->_values)
-            continue; // changes of other objects' references are no change of this object
+        if (!object || object->isDeleted() || (object->isUpdated() && object->_values))
+            continue; // changes of other objects' references are no change of this object, nor are transient values
         noteForObservers(*object);
         forget(object);
     }

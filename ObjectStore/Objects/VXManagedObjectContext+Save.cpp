@@ -43,12 +43,6 @@ bool VXManagedObjectContext::save(VXError *error)
 
 bool VXManagedObjectContext::Save::run(VXError *error)
 {
-    callWillSave();
-    _context.processPendingChanges();
-    if (const VXError lost = std::exchange(_context._lostChange, {})) {
-        VXSetError(error, lost);
-        return false;
-    }
     if (!takeChanges(error))
         return false;
     announce(VXManagedObjectContextWillSaveNotification);
@@ -63,33 +57,39 @@ bool VXManagedObjectContext::Save::run(VXError *error)
 // -- Preparing
 
 // Includes objects that a hook changes. If a hook saves, that save calls the hooks of the others, but none twice.
-void VXManagedObjectContext::Save::callWillSave() const
+void VXManagedObjectContext::Save::callWillSave()
 {
     if (!_context._hasHooks)
         return;
     const bool isOuter = !std::exchange(_context._isAsking, true);
     const auto end = qScopeGuard([&] { _context._isAsking = !isOuter; });
-    if (isOuter)
-        ++_context._saveNumber;
-    const quint32 number = _context._saveNumber;
+    if (_number == 0)
+        _number = isOuter ? ++_context._saveNumber : _context._saveNumber;
     for (quint64 before = _context._changeCount + 1; before != _context._changeCount;) {
         before = _context._changeCount;
         for (const VXChangedObjects *const changed : {&_context._inserted, &_context._updated, &_context._deleted}) {
             const QList<ObjectPtr> objects = changed->objects(); // a copy, as hooks may change the list
             for (const ObjectPtr &object : objects) {
-                if (object->_context == &_context && std::exchange(object->_askedInSave, number) != number)
+                if (object->_context == &_context && std::exchange(object->_askedInSave, _number) != _number)
                     object->willSave(); // else one before it has deleted it
             }
         }
     }
 }
 
-// What has changed since they were last taken is validated. A hook that validates may change the context itself, or save it: then all
-// are asked again. After some rounds what hooks still change is saved as it is, and what they still make is left to the next save.
+// What has changed since they were last taken is asked before the save, and validated. A hook that validates may change the
+// context itself, or save it: then all are validated again. After some rounds what hooks still change is saved as it is, and
+// what they still make is left to the next save.
 bool VXManagedObjectContext::Save::takeChanges(VXError *error)
 {
     constexpr int mostRounds = 10;
     for (int round = 0; round < mostRounds && _taken != _context._changeCount; ++round) {
+        callWillSave();
+        _context.processPendingChanges();
+        if (const VXError lost = std::exchange(_context._lostChange, {})) {
+            VXSetError(error, lost);
+            return false;
+        }
         _taken = _context._changeCount;
         _inserted = _context._inserted.objects();
         _updated = _context._updated.objects();
@@ -327,6 +327,7 @@ void VXManagedObjectContext::Save::markSaved(VXManagedObject &object)
     if (VXChangedObjects *const changed = _context.objectsInState(object._state); changed != nullptr && !_isWhole) {
         changed->remove(object);
         _context._assignedStores.remove(&object);
+        _context._deleteEffects.remove(&object);
     }
     object._state = State::Unchanged;
     object._isInsertionKnown = false;

@@ -41,7 +41,7 @@ private:
     };
 
     // -- Preparing
-    void callWillSave() const;
+    void callWillSave();
     bool takeChanges(VXError *error);
     bool validate(VXError *error) const;
     void leaveOutForgotten();
@@ -100,6 +100,7 @@ private:
     void callDidSave() const;
 
     VXManagedObjectContext &_context;
+    quint32 _number = 0;          // of the save as hooks are asked; 0 before they are
     quint64 _taken = ~quint64(0); // the context's count of changes then
     QList<ObjectPtr> _inserted;
     QList<ObjectPtr> _updated;

@@ -231,11 +231,14 @@ TEST_P(VXManagedObjectContextTest, ChangesOfOthersAreMergedUnderOwnOnes)
     EXPECT_EQ(sortedNames(zoe->valueForKey(u"calls"_s)), u"c"_s);
     save();
 
-    const VXManagedObjectID callID = call->objectID();
+    const VXManagedObjectID callID = call->objectID(), zoeID = zoe->objectID();
+    zoe->setValueForKey(u"glad"_s, u"mood"_s); // no unsaved change
     other.deleteObject(sameCall);
+    other.deleteObject(there(zoe));
     save(other);
-    context.mergeChanges({}, {}, {callID});
-    EXPECT_EQ(call->managedObjectContext(), nullptr);
+    context.mergeChanges({}, {}, {callID, zoeID});
+    for (const Object &gone : {call, zoe})
+        EXPECT_EQ(gone->managedObjectContext(), nullptr);
 }
 
 // What the context leads to itself counts, not what somebody else made of it, and nothing brings back what is gone.

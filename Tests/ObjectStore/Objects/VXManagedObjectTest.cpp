@@ -180,16 +180,28 @@ TEST_P(VXManagedObjectTest, AnObserverOfASaveMaySaveItself)
     save();
 }
 
-TEST_P(VXManagedObjectTest, WhatAnObserverOfASaveChangesIsValidated)
+TEST_P(VXManagedObjectTest, WhatAnObserverOfASaveChangesIsAskedAndValidated)
 {
+    class Asked : public VXManagedObject
+    {
+        void willSave() override { hookCalls.append(valueForKey(u"name"_s).toString()); }
+    };
+    VXManagedObjectClass::registerClass<Asked>(u"TestPerson"_s);
+    hookCalls.clear();
     const Object jane = person(u"Jane"_s);
     save();
     jane->setValueForKey(1, u"age"_s);
     QObject observer;
     VXNotificationCenter::defaultCenter().addObserver(
         &observer, VXManagedObjectContextWillSaveNotification,
-        [&](const VXNotification &) { jane->setValueForKey({}, u"name"_s); }, QVariant::fromValue(&context));
+        [&](const VXNotification &) {
+            person(u"late"_s);
+            jane->setValueForKey({}, u"name"_s);
+        },
+        QVariant::fromValue(&context));
     EXPECT_FALSE(context.save(&error));
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(hookCalls, (QStringList{u"Jane"_s, u"Jane"_s, u"late"_s}));
     EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::MissingMandatoryProperty));
 }
 
