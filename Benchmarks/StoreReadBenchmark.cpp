@@ -120,7 +120,7 @@ void fetchFourTimes(benchmark::State &state, bool atOnce)
     state.counters["allowed"] = 1 / 1.8;
 }
 
-// What the machine makes of four threads that share nothing but the file.
+// What is made of it by four threads that share nothing of ours.
 void fetchFourTimesByHand(benchmark::State &state, bool atOnce)
 {
     std::array<std::unique_ptr<RawCallStore>, fetchesAtOnce> stores;
