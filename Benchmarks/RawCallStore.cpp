@@ -134,12 +134,12 @@ void RawCallStore::insert(qint64 count)
     execute("COMMIT");
 }
 
-void RawCallStore::update(qint64 count)
+void RawCallStore::update(qint64 count, int duration)
 {
     execute("BEGIN IMMEDIATE");
     sqlite3_stmt *const statement = query(Update);
     for (qint64 number = 1; number <= count; ++number) {
-        sqlite3_bind_int64(statement, 1, _version);
+        sqlite3_bind_int64(statement, 1, duration);
         sqlite3_bind_int64(statement, 2, number);
         sqlite3_bind_int64(statement, 3, _version);
         check(sqlite3_step(statement) == SQLITE_DONE && sqlite3_changes(_database) == 1, _database);

@@ -40,7 +40,7 @@ public:
 
     /** Each in one transaction. */
     void insert(qint64 count);
-    void update(qint64 count);
+    void update(qint64 count, int duration);
     /** Reads every column of every row into a value of its own; answers a sum of them. Keeps the rows until all are there, as
      * a fetch does, or lets go of each at once. */
     qint64 readAll();

@@ -5,6 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -88,27 +90,43 @@ void keepByHand(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * CallStore::usualCount);
 }
 
-// Four fetches at once beside the same one after the other: half the time where there are two processors.
-void fetchFourTimes(benchmark::State &state, bool atOnce)
+constexpr int fetchesAtOnce = 4;
+
+// Four calls at once beside the same one after the other: half the time where there are two processors.
+template <class Fetch>
+void callFourTimes(benchmark::State &state, bool atOnce, const Fetch &fetch)
 {
-    const CallStore &store = CallStore::full();
-    const auto fetch = [&store] {
-        VXManagedObjectContext context(store.coordinator);
-        benchmark::DoNotOptimize(store.read(*context.executeFetchRequest(store.request())));
-    };
     for (auto _ : state) {
         std::vector<std::thread> threads;
-        for (int number = 0; number < 4; ++number) {
+        for (size_t number = 0; number < fetchesAtOnce; ++number) {
             if (atOnce)
-                threads.emplace_back(fetch);
+                threads.emplace_back(fetch, number);
             else
-                fetch();
+                fetch(number);
         }
         for (std::thread &thread : threads)
             thread.join();
     }
-    state.SetItemsProcessed(state.iterations() * 4 * CallStore::usualCount);
+    state.SetItemsProcessed(state.iterations() * fetchesAtOnce * CallStore::usualCount);
+}
+
+void fetchFourTimes(benchmark::State &state, bool atOnce)
+{
+    const CallStore &store = CallStore::full();
+    callFourTimes(state, atOnce, [&store](size_t) {
+        VXManagedObjectContext context(store.coordinator);
+        benchmark::DoNotOptimize(store.read(*context.executeFetchRequest(store.request())));
+    });
     state.counters["allowed"] = 1 / 1.8;
+}
+
+// What is made of it by four threads that share nothing of ours.
+void fetchFourTimesByHand(benchmark::State &state, bool atOnce)
+{
+    std::array<std::unique_ptr<RawCallStore>, fetchesAtOnce> stores;
+    for (std::unique_ptr<RawCallStore> &raw : stores)
+        raw = std::make_unique<RawCallStore>(CallStore::full().path());
+    callFourTimes(state, atOnce, [&stores](size_t number) { benchmark::DoNotOptimize(stores.at(number)->readAll()); });
 }
 
 void fetchIndexedWithContext(benchmark::State &state)
@@ -170,6 +188,14 @@ BENCHMARK_CAPTURE(fetchFourTimes, atOnce, true)
     ->Repetitions(20);
 BENCHMARK_CAPTURE(fetchFourTimes, inTurn, false)
     ->Name("store four fetches at once/peer")
+    ->UseRealTime()
+    ->Repetitions(20);
+BENCHMARK_CAPTURE(fetchFourTimesByHand, atOnce, true)
+    ->Name("store four fetches at once by hand/ours")
+    ->UseRealTime()
+    ->Repetitions(20);
+BENCHMARK_CAPTURE(fetchFourTimesByHand, inTurn, false)
+    ->Name("store four fetches at once by hand/peer")
     ->UseRealTime()
     ->Repetitions(20);
 BENCHMARK(fetchIndexedWithContext)->Name("store 1,000 indexed fetches of 100/ours");

@@ -55,6 +55,10 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
     // What is written through these need not outlast a power cut by itself: see VXSQLiteStore::reserveNumbers.
     if (made && !made->execute(u"PRAGMA synchronous = NORMAL"_s, error))
         made.reset();
+    // Of a file of our own the writer, which could spread damage, looks at all cells of each page that it reads; readers look
+    // at those that they come to, since they read the pages of a file larger than their memory again for each fetch.
+    if (made && access == VXSQLiteConnection::Access::Write && !made->execute(u"PRAGMA cell_size_check = OFF"_s, error))
+        made.reset();
     return {made.release(), Return{this, generation}};
 }
 
