@@ -255,7 +255,7 @@ bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &exis
     return at == Step::Done;
 }
 
-bool readMetadata(VXSQLiteConnection &connection, QVariantMap &metadata, VXError *error)
+bool readMetadataRows(VXSQLiteConnection &connection, QVariantMap &metadata, VXError *error)
 {
     VXSQLiteStatement rows = connection.statement(u"SELECT Z_KEY, Z_VALUE FROM Z_METADATA"_s, error);
     if (!rows)
@@ -313,6 +313,14 @@ bool addEntities(VXSQLiteConnection &connection, const VXManagedObjectModel &mod
     return true;
 }
 
+VXError damageOf(const VXError &problem, const QString &path)
+{
+    return !problem.filePath().isNull()
+               ? problem
+               : VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s,
+                                    problem.description(), path);
+}
+
 } // namespace
 
 bool VXSQLiteFile::isMissing(const QString &path)
@@ -349,13 +357,21 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &con
     if (!readExisting(connection, contents.existing, error))
         return std::nullopt;
     VXError problem;
-    if (readMetadata(connection, contents.metadata, &problem) &&
+    if (readMetadataRows(connection, contents.metadata, &problem) &&
         readEntities(connection, contents.entityNumbers, &problem))
         return contents;
-    VXSetError(error, problem.filePath().isNull()
-                          ? VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s,
-                                               problem.description(), path)
-                          : problem);
+    VXSetError(error, damageOf(problem, path));
+    return std::nullopt;
+}
+
+std::optional<QVariantMap> VXSQLiteFile::readMetadata(VXSQLiteConnection &connection, const QString &path,
+                                                      VXError *error)
+{
+    QVariantMap metadata;
+    VXError problem;
+    if (readMetadataRows(connection, metadata, &problem))
+        return metadata;
+    VXSetError(error, damageOf(problem, path));
     return std::nullopt;
 }
 
@@ -401,21 +417,24 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     return false;
 }
 
-bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error)
+bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &changes, VXError *error)
 {
-    if (!connection.execute(u"DELETE FROM Z_METADATA"_s, error))
+    VXSQLiteStatement writing =
+        connection.statement(u"INSERT OR REPLACE INTO Z_METADATA (Z_KEY, Z_VALUE) VALUES (?1, ?2)"_s, error);
+    VXSQLiteStatement removal = connection.statement(u"DELETE FROM Z_METADATA WHERE Z_KEY = ?1"_s, error);
+    if (!writing || !removal)
         return false;
-    VXSQLiteStatement insertion =
-        connection.statement(u"INSERT INTO Z_METADATA (Z_KEY, Z_VALUE) VALUES (?1, ?2)"_s, error);
-    if (!insertion)
-        return false;
-    for (auto entry = metadata.cbegin(); entry != metadata.cend(); ++entry) {
-        const QByteArray value = VXPropertyList::toData(*entry, VXPropertyList::Format::Binary, error);
-        if (value.isNull())
-            return false;
-        insertion.bindText(1, entry.key());
-        insertion.bindData(2, value);
-        if (!insertion.run()) {
+    for (auto entry = changes.cbegin(); entry != changes.cend(); ++entry) {
+        VXSQLiteStatement &change = entry->isValid() ? writing : removal;
+        QByteArray value; // bound without a copy
+        if (entry->isValid()) {
+            value = VXPropertyList::toData(*entry, VXPropertyList::Format::Binary, error);
+            if (value.isNull())
+                return false;
+            change.bindData(2, value);
+        }
+        change.bindText(1, entry.key());
+        if (!change.run()) {
             VXSetError(error, connection.lastError());
             return false;
         }

@@ -54,8 +54,8 @@ public:
 
     bool prepare(const VXSaveRequest &request, VXError *error)
     {
-        _contents = {request.metadata.value_or(_store.writtenMetadata()), _store.tables()};
-        _isMetadataSaved = request.metadata.has_value();
+        _metadata = request.metadata.value_or(QVariantMap());
+        _contents = {_store.metadataWith(_metadata), _store.tables()};
         _contents.tables.apply(request);
         _store.raiseHighestNumbers(_contents.tables, *_lock);
         return writeBeside(_file, _store.path(), _contents.metadata, _contents.tables, _store.model(), error);
@@ -69,8 +69,7 @@ public:
             return false;
         VXReservedNumbers(_lock->file().number()).clear();
         _store.adopt(_contents);
-        if (_isMetadataSaved)
-            _store.markMetadataSaved(_contents.metadata);
+        _store.markMetadataSaved(_metadata);
         return true;
     }
 
@@ -80,7 +79,7 @@ private:
     const std::unique_ptr<VXFileLock> _lock;
     VXAtomicFile _file;
     Contents _contents;
-    bool _isMetadataSaved = false;
+    QVariantMap _metadata; // the changes
 };
 
 VXXMLStore::VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
@@ -169,10 +168,11 @@ void VXXMLStore::adopt(const Contents &contents)
     setTables(contents.tables);
 }
 
-QVariantMap VXXMLStore::writtenMetadata() const
+// The entities that the model has in addition to those of the file may be among what is written.
+QVariantMap VXXMLStore::metadataWith(const QVariantMap &changes) const
 {
     const VXMutexLocker lock(_fileLock);
-    return _metadata;
+    return changedMetadata(changedMetadata(_metadata, changes), modelMetadata());
 }
 
 bool VXXMLStore::refresh(VXError *error)

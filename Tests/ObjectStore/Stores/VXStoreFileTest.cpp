@@ -100,6 +100,30 @@ TEST_P(VXStoreFileTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
     EXPECT_EQ(texts(*second), (QVariantList{u"three"_s, u"second"_s, QVariant()}));
 }
 
+TEST_P(VXStoreFileTest, OnlyTheMetadataThatWereSetAreReplaced)
+{
+    const auto first = open(u"a"_s);
+    const auto second = open(u"a"_s);
+    QVariantMap expected = first->metadata();
+    const auto set = [](VXPersistentStore &store, const QVariantMap &changes, const QString &removed = {}) {
+        QVariantMap metadata = store.metadata();
+        metadata.remove(removed);
+        metadata.insert(changes);
+        store.setMetadata(metadata);
+        VXRowSaver saver(store);
+        saver.request.metadata = store.unsavedMetadata();
+        EXPECT_TRUE(saver.saveAndCommit());
+        EXPECT_FALSE(store.unsavedMetadata());
+    };
+    set(*first, {{u"a"_s, 1}, {u"b"_s, 1}});
+    set(*second, {{u"c"_s, 2}}); // has not seen those
+    set(*second, {{u"b"_s, 3}}, u"a"_s);
+    set(*first, {{u"d"_s, 4}});
+    expected.insert({{u"b"_s, 3}, {u"c"_s, 2}, {u"d"_s, 4}});
+    EXPECT_EQ(first->metadata(), expected);
+    EXPECT_EQ(open(u"a"_s)->metadata(), expected);
+}
+
 TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
 {
     const auto store = open(u"a"_s);
