@@ -122,9 +122,11 @@ bool VXXMLStore::open(VXError *error)
     const std::optional<Contents> contents = read(error);
     if (!contents)
         return false;
+    {
+        const VXMutexLocker lock(_fileLock);
+        adopt(*contents);
+    }
     setOpened(contents->metadata);
-    const VXMutexLocker lock(_fileLock);
-    adopt(*contents);
     return true;
 }
 

@@ -5,8 +5,10 @@
 #include <QtCore/QFile>
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -250,6 +252,16 @@ TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
     VXPersistentStore::closeAll();
     EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
     EXPECT_EQ(count(*open(u"a"_s)), 1);
+
+    std::atomic<bool> isOver = false; // while others open stores
+    std::thread opener([&] {
+        for (int time = 0; time < 50; ++time)
+            EXPECT_TRUE(open(u"a"_s)) << error.description().toStdString();
+        isOver = true;
+    });
+    while (!isOver)
+        VXPersistentStore::closeAll();
+    opener.join();
 }
 
 // All begin at once, none waits for the file to be there.
