@@ -1,6 +1,5 @@
 #include "VXSQLiteStore.h"
 
-#include "VXFolders.h"
 #include "VXSaveReferences.h"
 #include "VXStoreErrors.h"
 
@@ -330,8 +329,7 @@ bool VXSQLiteStore::isInPlace(VXError *error) const
 {
     if (!_writer->hasMoved())
         return true;
-    VXSetError(error, VXUnusableStoreError(path(), VXExistsAtPath(path()) ? u"Another file has taken its place."_s
-                                                                          : u"Its file is gone."_s));
+    VXSetError(error, VXReplacedStoreError(path()));
     return false;
 }
 

@@ -163,5 +163,6 @@ VXError VXSQLiteStore::damage(const QString &reason) const
 
 bool VXSQLiteStore::copyTo(const QString &path, VXError *error)
 {
-    return VXSQLiteFile::copy(this->path(), path, !_options.isReadOnly, _options.busyTimeout, error);
+    return _readers.borrow(error) && // fails once the store is closed
+           VXSQLiteFile::copy(this->path(), path, !_options.isReadOnly, _options.busyTimeout, error);
 }

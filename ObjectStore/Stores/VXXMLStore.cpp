@@ -1,6 +1,7 @@
 #include "VXXMLStore.h"
 
 #include "VXAtomicFile.h"
+#include "VXFolders.h"
 #include "VXRegularFile.h"
 #include "VXReservedNumbers.h"
 #include "VXStoreErrors.h"
@@ -184,12 +185,16 @@ bool VXXMLStore::refresh(VXError *error)
         return false;
     if (VXFileStamp::ofPath(path()) == _stamp)
         return true;
+    if (!VXExistsAtPath(path())) {
+        VXSetError(error, VXReplacedStoreError(path()));
+        return false;
+    }
     const std::optional<Contents> contents = read(error);
     if (!contents)
         return false;
     const auto &storeIdentity = VXStoreIdentity::withIdentifier(contents->metadata.value(VXStoreUUIDKey).toString());
     if (&storeIdentity != &identity()) {
-        VXSetError(error, VXUnusableStoreError(path(), u"Another store has taken its place."_s));
+        VXSetError(error, VXReplacedStoreError(path()));
         return false;
     }
     setStoredMetadata(contents->metadata);

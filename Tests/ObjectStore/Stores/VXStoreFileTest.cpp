@@ -252,6 +252,9 @@ TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
     VXPersistentStore::closeAll();
     EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
     EXPECT_EQ(count(*open(u"a"_s)), 1);
+    EXPECT_FALSE(store->copyTo(path(u"b"_s), &error));
+    EXPECT_EQ(error.code(), int(Code::InvalidStore));
+    EXPECT_EQ(error.filePath(), store->path());
 
     std::atomic<bool> isOver = false; // while others open stores
     std::thread opener([&] {
@@ -308,7 +311,8 @@ TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
     saver.add(u"Item"_s);
     ASSERT_TRUE(QFile::rename(path(u"a"_s), path(u"aside"_s)));
     EXPECT_FALSE(saver.saveAndCommit()) << "moved";
-    EXPECT_TRUE(saver.error);
+    EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
+    EXPECT_EQ(saver.error.localizedRecoverySuggestion(), u"Its file is gone."_s);
     ASSERT_TRUE(QFile::rename(path(u"other"_s), path(u"a"_s)));
     EXPECT_FALSE(saver.saveAndCommit()) << "replaced";
     EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
