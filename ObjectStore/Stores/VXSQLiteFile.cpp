@@ -12,6 +12,7 @@
 #include <QtCore/QtEndian>
 
 #include <algorithm>
+#include <array>
 
 #include <cerrno>
 #include <cstdio>
@@ -33,6 +34,10 @@ constexpr qsizetype textEncodingOffset = 56;
 constexpr qsizetype userVersionOffset = 60;
 constexpr qsizetype applicationIDOffset = 68;
 constexpr qint32 inUTF16LE = 2; // the text encoding
+// "The Rollback Journal", "The Write-Ahead Log" and "WAL-Index Format" there; of the log all bits but the last
+constexpr quint64 journalBegin = 0xd9d505f920a163d7;
+constexpr quint32 logBegin = 0x377f0682;
+constexpr quint32 logIndexBegin = 3007000; // in the byte order of the machine
 
 constexpr qint64 maximumEntityNumber = 100000;
 constexpr int stepsBetweenAsking = 100'000; // of SQLite, whether a copy is to go on
@@ -79,23 +84,44 @@ bool hasHeader(const QString &path, VXError *error)
 }
 
 // What lies beside a file while SQLite uses it, and beside where it was when its user died.
-bool removeLogs(const QString &path, VXError *error)
-{
-    for (const char *const end : {"-journal", "-wal", "-shm"}) {
-        const QString log = path + QLatin1StringView(end);
-        if (::unlink(QFile::encodeName(log).constData()) == 0 || errno == ENOENT)
-            continue;
-        const QString reason = u"\"%1\", of a file that lay there, cannot be removed: %2"_s;
-        VXSetError(error, VXStoreWriteError(path, reason.arg(QFileInfo(log).fileName(), qt_error_string())));
-        return false;
-    }
-    return true;
-}
+constexpr std::array logEnds{"-journal"_L1, "-wal"_L1, "-shm"_L1};
 
 void removeWithLogs(const QString &path)
 {
     QFile::remove(path);
-    removeLogs(path, nullptr);
+    for (const QLatin1StringView end : logEnds)
+        QFile::remove(path + end);
+}
+
+// Whether it begins as a journal, a log or the index of one does, or with zeros, as when it is empty; no file of the user's.
+bool isLog(const QString &path)
+{
+    QFile file(path);
+    QString reason;
+    if (!VXRegularFile::open(file, &reason))
+        return false;
+    const QByteArray start = file.read(sizeof(quint64)).leftJustified(sizeof(quint64), '\0');
+    const auto begin = qFromBigEndian<quint64>(start.constData());
+    return begin == 0 || begin == journalBegin || (begin >> 33) == (logBegin >> 1) ||
+           qFromUnaligned<quint32>(start.constData()) == logIndexBegin;
+}
+
+bool removeLogs(const QString &path, VXError *error)
+{
+    for (const QLatin1StringView end : logEnds) {
+        const QString log = path + end;
+        const QByteArray name = QFile::encodeName(log);
+        if (const QFileInfo there(log); !there.exists() && !there.isSymLink())
+            continue;
+        const bool isOurs = isLog(log);
+        if (isOurs && (::unlink(name.constData()) == 0 || errno == ENOENT))
+            continue;
+        const QString reason = isOurs ? qt_error_string() : u"it is no log of SQLite"_s;
+        VXSetError(error, VXStoreWriteError(path, u"\"%1\", which lies there already, cannot be removed: %2"_s.arg(
+                                                      QFileInfo(log).fileName(), reason)));
+        return false;
+    }
+    return true;
 }
 
 /** An open folder; none when it cannot be opened. */

@@ -300,6 +300,13 @@ TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
     EXPECT_EQ(count(*store), 0);
     ASSERT_TRUE(store->copyTo(path(u"copy"_s), &error)) << error.description().toStdString();
     EXPECT_EQ(count(*open(u"copy"_s)), 0);
+
+    for (const QString &name : {u"b-journal"_s, u"b-wal"_s, u"b-shm"_s}) {
+        writeFile(name, "Dear diary");
+        EXPECT_EQ(bool(open(u"b"_s)), GetParam() == VXStoreType::XML) << "it is the user's";
+        EXPECT_EQ(readFile(path(name)), "Dear diary");
+        QFile::remove(path(name));
+    }
 }
 
 TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
