@@ -75,7 +75,7 @@ public:
      *  apply it. */
     bool mayHaveCommitted() const;
     /** Whether the last failure was that a row already exists. */
-    bool isConstraintViolated() const;
+    bool isIdentifierTaken() const;
     /** The last failure as an error of the object store. */
     VXError lastError() const;
 

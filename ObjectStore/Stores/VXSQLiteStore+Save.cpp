@@ -197,7 +197,7 @@ bool VXSQLiteStore::Saver::insert(const Changes &changes)
     }
     if (statement->run())
         return true;
-    if (_connection.isConstraintViolated())
+    if (_connection.isIdentifierTaken())
         VXSetError(_error,
                    VXObjectStoreError(Code::ReferentialIntegrity, u"The objects cannot be saved."_s,
                                       u"A new object has the identifier of one that is stored."_s, _store.path()));
