@@ -39,7 +39,7 @@ public:
     static bool create(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
                        const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error);
     /** Makes a consistent copy of a file that others may be writing. Replaces nothing. With write access this is
-     *  faster: other writers wait meanwhile. */
+     *  faster: the log is emptied first, for which other writers may wait a moment. */
     static bool copy(const QString &path, const QString &to, bool mayWrite, std::chrono::milliseconds busyTimeout,
                      VXError *error);
     /** Within a transaction, adds what the contents lack of the schema. */
