@@ -50,11 +50,7 @@ QString VXDataPlugin::smartFilterVersion() const
 
 bool VXDataPlugin::copyModels(const QString &path, VXError *error) const
 {
-    const QStringList models = dataModelPaths();
-    if (models.isEmpty()) {
-        VXSetError(error, storeError(u"The plugin has no object model"_s, dataStoreName() + ".mom"_L1));
-        return false;
-    }
+    const QStringList models = dataModelPaths(); // perhaps none: the folder may have one
     return std::all_of(models.cbegin(), models.cend(), [&](const QString &model) {
         const QString copy = path + u'/' + QFileInfo(model).fileName();
         if (QFile::copy(model, copy) && QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner))

@@ -53,8 +53,11 @@ void dispatchContextSaveNotificationToMainThread(QObject *observer, const VXNoti
         return;
     if (VXApplication::sharedApplication().isTerminating())
         return;
-    // Objects stay on the thread of the context that saved; only their IDs travel.
-    VXMainThread::perform([target = QPointer<QObject>(observer), handler,
+    const auto *const poster = notification.object.value<VXManagedObjectContext *>();
+    const auto coordinator = poster == nullptr ? nullptr : poster->persistentStoreCoordinator();
+    // Objects stay on the thread of the context that saved; only their IDs travel, with the model that they lead to.
+    VXMainThread::perform([model = coordinator ? coordinator->modelPtr() : nullptr,
+                           target = QPointer<QObject>(observer), handler,
                            inserted = objectIDs(notification, VXInsertedObjectsKey),
                            updated = objectIDs(notification, VXUpdatedObjectsKey),
                            deleted = objectIDs(notification, VXDeletedObjectsKey)] {

@@ -2,8 +2,12 @@
 
 #include "VXNone.h"
 #include "VXNumber.h"
+#include "VXTextComparison.h"
 
 #include <QtCore/QDateTime>
+#include <QtCore/QRegularExpression>
+
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -66,6 +70,18 @@ std::optional<QVariant> ofType(VXAttributeType type, const QVariant &value)
     return VXAttributeValue(type, value);
 }
 
+// Whether an integer attribute can have the value of a number.
+bool canEqual(VXAttributeType type, const QVariant &number)
+{
+    if (type > VXAttributeType::Integer64 || VXIsNone(number) || number.typeId() == QMetaType::Bool)
+        return true;
+    if (!VXIsRealNumber(number.metaType()))
+        return VXAttributeValue(type, number).has_value();
+    constexpr double limit = 9223372036854775808.0; // of qlonglong
+    const double real = number.toDouble();
+    return real == std::floor(real) && std::abs(real) < limit && VXAttributeValue(type, qlonglong(real)).has_value();
+}
+
 QString textOf(const QVariant &value)
 {
     return VXExpression::constant(value).format();
@@ -117,6 +133,8 @@ private:
             return std::nullopt;
         }
         std::optional<QVariant> made = ofType(type, value);
+        if (made && _comparison == Operator::Equal && !canEqual(type, *made))
+            made.reset();
         if (!made)
             *problem = u"\"%1\" is of the type %2: %3 is none"_s.arg(_name, VXAttributeTypeName(type), textOf(value));
         return made;
@@ -138,6 +156,28 @@ std::optional<VXEntityPath> pathOf(const VXExpression &expression, const VXEntit
     return VXEntityPath{.leadsInside = true}; // nothing is known about it
 }
 
+// Why a comparison with values of the right type can never hold; null if it can.
+QString obstacle(const VXPredicate &comparison, const VXEntityPath &leftPath)
+{
+    const Operator kind = comparison.comparisonOperator();
+    const VXExpression &right = comparison.right();
+    if (kind == Operator::Between && right.kind() == Kind::Aggregate)
+        return right.elements().size() == 2 ? QString() : u"BETWEEN takes two values, {A, B}"_s;
+    if (right.kind() != Kind::Constant)
+        return {};
+    const QVariant &value = right.value();
+    if (kind == Operator::Between && value.toList().size() != 2)
+        return u"BETWEEN takes two values, {A, B}"_s;
+    const bool looksIntoLists = kind == Operator::NotEqual || kind == Operator::In || kind == Operator::Contains;
+    if (leftPath.isToMany && comparison.modifier() == VXPredicate::Modifier::Direct && !looksIntoLists &&
+        !VXIsNone(value) && (kind == Operator::Between || !isList(value)))
+        return u"\"%1\" has many values: write ANY, ALL or NONE before it"_s.arg(comparison.left().keys().join(u'.'));
+    if (kind != Operator::Matches)
+        return {};
+    const QRegularExpression pattern = VXMatchesPattern(value.toString(), comparison.options());
+    return pattern.isValid() ? QString() : u"%1 is no pattern: %2"_s.arg(textOf(value), pattern.errorString());
+}
+
 std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXEntityDescription &entity,
                                          QString *problem)
 {
@@ -150,8 +190,10 @@ std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXE
         right ? Side(predicate.right().keys(), *rightPath, predicate).fit(predicate.left(), problem) : std::nullopt;
     if (!left)
         return std::nullopt;
-    return VXPredicate::comparison(*left, predicate.comparisonOperator(), *right, predicate.options(),
-                                   predicate.modifier());
+    VXPredicate made = VXPredicate::comparison(*left, predicate.comparisonOperator(), *right, predicate.options(),
+                                               predicate.modifier());
+    *problem = obstacle(made, *leftPath);
+    return problem->isNull() ? std::optional(std::move(made)) : std::nullopt;
 }
 
 } // namespace

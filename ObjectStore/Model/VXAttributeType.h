@@ -10,7 +10,7 @@
 /** The type of an attribute, and the corresponding type in a QVariant. */
 enum class VXAttributeType : quint8 {
     Integer16,    // int, in the range of 16 bits
-    Integer32,    // int, in the range of 16 bits
+    Integer32,    // int, in the range of 32 bits
     Integer64,    // qlonglong
     Double,       // double
     Boolean,      // bool

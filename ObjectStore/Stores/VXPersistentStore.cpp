@@ -78,21 +78,39 @@ QString VXPersistentStore::nameOfType(VXStoreType type)
 QVariantMap VXPersistentStore::metadata() const
 {
     const VXMutexLocker lock(_metadataLock);
-    return _metadata;
+    return changedMetadata(_storedMetadata, _unsavedMetadata);
 }
 
 void VXPersistentStore::setMetadata(const QVariantMap &metadata)
 {
-    const QVariantMap complete = withOwnEntries(metadata);
+    const QVariantMap wanted = withOwnEntries(metadata);
     const VXMutexLocker lock(_metadataLock);
-    _isMetadataUnsaved = _isMetadataUnsaved || complete != _metadata;
-    _metadata = complete;
+    const QVariantMap present = changedMetadata(_storedMetadata, _unsavedMetadata);
+    for (auto entry = present.cbegin(); entry != present.cend(); ++entry) {
+        if (!wanted.contains(entry.key()))
+            _unsavedMetadata.insert(entry.key(), {});
+    }
+    for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
+        if (*entry != present.value(entry.key()))
+            _unsavedMetadata.insert(entry.key(), *entry);
+    }
 }
 
 std::optional<QVariantMap> VXPersistentStore::unsavedMetadata() const
 {
     const VXMutexLocker lock(_metadataLock);
-    return _isMetadataUnsaved ? std::optional(_metadata) : std::nullopt;
+    return _unsavedMetadata.isEmpty() ? std::nullopt : std::optional(_unsavedMetadata);
+}
+
+QVariantMap VXPersistentStore::changedMetadata(QVariantMap metadata, const QVariantMap &changes)
+{
+    for (auto entry = changes.cbegin(); entry != changes.cend(); ++entry) {
+        if (entry->isValid())
+            metadata.insert(entry.key(), *entry);
+        else
+            metadata.remove(entry.key());
+    }
+    return metadata;
 }
 
 void VXPersistentStore::setOpened(const QVariantMap &metadata)
@@ -105,20 +123,23 @@ void VXPersistentStore::setOpened(const QVariantMap &metadata)
 
 QVariantMap VXPersistentStore::initialMetadata() const
 {
-    QVariantMap made{{VXStoreUUIDKey, QUuid::createUuid().toString(QUuid::WithoutBraces)},
-                     {VXStoreTypeKey, nameOfType(_type)},
-                     {VXStoreModelVersionHashesKey, hashesOf(*_model)}};
+    QVariantMap made = modelMetadata();
+    made.insert(VXStoreUUIDKey, QUuid::createUuid().toString(QUuid::WithoutBraces));
+    made.insert(VXStoreTypeKey, nameOfType(_type));
     return made;
 }
 
 // The model may have more entities than the store was made with; from now on the store has all of them.
-QVariantMap VXPersistentStore::withOwnEntries(const QVariantMap &metadata) const
+QVariantMap VXPersistentStore::modelMetadata() const
 {
-    QVariantMap complete = metadata;
-    complete.insert(VXStoreUUIDKey, _identity->identifier());
-    complete.insert(VXStoreTypeKey, nameOfType(_type));
-    complete.insert(VXStoreModelVersionHashesKey, hashesOf(*_model));
-    return complete;
+    return {{VXStoreModelVersionHashesKey, hashesOf(*_model)}};
+}
+
+QVariantMap VXPersistentStore::withOwnEntries(QVariantMap metadata) const
+{
+    metadata.insert(VXStoreUUIDKey, _identity->identifier());
+    metadata.insert(VXStoreTypeKey, nameOfType(_type));
+    return changedMetadata(metadata, modelMetadata());
 }
 
 bool VXPersistentStore::isCompatible(const QVariantMap &metadata, QString *reason) const
@@ -149,15 +170,18 @@ void VXPersistentStore::setStoredMetadata(const QVariantMap &metadata)
 {
     const QVariantMap complete = withOwnEntries(metadata);
     const VXMutexLocker lock(_metadataLock);
-    if (!_isMetadataUnsaved)
-        _metadata = complete;
+    _storedMetadata = complete;
 }
 
-void VXPersistentStore::markMetadataSaved(const QVariantMap &saved)
+void VXPersistentStore::markMetadataSaved(const QVariantMap &changes)
 {
     const VXMutexLocker lock(_metadataLock);
-    if (_metadata == saved)
-        _isMetadataUnsaved = false;
+    _storedMetadata = changedMetadata(_storedMetadata, changes);
+    for (auto entry = changes.cbegin(); entry != changes.cend(); ++entry) {
+        const auto unsaved = _unsavedMetadata.constFind(entry.key());
+        if (unsaved != _unsavedMetadata.cend() && *unsaved == *entry) // not set to something else meanwhile
+            _unsavedMetadata.erase(unsaved);
+    }
 }
 
 bool VXPersistentStore::rows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(VXFetchedRow)> &sink,

@@ -90,7 +90,8 @@ struct VXSaveRequest
 {
     QList<VXRowChange> changes;
     QList<VXLinkChange> links;
-    std::optional<QVariantMap> metadata; // saved as well, if set
+    /** Entries of the metadata that are saved as well; those with an invalid value are removed. */
+    std::optional<QVariantMap> metadata;
 };
 
 /** A row and its to-one relationship that leads to an object. */
@@ -158,11 +159,13 @@ public:
     const VXManagedObjectModel &model() const { return *_model; }
     /** Available once the store is open. */
     const VXStoreIdentity &identity() const { return *_identity; }
-    /** Stored with the store: the three entries above, and what users set. */
+    /** Stored with the store: the three entries above, and what users set. What others have saved is seen once this
+     *  store saves metadata itself; by an XML store, once it reads anything. */
     QVariantMap metadata() const;
-    /** Replaces the entries that users set; written with the next save. */
+    /** Replaces the entries that users set. The next save writes those that differ from metadata(), and leaves the
+     *  others as it finds them. */
     void setMetadata(const QVariantMap &metadata);
-    /** The metadata if it was set since it was last written. */
+    /** The entries to be written with the next save, as in VXSaveRequest; none if there are none. */
     std::optional<QVariantMap> unsavedMetadata() const;
 
     /** Opens or creates the data file. A file that is damaged, or was made with a different model, is refused and left
@@ -217,24 +220,29 @@ public:
 protected:
     VXPersistentStore(VXStoreType type, const QString &path, const VXManagedObjectModel::Ptr &model);
 
-    /** To be called once, by open, with the metadata in the data file, or initialMetadata() for a new one. */
+    /** To be called once, last of all by open, with the metadata in the data file, or initialMetadata() for a new one:
+     *  from then on closeAll closes the store. */
     void setOpened(const QVariantMap &metadata);
     /** For destructors of subclasses that override close: from then on closeAll ignores the store. */
     void setClosed();
     /** The metadata of a new store. */
     QVariantMap initialMetadata() const;
+    /** The entries of metadata that say what model a store was made with. */
+    QVariantMap modelMetadata() const;
     /** Whether the store has an identifier, and its entities are the same as in the model; otherwise `reason` says what
      *  is wrong. */
     bool isCompatible(const QVariantMap &metadata, QString *reason) const;
-    /** Adopts metadata that somebody else wrote; unwritten metadata set here is kept. */
+    /** Adopts metadata that somebody else wrote; unwritten entries set here are kept. */
     void setStoredMetadata(const QVariantMap &metadata);
-    void markMetadataSaved(const QVariantMap &saved);
+    /** Metadata with the entries that a save changes. */
+    static QVariantMap changedMetadata(QVariantMap metadata, const QVariantMap &changes);
+    void markMetadataSaved(const QVariantMap &changes);
     virtual bool findBrokenReferences(QList<VXBrokenReference> *found, VXError *error) = 0;
     /** For stores that may contain values that do not fit: corrects them and saves that. */
     virtual bool mendValues(QStringList *mended, VXError *error);
 
 private:
-    QVariantMap withOwnEntries(const QVariantMap &metadata) const;
+    QVariantMap withOwnEntries(QVariantMap metadata) const;
 
     const VXStoreType _type;
     const QString _path;
@@ -242,6 +250,6 @@ private:
     const VXStoreIdentity *_identity = nullptr;
 
     mutable VXMutex _metadataLock;
-    QVariantMap _metadata VX_GUARDED_BY(_metadataLock);
-    bool _isMetadataUnsaved VX_GUARDED_BY(_metadataLock) = false;
+    QVariantMap _storedMetadata VX_GUARDED_BY(_metadataLock);
+    QVariantMap _unsavedMetadata VX_GUARDED_BY(_metadataLock); // the entries set since, as in VXSaveRequest
 };

@@ -5,7 +5,8 @@
 
 #include <mutex>
 
-/** A store that keeps its rows in memory; this class itself has no data file. Readers never wait for a save. */
+/** A store that keeps its rows in memory; this class itself has no data file. Readers wait for a save only while its
+ *  commit puts the checked changes into the tables, which takes as long as there are many. */
 class VXRowTableStore : public VXPersistentStore
 {
 public:

@@ -360,9 +360,9 @@ bool VXSQLiteConnection::mayHaveCommitted() const
            _lastStatus != SQLITE_IOERR_WRITE;
 }
 
-bool VXSQLiteConnection::isConstraintViolated() const
+bool VXSQLiteConnection::isIdentifierTaken() const
 {
-    return (lastStatus() & 0xFF) == SQLITE_CONSTRAINT;
+    return lastStatus() == SQLITE_CONSTRAINT_PRIMARYKEY || lastStatus() == SQLITE_CONSTRAINT_ROWID;
 }
 
 int VXSQLiteConnection::lastStatus() const

@@ -56,7 +56,7 @@ public:
     /** The first column of the first row; null without a row and on failure. */
     QString textOf(const QString &sql, VXError *error);
 
-    /** Copies the file as it is to an open one, and syncs that to disk; the caller must hold the file's write lock.
+    /** Copies the file as it is to an open one and syncs that; the caller reads it, its log empty, so that it stays.
      *  Reads through SQLite, since opening and closing the file would release the locks that SQLite holds on it. */
     bool copyFileTo(const VXFileDescriptor &copy, VXError *error);
 
@@ -75,7 +75,7 @@ public:
      *  apply it. */
     bool mayHaveCommitted() const;
     /** Whether the last failure was that a row already exists. */
-    bool isConstraintViolated() const;
+    bool isIdentifierTaken() const;
     /** The last failure as an error of the object store. */
     VXError lastError() const;
 

@@ -12,6 +12,7 @@
 #include <QtCore/QtEndian>
 
 #include <algorithm>
+#include <array>
 
 #include <cerrno>
 #include <cstdio>
@@ -33,6 +34,10 @@ constexpr qsizetype textEncodingOffset = 56;
 constexpr qsizetype userVersionOffset = 60;
 constexpr qsizetype applicationIDOffset = 68;
 constexpr qint32 inUTF16LE = 2; // the text encoding
+// "The Rollback Journal", "The Write-Ahead Log" and "WAL-Index Format" there; of the log all bits but the last
+constexpr quint64 journalBegin = 0xd9d505f920a163d7;
+constexpr quint32 logBegin = 0x377f0682;
+constexpr quint32 logIndexBegin = 3007000; // in the byte order of the machine
 
 constexpr qint64 maximumEntityNumber = 100000;
 constexpr int stepsBetweenAsking = 100'000; // of SQLite, whether a copy is to go on
@@ -79,23 +84,44 @@ bool hasHeader(const QString &path, VXError *error)
 }
 
 // What lies beside a file while SQLite uses it, and beside where it was when its user died.
-bool removeLogs(const QString &path, VXError *error)
-{
-    for (const char *const end : {"-journal", "-wal", "-shm"}) {
-        const QString log = path + QLatin1StringView(end);
-        if (::unlink(QFile::encodeName(log).constData()) == 0 || errno == ENOENT)
-            continue;
-        const QString reason = u"\"%1\", of a file that lay there, cannot be removed: %2"_s;
-        VXSetError(error, VXStoreWriteError(path, reason.arg(QFileInfo(log).fileName(), qt_error_string())));
-        return false;
-    }
-    return true;
-}
+constexpr std::array logEnds{"-journal"_L1, "-wal"_L1, "-shm"_L1};
 
 void removeWithLogs(const QString &path)
 {
     QFile::remove(path);
-    removeLogs(path, nullptr);
+    for (const QLatin1StringView end : logEnds)
+        QFile::remove(path + end);
+}
+
+// Whether it begins as a journal, a log or the index of one does, or with zeros, as when it is empty; no file of the user's.
+bool isLog(const QString &path)
+{
+    QFile file(path);
+    QString reason;
+    if (!VXRegularFile::open(file, &reason))
+        return false;
+    const QByteArray start = file.read(sizeof(quint64)).leftJustified(sizeof(quint64), '\0');
+    const auto begin = qFromBigEndian<quint64>(start.constData());
+    return begin == 0 || begin == journalBegin || (begin >> 33) == (logBegin >> 1) ||
+           qFromUnaligned<quint32>(start.constData()) == logIndexBegin;
+}
+
+bool removeLogs(const QString &path, VXError *error)
+{
+    for (const QLatin1StringView end : logEnds) {
+        const QString log = path + end;
+        const QByteArray name = QFile::encodeName(log);
+        if (const QFileInfo there(log); !there.exists() && !there.isSymLink())
+            continue;
+        const bool isOurs = isLog(log);
+        if (isOurs && (::unlink(name.constData()) == 0 || errno == ENOENT))
+            continue;
+        const QString reason = isOurs ? qt_error_string() : u"it is no log of SQLite"_s;
+        VXSetError(error, VXStoreWriteError(path, u"\"%1\", which lies there already, cannot be removed: %2"_s.arg(
+                                                      QFileInfo(log).fileName(), reason)));
+        return false;
+    }
+    return true;
 }
 
 /** An open folder; none when it cannot be opened. */
@@ -255,7 +281,7 @@ bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &exis
     return at == Step::Done;
 }
 
-bool readMetadata(VXSQLiteConnection &connection, QVariantMap &metadata, VXError *error)
+bool readMetadataRows(VXSQLiteConnection &connection, QVariantMap &metadata, VXError *error)
 {
     VXSQLiteStatement rows = connection.statement(u"SELECT Z_KEY, Z_VALUE FROM Z_METADATA"_s, error);
     if (!rows)
@@ -313,6 +339,14 @@ bool addEntities(VXSQLiteConnection &connection, const VXManagedObjectModel &mod
     return true;
 }
 
+VXError damageOf(const VXError &problem, const QString &path)
+{
+    return !problem.filePath().isNull()
+               ? problem
+               : VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s,
+                                    problem.description(), path);
+}
+
 } // namespace
 
 bool VXSQLiteFile::isMissing(const QString &path)
@@ -349,13 +383,21 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &con
     if (!readExisting(connection, contents.existing, error))
         return std::nullopt;
     VXError problem;
-    if (readMetadata(connection, contents.metadata, &problem) &&
+    if (readMetadataRows(connection, contents.metadata, &problem) &&
         readEntities(connection, contents.entityNumbers, &problem))
         return contents;
-    VXSetError(error, problem.filePath().isNull()
-                          ? VXObjectStoreError(Code::FileCorrupt, u"The store is damaged, or no store at all."_s,
-                                               problem.description(), path)
-                          : problem);
+    VXSetError(error, damageOf(problem, path));
+    return std::nullopt;
+}
+
+std::optional<QVariantMap> VXSQLiteFile::readMetadata(VXSQLiteConnection &connection, const QString &path,
+                                                      VXError *error)
+{
+    QVariantMap metadata;
+    VXError problem;
+    if (readMetadataRows(connection, metadata, &problem))
+        return metadata;
+    VXSetError(error, damageOf(problem, path));
     return std::nullopt;
 }
 
@@ -401,21 +443,24 @@ bool VXSQLiteFile::copy(const QString &path, const QString &to, bool mayWrite, s
     return false;
 }
 
-bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error)
+bool VXSQLiteFile::writeMetadata(VXSQLiteConnection &connection, const QVariantMap &changes, VXError *error)
 {
-    if (!connection.execute(u"DELETE FROM Z_METADATA"_s, error))
+    VXSQLiteStatement writing =
+        connection.statement(u"INSERT OR REPLACE INTO Z_METADATA (Z_KEY, Z_VALUE) VALUES (?1, ?2)"_s, error);
+    VXSQLiteStatement removal = connection.statement(u"DELETE FROM Z_METADATA WHERE Z_KEY = ?1"_s, error);
+    if (!writing || !removal)
         return false;
-    VXSQLiteStatement insertion =
-        connection.statement(u"INSERT INTO Z_METADATA (Z_KEY, Z_VALUE) VALUES (?1, ?2)"_s, error);
-    if (!insertion)
-        return false;
-    for (auto entry = metadata.cbegin(); entry != metadata.cend(); ++entry) {
-        const QByteArray value = VXPropertyList::toData(*entry, VXPropertyList::Format::Binary, error);
-        if (value.isNull())
-            return false;
-        insertion.bindText(1, entry.key());
-        insertion.bindData(2, value);
-        if (!insertion.run()) {
+    for (auto entry = changes.cbegin(); entry != changes.cend(); ++entry) {
+        VXSQLiteStatement &change = entry->isValid() ? writing : removal;
+        QByteArray value; // bound without a copy
+        if (entry->isValid()) {
+            value = VXPropertyList::toData(*entry, VXPropertyList::Format::Binary, error);
+            if (value.isNull())
+                return false;
+            change.bindData(2, value);
+        }
+        change.bindText(1, entry.key());
+        if (!change.run()) {
             VXSetError(error, connection.lastError());
             return false;
         }

@@ -31,13 +31,15 @@ public:
     /** The access for connections that only read: in a folder that is not writable, the file is not locked. */
     static VXSQLiteConnection::Access accessForReaders(const QString &path);
     static std::optional<Contents> read(VXSQLiteConnection &connection, const QString &path, VXError *error);
-    static bool writeMetadata(VXSQLiteConnection &connection, const QVariantMap &metadata, VXError *error);
+    static std::optional<QVariantMap> readMetadata(VXSQLiteConnection &connection, const QString &path, VXError *error);
+    /** Within a transaction, writes these entries, and removes those with an invalid value. */
+    static bool writeMetadata(VXSQLiteConnection &connection, const QVariantMap &changes, VXError *error);
     /** Makes the file of a new store, and then moves it to its place: nobody ever sees a part of it, and none remains
      *  if the program ends. If another process is making it, waits until that is done. */
     static bool create(const QString &path, const VXSQLiteSchema &schema, const VXManagedObjectModel &model,
                        const QVariantMap &metadata, std::chrono::milliseconds busyTimeout, VXError *error);
     /** Makes a consistent copy of a file that others may be writing. Replaces nothing. With write access this is
-     *  faster: other writers wait meanwhile. */
+     *  faster: the log is emptied first, for which other writers may wait a moment. */
     static bool copy(const QString &path, const QString &to, bool mayWrite, std::chrono::milliseconds busyTimeout,
                      VXError *error);
     /** Within a transaction, adds what the contents lack of the schema. */

@@ -1,6 +1,5 @@
 #include "VXSQLiteStore.h"
 
-#include "VXFolders.h"
 #include "VXSaveReferences.h"
 #include "VXStoreErrors.h"
 
@@ -57,12 +56,23 @@ public:
         return _store.isWritable(error) && _store._writer->execute(u"BEGIN IMMEDIATE"_s, error) &&
                _store.isInPlace(error);
     }
+    /** Leaves the entries that others have saved meanwhile, and learns them. */
+    bool writeMetadata(VXError *error)
+    {
+        if (!_metadata)
+            return true;
+        if (VXSQLiteFile::writeMetadata(*_store._writer, *_metadata, error))
+            _written = VXSQLiteFile::readMetadata(*_store._writer, _store.path(), error);
+        return _written.has_value();
+    }
     bool commit(VXError *error) override
     {
         VXError problem;
         if (_store._writer->execute(u"COMMIT"_s, &problem)) {
-            if (_metadata)
+            if (_written) {
+                _store.setStoredMetadata(*_written);
                 _store.markMetadataSaved(*_metadata);
+            }
             return true;
         }
         const bool mayBeLogged = _store._writer->mayHaveCommitted();
@@ -78,7 +88,8 @@ public:
 private:
     VXSQLiteStore &_store;
     const std::unique_lock<VXMutex> _turn;
-    const std::optional<QVariantMap> _metadata;
+    const std::optional<QVariantMap> _metadata; // the changes
+    std::optional<QVariantMap> _written;        // all, with those
 };
 
 /** Writes the changes of one save. Bound values are not copied: the request must outlive this. */
@@ -114,11 +125,9 @@ public:
             return false;
         if (hasDeletions && !removeAll(request.changes)) // last, and with all links
             return false;
-        if (_conflicts->size() > conflictCount ||
-            !_store.findReferenceConflicts(request, concerned, _conflicts, _error) ||
-            _conflicts->size() > conflictCount)
-            return false;
-        return !request.metadata || VXSQLiteFile::writeMetadata(_connection, *request.metadata, _error);
+        return _conflicts->size() == conflictCount &&
+               _store.findReferenceConflicts(request, concerned, _conflicts, _error) &&
+               _conflicts->size() == conflictCount;
     }
 
 private:
@@ -188,7 +197,7 @@ bool VXSQLiteStore::Saver::insert(const Changes &changes)
     }
     if (statement->run())
         return true;
-    if (_connection.isConstraintViolated())
+    if (_connection.isIdentifierTaken())
         VXSetError(_error,
                    VXObjectStoreError(Code::ReferentialIntegrity, u"The objects cannot be saved."_s,
                                       u"A new object has the identifier of one that is stored."_s, _store.path()));
@@ -320,8 +329,7 @@ bool VXSQLiteStore::isInPlace(VXError *error) const
 {
     if (!_writer->hasMoved())
         return true;
-    VXSetError(error, VXUnusableStoreError(path(), VXExistsAtPath(path()) ? u"Another file has taken its place."_s
-                                                                          : u"Its file is gone."_s));
+    VXSetError(error, VXReplacedStoreError(path()));
     return false;
 }
 
@@ -336,9 +344,9 @@ std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &req
                                                         VXError *error)
 {
     auto transaction = std::make_unique<Transaction>(*this, request.metadata);
-    if (!transaction->begin(error) || !Saver(*this, conflicts, error).save(request))
-        return nullptr;
-    return transaction;
+    const bool isWritten =
+        transaction->begin(error) && Saver(*this, conflicts, error).save(request) && transaction->writeMetadata(error);
+    return isWritten ? std::move(transaction) : nullptr;
 }
 
 // A reserved number that was not used may be given out again after a power cut, so this is not synced; the save that

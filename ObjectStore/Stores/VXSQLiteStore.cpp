@@ -55,68 +55,67 @@ bool VXSQLiteStore::open(VXError *error)
     if (VXSQLiteFile::isMissing(path()) &&
         !VXSQLiteFile::create(path(), _schema, model(), initialMetadata(), _options.busyTimeout, error))
         return false;
-    return openExisting(error) && (_options.isReadOnly || openForWriting(error));
+    std::optional<VXSQLiteFile::Contents> contents = openExisting(error);
+    if (contents && !_options.isReadOnly)
+        contents = openForWriting(error);
+    if (!contents)
+        return false;
+    adopt(*contents);
+    setOpened(contents->metadata);
+    return true;
 }
 
 // Checks the file without changing it. Only a suitable one is then opened for writing.
-bool VXSQLiteStore::openExisting(VXError *error)
+std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openExisting(VXError *error)
 {
     const std::unique_ptr<VXSQLiteConnection> connection =
         VXSQLiteFile::openForReading(path(), _options.busyTimeout, &_executions, error);
-    const auto contents = connection ? VXSQLiteFile::read(*connection, path(), error) : std::nullopt;
+    std::optional<VXSQLiteFile::Contents> contents =
+        connection ? VXSQLiteFile::read(*connection, path(), error) : std::nullopt;
     if (!contents || !isUsable(*contents, error))
-        return false;
-    if (!_options.isReadOnly)
-        return true;
-    if (!isComplete(*contents)) {
+        return std::nullopt;
+    if (_options.isReadOnly && !isComplete(*contents)) {
         VXSetError(error,
                    VXObjectStoreError(Code::StoreIncompatibleModel, u"The store cannot be opened."_s,
                                       u"The model has entities that the store, which is read only, lacks."_s, path()));
-        return false;
+        return std::nullopt;
     }
-    setOpened(contents->metadata);
-    adopt(*contents);
-    return true;
+    return contents;
 }
 
-bool VXSQLiteStore::openForWriting(VXError *error)
+std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openForWriting(VXError *error)
 {
     _writer = VXSQLiteConnection::open(path(), Access::Write, _options.busyTimeout, &_executions, error);
     if (!_writer)
-        return false;
+        return std::nullopt;
     if (_writer->isReadOnly()) {
         VXSetError(error, VXStoreWriteError(path(), u"The file must not be changed."_s));
-        return false;
+        return std::nullopt;
     }
-    const bool isOpen = _writer->execute(u"PRAGMA synchronous = FULL"_s, error) && complete(error) &&
-                        _writer->execute(u"PRAGMA journal_mode = WAL"_s, error) &&
-                        _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error);
-    if (!isOpen)
+    std::optional<VXSQLiteFile::Contents> contents =
+        _writer->execute(u"PRAGMA synchronous = FULL"_s, error) ? complete(error) : std::nullopt;
+    if (contents && !(_writer->execute(u"PRAGMA journal_mode = WAL"_s, error) &&
+                      _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error)))
+        contents.reset();
+    if (!contents)
         _writer.reset();
     _readers.setWriting();
-    return isOpen;
+    return contents;
 }
 
 // Adds the entities and indexes of the model that the file lacks.
-bool VXSQLiteStore::complete(VXError *error)
+std::optional<VXSQLiteFile::Contents> VXSQLiteStore::complete(VXError *error) const
 {
     std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error);
-    if (!contents)
-        return false;
-    if (!isComplete(*contents)) {
-        if (!_writer->execute(u"BEGIN IMMEDIATE"_s, error))
-            return false;
-        contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have done it meanwhile
-        if (!contents || !isUsable(*contents, error))
-            return false;
-        setOpened(contents->metadata);
-        return VXSQLiteFile::extend(*_writer, _schema, model(), *contents, error) &&
-               VXSQLiteFile::writeMetadata(*_writer, metadata(), error) && _writer->execute(u"COMMIT"_s, error) &&
-               (adopt(*contents), true);
-    }
-    setOpened(contents->metadata);
-    adopt(*contents);
-    return true;
+    if (!contents || isComplete(*contents))
+        return contents;
+    if (!_writer->execute(u"BEGIN IMMEDIATE"_s, error))
+        return std::nullopt;
+    contents = VXSQLiteFile::read(*_writer, path(), error); // another process may have done it meanwhile
+    const bool isDone =
+        contents && isUsable(*contents, error) && VXSQLiteFile::extend(*_writer, _schema, model(), *contents, error) &&
+        VXSQLiteFile::writeMetadata(*_writer, modelMetadata(), error) && _writer->execute(u"COMMIT"_s, error);
+    return isDone ? contents : std::nullopt;
 }
 
 bool VXSQLiteStore::isUsable(const VXSQLiteFile::Contents &contents, VXError *error) const
@@ -164,5 +163,6 @@ VXError VXSQLiteStore::damage(const QString &reason) const
 
 bool VXSQLiteStore::copyTo(const QString &path, VXError *error)
 {
-    return VXSQLiteFile::copy(this->path(), path, !_options.isReadOnly, _options.busyTimeout, error);
+    return _readers.borrow(error) && // fails once the store is closed
+           VXSQLiteFile::copy(this->path(), path, !_options.isReadOnly, _options.busyTimeout, error);
 }

@@ -76,11 +76,11 @@ private:
     struct Query;
 
     // -- Opening
-    bool openExisting(VXError *error);
-    bool openForWriting(VXError *error);
+    std::optional<VXSQLiteFile::Contents> openExisting(VXError *error);
+    std::optional<VXSQLiteFile::Contents> openForWriting(VXError *error);
     bool isUsable(const VXSQLiteFile::Contents &contents, VXError *error) const;
     bool isComplete(const VXSQLiteFile::Contents &contents) const;
-    bool complete(VXError *error);
+    std::optional<VXSQLiteFile::Contents> complete(VXError *error) const;
     void adopt(const VXSQLiteFile::Contents &contents);
 
     // -- Reading

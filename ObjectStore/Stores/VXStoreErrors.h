@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXFolders.h"
 #include "VXObjectStoreError.h"
 
 // What stores of every type say alike.
@@ -25,4 +26,11 @@ inline VXError VXUnusableStoreError(const QString &path, const QString &reason)
 inline VXError VXClosedStoreError(const QString &path)
 {
     return VXUnusableStoreError(path, QStringLiteral("It is closed."));
+}
+
+/** Of one whose file was removed, moved away or replaced while it was open. */
+inline VXError VXReplacedStoreError(const QString &path)
+{
+    return VXUnusableStoreError(path, VXExistsAtPath(path) ? QStringLiteral("Another file has taken its place.")
+                                                           : QStringLiteral("Its file is gone."));
 }

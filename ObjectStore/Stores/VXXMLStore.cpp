@@ -1,6 +1,7 @@
 #include "VXXMLStore.h"
 
 #include "VXAtomicFile.h"
+#include "VXFolders.h"
 #include "VXRegularFile.h"
 #include "VXReservedNumbers.h"
 #include "VXStoreErrors.h"
@@ -54,8 +55,8 @@ public:
 
     bool prepare(const VXSaveRequest &request, VXError *error)
     {
-        _contents = {request.metadata.value_or(_store.writtenMetadata()), _store.tables()};
-        _isMetadataSaved = request.metadata.has_value();
+        _metadata = request.metadata.value_or(QVariantMap());
+        _contents = {_store.metadataWith(_metadata), _store.tables()};
         _contents.tables.apply(request);
         _store.raiseHighestNumbers(_contents.tables, *_lock);
         return writeBeside(_file, _store.path(), _contents.metadata, _contents.tables, _store.model(), error);
@@ -69,8 +70,7 @@ public:
             return false;
         VXReservedNumbers(_lock->file().number()).clear();
         _store.adopt(_contents);
-        if (_isMetadataSaved)
-            _store.markMetadataSaved(_contents.metadata);
+        _store.markMetadataSaved(_metadata);
         return true;
     }
 
@@ -80,7 +80,7 @@ private:
     const std::unique_ptr<VXFileLock> _lock;
     VXAtomicFile _file;
     Contents _contents;
-    bool _isMetadataSaved = false;
+    QVariantMap _metadata; // the changes
 };
 
 VXXMLStore::VXXMLStore(const QString &path, const VXManagedObjectModel::Ptr &model, const VXStoreOptions &options)
@@ -123,9 +123,11 @@ bool VXXMLStore::open(VXError *error)
     const std::optional<Contents> contents = read(error);
     if (!contents)
         return false;
+    {
+        const VXMutexLocker lock(_fileLock);
+        adopt(*contents);
+    }
     setOpened(contents->metadata);
-    const VXMutexLocker lock(_fileLock);
-    adopt(*contents);
     return true;
 }
 
@@ -169,10 +171,11 @@ void VXXMLStore::adopt(const Contents &contents)
     setTables(contents.tables);
 }
 
-QVariantMap VXXMLStore::writtenMetadata() const
+// The entities that the model has in addition to those of the file may be among what is written.
+QVariantMap VXXMLStore::metadataWith(const QVariantMap &changes) const
 {
     const VXMutexLocker lock(_fileLock);
-    return _metadata;
+    return changedMetadata(changedMetadata(_metadata, changes), modelMetadata());
 }
 
 bool VXXMLStore::refresh(VXError *error)
@@ -182,12 +185,16 @@ bool VXXMLStore::refresh(VXError *error)
         return false;
     if (VXFileStamp::ofPath(path()) == _stamp)
         return true;
+    if (!VXExistsAtPath(path())) {
+        VXSetError(error, VXReplacedStoreError(path()));
+        return false;
+    }
     const std::optional<Contents> contents = read(error);
     if (!contents)
         return false;
     const auto &storeIdentity = VXStoreIdentity::withIdentifier(contents->metadata.value(VXStoreUUIDKey).toString());
     if (&storeIdentity != &identity()) {
-        VXSetError(error, VXUnusableStoreError(path(), u"Another store has taken its place."_s));
+        VXSetError(error, VXReplacedStoreError(path()));
         return false;
     }
     setStoredMetadata(contents->metadata);

@@ -43,7 +43,8 @@ private:
     QString lockPath() const;
     void raiseHighestNumbers(VXRowTables &tables, const VXFileLock &lock) const;
     void adopt(const Contents &contents) VX_REQUIRES(_fileLock);
-    QVariantMap writtenMetadata() const;
+    /** What a save with these changes writes. */
+    QVariantMap metadataWith(const QVariantMap &changes) const;
 
     const VXStoreOptions _options;
     mutable VXMutex _fileLock;                      // held while the file is read or replaced; taken before the tables'

@@ -195,6 +195,13 @@ TEST_F(VXDataPluginTest, FailedCreationsSayWhyAndLeaveNothing)
     EXPECT_EQ(log.count("missing data file "_L1 + path(u"unknown"_s)), 1);
     EXPECT_FALSE(QFile::exists(path(u"unknown"_s)));
 
+    const QString ownModel = notesPlugin.dataModelPaths().constFirst();
+    QDir().mkdir(path(u"with model"_s));
+    ASSERT_TRUE(QFile::rename(ownModel, path(u"with model/notes.mom"_s)));
+    EXPECT_FALSE(notesPlugin.createStoreAtPath(path(u"without"_s), {}, &error));
+    EXPECT_EQ(log.count(u"Missing managed object model"_s), 1);
+    EXPECT_TRUE(notesPlugin.createStoreAtPath(path(u"with model"_s), {}, &error)) << error.description().toStdString();
+
     writeFile(u"file"_s, "");
     EXPECT_FALSE(notesPlugin.createStoreAtPath(path(u"file/store"_s), {}, &error));
     EXPECT_EQ(error.localizedDescription(), VXLocalizedString(u"Could not create folder."_s));

@@ -51,6 +51,10 @@ TEST_F(VXEntityPredicateTest, TextsAreReadAsWhatTheyAreComparedWith)
         {u"date == NULL OR caller == NULL"_s, u"date == NULL OR caller == NULL"_s},
         {u"extras.depth == 'x' AND extras == 3"_s, u"extras.depth == \"x\" AND extras == 3"_s},
         {u"seconds > cost"_s, u"seconds > cost"_s},
+        {u"seconds == 1.0 AND seconds < 1.5 AND seconds != 3000000000"_s,
+         u"seconds == 1 AND seconds < 1.5 AND seconds != 3000000000"_s},
+        {u"caller.calls == NULL AND caller.calls.seconds CONTAINS 3"_s,
+         u"caller.calls == NULL AND caller.calls.seconds CONTAINS 3"_s},
         {u"TRUEPREDICATE"_s, u"TRUEPREDICATE"_s},
     };
     for (const auto &[text, expected] : rows)
@@ -70,6 +74,13 @@ TEST_F(VXEntityPredicateTest, WhatCanNeverHoldIsRefusedWithTheReason)
         {u"caller == 'Jane'"_s, u"\"caller\" leads to objects: \"Jane\" is none"_s},
         {u"caller.calls.@count > 'many'"_s, u"\"caller.calls.@count\" is of the type integer64: \"many\" is none"_s},
         {u"TRUEPREDICATE AND numbr == 'x'"_s, u"entity Call has no \"numbr\""_s},
+        {u"seconds == 3000000000"_s, u"\"seconds\" is of the type integer32: 3000000000 is none"_s},
+        {u"seconds == 1.5"_s, u"\"seconds\" is of the type integer32: 1.5 is none"_s},
+        {u"caller.calls.seconds == 60"_s,
+         u"\"caller.calls.seconds\" has many values: write ANY, ALL or NONE before it"_s},
+        {u"caller.calls == 3"_s, u"\"caller.calls\" has many values: write ANY, ALL or NONE before it"_s},
+        {u"seconds BETWEEN {1}"_s, u"BETWEEN takes two values, {A, B}"_s},
+        {u"number MATCHES '('"_s, u"\"(\" is no pattern: missing closing parenthesis"_s},
         {u"number.length == 3"_s, u"\"number\" of Call is an attribute: \"length\" leads nowhere"_s},
     };
     for (const auto &[text, reason] : rows)

@@ -95,7 +95,8 @@ TEST_F(VXPersistentStoreCoordinatorTest, MetadataIsKeptButItsOwnPart)
     store->setMetadata({{VXStoreUUIDKey, u"x"_s}, {u"owner"_s, u"me"_s}});
     QVariantMap expected = initial;
     expected.insert(u"owner"_s, u"me"_s);
-    EXPECT_EQ(store->unsavedMetadata(), expected);
+    EXPECT_EQ(store->metadata(), expected);
+    EXPECT_EQ(store->unsavedMetadata(), (QVariantMap{{u"owner"_s, u"me"_s}}));
     EXPECT_EQ(Coordinator::metadataForPersistentStore(VXStoreType::XML, path(u"a.xml"_s)), initial); // not saved yet
     for (const VXStoreType type : {VXStoreType::XML, VXStoreType::InMemory, VXStoreType::SQLite}) {
         error = {};

@@ -5,8 +5,10 @@
 #include <QtCore/QFile>
 
 #include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -98,6 +100,30 @@ TEST_P(VXStoreFileTest, TwoStoresOnOneFileSeeEachOthersSavesAndConflicts)
     one.request.changes[0].overwrites = true;
     ASSERT_TRUE(one.saveAndCommit());
     EXPECT_EQ(texts(*second), (QVariantList{u"three"_s, u"second"_s, QVariant()}));
+}
+
+TEST_P(VXStoreFileTest, OnlyTheMetadataThatWereSetAreReplaced)
+{
+    const auto first = open(u"a"_s);
+    const auto second = open(u"a"_s);
+    QVariantMap expected = first->metadata();
+    const auto set = [](VXPersistentStore &store, const QVariantMap &changes, const QString &removed = {}) {
+        QVariantMap metadata = store.metadata();
+        metadata.remove(removed);
+        metadata.insert(changes);
+        store.setMetadata(metadata);
+        VXRowSaver saver(store);
+        saver.request.metadata = store.unsavedMetadata();
+        EXPECT_TRUE(saver.saveAndCommit());
+        EXPECT_FALSE(store.unsavedMetadata());
+    };
+    set(*first, {{u"a"_s, 1}, {u"b"_s, 1}});
+    set(*second, {{u"c"_s, 2}}); // has not seen those
+    set(*second, {{u"b"_s, 3}}, u"a"_s);
+    set(*first, {{u"d"_s, 4}});
+    expected.insert({{u"b"_s, 3}, {u"c"_s, 2}, {u"d"_s, 4}});
+    EXPECT_EQ(first->metadata(), expected);
+    EXPECT_EQ(open(u"a"_s)->metadata(), expected);
 }
 
 TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
@@ -226,6 +252,19 @@ TEST_P(VXStoreFileTest, AllStoresAreClosedAtTheEnd)
     VXPersistentStore::closeAll();
     EXPECT_EQ(files().filter(u"-wal"_s), QStringList());
     EXPECT_EQ(count(*open(u"a"_s)), 1);
+    EXPECT_FALSE(store->copyTo(path(u"b"_s), &error));
+    EXPECT_EQ(error.code(), int(Code::InvalidStore));
+    EXPECT_EQ(error.filePath(), store->path());
+
+    std::atomic<bool> isOver = false; // while others open stores
+    std::thread opener([&] {
+        for (int time = 0; time < 50; ++time)
+            EXPECT_TRUE(open(u"a"_s)) << error.description().toStdString();
+        isOver = true;
+    });
+    while (!isOver)
+        VXPersistentStore::closeAll();
+    opener.join();
 }
 
 // All begin at once, none waits for the file to be there.
@@ -261,6 +300,13 @@ TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
     EXPECT_EQ(count(*store), 0);
     ASSERT_TRUE(store->copyTo(path(u"copy"_s), &error)) << error.description().toStdString();
     EXPECT_EQ(count(*open(u"copy"_s)), 0);
+
+    for (const QString &name : {u"b-journal"_s, u"b-wal"_s, u"b-shm"_s}) {
+        writeFile(name, "Dear diary");
+        EXPECT_EQ(bool(open(u"b"_s)), GetParam() == VXStoreType::XML) << "it is the user's";
+        EXPECT_EQ(readFile(path(name)), "Dear diary");
+        QFile::remove(path(name));
+    }
 }
 
 TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
@@ -272,7 +318,8 @@ TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
     saver.add(u"Item"_s);
     ASSERT_TRUE(QFile::rename(path(u"a"_s), path(u"aside"_s)));
     EXPECT_FALSE(saver.saveAndCommit()) << "moved";
-    EXPECT_TRUE(saver.error);
+    EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));
+    EXPECT_EQ(saver.error.localizedRecoverySuggestion(), u"Its file is gone."_s);
     ASSERT_TRUE(QFile::rename(path(u"other"_s), path(u"a"_s)));
     EXPECT_FALSE(saver.saveAndCommit()) << "replaced";
     EXPECT_EQ(saver.error.code(), int(Code::InvalidStore));

@@ -147,7 +147,6 @@ TEST_F(VXXMLStoreTest, EntitiesMayBeAddedToTheModel)
     ASSERT_TRUE(grown.store) << grown.error.description().toStdString();
     VXRowSaver saver(*grown.store);
     saver.add(u"Later"_s);
-    saver.request.metadata = grown.store->metadata();
     EXPECT_TRUE(saver.saveAndCommit());
     EXPECT_EQ(open({}, "entity Item {}").error.localizedRecoverySuggestion(), u"The model has no entity \"Later\"."_s);
 }
