@@ -185,6 +185,20 @@ std::optional<VXEntityPath> VXEntityPath::follow(const VXEntityDescription &enti
     return path;
 }
 
+QString VXSortProblem(const QList<VXSortDescriptor> &order, const VXEntityDescription &entity)
+{
+    for (const VXSortDescriptor &each : order) {
+        QString problem;
+        const std::optional<VXEntityPath> end = VXEntityPath::follow(entity, each.key.split(u'.'), &problem);
+        if (!end)
+            return problem;
+        if (end->isToMany || (end->property != nullptr && end->property->asAttribute() == nullptr))
+            return u"\"%1\" leads to %2, which have no order"_s.arg(each.key,
+                                                                    end->isToMany ? "many values"_L1 : "objects"_L1);
+    }
+    return {};
+}
+
 std::optional<VXPredicate> VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity,
                                                 QString *problem)
 {

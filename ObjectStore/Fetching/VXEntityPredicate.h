@@ -3,6 +3,7 @@
 #include "VXEntityDescription.h"
 #include "VXError.h"
 #include "VXPredicate.h"
+#include "VXSortDescriptor.h"
 
 #include <optional>
 
@@ -18,6 +19,10 @@ struct VX_STORE_EXPORT VXEntityPath
     [[nodiscard]] static std::optional<VXEntityPath> follow(const VXEntityDescription &entity, const QStringList &keys,
                                                             QString *problem);
 };
+
+/** Why objects of the entity cannot be sorted so: a key path leads nowhere, or to objects. Null when they can. Reentrant. */
+[[nodiscard]] VX_STORE_EXPORT QString VXSortProblem(const QList<VXSortDescriptor> &order,
+                                                    const VXEntityDescription &entity);
 
 /**
  * Adapts a predicate to objects of the entity: where an attribute that is a date, a number or a truth value is compared
