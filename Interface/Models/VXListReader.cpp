@@ -35,18 +35,19 @@ bool isSeekable(const VXAttributeDescription *attribute)
 
 } // namespace
 
-std::optional<qsizetype> VXListReader::count(VXError *error)
+bool VXListReader::begin(VXError *error)
 {
     _starts.clear();
     _canSeek.reset();
     _first.reset();
     _context = std::make_unique<VXManagedObjectContext>(_query.coordinator);
-    if (!hasSeekableOrder()) {
-        if (!findFirst(pageSize, error))
-            return std::nullopt;
-        if (_first->size() < pageSize)
-            return _first->size();
-    }
+    return hasSeekableOrder() || findFirst(pageSize, error);
+}
+
+std::optional<qsizetype> VXListReader::count(VXError *error)
+{
+    if (_first && _first->size() < _firstLimit)
+        return _first->size();
     VXFetchRequest request = *_query.request;
     request.sortDescriptors.clear();
     return _context->countForFetchRequest(request, error);

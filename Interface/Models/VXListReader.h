@@ -25,7 +25,9 @@ public:
 
     explicit VXListReader(VXListQuery query) : _query(std::move(query)) {}
 
-    /** Counts the rows, and forgets where pages begin. None, with an error, on failure. */
+    /** Forgets what was read; to be called first. False, with an error, on failure. */
+    bool begin(VXError *error);
+    /** Counts the rows. None, with an error, on failure. */
     std::optional<qsizetype> count(VXError *error);
     /** The rows of a page; fewer than `pageSize` only at the end. */
     std::optional<QList<VXListRow>> page(qsizetype index, VXError *error);

@@ -1,5 +1,6 @@
 #include "VXStoreListModel.h"
 
+#include "VXException.h"
 #include "VXListReader.h"
 #include "VXStoreWatch.h"
 
@@ -48,6 +49,7 @@ void VXStoreListModel::dropReader()
 
 void VXStoreListModel::setQuery(const VXListQuery &query)
 {
+    VXAssert(!query.coordinator || (query.request && query.makeRow), u"A list needs a request, and makes rows."_s);
     beginResetModel();
     dropReader();
     _pages.clear();
@@ -189,17 +191,26 @@ void VXStoreListModel::refresh()
     const qsizetype pages = _isReading ? 1 : refreshedPages;
     const auto work = [first, pages](VXListReader &reader, const auto &isWanted,
                                      VXError *error) -> std::optional<Refresh> {
-        Refresh found;
-        const std::optional<qsizetype> count = reader.count(error);
-        if (!count)
+        if (!reader.begin(error))
             return std::nullopt;
-        found.count = *count;
-        for (qsizetype index = first; index < first + pages && index * pageSize < *count && isWanted(); ++index) {
+        Refresh found;
+        qsizetype end = 0; // of the rows read
+        for (qsizetype index = first; index < first + pages && isWanted(); ++index) {
             const std::optional<Page> page = reader.page(index, error);
             if (!page)
                 return std::nullopt;
+            if (page->isEmpty())
+                break;
             found.pages.insert(index, *page);
+            end = index * pageSize + page->size();
+            if (page->size() < pageSize)
+                break;
         }
+        // Counted behind the pages, so that rows saved meanwhile push none of those shown off the end.
+        const std::optional<qsizetype> count = reader.count(error);
+        if (!count)
+            return std::nullopt;
+        found.count = std::max(*count, end);
         return found;
     };
     read(work, [](VXStoreListModel &model, const std::optional<Refresh> &found) {

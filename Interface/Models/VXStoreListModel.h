@@ -33,7 +33,8 @@ public:
     explicit VXStoreListModel(QObject *parent = nullptr);
     ~VXStoreListModel() override;
 
-    /** Shows another query. Late results of the former one are dropped. A query without a coordinator is empty. */
+    /** Shows another query. Late results of the former one are dropped. A query without a coordinator is empty;
+     *  one with it and without request or makeRow fails an assertion. */
     void setQuery(const VXListQuery &query);
 
     /** True until the number of rows is known. */

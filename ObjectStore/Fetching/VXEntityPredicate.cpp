@@ -2,16 +2,15 @@
 
 #include "VXNone.h"
 #include "VXNumber.h"
-#include "VXTextComparison.h"
+#include "VXNumberRange.h"
+#include "VXValueComparison.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QRegularExpression>
-
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
 using Kind = VXExpression::Kind;
+using Modifier = VXPredicate::Modifier;
 using Operator = VXPredicate::Operator;
 
 namespace {
@@ -70,18 +69,6 @@ std::optional<QVariant> ofType(VXAttributeType type, const QVariant &value)
     return VXAttributeValue(type, value);
 }
 
-// Whether an integer attribute can have the value of a number.
-bool canEqual(VXAttributeType type, const QVariant &number)
-{
-    if (type > VXAttributeType::Integer64 || VXIsNone(number) || number.typeId() == QMetaType::Bool)
-        return true;
-    if (!VXIsRealNumber(number.metaType()))
-        return VXAttributeValue(type, number).has_value();
-    constexpr double limit = 9223372036854775808.0; // of qlonglong
-    const double real = number.toDouble();
-    return real == std::floor(real) && std::abs(real) < limit && VXAttributeValue(type, qlonglong(real)).has_value();
-}
-
 QString textOf(const QVariant &value)
 {
     return VXExpression::constant(value).format();
@@ -91,8 +78,9 @@ QString textOf(const QVariant &value)
 class Side
 {
 public:
-    Side(const QStringList &keys, const VXEntityPath &path, const VXPredicate &comparison)
-        : _name(keys.join(u'.')), _path(path), _comparison(comparison.comparisonOperator())
+    /** `comparison`: how the property compares with this side. */
+    Side(const QStringList &keys, const VXEntityPath &path, const VXPredicate &predicate, Operator comparison)
+        : _name(keys.join(u'.')), _path(path), _predicate(predicate), _comparison(comparison)
     {
     }
 
@@ -100,41 +88,57 @@ public:
     {
         if (expression.kind() != Kind::Constant || _path.leadsInside)
             return expression;
-        const QVariant &value = expression.value();
-        if (!isList(value)) {
-            const std::optional<QVariant> made = fit(value, problem);
-            return made ? std::optional(VXExpression::constant(*made)) : std::nullopt;
-        }
+        const std::optional<QVariant> made = isList(expression.value()) ? fitEach(expression.value().toList(), problem)
+                                                                        : fit(expression.value(), problem);
+        return made && canHold(*made, problem) ? std::optional(VXExpression::constant(*made)) : std::nullopt;
+    }
+
+private:
+    std::optional<QVariant> fitEach(const QVariantList &list, QString *problem) const
+    {
         QVariantList values;
-        for (const QVariant &element : value.toList()) {
+        for (const QVariant &element : list) {
             const std::optional<QVariant> made = fit(element, problem);
             if (!made)
                 return std::nullopt;
             values.append(*made);
         }
-        return VXExpression::constant(values);
+        return values;
     }
 
-private:
+    // ALL holds for no values at all, NONE for numbers that there cannot be.
+    bool canHold(const QVariant &value, QString *problem) const
+    {
+        const VXAttributeDescription *const attribute =
+            _path.property == nullptr ? nullptr : _path.property->asAttribute();
+        const bool isAsked = _predicate.modifier() == Modifier::Direct || _predicate.modifier() == Modifier::Any;
+        const std::optional<VXNumberRange> range =
+            attribute == nullptr || !isAsked ? std::nullopt : VXNumberRange::ofType(attribute->type());
+        if (!range || range->canBe(_comparison, value))
+            return true;
+        *problem = u"%1 never holds: \"%2\" is a whole number from %3 to %4"_s.arg(
+            _predicate.predicateFormat(), _name, QString::number(range->least), QString::number(range->most));
+        return false;
+    }
+
     std::optional<QVariant> fit(const QVariant &value, QString *problem) const
     {
         const VXAttributeDescription *const attribute =
             _path.property == nullptr ? nullptr : _path.property->asAttribute();
         if (_path.property != nullptr && attribute == nullptr) { // leads to objects
-            const bool isText = value.typeId() == QMetaType::QString;
-            if (isText)
+            const bool isObject = VXIsNone(value) || value.typeId() >= QMetaType::User;
+            if (!isObject)
                 *problem = u"\"%1\" leads to objects: %2 is none"_s.arg(_name, textOf(value));
-            return isText ? std::nullopt : std::optional(value);
+            return isObject ? std::optional(value) : std::nullopt;
         }
         const VXAttributeType type = attribute == nullptr ? VXAttributeType::Integer64 : attribute->type();
-        const bool comparesTexts = isTextOperator(_comparison) && !_path.isToMany;
+        const bool comparesLists = _path.isToMany && _predicate.modifier() == Modifier::Direct;
+        const bool comparesTexts = isTextOperator(_comparison) && !comparesLists;
         if (comparesTexts && type != VXAttributeType::String && type != VXAttributeType::PropertyList) {
             *problem = u"\"%1\" is of the type %2, and no text"_s.arg(_name, VXAttributeTypeName(type));
             return std::nullopt;
         }
         std::optional<QVariant> made = ofType(type, value);
-        if (made && _comparison == Operator::Equal && !canEqual(type, *made))
-            made.reset();
         if (!made)
             *problem = u"\"%1\" is of the type %2: %3 is none"_s.arg(_name, VXAttributeTypeName(type), textOf(value));
         return made;
@@ -142,8 +146,34 @@ private:
 
     const QString _name;
     const VXEntityPath &_path;
+    const VXPredicate &_predicate;
     const Operator _comparison;
 };
+
+// What is wrong with a comparison whatever the types are; null for nothing.
+QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath, const VXEntityPath &rightPath)
+{
+    const Operator comparison = predicate.comparisonOperator();
+    const VXExpression &right = predicate.right();
+    const bool isLeftList = leftPath.isToMany && predicate.modifier() == Modifier::Direct;
+    const bool isLeftMistaken = isLeftList && !rightPath.isToMany && comparison != Operator::Contains;
+    if (isLeftMistaken || (rightPath.isToMany && !isLeftList && comparison != Operator::In))
+        return u"\"%1\" leads to many values: write it first, after ANY, ALL or NONE"_s.arg(
+            (isLeftMistaken ? predicate.left() : right).keys().join(u'.'));
+    const bool isConstant = right.kind() == Kind::Constant;
+    if (comparison == Operator::Matches && isConstant && right.value().typeId() == QMetaType::QString) {
+        const QRegularExpression pattern = VXMatchesPattern(right.value().toString(), predicate.options());
+        return pattern.isValid() ? QString() : u"%1 is no pattern: %2"_s.arg(right.format(), pattern.errorString());
+    }
+    if (comparison != Operator::Between || (!isConstant && right.kind() != Kind::Aggregate))
+        return {};
+    const QVariantList bounds = isList(right.value()) ? right.value().toList() : QVariantList();
+    if (bounds.size() + right.elements().size() != 2)
+        return u"BETWEEN takes two values, as {1, 2}: %1 is something else"_s.arg(right.format());
+    const bool isReversed = !bounds.isEmpty() && bounds[0].typeId() != QMetaType::QString && // texts may be converted
+                            VXCompareValues(bounds[0], bounds[1]) > 0;
+    return isReversed ? u"BETWEEN takes the lesser value first: %1 never holds"_s.arg(right.format()) : QString();
+}
 
 std::optional<VXEntityPath> pathOf(const VXExpression &expression, const VXEntityDescription &entity, QString *problem)
 {
@@ -156,28 +186,6 @@ std::optional<VXEntityPath> pathOf(const VXExpression &expression, const VXEntit
     return VXEntityPath{.leadsInside = true}; // nothing is known about it
 }
 
-// Why a comparison with values of the right type can never hold; null if it can.
-QString obstacle(const VXPredicate &comparison, const VXEntityPath &leftPath)
-{
-    const Operator kind = comparison.comparisonOperator();
-    const VXExpression &right = comparison.right();
-    if (kind == Operator::Between && right.kind() == Kind::Aggregate)
-        return right.elements().size() == 2 ? QString() : u"BETWEEN takes two values, {A, B}"_s;
-    if (right.kind() != Kind::Constant)
-        return {};
-    const QVariant &value = right.value();
-    if (kind == Operator::Between && value.toList().size() != 2)
-        return u"BETWEEN takes two values, {A, B}"_s;
-    const bool looksIntoLists = kind == Operator::NotEqual || kind == Operator::In || kind == Operator::Contains;
-    if (leftPath.isToMany && comparison.modifier() == VXPredicate::Modifier::Direct && !looksIntoLists &&
-        !VXIsNone(value) && (kind == Operator::Between || !isList(value)))
-        return u"\"%1\" has many values: write ANY, ALL or NONE before it"_s.arg(comparison.left().keys().join(u'.'));
-    if (kind != Operator::Matches)
-        return {};
-    const QRegularExpression pattern = VXMatchesPattern(value.toString(), comparison.options());
-    return pattern.isValid() ? QString() : u"%1 is no pattern: %2"_s.arg(textOf(value), pattern.errorString());
-}
-
 std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXEntityDescription &entity,
                                          QString *problem)
 {
@@ -185,15 +193,18 @@ std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXE
     const std::optional<VXEntityPath> rightPath = leftPath ? pathOf(predicate.right(), entity, problem) : std::nullopt;
     if (!rightPath)
         return std::nullopt;
-    const auto right = Side(predicate.left().keys(), *leftPath, predicate).fit(predicate.right(), problem);
-    const auto left =
-        right ? Side(predicate.right().keys(), *rightPath, predicate).fit(predicate.left(), problem) : std::nullopt;
+    if (const QString mistake = problemOfForm(predicate, *leftPath, *rightPath); !mistake.isNull()) {
+        *problem = mistake;
+        return std::nullopt;
+    }
+    const Operator comparison = predicate.comparisonOperator();
+    const Side ofLeft(predicate.left().keys(), *leftPath, predicate, comparison);
+    const Side ofRight(predicate.right().keys(), *rightPath, predicate, VXMirrored(comparison));
+    const std::optional<VXExpression> right = ofLeft.fit(predicate.right(), problem);
+    const std::optional<VXExpression> left = right ? ofRight.fit(predicate.left(), problem) : std::nullopt;
     if (!left)
         return std::nullopt;
-    VXPredicate made = VXPredicate::comparison(*left, predicate.comparisonOperator(), *right, predicate.options(),
-                                               predicate.modifier());
-    *problem = obstacle(made, *leftPath);
-    return problem->isNull() ? std::optional(std::move(made)) : std::nullopt;
+    return VXPredicate::comparison(*left, comparison, *right, predicate.options(), predicate.modifier());
 }
 
 } // namespace
@@ -225,6 +236,20 @@ std::optional<VXEntityPath> VXEntityPath::follow(const VXEntityDescription &enti
         }
     }
     return path;
+}
+
+QString VXSortProblem(const QList<VXSortDescriptor> &order, const VXEntityDescription &entity)
+{
+    for (const VXSortDescriptor &each : order) {
+        QString problem;
+        const std::optional<VXEntityPath> end = VXEntityPath::follow(entity, each.key.split(u'.'), &problem);
+        if (!end)
+            return problem;
+        if (end->isToMany || (end->property != nullptr && end->property->asAttribute() == nullptr))
+            return u"\"%1\" leads to %2, which have no order"_s.arg(each.key,
+                                                                    end->isToMany ? "many values"_L1 : "objects"_L1);
+    }
+    return {};
 }
 
 std::optional<VXPredicate> VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity,

@@ -3,6 +3,7 @@
 #include "VXEntityDescription.h"
 #include "VXError.h"
 #include "VXPredicate.h"
+#include "VXSortDescriptor.h"
 
 #include <optional>
 
@@ -19,11 +20,16 @@ struct VX_STORE_EXPORT VXEntityPath
                                                             QString *problem);
 };
 
+/** Why objects of the entity cannot be sorted so: a key path leads nowhere, or to objects. Null when they can. Reentrant. */
+[[nodiscard]] VX_STORE_EXPORT QString VXSortProblem(const QList<VXSortDescriptor> &order,
+                                                    const VXEntityDescription &entity);
+
 /**
  * Adapts a predicate to objects of the entity: where an attribute that is a date, a number or a truth value is compared
- * with a text, the text is converted ("2026-01-01" is a date in local time). Keys that the entity does not have, and
- * comparisons that can never be true, are refused with the reason; they would otherwise silently match nothing.
- * Reentrant.
+ * with a text, the text is converted ("2026-01-01" is a date in local time). What would silently match nothing is
+ * refused with the reason: keys that the entity does not have, values of another type, whole numbers that the attribute
+ * cannot hold, a path to many values without ANY, ALL or NONE (but IN and CONTAINS), BETWEEN without two values in
+ * order, a pattern that is none. Reentrant.
  */
 [[nodiscard]] VX_STORE_EXPORT std::optional<VXPredicate>
 VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity, QString *problem);

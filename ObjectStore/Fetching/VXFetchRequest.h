@@ -28,8 +28,8 @@ public:
     bool isCut() const { return limit > 0 || offset > 0; }
 
     VXPredicate predicate;
-    QList<VXSortDescriptor> sortDescriptors = {};
-    qsizetype limit = 0; // 0: all
+    QList<VXSortDescriptor> sortDescriptors = {}; // a key that VXSortProblem tells of makes the fetch fail
+    qsizetype limit = 0;                          // 0: all
     qsizetype offset = 0;
     /** Only objects with a greater number: for going through a whole store page by page (`limit`). Without sort
      *  descriptors the order is that of the numbers. */

@@ -62,7 +62,7 @@ private:
     void checkName(const QString &name, int line, const QString &kind)
     {
         if (!isIdentifier(name))
-            report(line, u"\"%1\" is no name for an %2: letters, digits and _ make one"_s.arg(name, kind));
+            report(line, u"\"%1\" is no name for an %2: ASCII letters, digits and _ make one"_s.arg(name, kind));
         else if (isReserved(name))
             report(line, u"\"%1\" is a reserved word"_s.arg(name));
     }

@@ -52,10 +52,10 @@ bool VXManagedObject::validateForDelete(VXError *error) const
         const qsizetype count = std::count_if(others.cbegin(), others.cend(), stays);
         if (count == 0)
             continue;
-        VXSetError(error,
-                   problemOf(*this, VXObjectStoreErrorCode::RelationshipDeniedDelete, *relationship,
-                             u"\"%1\" of \"%2\" still leads to %3 objects."_s.arg(relationship->name(), entity().name())
-                                 .arg(count)));
+        VXSetError(error, problemOf(*this, VXObjectStoreErrorCode::RelationshipDeniedDelete, *relationship,
+                                    u"\"%1\" of \"%2\" still leads to %3."_s.arg(
+                                        relationship->name(), entity().name(),
+                                        count == 1 ? u"an object"_s : u"%1 objects"_s.arg(count))));
         return false;
     }
     return true;

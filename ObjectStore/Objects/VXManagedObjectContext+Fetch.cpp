@@ -1,5 +1,6 @@
 #include "VXManagedObjectContext.h"
 
+#include "VXEntityPredicate.h"
 #include "VXException.h"
 #include "VXObjectPredicate.h"
 
@@ -222,6 +223,11 @@ qsizetype VXManagedObjectContext::Fetch::cut(qsizetype count) const
 
 std::optional<VXFetchResult> VXManagedObjectContext::executeFetchRequest(const VXFetchRequest &request, VXError *error)
 {
+    if (const QString problem = VXSortProblem(request.sortDescriptors, request.entity()); !problem.isNull()) {
+        VXSetError(error, VXError::platformError(VXPlatformErrorCode::InvalidValue, u"The objects cannot be sorted."_s,
+                                                 problem));
+        return std::nullopt;
+    }
     return Fetch(*this, request).run(error);
 }
 

@@ -5,6 +5,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <cerrno>
+
 #include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
@@ -25,16 +27,21 @@ QString realPath(const QFileInfo &file)
 
 std::optional<QString> VXRealStorePath(const QString &path, VXError *error)
 {
+    const auto refuse = [&](VXObjectStoreErrorCode code, const QString &reason) {
+        VXSetError(error, VXObjectStoreError(code, u"The store cannot be opened."_s, reason, path));
+        return std::nullopt;
+    };
     const QString real = realPath(QFileInfo(path));
+    const QString folder = QFileInfo(real).path();
     struct stat status = {};
     const bool isThere = ::stat(QFile::encodeName(real).constData(), &status) == 0;
+    if (!isThere && ::stat(QFile::encodeName(folder).constData(), &status) != 0 && errno == ENOENT)
+        return refuse(VXObjectStoreErrorCode::FileRead, u"The folder %1 does not exist."_s.arg(folder));
     const bool isPlain = S_ISREG(status.st_mode);
     if (!isThere || S_ISDIR(status.st_mode) || (isPlain && status.st_nlink <= 1))
         return real;
-    const QString reason =
-        isPlain ? u"Its file has %1 names (hard links); it may have one only."_s.arg(qulonglong(status.st_nlink))
-                : u"It is no plain file."_s;
-    VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::InvalidStore, u"The store cannot be opened."_s, reason,
-                                         path));
-    return std::nullopt;
+    return refuse(VXObjectStoreErrorCode::InvalidStore,
+                  isPlain
+                      ? u"Its file has %1 names (hard links); it may have one only."_s.arg(qulonglong(status.st_nlink))
+                      : u"It is no plain file."_s);
 }

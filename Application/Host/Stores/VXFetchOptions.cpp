@@ -33,15 +33,9 @@ QString readSort(const QString &text, VXFetchRequest &request)
         const QString direction = each.section(u':', 1);
         if (each.contains(u':') && direction != "asc"_L1 && direction != "desc"_L1)
             return u"\"%1\" is neither asc nor desc"_s.arg(direction);
-        QString problem;
-        const std::optional<VXEntityPath> end = VXEntityPath::follow(request.entity(), key.split(u'.'), &problem);
-        if (!end)
-            return withHint(problem, request.entity(), {});
-        if (end->isToMany || (end->property != nullptr && end->property->asAttribute() == nullptr))
-            return u"\"%1\" leads to objects, which have no order"_s.arg(key);
         request.sortDescriptors.append({.key = key, .isAscending = direction != "desc"_L1});
     }
-    return {};
+    return withHint(VXSortProblem(request.sortDescriptors, request.entity()), request.entity(), {});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "VXStoreListModel.h"
 
+#include "VXException.h"
 #include "VXManagedObjectContext.h"
 #include "VXModelParser.h"
 #include "VXTesting.h"
@@ -71,8 +72,7 @@ protected:
                  return VXListRow{.text = entry->valueForKey(u"name"_s).toString(),
                                   .value = entry->valueForKey(u"number"_s)};
              }});
-        VXError error;
-        QObject::connect(&model, &VXStoreListModel::didFail, &model, [&error](const VXError &each) { error = each; });
+        QObject::connect(&model, &VXStoreListModel::didFail, &model, [this](const VXError &each) { error = each; });
         ASSERT_TRUE(VXRunUntil([this] { return !model.isReading(); })) << error.description().toStdString();
     }
 
@@ -89,6 +89,7 @@ protected:
 
     const Coordinator coordinator;
     std::atomic<int> rowsMade = 0; // by the list's thread, which the model waits for
+    VXError error;                 // of the list shown
     VXStoreListModel model;
 };
 
@@ -175,6 +176,29 @@ TEST_F(VXStoreListModelTest, anotherQueryTakesThePlaceOfTheFirst)
     EXPECT_EQ(model.rowCount(), 0);
     ASSERT_TRUE(VXRunUntil([this] { return model.rowCount() == 10; }));
     EXPECT_EQ(numberAt(0), 0);
+    EXPECT_THROW(model.setQuery({.coordinator = coordinator, .request = few}), VXAssertionException);
+
+    few.sortDescriptors = {{.key = u"nmae"_s}};
+    model.setQuery({.coordinator = coordinator, .request = few, .makeRow = makeRow});
+    EXPECT_TRUE(VXRunUntil([this] { return bool(error); }));
+    EXPECT_EQ(error.localizedRecoverySuggestion(), u"entity Entry has no \"nmae\""_s);
     model.setQuery({});
     EXPECT_EQ(model.rowCount(), 0);
+}
+
+TEST_F(VXStoreListModelTest, countsWhatIsSavedWhileItReads)
+{
+    add(300);
+    VXFetchRequest request(*coordinator->model().entityForName(u"Entry"_s));
+    request.sortDescriptors = {{.key = u"number"_s}};
+    int counted = 0;
+    QObject::connect(&model, &VXStoreListModel::didRead, &model,
+                     [&] { counted = counted == 0 ? model.rowCount() : counted; });
+    model.setQuery({.coordinator = coordinator, .request = request, .makeRow = [this](const VXManagedObjectPtr &) {
+                        if (rowsMade++ == 0)
+                            add(1);
+                        return VXListRow{};
+                    }});
+    ASSERT_TRUE(VXRunUntil([&] { return counted > 0; }));
+    EXPECT_EQ(counted, 301);
 }

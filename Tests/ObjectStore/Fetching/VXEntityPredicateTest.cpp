@@ -23,6 +23,7 @@ protected:
         entity Call {
             attribute date: date;
             attribute seconds: integer32;
+            attribute day: integer16;
             attribute cost: double;
             attribute answered: boolean;
             attribute number: string;
@@ -51,10 +52,12 @@ TEST_F(VXEntityPredicateTest, TextsAreReadAsWhatTheyAreComparedWith)
         {u"date == NULL OR caller == NULL"_s, u"date == NULL OR caller == NULL"_s},
         {u"extras.depth == 'x' AND extras == 3"_s, u"extras.depth == \"x\" AND extras == 3"_s},
         {u"seconds > cost"_s, u"seconds > cost"_s},
-        {u"seconds == 1.0 AND seconds < 1.5 AND seconds != 3000000000"_s,
-         u"seconds == 1 AND seconds < 1.5 AND seconds != 3000000000"_s},
-        {u"caller.calls == NULL AND caller.calls.seconds CONTAINS 3"_s,
-         u"caller.calls == NULL AND caller.calls.seconds CONTAINS 3"_s},
+        {u"day < 70000 AND NONE caller.calls.day == 70000"_s, u"day < 70000 AND NONE caller.calls.day == 70000"_s},
+        {u"day IN {1, 70000} OR day BETWEEN {-70000, day}"_s, u"day IN {1, 70000} OR day BETWEEN {-70000, day}"_s},
+        {u"seconds == TRUE AND $X IN {}"_s, u"seconds == TRUE AND $X IN {}"_s},
+        {u"caller.calls.number CONTAINS '5'"_s, u"caller.calls.number CONTAINS \"5\""_s},
+        {u"number MATCHES $X AND '5' IN caller.calls.number"_s,
+         u"number MATCHES $X AND \"5\" IN caller.calls.number"_s},
         {u"TRUEPREDICATE"_s, u"TRUEPREDICATE"_s},
     };
     for (const auto &[text, expected] : rows)
@@ -74,15 +77,21 @@ TEST_F(VXEntityPredicateTest, WhatCanNeverHoldIsRefusedWithTheReason)
         {u"caller == 'Jane'"_s, u"\"caller\" leads to objects: \"Jane\" is none"_s},
         {u"caller.calls.@count > 'many'"_s, u"\"caller.calls.@count\" is of the type integer64: \"many\" is none"_s},
         {u"TRUEPREDICATE AND numbr == 'x'"_s, u"entity Call has no \"numbr\""_s},
-        {u"seconds == 3000000000"_s, u"\"seconds\" is of the type integer32: 3000000000 is none"_s},
-        {u"seconds == 1.5"_s, u"\"seconds\" is of the type integer32: 1.5 is none"_s},
-        {u"caller.calls.seconds == 60"_s,
-         u"\"caller.calls.seconds\" has many values: write ANY, ALL or NONE before it"_s},
-        {u"caller.calls == 3"_s, u"\"caller.calls\" has many values: write ANY, ALL or NONE before it"_s},
-        {u"seconds BETWEEN {1}"_s, u"BETWEEN takes two values, {A, B}"_s},
-        {u"number MATCHES '('"_s, u"\"(\" is no pattern: missing closing parenthesis"_s},
         {u"number.length == 3"_s, u"\"number\" of Call is an attribute: \"length\" leads nowhere"_s},
+        {u"caller == 3"_s, u"\"caller\" leads to objects: 3 is none"_s},
+        {u"ANY caller.calls.seconds CONTAINS '3'"_s,
+         u"\"caller.calls.seconds\" is of the type integer32, and no text"_s},
+        {u"caller.calls.seconds == 60"_s,
+         u"\"caller.calls.seconds\" leads to many values: write it first, after ANY, ALL or NONE"_s},
+        {u"3 == caller.calls"_s, u"\"caller.calls\" leads to many values: write it first, after ANY, ALL or NONE"_s},
+        {u"number MATCHES '('"_s, u"\"(\" is no pattern: missing closing parenthesis"_s},
+        {u"seconds BETWEEN {1}"_s, u"BETWEEN takes two values, as {1, 2}: {1} is something else"_s},
+        {u"seconds BETWEEN {5, 1}"_s, u"BETWEEN takes the lesser value first: {5, 1} never holds"_s},
     };
     for (const auto &[text, reason] : rows)
         EXPECT_EQ(made(text), u"refused: "_s + reason);
+    for (const QString &never :
+         {u"day == 70000"_s, u"day == 1960.5"_s, u"ANY caller.calls.day > 32767"_s, u"-70000 > day"_s, u"day >= NULL"_s,
+          u"day IN {70000}"_s, u"day BETWEEN {40000, 50000}"_s})
+        EXPECT_TRUE(made(never).startsWith("refused: "_L1 + never + " never holds"_L1)) << made(never).toStdString();
 }

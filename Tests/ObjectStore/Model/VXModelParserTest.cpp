@@ -136,7 +136,7 @@ TEST(VXModelParserTest, MistakesAreFoundOnTheirLines)
         {"entity A {\n attribute d: date = \"yesterday\";\n}", {u"2: \"yesterday\" is no date (ISO 8601)"_s}},
         {"entity A {\n attribute self: string;\n attribute n\u00e4h: string;\n}",
          {u"2: \"self\" is a reserved word"_s,
-          u"3: \"n\u00e4h\" is no name for an attribute or relationship: letters, digits and _ make one"_s}},
+          u"3: \"n\u00e4h\" is no name for an attribute or relationship: ASCII letters, digits and _ make one"_s}},
         {"entity A {\n attribute x: string = \"no end;\n}", {u"2: the text does not end on its line"_s}},
         {"entity A {",
          {u"1: \"attribute\", \"relationship\", \"fetch\", \"index\" or \"}\" expected, not the end"_s,

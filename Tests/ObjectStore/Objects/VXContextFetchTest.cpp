@@ -91,6 +91,17 @@ TEST_P(VXContextFetchTest, RequestsDecideWhatIsReadAndHow)
 
     fetched.sortDescriptors = {{u"phones.@count"_s, false}, {u"name"_s}};
     EXPECT_EQ(names(fetch(other, fetched)), u"Dora Cid Bob Ann"_s);
+
+    for (const auto &[key, reason] :
+         {std::pair(u"salary"_s, u"entity Person has no \"salary\""_s),
+          {u"name.x"_s, u"\"name\" of Person is an attribute: \"x\" leads nowhere"_s},
+          {u"passport"_s, u"\"passport\" leads to objects, which have no order"_s},
+          {u"phones.name"_s, u"\"phones.name\" leads to many values, which have no order"_s}}) {
+        fetched.sortDescriptors = {{u"name"_s}, {key}};
+        EXPECT_FALSE(other.executeFetchRequest(fetched, &error));
+        EXPECT_EQ(error.localizedRecoverySuggestion(), reason);
+        EXPECT_EQ(other.countForFetchRequest(fetched), 4);
+    }
 }
 
 TEST_P(VXContextFetchTest, BatchesKeepFewObjectsInMemory)

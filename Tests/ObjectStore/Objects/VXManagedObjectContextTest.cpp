@@ -42,6 +42,7 @@ TEST_P(VXManagedObjectContextTest, DeleteRulesDecideAboutTheRest)
     other.deleteObject(there(club));
     EXPECT_FALSE(other.save(&error));
     EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::RelationshipDeniedDelete));
+    EXPECT_TRUE(error.description().contains("still leads to an object."_L1)) << error.description().toStdString();
     EXPECT_EQ(other.deletedObjects().size(), 1) << "what could not be saved stays";
     other.rollback();
 

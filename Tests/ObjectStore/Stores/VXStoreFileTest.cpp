@@ -55,6 +55,8 @@ TEST_P(VXStoreFileTest, OtherFilesThanPlainOnesAreRefused)
     }
     QFile::remove(path(u"b"_s));
     EXPECT_TRUE(open(u"a"_s));
+    EXPECT_FALSE(open(u"no/a"_s));
+    EXPECT_EQ(error.localizedRecoverySuggestion(), u"The folder %1 does not exist."_s.arg(path(u"no"_s)));
 }
 
 // As two processes have it: each store object has a coordinator of its own.
