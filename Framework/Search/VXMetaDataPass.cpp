@@ -348,12 +348,11 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
 {
     if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
         return false;
-    if (_sync._state.isReplaced()) { // which closing the mirror would note as being in place
+    const bool isReplaced = _sync._state.isReplaced();
+    if (isReplaced) // of which only the note is left once the mirror is closed, which notes it as being in place
         _sync.noteReplacement();
-        return false;
-    }
     const VXMetaDataMirror::Use use(_sync._mirror);
-    bool isAll = saved.isAll;
+    bool isAll = saved.isAll && !isReplaced;
     for (const VXManagedObjectID &objectID : saved.present) {
         const VXManagedObjectPtr object = _context.existingObjectWithID(objectID);
         if (!_sync.isRunning())
