@@ -3,6 +3,7 @@
 #include "VXCharacterSet.h"
 #include "VXCodePoint.h"
 #include "VXCountryCodes.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 
@@ -93,6 +94,11 @@ bool VXIsValidPhoneNumber(QStringView text)
            VXCharacterSet::decimalDigitCharacterSet().containsAnyMember(text);
 }
 
+bool VXIsNumberAsWritten(const QString &text)
+{
+    return VXIsValidPhoneNumber(VXWrittenNumber::in(text).number);
+}
+
 QString VXPhoneNumberSearchString(QStringView number)
 {
     QString digits = VXCharacterSet::decimalDigitCharacterSet().membersOf(number);
@@ -107,7 +113,7 @@ QString VXPhoneNumberSearchString(QStringView number)
 
 QString VXPhoneNumberLookUpString(const QString &number)
 {
-    return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(number));
+    return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(VXWrittenNumber::in(number).number));
 }
 
 QString VXPhoneNumberByStrippingCountryCode(const QString &digits)

@@ -50,7 +50,7 @@ QString searchFormOfItem(const QString &item)
 {
     QString name;
     QString value;
-    const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
+    const bool isAddress = VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), &name, &value);
     const QString number = isAddress ? VXPhoneNumberLookUpString(value) : QString();
     QStringList parts{name, number.isEmpty() ? value.toLower() : number};
     parts.removeAll(QString());

@@ -21,7 +21,7 @@ QString searchFormOfAddress(const QString &address)
 QString keyOfItem(const QString &item)
 {
     QString value;
-    const bool isAddress = VXPhonebookStringSplit(item, nullptr, &value);
+    const bool isAddress = VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), nullptr, &value);
     return isAddress ? searchFormOfAddress(value) : item.toLower();
 }
 

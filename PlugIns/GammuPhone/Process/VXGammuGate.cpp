@@ -53,7 +53,11 @@ bool isControl(QChar letter)
 QString VXGammuGate::storableNumber(const QString &number)
 {
     static const QRegularExpression storable(u"\\A\\+?[0-9*#][0-9*#pPwW+]{0,79}\\z"_s);
-    const QString bare = VXNumberWithoutWriting(number);
+    const VXWrittenNumber written = VXWrittenNumber::in(number);
+    QString bare = VXNumberWithoutWriting(number);
+    if (!storable.match(bare).hasMatch()) // as phones have extensions
+        bare =
+            VXNumberWithoutWriting(written.number) + (written.extension.isEmpty() ? u""_s : u'p' + written.extension);
     return storable.match(bare).hasMatch() ? bare : QString();
 }
 

@@ -1,7 +1,9 @@
 #include "VXPhoneNumber.h"
 #include "VXCountryCodes.h"
+#include "VXPhonebookString.h"
 #include "VXPhonebookText.h"
 #include "VXTesting.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 #include <array>
@@ -108,6 +110,35 @@ TEST(VXPhoneNumberTest, aZeroInBracketsIsLeftOutUnlessItIsDialled)
         EXPECT_EQ(VXPhoneNumberWithoutTrunkZero(given), expected) << given.toStdString();
     EXPECT_EQ(VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(table[2].given)),
               VXPhoneNumberSearchString(u"+390669821234"));
+}
+
+TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
+{
+    const struct
+    {
+        QString text, number, extension;
+    } table[] = {
+        {u"+1.212.555.0150 ext. 77"_s, u"+1.212.555.0150"_s, u"77"_s},
+        {u"+1 212 555 0150 x77"_s, u"+1 212 555 0150"_s, u"77"_s},
+        {u"+12125550150;ext=5"_s, u"+12125550150"_s, u"5"_s},
+        {u"+12125550150pp5#"_s, u"+12125550150"_s, u"5#"_s},
+        {u"030 1112222, Durchwahl 12"_s, u"030 1112222"_s, u"12"_s},
+        {u"+49 30 1112222-55 (Zentrale)"_s, u"+49 30 1112222-55"_s, {}},
+        {u"030 111 2222 / 030 111 3333"_s, u"030 111 2222"_s, {}},
+        {u"030 / 1112222"_s, u"030 / 1112222"_s, {}}, // an area code
+        {u"+49 (0)30 1112222"_s, u"+49 (0)30 1112222"_s, {}},
+        {u"Agent x77"_s, u"Agent x77"_s, {}},
+        {u"123p4"_s, u"123p4"_s, {}},
+        {QString(), {}, {}},
+    };
+    for (const auto &[text, number, extension] : table) {
+        const VXWrittenNumber written = VXWrittenNumber::in(text);
+        EXPECT_EQ(written.number, number) << text.toStdString();
+        EXPECT_EQ(written.extension, extension) << text.toStdString();
+        const QString named = u"Jane <"_s + text + u"/m>"_s;
+        EXPECT_EQ(VXPhonebookStringWithoutExtension(named),
+                  VXIsNumberAsWritten(text) && !VXIsValidPhoneNumber(text) ? u"Jane <"_s + number + u"/m>"_s : named);
+    }
 }
 
 TEST(VXPhoneNumberTest, accessCodes)
