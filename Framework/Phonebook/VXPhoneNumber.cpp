@@ -113,7 +113,12 @@ QString VXPhoneNumberSearchString(QStringView number)
 
 QString VXPhoneNumberLookUpString(const QString &number)
 {
-    return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(VXWrittenNumber::in(number).number));
+    return VXPhoneNumberRecordString(VXWrittenNumber::in(number).number);
+}
+
+QString VXPhoneNumberRecordString(const QString &number)
+{
+    return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(number));
 }
 
 QString VXPhoneNumberByStrippingCountryCode(const QString &digits)

@@ -46,9 +46,8 @@ bool VXPhonebookStringSplit(const QString &text, QString *name, QString *value, 
 
 QString VXPhonebookStringWithoutExtension(const QString &text)
 {
-    const bool isLikely =
-        std::ranges::any_of(text, [](QChar each) { return each == u'x' || each == u'X' || each == u'('; }) ||
-        text.contains("durchwahl"_L1, Qt::CaseInsensitive);
+    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
+                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
     if (!isLikely)
         return text;
     const auto parts = VXPhonebookStringParts::split(text);

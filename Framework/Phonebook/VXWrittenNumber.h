@@ -11,7 +11,7 @@ struct VXWrittenNumber
     QString number;    // to be dialled; the whole text if there is nothing else in it
     QString extension; // to be dialled once somebody has answered; empty for none
 
-    /** Takes off an extension ("ext. 77", "x77", ";ext=77", "Durchwahl 77", "p77" with pauses), a remark in brackets
+    /** Of a text of at most 100 characters takes off an extension ("ext. 77", "x77", ";ext=77", "Durchwahl 77", "p77" with pauses), a remark in brackets
      *  ("(Zentrale)") and a second number ("030 1112222 / 030 1113333"). */
     static VXWrittenNumber in(const QString &text);
 
@@ -24,12 +24,13 @@ private:
 
 inline VXWrittenNumber VXWrittenNumber::in(const QString &text)
 {
-    constexpr qsizetype fewestDigits = 5;  // before an extension
-    constexpr qsizetype ofWholeNumber = 7; // fewer may be an area code: "0171 / 5550101"
+    constexpr qsizetype mostCharacters = 100; // more is no number, and would take long
+    constexpr qsizetype fewestDigits = 5;     // before an extension
+    constexpr qsizetype ofWholeNumber = 7;    // fewer may be an area code: "0171 / 5550101"
     const bool hasMore = text.contains(QLatin1String(" /")) || std::ranges::any_of(text, [](QChar each) {
                              return each.isLetter() || each == u',' || each == u';';
                          });
-    if (!hasMore || countDigits(text) < fewestDigits) // as most numbers, and all names
+    if (!hasMore || text.size() > mostCharacters || countDigits(text) < fewestDigits) // as most numbers, and all names
         return {text, {}};
     static const QRegularExpression remark(QStringLiteral(R"(\s*\([^()]*\p{L}[^()]*\)\s*$)"));
     static const QRegularExpression another(QStringLiteral(R"(\s+/\s+|\s*;\s*(?=[+\d]))"));

@@ -39,7 +39,7 @@ QStringList VXPartiesMeantBy(const QString &text)
         return parties;
     for (const QString &each : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
              text, VXPhonebookPropertyNumber | VXPhonebookPropertyEmail, mostCompletions))
-        parties.append(VXConversationKey(each));
+        parties.append(VXConversationKeysOf(each));
     parties.removeAll(QString());
     parties.removeDuplicates();
     return parties;

@@ -346,9 +346,9 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
 
 bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
 {
-    if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
+    if (!prepareFolder() || !takeTurn(0ms) || !_turn)
         return false;
-    const bool isReplaced = _sync._state.isReplaced();
+    const bool isReplaced = !isOfThisStore() || _sync._state.isReplaced(); // a pass is due for the rest
     if (isReplaced) // of which only the note is left once the mirror is closed, which notes it as being in place
         _sync.noteReplacement();
     const VXMetaDataMirror::Use use(_sync._mirror);

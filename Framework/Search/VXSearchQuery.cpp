@@ -8,7 +8,6 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 #include <sqlite3.h>
@@ -157,11 +156,11 @@ bool VXSearchQuery::collect(VXSQLiteStatement &statement, VXError *error)
 {
     VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
     while (isMoreWanted() && (step = statement.step()) == VXSQLiteStatement::Step::Row) {
-        VXFoundObject object = foundIn(statement);
-        const qsizetype before = _known.size();
-        _known.insert(object.place);
-        if (_known.size() > before)
-            _found.append(std::move(object));
+        const QString place = statement.text(0);
+        if (_known.contains(place))
+            continue;
+        _known.insert(place);
+        _found.append(foundIn(statement));
     }
     if (step == VXSQLiteStatement::Step::Failed)
         VXSetError(error, _connection.lastError());

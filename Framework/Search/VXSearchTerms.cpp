@@ -1,5 +1,6 @@
 #include "VXSearchTerms.h"
 
+#include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 #include "VXTypedLetters.h"
 #include "VXWrittenNumber.h"
@@ -80,7 +81,7 @@ QString bareNumber(const QString &part)
 
 VXSearchTerms::VXSearchTerms(const QString &text)
 {
-    const QString trimmed = text.trimmed();
+    const QString trimmed = VXPhonebookStringWithoutExtension(text.trimmed());
     if (trimmed.size() > longestText) {
         _problem =
             u"This is too long to search for: %1 characters, of at most %2."_s.arg(trimmed.size()).arg(longestText);

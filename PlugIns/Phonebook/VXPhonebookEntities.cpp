@@ -126,6 +126,9 @@ void VXContactAddress::willSave()
         return;
     }
     updateSearch();
+    if (!isInserted() &&
+        changedValues().keys() == QStringList{u"search"_s}) // made anew by a later program, from what it was
+        return;
     const VXManagedObjectPtr owner = related(indexOf(*this, personKey));
     if (auto *const person = dynamic_cast<VXPerson *>(owner.get()))
         person->ownDidChange();

@@ -86,6 +86,10 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
          {VXWords("search 2125550150"), VXWords("search '+12125550150 x3'"), VXWords("phonebook complete 12125550150"),
           VXWords("phonebook lookup +12125550150"), VXWords("phonebook lookup '+1 212 555 0150 ext. 77'")})
         EXPECT_THAT(runHost(arguments).output, HasSubstr("Al Ext")) << arguments.join(u' ').toStdString();
+    runHost("phonebook add 'Mary Ext' --number '+1 212 555 0150 x7' --number '+1 212 555 0150 x8'");
+    EXPECT_THAT(runHost("phonebook lookup '+1 212 555 0150 x77'").output, HasSubstr("Al Ext"));
+    runHost("phonebook edit 'Mary Ext' --drop '+1 212 555 0150 ext. 8'");
+    EXPECT_THAT(runHost("phonebook show 'Mary Ext'").output, AllOf(HasSubstr("x7"), Not(HasSubstr("x8"))));
     runHost("phonebook delete 'Zoë Müller'");
     EXPECT_EQ(kinds("zozo"), QStringList());
     EXPECT_NE(runHost({"open", url}).status, 0);

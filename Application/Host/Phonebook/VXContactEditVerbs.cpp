@@ -100,9 +100,9 @@ QString VXContactRecord::*textField(const QString &option)
 bool drop(VXContactRecord &contact, const QString &value)
 {
     qsizetype count = contact.groups.removeAll(value);
-    const QString search = VXPhoneNumberLookUpString(value);
+    const QString search = VXPhoneNumberRecordString(value); // with the extension
     count += contact.numbers.removeIf([&](const Address &each) {
-        return each.value == value || (!search.isEmpty() && VXPhoneNumberLookUpString(each.value) == search);
+        return each.value == value || (!search.isEmpty() && VXPhoneNumberRecordString(each.value) == search);
     });
     const auto isMeant = [&](const PostalAddress &each) {
         return std::ranges::any_of(

@@ -26,14 +26,15 @@ void open(const QString &url)
         VXStartBeside({u"open"_s, url});
 }
 
-// One that was started may take a while.
+// One that was started may take a while, and where a disk is full, for instance, nothing comes of it.
 void updateIfDue()
 {
-    constexpr std::chrono::seconds betweenUpdates{10};
+    static std::chrono::seconds betweenUpdates{10};
     static QDeadlineTimer next(0);
     if (!next.hasExpired() || !VXIsSearchUpdateDue() || VXMetaDataKeeper::isElsewhere())
         return;
     next = QDeadlineTimer(betweenUpdates);
+    betweenUpdates *= 2;
     VXStartSearchUpdate();
 }
 

@@ -1,4 +1,6 @@
 #include "VXPhoneNumber.h"
+#include "VXAddressScore.h"
+#include "VXConversationKey.h"
 #include "VXCountryCodes.h"
 #include "VXPhonebookString.h"
 #include "VXPhonebookText.h"
@@ -129,6 +131,7 @@ TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
         {u"+49 (0)30 1112222"_s, u"+49 (0)30 1112222"_s, {}},
         {u"Agent x77"_s, u"Agent x77"_s, {}},
         {u"123p4"_s, u"123p4"_s, {}},
+        {QString(u"p1"_s).repeated(60'000), QString(u"p1"_s).repeated(60'000), {}},
         {QString(), {}, {}},
     };
     for (const auto &[text, number, extension] : table) {
@@ -139,6 +142,21 @@ TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
         EXPECT_EQ(VXPhonebookStringWithoutExtension(named),
                   VXIsNumberAsWritten(text) && !VXIsValidPhoneNumber(text) ? u"Jane <"_s + number + u"/m>"_s : named);
     }
+}
+
+TEST(VXPhoneNumberTest, anExtensionTellsContactsApartThatHaveTheSameNumber)
+{
+    const auto scoreOf = [](const QString &lookedUp, const QString &kept) {
+        return VXAddressScore({{}, lookedUp, 0}, {{}, kept, 0}, 0);
+    };
+    const QString tom = u"+1 415 555 0170 x302"_s, mary = u"+1 415 555 0170 ext. 7"_s, desk = u"+1 415 555 0170"_s;
+    EXPECT_GT(scoreOf(tom, tom), scoreOf(tom, desk));
+    EXPECT_GT(scoreOf(tom, desk), scoreOf(tom, mary));
+    EXPECT_GT(scoreOf(desk, desk), scoreOf(desk, tom));
+    EXPECT_GT(scoreOf(desk, tom), scoreOf(desk, u"415 555 0170"_s));
+    // What was recorded keeps its conversation, and is found by either.
+    EXPECT_EQ(VXConversationKey(u"+12125550150p5"_s), u"21255501505"_s);
+    EXPECT_EQ(VXConversationKeysOf(u"A <+12125550150p5>"_s), (QStringList{u"21255501505"_s, u"2125550150"_s}));
 }
 
 TEST(VXPhoneNumberTest, accessCodes)
