@@ -2,6 +2,7 @@
 
 #include "VXPhoneNumber.h"
 #include "VXTextComparison.h"
+#include "VXWrittenNumber.h"
 
 using namespace Qt::StringLiterals;
 
@@ -11,16 +12,19 @@ namespace {
 constexpr double otherCountry = -1e7;
 constexpr double sameName = 1e6;
 constexpr double sameCountry = 5e5;
+constexpr double sameExtension = 2.5e5;
 constexpr double sameType = 1e5;
 
 } // namespace
 
 VXAddressTraits::VXAddressTraits(const QString &nameBeside, const QString &address, unsigned typeMask)
-    : name(VXFoldedText(nameBeside, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive)),
-      abroad(address.contains(u'@') ? QString()
-                                    : VXPhoneNumberInternationalDigits(VXPhoneNumberWithoutTrunkZero(address))),
-      type(typeMask)
+    : name(VXFoldedText(nameBeside, VXTextOption::CaseInsensitive | VXTextOption::DiacriticInsensitive)), type(typeMask)
 {
+    if (address.contains(u'@'))
+        return;
+    const VXWrittenNumber written = VXWrittenNumber::in(address);
+    abroad = VXPhoneNumberInternationalDigits(VXPhoneNumberWithoutTrunkZero(written.number));
+    extension = written.extension;
 }
 
 double VXAddressScore(const VXAddressTraits &lookedUp, const VXAddressTraits &kept, double known, QStringList *reasons)
@@ -38,6 +42,10 @@ double VXAddressScore(const VXAddressTraits &lookedUp, const VXAddressTraits &ke
         else
             add(otherCountry, u"has the number in another country"_s);
     }
+    if (!lookedUp.extension.isEmpty() && lookedUp.extension == kept.extension)
+        add(sameExtension, u"has the number with its extension"_s);
+    else if (!kept.extension.isEmpty()) // a call comes from the number of all
+        add(-sameExtension, u"has the number with another extension"_s);
     if (!lookedUp.name.isEmpty() && lookedUp.name == kept.name)
         add(sameName, u"has the name that was given"_s);
     if (lookedUp.type != 0 && lookedUp.type == kept.type)

@@ -63,7 +63,7 @@ QStringList VXContactAddressKeys(const VXContactRecord &contact)
 {
     QStringList keys;
     for (const VXContactRecord::Address &number : contact.numbers) {
-        if (const QString search = VXPhoneNumberLookUpString(number.value); !search.isEmpty())
+        if (const QString search = VXPhoneNumberRecordString(number.value); !search.isEmpty())
             keys.append(numberMark + search);
     }
     for (const VXContactRecord::Address &email : contact.emails)

@@ -49,7 +49,7 @@ QString identityOf(const QVariant &element)
 {
     const QVariantMap map = element.toMap();
     if (const QString number = map.value(u"number"_s).toString(); !number.isEmpty()) {
-        const QString search = VXPhoneNumberLookUpString(number);
+        const QString search = VXPhoneNumberRecordString(number);
         return search.isEmpty() ? number : search;
     }
     QStringList parts;

@@ -13,16 +13,21 @@ QStringList withoutNone(QStringList texts)
     return texts;
 }
 
-// Of the properties of its vCard that have no place of their own, those that say how the names sound or are sorted.
-QStringList soundsOf(const VXContactRecord &contact)
+// Of the properties of its vCard that have no place of their own, the texts of those that are meant.
+template <class IsMeant>
+QStringList textsOf(const VXContactRecord &contact, const IsMeant &isMeant)
 {
-    QStringList sounds;
+    QStringList texts;
     for (const QString &line : contact.properties) {
-        const QString name = line.section(u':', 0, 0).section(u';', 0, 0).section(u'.', -1).toUpper();
-        if (name.startsWith("X-PHONETIC-"_L1) || name == "SORT-STRING"_L1)
-            sounds.append(line.section(u':', 1).remove(u'\\').trimmed());
+        if (isMeant(line.section(u':', 0, 0).section(u';', 0, 0).section(u'.', -1).toUpper()))
+            texts.append(line.section(u':', 1).remove(u'\\').trimmed());
     }
-    return withoutNone(sounds);
+    return withoutNone(texts);
+}
+
+bool tellsASound(const QString &property)
+{
+    return property.startsWith("X-PHONETIC-"_L1) || property == "SORT-STRING"_L1;
 }
 
 bool isOf(const QString &name, std::initializer_list<QChar::Script> scripts)
@@ -60,5 +65,10 @@ QStringList VXNamesOfContact(const VXContactRecord &contact)
         names.append(contact.lastName + contact.firstName);
     if (contact.firstName.isEmpty() != contact.lastName.isEmpty()) // the whole name in one field
         names += givenNamesIn(contact.firstName + contact.lastName);
-    return names + soundsOf(contact);
+    return names + textsOf(contact, tellsASound);
+}
+
+QStringList VXRolesOfContact(const VXContactRecord &contact)
+{
+    return textsOf(contact, [](const QString &property) { return property == "ROLE"_L1; });
 }

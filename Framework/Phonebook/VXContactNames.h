@@ -10,3 +10,6 @@
  * first and no blank between, and of a Korean name in one word the given name. Any thread.
  */
 [[nodiscard]] VX_EXPORT QStringList VXNamesOfContact(const VXContactRecord &contact);
+
+/** What the contact does besides its job title: the roles of its vCard. Any thread. */
+[[nodiscard]] VX_EXPORT QStringList VXRolesOfContact(const VXContactRecord &contact);

@@ -5,6 +5,7 @@
 #include "VXPhoneNumber.h"
 #include "VXTextComparison.h"
 #include "VXTypedLetters.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 
@@ -57,8 +58,9 @@ void appendWords(QStringList &words, QStringView token)
 }
 
 // The number as dialled from abroad, at home, and as compared; and the rest from each of its parts on.
-QStringList wordsOfNumber(const QString &number)
+QStringList wordsOfNumber(const QString &written)
 {
+    const QString number = VXWrittenNumber::in(written).number;
     const QString digits = digitsIn(number);
     QStringList words{digits, VXPhoneNumberLookUpString(number)};
     const QString access = VXPhoneNumberInternationalAccessCode(digits);
@@ -144,6 +146,8 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
     insertOf(u"emails"_s, u"address"_s, Kind::Email);
     insertOf(u"numbers"_s, u"number"_s, Kind::Number);
     insertKeys(keys, text(person, u"jobTitle"_s), Kind::Other);
+    for (const QString &role : VXRolesOfContact(contact))
+        insertKeys(keys, role, Kind::Other);
     insertOf(u"groups"_s, u"name"_s, Kind::Other);
     insertOf(u"addresses"_s, u"city"_s, Kind::Other);
     for (const QString &uid : contact.formerUIDs())
@@ -154,10 +158,11 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
 QStringList VXContactWords::typedWords(const QString &text)
 {
     const QString trimmed = text.trimmed();
-    if (const QString digits = digitsIn(VXPhoneNumberWithoutTrunkZero(trimmed));
-        digits.size() >= shortestNumber && VXIsValidPhoneNumber(trimmed) &&
-        std::ranges::none_of(trimmed, [](QChar character) { return character.isLetter(); }))
-        return {trimmed.startsWith(u'+') ? u'+' + digits : digits};
+    const QString number = VXWrittenNumber::in(trimmed).number;
+    if (const QString digits = digitsIn(VXPhoneNumberWithoutTrunkZero(number));
+        digits.size() >= shortestNumber && VXIsValidPhoneNumber(number) &&
+        std::ranges::none_of(number, [](QChar character) { return character.isLetter(); }))
+        return {number.startsWith(u'+') ? u'+' + digits : digits};
     QStringList words;
     for (QString token : folded(trimmed).simplified().split(u' ', Qt::SkipEmptyParts)) {
         while (!token.isEmpty() && !isWordPart(token.front()))

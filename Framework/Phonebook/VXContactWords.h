@@ -25,10 +25,10 @@ public:
     /** Of what a word is part; the best first. */
     enum class Kind : char { Name = '1', Company = '2', Email = '3', Number = '4', Other = '5' };
 
-    /** Grows when contacts get words that those of an earlier program lack: then all are made anew. */
-    static constexpr int generation = 2; // 1 was not told
+    /** Grows when contacts get words, or numbers search texts, that those of an earlier program lack: then all are made anew. */
+    static constexpr int generation = 3; // 1 was not told
 
-    /** The keys of a "VXPerson", of its names as a search has them, company, job title, groups and towns, e-mail addresses and numbers:
+    /** The keys of a "VXPerson", of its names as a search has them, company, job title, roles, groups and towns, e-mail addresses and numbers:
      *  UTF-8 of the word, a zero, the kind; and those of its former UIDs. */
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
     /** The key for a contact that was merged into another. No word begins with this byte. */

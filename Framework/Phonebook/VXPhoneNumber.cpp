@@ -3,6 +3,7 @@
 #include "VXCharacterSet.h"
 #include "VXCodePoint.h"
 #include "VXCountryCodes.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 
@@ -93,6 +94,11 @@ bool VXIsValidPhoneNumber(QStringView text)
            VXCharacterSet::decimalDigitCharacterSet().containsAnyMember(text);
 }
 
+bool VXIsNumberAsWritten(const QString &text)
+{
+    return VXIsValidPhoneNumber(VXWrittenNumber::in(text).number);
+}
+
 QString VXPhoneNumberSearchString(QStringView number)
 {
     QString digits = VXCharacterSet::decimalDigitCharacterSet().membersOf(number);
@@ -106,6 +112,11 @@ QString VXPhoneNumberSearchString(QStringView number)
 }
 
 QString VXPhoneNumberLookUpString(const QString &number)
+{
+    return VXPhoneNumberRecordString(VXWrittenNumber::in(number).number);
+}
+
+QString VXPhoneNumberRecordString(const QString &number)
 {
     return VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(number));
 }

@@ -10,15 +10,23 @@
 /** Whether the text has at least 3 UTF-16 units, all in the formatting set, and at least one digit. */
 [[nodiscard]] VX_EXPORT bool VXIsValidPhoneNumber(QStringView text);
 
+/** Whether it is a valid number once extension, remark and second number (VXWrittenNumber) are taken off: what people may
+ *  write as the number of a contact. */
+[[nodiscard]] VX_EXPORT bool VXIsNumberAsWritten(const QString &text);
+
 /**
  * The form in which numbers are compared and looked up: only the digits, without access and country codes. Digits are
  * kept as written. Null for null, empty for a text without digits.
  */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberSearchString(QStringView number);
 
-/** The same of what is dialled of the number: without the "(0)" of VXPhoneNumberWithoutTrunkZero, by which nobody finds it. For
- *  all that is typed, and all that is recorded as somebody else wrote it. */
+/** The same of what is dialled of the number: without what VXWrittenNumber takes off, and without the "(0)" of
+ *  VXPhoneNumberWithoutTrunkZero, by which nobody finds it. For the numbers of contacts, and all that is typed or looked up. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberLookUpString(const QString &number);
+
+/** The same with the digits of an extension: what messages and calls keep of a number,
+ *  as a network tells it to phones, and what tells the numbers of contacts apart. */
+[[nodiscard]] VX_EXPORT QString VXPhoneNumberRecordString(const QString &number);
 
 /** The digits without a leading country code; fewer than 5 characters come back unchanged. */
 [[nodiscard]] VX_EXPORT QString VXPhoneNumberByStrippingCountryCode(const QString &digits);

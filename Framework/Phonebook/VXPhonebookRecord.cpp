@@ -50,8 +50,8 @@ QString searchFormOfItem(const QString &item)
 {
     QString name;
     QString value;
-    const bool isAddress = VXPhonebookStringSplit(item, &name, &value);
-    const QString number = isAddress ? VXPhoneNumberLookUpString(value) : QString();
+    const bool isAddress = VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), &name, &value);
+    const QString number = isAddress ? VXPhoneNumberRecordString(value) : QString();
     QStringList parts{name, number.isEmpty() ? value.toLower() : number};
     parts.removeAll(QString());
     return parts.isEmpty() ? item : parts.join(u' ');
@@ -73,13 +73,14 @@ QStringList itemsOf(const VXManagedObject &record, const QString &key)
 /** A party as recorded: its present name, and the readable form of its number, are looked up when it is shown. */
 struct Party
 {
-    explicit Party(const QString &item)
+    explicit Party(const QString &item) : written(item)
     {
-        if (!VXPhonebookStringSplit(item, &name, &address, &type) && name.isEmpty())
+        if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), &name, &address, &type) && name.isEmpty())
             name = item;
     }
-    QString title() const { return name.isEmpty() ? address : name; }
+    QString title() const { return !name.isEmpty() ? name : address.contains(u'@') ? address : written; }
 
+    QString written;
     QString name;
     QString address;
     unsigned type = 0;

@@ -3,8 +3,11 @@
 #include "VXDiagnostics.h"
 #include "VXPhonebookStringParts.h"
 #include "VXPhonebookType.h"
+#include "VXPhoneNumber.h"
 #include "VXTextEscaping.h"
+#include "VXWrittenNumber.h"
 
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -39,6 +42,24 @@ bool VXPhonebookStringSplit(const QString &text, QString *name, QString *value, 
     if (value != nullptr)
         *value = std::move(foundValue);
     return parts.isAddress;
+}
+
+QString VXPhonebookStringWithoutExtension(const QString &text)
+{
+    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
+                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
+    if (!isLikely)
+        return text;
+    const auto parts = VXPhonebookStringParts::split(text);
+    if (parts.isAddress || !parts.problem.isNull())
+        return text;
+    const bool isBare = parts.value.isNull();
+    const QString value = isBare ? text : unescaped(parts.value);
+    const QString number = VXWrittenNumber::in(value).number;
+    if (number == value || !VXIsValidPhoneNumber(number))
+        return text;
+    return VXPhonebookStringJoin(isBare || parts.name.isNull() ? QString() : unescaped(parts.name), number,
+                                 VXPhonebookTypeMaskFromString(parts.letters));
 }
 
 QString VXPhonebookStringJoin(const QString &name, const QString &value, unsigned typeMask)

@@ -15,6 +15,10 @@
 [[nodiscard]] VX_EXPORT bool VXPhonebookStringSplit(const QString &text, QString *name = nullptr,
                                                     QString *value = nullptr, unsigned *typeMask = nullptr);
 
+/** The phonebook string with the number that is dialled, where its number has an extension or the like as people write it
+ *  (VXWrittenNumber), which the format does not have. Any other text is returned as it is. */
+[[nodiscard]] VX_EXPORT QString VXPhonebookStringWithoutExtension(const QString &text);
+
 /**
  * Makes a phonebook string, with reserved characters escaped. Name and value may be null; without a value the name is
  * returned as it is. A mask that has no letters is written as "/(null)".

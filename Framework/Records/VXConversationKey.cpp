@@ -3,8 +3,7 @@
 #include "VXPhonebookList.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
-
-#include <QtCore/QStringList>
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 
@@ -14,14 +13,14 @@ namespace {
 
 QString searchFormOfAddress(const QString &address)
 {
-    const QString number = VXPhoneNumberLookUpString(address);
+    const QString number = VXPhoneNumberRecordString(address);
     return address.contains(u'@') || number.isEmpty() ? address.toLower() : number;
 }
 
 QString keyOfItem(const QString &item)
 {
     QString value;
-    const bool isAddress = VXPhonebookStringSplit(item, nullptr, &value);
+    const bool isAddress = VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), nullptr, &value);
     return isAddress ? searchFormOfAddress(value) : item.toLower();
 }
 
@@ -35,4 +34,14 @@ QString VXConversationKey(const QString &phonebookStrings)
     std::ranges::transform(keys, keys.begin(), keyOfItem);
     keys.sort(); // the order of a group does not matter
     return keys.join(", "_L1);
+}
+
+QStringList VXConversationKeysOf(const QString &phonebookString)
+{
+    QStringList keys{VXConversationKey(phonebookString)};
+    QString value;
+    if (VXPhonebookStringSplit(phonebookString, nullptr, &value))
+        keys.append(VXConversationKey(VXWrittenNumber::in(value).number));
+    keys.removeDuplicates();
+    return keys;
 }

@@ -13,7 +13,7 @@ constexpr unsigned mostCompletions = 100;
 VXPredicate wasRecordedWithWord(const QString &word)
 {
     const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {word});
-    const QString number = VXIsValidPhoneNumber(word) ? VXPhoneNumberLookUpString(word) : QString();
+    const QString number = VXIsNumberAsWritten(word) ? VXPhoneNumberLookUpString(word) : QString();
     if (number.isEmpty() || number == word)
         return asTyped;
     return VXPredicate::anyOf(
@@ -25,7 +25,7 @@ VXPredicate wasRecordedWithWord(const QString &word)
 QStringList VXTypedWords(const QString &text)
 {
     const QString plain = text.simplified();
-    if (plain.isEmpty() || VXIsValidPhoneNumber(plain))
+    if (plain.isEmpty() || VXIsNumberAsWritten(plain))
         return plain.isEmpty() ? QStringList() : QStringList{plain};
     QStringList words = plain.split(u' ');
     words.removeDuplicates();
@@ -39,7 +39,7 @@ QStringList VXPartiesMeantBy(const QString &text)
         return parties;
     for (const QString &each : VXPhonebookManager::sharedPhonebookManager().completionsForSubstring(
              text, VXPhonebookPropertyNumber | VXPhonebookPropertyEmail, mostCompletions))
-        parties.append(VXConversationKey(each));
+        parties.append(VXConversationKeysOf(each));
     parties.removeAll(QString());
     parties.removeDuplicates();
     return parties;

@@ -32,8 +32,10 @@ bool moveAside(const QString &path)
     for (int number = 1; number <= mostAside; ++number) {
         const QString aside = path + ".other-user-"_L1 + QString::number(number);
         if (::renameat2(AT_FDCWD, QFile::encodeName(path).constData(), AT_FDCWD, QFile::encodeName(aside).constData(),
-                        RENAME_NOREPLACE) == 0)
+                        RENAME_NOREPLACE) == 0) {
+            VXLog::log(VXLogNotice, "%1: another user made it, and it lies in %2 now"_L1.arg(path, aside));
             return true;
+        }
         if (errno != EEXIST)
             break;
     }

@@ -172,6 +172,7 @@ void VXMetaDataIndexer::close()
         if (_index->endChanges(_identifier, &error)) {
             _debt.settleIndex();
             _state.noteIndex(_index->stamp(_identifier, nullptr));
+            _index->giveBackFree();
         } else {
             giveUp(error);
         }

@@ -346,14 +346,13 @@ bool VXMetaDataSync::Pass::removeOrphans(qint64 *fileCount)
 
 bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
 {
-    if (!prepareFolder() || !takeTurn(0ms) || !_turn || !isOfThisStore())
+    if (!prepareFolder() || !takeTurn(0ms) || !_turn)
         return false;
-    if (_sync._state.isReplaced()) { // which closing the mirror would note as being in place
+    const bool isReplaced = !isOfThisStore() || _sync._state.isReplaced(); // a pass is due for the rest
+    if (isReplaced) // of which only the note is left once the mirror is closed, which notes it as being in place
         _sync.noteReplacement();
-        return false;
-    }
     const VXMetaDataMirror::Use use(_sync._mirror);
-    bool isAll = saved.isAll;
+    bool isAll = saved.isAll && !isReplaced;
     for (const VXManagedObjectID &objectID : saved.present) {
         const VXManagedObjectPtr object = _context.existingObjectWithID(objectID);
         if (!_sync.isRunning())

@@ -10,8 +10,8 @@
 #include <optional>
 
 /** Grows when classes of this program learn to tell more of their objects: then all files are written anew but those that tell that
- *  they are of this one. A new version of the index takes a new one as well. */
-constexpr qint64 VXMetaDataGeneration = 5; // 1 was not told
+ *  they are of this one, or would be the same. A new version of the index takes a new one as well. */
+constexpr qint64 VXMetaDataGeneration = 6; // 1 was not told
 VX_EXPORT extern const QString VXMetaDataGenerationKey;
 
 /**

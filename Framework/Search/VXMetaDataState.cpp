@@ -29,6 +29,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr QLatin1String suffix(".state");
 const QByteArray selfKind = "self ";
 const QByteArray indexKind = "index ";
 const QByteArray dataKind = "data ";
@@ -92,7 +93,7 @@ bool isDataAsLeft(const QByteArray &line)
 
 VXMetaDataState::VXMetaDataState(const QString &identifier)
     : _identifier(identifier),
-      _path(VXFileManager::defaultManager().pathToUserMetadataFolder() + u'/' + identifier + ".state"_L1)
+      _path(VXFileManager::defaultManager().pathToUserMetadataFolder() + u'/' + identifier + suffix)
 {
 }
 
@@ -108,7 +109,9 @@ void VXMetaDataState::replaceLines(const QByteArray &kind, const QByteArrayList 
 {
     QByteArrayList all = this->lines();
     const QByteArrayList before = all;
-    all.removeIf([&kind](const QByteArray &line) { return line.startsWith(kind) || line.startsWith(selfKind); });
+    all.removeIf([&kind](const QByteArray &line) { // with whatever else somebody wrote there
+        return line.startsWith(kind) || !(line.startsWith(indexKind) || line.startsWith(dataKind));
+    });
     all += lines;
     std::ranges::sort(all);
     if (all == before.mid(0, before.size() - 1) && !isReplaced())
@@ -127,8 +130,10 @@ void VXMetaDataState::replaceLines(const QByteArray &kind, const QByteArrayList 
 bool VXMetaDataState::isReplaced() const
 {
     const QByteArrayList all = lines();
-    return !all.isEmpty() && (all.last() != selfLine(AT_FDCWD, QFile::encodeName(_path).constData()) ||
-                              !std::ranges::all_of(all, isDataAsLeft));
+    if (all.isEmpty()) // lost, where a pass has been made
+        return QFile::exists(_path.chopped(suffix.size()) + ".settings"_L1);
+    return all.last() != selfLine(AT_FDCWD, QFile::encodeName(_path).constData()) ||
+           !std::ranges::all_of(all, isDataAsLeft);
 }
 
 QByteArray VXMetaDataState::indexStamp() const

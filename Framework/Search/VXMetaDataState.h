@@ -20,8 +20,8 @@ public:
     /** Of the sync of that identifier. */
     explicit VXMetaDataState(const QString &identifier);
 
-    /** Whether this is a copy, or a data file was written by others since: nobody knows which files of the mirror are true. False
-     *  where nothing was noted, and while a data file has a log, as long as somebody works on the store. */
+    /** Whether this is a copy, or a data file was written by others since: nobody knows which files of the mirror are true. True, too,
+     *  where what a pass noted is lost. False before the first pass, and while a data file has a log, as long as somebody works on the store. */
     bool isReplaced() const;
     /** Whether a pass has noted anything yet. */
     bool isNoted() const { return !lines().isEmpty(); }

@@ -55,7 +55,7 @@ QString VXPartyNames::contactOf(const VXFoundParty &party)
 
 QString VXPartyNames::nameOf(const VXFoundParty &party)
 {
-    const bool isNumber = VXIsValidPhoneNumber(party.address);
+    const bool isNumber = VXIsNumberAsWritten(party.address);
     if (isNumber || party.address.contains(u'@')) {
         if (const QString name = contactOf(party); !name.isEmpty())
             return name;

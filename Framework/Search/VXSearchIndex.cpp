@@ -2,6 +2,7 @@
 
 #include "VXErrorDomain.h"
 #include "VXMetaDataSource.h"
+#include "VXMethodLog.h"
 #include "VXPartyNames.h"
 #include "VXSearchEntries.h"
 #include "VXSearchIndexFile.h"
@@ -98,7 +99,24 @@ QByteArray VXSearchIndex::stamp(const QString &folder, VXError *error)
     if (!statement)
         return {};
     statement.bindText(1, folder);
-    return statement.step() == VXSQLiteStatement::Step::Row ? statement.text(0).toUtf8() : QByteArray();
+    const VXSQLiteStatement::Step step = statement.step();
+    if (step == VXSQLiteStatement::Step::Failed)
+        VXSetError(error, _connection->lastError());
+    return step == VXSQLiteStatement::Step::Row ? statement.text(0).toUtf8() : QByteArray();
+}
+
+void VXSearchIndex::giveBackFree()
+{
+    constexpr qint64 fewestFree = 1'000; // pages of 4 KB
+    constexpr qint64 mostUsed = 5'000;   // copied, in memory, in a fraction of a second
+    const qint64 all = number(u"PRAGMA page_count"_s, {}, nullptr).value_or(0);
+    const qint64 free = number(u"PRAGMA freelist_count"_s, {}, nullptr).value_or(0);
+    if (free < fewestFree || free < all / 2 || all - free > mostUsed)
+        return;
+    VXError error; // the next one tries it again
+    if (!_connection->execute(u"INSERT INTO words (words) VALUES ('optimize')"_s, &error) ||
+        !_connection->execute(u"VACUUM"_s, &error))
+        VXLogMethod(VXLogNotice, "giveBackFree", error.description());
 }
 
 bool VXSearchIndex::isAllComplete(VXError *error)

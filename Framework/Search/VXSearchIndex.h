@@ -67,6 +67,9 @@ public:
     bool endChanges(const QString &folder, VXError *error);
     /** Another one after each of those, by which an older copy of the index is known. Null without one, and on failure. */
     QByteArray stamp(const QString &folder, VXError *error);
+    /** Once most of the file is free, as after a mass deletion, makes it anew without what was taken out. Waits for readers for a moment only, and
+     *  leaves large indexes as they are, so that others need not wait for it. */
+    void giveBackFree();
     /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);
     /** Removes all entries of a folder and the folder itself. settleAll() has to name the remaining folders anew. */

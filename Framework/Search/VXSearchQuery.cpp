@@ -8,6 +8,9 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
+#include <vector>
+
+#include <sqlite3.h>
 
 using namespace Qt::StringLiterals;
 
@@ -15,7 +18,14 @@ namespace {
 
 constexpr auto inTrash = int(VXMetaDataHiding::InTrash);
 
+// Without SQLite's own conversion to UTF-16, which takes longer. Null for NULL.
+QString textOf(sqlite3_value *value)
+{
+    const auto *const text = reinterpret_cast<const char *>(sqlite3_value_text(value));
+    return text == nullptr ? QString() : QString::fromUtf8(text, sqlite3_value_bytes(value));
 }
+
+} // namespace
 
 const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden "_s;
 
@@ -35,11 +45,14 @@ QList<VXFoundParty> VXSearchQuery::partiesIn(const QString &json)
 
 VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
 {
-    VXFoundObject object{.place = row.text(0), .kind = row.text(1), .title = row.text(2), .detail = row.text(3)};
+    std::vector<sqlite3_value *> values;
+    row.columns(&values);
+    VXFoundObject object{
+        .place = textOf(values[0]), .kind = textOf(values[1]), .title = textOf(values[2]), .detail = textOf(values[3])};
     if (!row.value(4).isNull())
         object.date = QDateTime::fromMSecsSinceEpoch(row.number(4), Qt::UTC);
     if (object.kind != "contact"_L1) // which is no party of its own
-        object.parties = partiesIn(row.text(5));
+        object.parties = partiesIn(textOf(values[5]));
     object.isInTrash = row.number(6) == inTrash;
     return object;
 }
@@ -143,10 +156,10 @@ bool VXSearchQuery::collect(VXSQLiteStatement &statement, VXError *error)
 {
     VXSQLiteStatement::Step step = VXSQLiteStatement::Step::Row;
     while (isMoreWanted() && (step = statement.step()) == VXSQLiteStatement::Step::Row) {
-        const QString object = statement.text(0);
-        if (_known.contains(object))
+        const QString place = statement.text(0);
+        if (_known.contains(place))
             continue;
-        _known.insert(object);
+        _known.insert(place);
         _found.append(foundIn(statement));
     }
     if (step == VXSQLiteStatement::Step::Failed)

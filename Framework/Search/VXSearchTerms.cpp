@@ -1,7 +1,9 @@
 #include "VXSearchTerms.h"
 
+#include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 #include "VXTypedLetters.h"
+#include "VXWrittenNumber.h"
 
 #include <QtCore/QRegularExpression>
 
@@ -35,8 +37,7 @@ QString separated(const QString &text)
 
 QStringList partsOf(const QString &text)
 {
-    static const QRegularExpression space(u"\\s+"_s, QRegularExpression::UseUnicodePropertiesOption);
-    return QString(text).replace(QChar(0), u' ').split(space, Qt::SkipEmptyParts);
+    return QString(text).replace(QChar(0), u' ').simplified().split(u' ', Qt::SkipEmptyParts);
 }
 
 // Folds the words, and drops those without a letter or digit, which the index does not take for words.
@@ -55,7 +56,7 @@ bool isOfNumber(const QString &text)
 {
     static const QRegularExpression number(u"^[-+0-9\\s\\p{Pd}()/.*#]+$"_s,
                                            QRegularExpression::UseUnicodePropertiesOption);
-    return number.match(text).hasMatch();
+    return !text.isEmpty() && !text.front().isLetter() && number.match(text).hasMatch();
 }
 
 QString digitsOf(const QString &text)
@@ -80,7 +81,7 @@ QString bareNumber(const QString &part)
 
 VXSearchTerms::VXSearchTerms(const QString &text)
 {
-    const QString trimmed = text.trimmed();
+    const QString trimmed = VXPhonebookStringWithoutExtension(text.trimmed());
     if (trimmed.size() > longestText) {
         _problem =
             u"This is too long to search for: %1 characters, of at most %2."_s.arg(trimmed.size()).arg(longestText);
@@ -88,7 +89,7 @@ VXSearchTerms::VXSearchTerms(const QString &text)
     }
     const QString ofOneWidth = withPlainDigits(trimmed.normalized(QString::NormalizationForm_KC));
     _words = wordsOf(partsOf(trimmed));
-    QStringList parts = partsOf(ofOneWidth);
+    QStringList parts = partsOf(VXWrittenNumber::in(ofOneWidth).number);
     std::ranges::transform(parts, parts.begin(), bareNumber);
     _digits = digitsOf(parts.join(u' '));
     read(ofOneWidth);

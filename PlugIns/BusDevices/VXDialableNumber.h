@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VXWrittenNumber.h"
+
 #include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 
@@ -10,10 +12,10 @@ inline QString VXNumberWithoutWriting(const QString &number)
     return QString(number).remove(writing);
 }
 
-/** The same; null when it is none that can be dialled. */
+/** The same, without an extension and the like (VXWrittenNumber); null when it is none that can be dialled. */
 inline QString VXDialableNumber(const QString &number)
 {
     static const QRegularExpression dialable(QStringLiteral("\\A\\+?[0-9*#]{1,40}\\z"));
-    const QString bare = VXNumberWithoutWriting(number);
+    const QString bare = VXNumberWithoutWriting(VXWrittenNumber::in(number).number);
     return dialable.match(bare).hasMatch() ? bare : QString();
 }

@@ -49,7 +49,7 @@ QVariantMap VXContactMetaData(const VXContactRecord &contact, const QString &tit
         {u"kMDItemDescription"_s, withoutNone(QStringList{contact.company} + numbers + emails).join(", "_L1)},
         {u"kMDItemContactKeywords"_s, VXNamesOfContact(contact)},
         {u"kMDItemOrganizations"_s, contact.company},
-        {u"kMDItemJobTitle"_s, contact.jobTitle},
+        {u"kMDItemJobTitle"_s, withoutNone(QStringList{contact.jobTitle} + VXRolesOfContact(contact))},
         {u"kMDItemPhoneNumbers"_s, numbers},
         {u"kMDItemEmailAddresses"_s, emails},
         {u"kMDItemURLs"_s, textsOf(contact.urls)},

@@ -26,7 +26,7 @@ bool updateAll(const VXPersistentStoreCoordinator::Ptr &coordinator, VXError *er
         isAtEnd = page->size() < pageSize;
         for (const VXManagedObjectPtr &object : *page) {
             if (auto *const person = dynamic_cast<VXPerson *>(object.get()))
-                person->updateWords();
+                person->updateAllItIsFoundBy();
             request.afterNumber = object->objectID().number();
         }
         if (!context.save(error))

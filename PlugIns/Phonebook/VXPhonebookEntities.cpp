@@ -94,10 +94,26 @@ void VXPerson::updateWords()
     }
 }
 
+void VXPerson::updateAllItIsFoundBy()
+{
+    updateWords();
+    for (const VXManagedObjectPtr &each : relatedObjects(indexOf(*this, u"numbers"_s))) {
+        if (auto *const number = dynamic_cast<VXContactAddress *>(each.get()))
+            number->updateSearch();
+    }
+}
+
 void VXPerson::updateDate()
 {
     if (isInserted() ? !valueForKey(changedDateKey).isValid() : !changedValues().contains(changedDateKey))
         setValueForKey(QDateTime::currentDateTimeUtc(), changedDateKey);
+}
+
+void VXContactAddress::updateSearch()
+{
+    const QString search = searchText();
+    if (const int index = indexOf(*this, u"search"_s); attribute(index).toString() != search)
+        setAttribute(index, search.isEmpty() ? QVariant() : QVariant(search));
 }
 
 void VXContactAddress::willSave()
@@ -109,8 +125,10 @@ void VXContactAddress::willSave()
             person->ownDidChange();
         return;
     }
-    const QString search = searchText();
-    setAttribute(indexOf(*this, u"search"_s), search.isEmpty() ? QVariant() : QVariant(search));
+    updateSearch();
+    if (!isInserted() &&
+        changedValues().keys() == QStringList{u"search"_s}) // made anew by a later program, from what it was
+        return;
     const VXManagedObjectPtr owner = related(indexOf(*this, personKey));
     if (auto *const person = dynamic_cast<VXPerson *>(owner.get()))
         person->ownDidChange();

@@ -24,6 +24,8 @@ public:
     void ownDidChange();
     /** Brings what it is found by while it is typed in step with what is written of it. */
     void updateWords();
+    /** The same with the search texts of its numbers. */
+    void updateAllItIsFoundBy();
 
 protected:
     void willSave() override;
@@ -36,6 +38,9 @@ private:
 /** What a number and an e-mail address have in common: a search text, and a person who is found by them. */
 class VXContactAddress : public VXManagedObject
 {
+public:
+    void updateSearch();
+
 protected:
     void willSave() override;
     /** The value in the form in which it is looked up. */

@@ -16,6 +16,7 @@ namespace {
 
 constexpr qsizetype mostResults = 20; // desktops show fewer
 constexpr qsizetype longestSubtitle = 120;
+constexpr std::chrono::seconds betweenAsks{1};
 
 QString kindWord(const QString &kind)
 {
@@ -64,6 +65,10 @@ VXSearchIndex *VXSearchAnswers::index()
     if (VXMetaDataSync::isIgnored()) {
         _index.reset();
         return nullptr;
+    }
+    if (_willAsk && _nextAsk.hasExpired()) {
+        _nextAsk = QDeadlineTimer(betweenAsks);
+        _willAsk();
     }
     if (!_index || !_index->isCurrent())
         _index = VXSearchIndex::openExisting(&error);

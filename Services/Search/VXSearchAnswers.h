@@ -2,6 +2,7 @@
 
 #include "VXSearchIndex.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QTimer>
@@ -18,6 +19,8 @@ public:
     VXSearchAnswers(std::function<void(const QString &url)> open, std::chrono::milliseconds idleTime);
     /** Called when the index was damaged, and was thrown away. */
     void setDidDiscard(std::function<void()> didDiscard) { _didDiscard = std::move(didDiscard); }
+    /** Called before the index is asked, once a second at most. */
+    void setWillAsk(std::function<void()> willAsk) { _willAsk = std::move(willAsk); }
 
     /** Every call of a desktop's comes by here. */
     void noteCall() { _idle.start(); }
@@ -47,6 +50,8 @@ private:
 
     const std::function<void(const QString &url)> _open;
     std::function<void()> _didDiscard;
+    std::function<void()> _willAsk;
+    QDeadlineTimer _nextAsk{0}; // when it is due again
     std::unique_ptr<VXSearchIndex> _index;
     QTimer _idle;
 };

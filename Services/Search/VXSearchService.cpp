@@ -67,6 +67,7 @@ VXSearchService::VXSearchService(std::function<void(const QString &url)> open, s
         return;
     _server = std::make_unique<Server>(std::move(open), idleTime);
     _server->answers().setDidDiscard([this] { Q_EMIT indexWasDiscarded(); });
+    _server->answers().setWillAsk([this] { Q_EMIT willAsk(); });
     _problem = _server->serve();
     if (!_problem.isNull())
         return;

@@ -33,6 +33,8 @@ Q_SIGNALS:
     void idle();
     /** The index was damaged, and is gone: all is to be mirrored anew. */
     void indexWasDiscarded();
+    /** The index is about to be asked: who waits for what it lacks may look whether it is up to date. Once a second at most. */
+    void willAsk();
 
 private Q_SLOTS:
     void end();

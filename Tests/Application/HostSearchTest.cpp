@@ -81,6 +81,15 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     EXPECT_EQ(kinds("zozo --kind contact"), QStringList{u"contact"_s});
     const QString url = json("zozo")[0][u"url"_s].toString();
     EXPECT_THAT(runHost({"open", url}).output, HasSubstr("Zozo"));
+    EXPECT_EQ(runHost("phonebook add 'Al Ext' --number '+1 (212) 555-0150 ext. 77'").errors, "");
+    for (const VXWords &arguments :
+         {VXWords("search 2125550150"), VXWords("search '+12125550150 x3'"), VXWords("phonebook complete 12125550150"),
+          VXWords("phonebook lookup +12125550150"), VXWords("phonebook lookup '+1 212 555 0150 ext. 77'")})
+        EXPECT_THAT(runHost(arguments).output, HasSubstr("Al Ext")) << arguments.join(u' ').toStdString();
+    runHost("phonebook add 'Mary Ext' --number '+1 212 555 0150 x7' --number '+1 212 555 0150 x8'");
+    EXPECT_THAT(runHost("phonebook lookup '+1 212 555 0150 x77'").output, HasSubstr("Al Ext"));
+    runHost("phonebook edit 'Mary Ext' --drop '+1 212 555 0150 ext. 8'");
+    EXPECT_THAT(runHost("phonebook show 'Mary Ext'").output, AllOf(HasSubstr("x7"), Not(HasSubstr("x8"))));
     runHost("phonebook delete 'Zoë Müller'");
     EXPECT_EQ(kinds("zozo"), QStringList());
     EXPECT_NE(runHost({"open", url}).status, 0);
@@ -92,16 +101,18 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
 TEST_F(HostSearchTest, FindsContactsByAllThatIsWrittenOfThem)
 {
     runHost("phonebook import -",
-            "BEGIN:VCARD\r\nVERSION:3.0\r\nN:김;철수\r\nORG:Acme;Robots\r\nTITLE:Welder\r\nURL:https://"
+            "BEGIN:VCARD\r\nVERSION:3.0\r\nN:김;철수\r\nORG:Acme;Robots\r\nTITLE:Welder\r\nROLE:Shop "
+            "steward\r\nURL:https://"
             "weld.example.org/x\r\n"
             "ADR;TYPE=HOME:;;12 Elm Street;Springfield;OH;45501;USA\r\nX-PHONETIC-LAST-NAME:Gimm\r\nEND:VCARD\r\n"
             "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:박지성\r\nN:박지성\r\nEND:VCARD\r\n"
             "BEGIN:VCARD\r\nVERSION:3.0\r\nN:山田;太郎\r\nEND:VCARD\r\n");
     const std::pair<VXWords, QString> cases[] = {
-        {"welder", u"철수 김"_s},    {"robots", u"철수 김"_s},      {"weld.example", u"철수 김"_s},
-        {"'elm str'", u"철수 김"_s}, {"springfield", u"철수 김"_s}, {"45501", u"철수 김"_s},
-        {"gimm", u"철수 김"_s},      {"김철수", u"철수 김"_s},      {"철수", u"철수 김"_s},
-        {"지성", u"박지성"_s},       {"박지", u"박지성"_s},         {"山田太郎", u"太郎 山田"_s}};
+        {"steward", u"철수 김"_s},      {"welder", u"철수 김"_s},    {"robots", u"철수 김"_s},
+        {"weld.example", u"철수 김"_s}, {"'elm str'", u"철수 김"_s}, {"springfield", u"철수 김"_s},
+        {"45501", u"철수 김"_s},        {"gimm", u"철수 김"_s},      {"김철수", u"철수 김"_s},
+        {"철수", u"철수 김"_s},         {"지성", u"박지성"_s},       {"박지", u"박지성"_s},
+        {"山田太郎", u"太郎 山田"_s}};
     for (const auto &[words, title] : cases)
         EXPECT_EQ(json(words)[0][u"title"_s].toString(), title) << words.join(u' ').toStdString();
     // As an earlier program left them.

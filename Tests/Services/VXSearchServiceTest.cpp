@@ -109,10 +109,14 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
 TEST_F(VXSearchServiceTest, AnswersKRunner)
 {
     const auto service = makeService();
+    int asks = 0;
+    QObject::connect(service.get(), &VXSearchService::willAsk, service.get(), [&] { ++asks; });
     EXPECT_EQ(busctl(u"Actions"_s, {}), "a(sss) 0\n");
+    EXPECT_EQ(asks, 0);
     const std::string matches = busctl(u"Match"_s, {u"s"_s, u"jane doe"_s});
     EXPECT_THAT(matches, HasSubstr("a(sssida{sv}) 2 \"x-coredata://store/vxperson/p1\" \"Jane Doe\" "
                                    "\"avatar-default\" 100 1 1 \"subtext\" s"));
+    EXPECT_GE(asks, 1);
     EXPECT_EQ(busctl(u"Match"_s, {u"s"_s, u"nobody"_s}), "a(sssida{sv}) 0\n");
     EXPECT_THAT(busctl(u"Match"_s, {u"s"_s, u"0100"_s}), HasSubstr("a(sssida{sv}) 2 "));
     busctl(u"Run"_s, {u"ss"_s, jane, QString(u""_s)});

@@ -266,7 +266,7 @@ QString VXContactForm::problem()
         for (const AddressRow &row : list->edits) {
             const QString value = row.value->text().trimmed();
             if (list->field == &VXContactRecord::numbers)
-                check(row.value, value.isEmpty() || VXIsValidPhoneNumber(value),
+                check(row.value, value.isEmpty() || VXIsNumberAsWritten(value),
                       VXText("“%1” is no phone number.").arg(value));
             else if (list->field == &VXContactRecord::emails)
                 check(row.value, value.isEmpty() || VXIsValidEmailAddress(value),

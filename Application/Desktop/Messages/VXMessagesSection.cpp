@@ -60,7 +60,7 @@ QStringList conversationsWith(const QString &party)
     if (person && person->entity().name() == "VXPerson"_L1) {
         const VXContactRecord contact(QVariant::fromValue(person));
         for (const VXContactRecord::Address &each : contact.numbers + contact.emails)
-            keys.append(VXConversationKey(each.value));
+            keys.append(VXConversationKeysOf(each.value));
     }
     keys.removeDuplicates();
     return keys;

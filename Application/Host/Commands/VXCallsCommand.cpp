@@ -13,6 +13,7 @@
 #include "VXLimitOption.h"
 #include "VXPartySearch.h"
 #include "VXPhonebookRecord.h"
+#include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 #include "VXPluginSession.h"
 #include "VXShownDate.h"
@@ -79,9 +80,12 @@ QStringList rowOf(const Call &call, const VXCallRecord &record, const QString &w
 }
 
 // By what is stored of the other party, and by the numbers and e-mail addresses of those who are called so.
-VXPredicate predicateOfParty(VXHostContext &host, const QString &text)
+VXPredicate predicateOfParty(VXHostContext &host, const QString &typed)
 {
     QStringList searches;
+    QString address; // of what completions print
+    const bool isAddress = VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(typed), nullptr, &address);
+    const QString text = isAddress ? address : typed;
     const bool isNumber = VXIsValidPhoneNumber(text);
     if (const auto phonebook = isNumber ? VXPersistentStoreCoordinator::Ptr() : VXOpenContacts(host)) {
         VXManagedObjectContext contacts(phonebook);

@@ -75,8 +75,12 @@ void setWhole(VXContactRecord &contact, const QString &text)
     QString name;
     QString value;
     unsigned type = 0;
-    if (!VXPhonebookStringSplit(text, &name, &value, &type))
-        return setName(contact, text);
+    if (!VXPhonebookStringSplit(text, &name, &value, &type) && !VXIsNumberAsWritten(value)) {
+        if (!VXIsNumberAsWritten(text))
+            return setName(contact, text);
+        name.clear();
+        value = text.trimmed();
+    }
     if (!name.isEmpty())
         setName(contact, name);
     (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
@@ -96,9 +100,9 @@ QString VXContactRecord::*textField(const QString &option)
 bool drop(VXContactRecord &contact, const QString &value)
 {
     qsizetype count = contact.groups.removeAll(value);
-    const QString search = VXPhoneNumberLookUpString(value);
+    const QString search = VXPhoneNumberRecordString(value); // with the extension
     count += contact.numbers.removeIf([&](const Address &each) {
-        return each.value == value || (!search.isEmpty() && VXPhoneNumberLookUpString(each.value) == search);
+        return each.value == value || (!search.isEmpty() && VXPhoneNumberRecordString(each.value) == search);
     });
     const auto isMeant = [&](const PostalAddress &each) {
         return std::ranges::any_of(
@@ -124,7 +128,7 @@ QString apply(VXContactRecord &contact, const QString &option, const QString &va
             return u"--birthday needs a date, as 1985-04-12"_s;
     } else if (option == "number"_L1) {
         const Address number = addressFrom(value);
-        if (!VXIsValidPhoneNumber(number.value))
+        if (!VXIsNumberAsWritten(number.value))
             return u"\"%1\" is no phone number"_s.arg(number.value);
         contact.numbers.append(number);
     } else if (option == "email"_L1) {

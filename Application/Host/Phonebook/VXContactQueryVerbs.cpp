@@ -50,7 +50,7 @@ std::optional<QList<VXContactCandidate>> candidatesFor(VXHostContext &context, V
     QString name;
     QString value;
     unsigned type = 0;
-    if (!VXPhonebookStringSplit(text, &name, &value, &type)) {
+    if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(text), &name, &value, &type)) {
         context.output.fail(u"\"%1\" is no phone number, e-mail address or phonebook string"_s.arg(text));
         return std::nullopt;
     }
@@ -191,10 +191,7 @@ int VXLookUpContact(VXHostContext &context)
     const VXManagedObjectPtr entry = VXPhonebookManager::sharedPhonebookManager().entryForAddress(text);
     if (!entry) {
         context.output.answer(u"No contact has it.\n"_s, QJsonValue());
-        QString name;
-        QString value;
-        unsigned type = 0;
-        if (!context.output.isJSON() && !VXPhonebookStringSplit(text, &name, &value, &type))
+        if (!context.output.isJSON() && !VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(text)))
             context.output.note(u"\"%1\" is no number or address; \"vornix phonebook show\" and \"complete\" find "
                                 "contacts by their names"_s.arg(text));
         return VXHostOutput::Failed;

@@ -61,7 +61,7 @@ QList<VXManagedObjectPtr> personsNamed(VXManagedObjectContext &contacts, const Q
         return persons;
     const VXContactLookup lookup(contacts);
     QList<VXContactCandidate> candidates;
-    if (VXIsValidPhoneNumber(text))
+    if (VXIsNumberAsWritten(text))
         candidates = lookup.forPhoneNumber(text, 0, {});
     else if (VXIsValidEmailAddress(text))
         candidates = lookup.forEmailAddress(text, 0, {});

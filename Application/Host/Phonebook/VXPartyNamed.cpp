@@ -14,6 +14,7 @@
 #include "VXPhonebookString.h"
 #include "VXPhonebookType.h"
 #include "VXPhoneNumber.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 
@@ -54,7 +55,7 @@ QStringList keysOfPerson(const VXManagedObjectPtr &person)
     QStringList keys;
     const VXContactRecord contact{QVariant::fromValue(person)};
     for (const VXContactRecord::Address &each : contact.numbers + contact.emails)
-        keys.append(VXConversationKey(each.value));
+        keys.append(VXConversationKeysOf(each.value));
     return keys;
 }
 
@@ -62,7 +63,8 @@ QStringList keysOfPerson(const VXManagedObjectPtr &person)
 QStringList beginningsOf(const QString &text)
 {
     QStringList beginnings{VXConversationKey(text)};
-    if (const QString digits = VXPhoneNumberInternationalDigits(text); !digits.isEmpty())
+    const QString number = VXWrittenNumber::in(text).number;
+    if (const QString digits = VXPhoneNumberInternationalDigits(number); !digits.isEmpty())
         beginnings.append(digits.startsWith(u'1') ? digits.sliced(1) : VXPhoneNumberByStrippingCountryCode(digits));
     beginnings.removeAll(QString());
     return beginnings;

@@ -10,6 +10,8 @@
 #include "VXSearchService.h"
 #include "VXSearchUpdate.h"
 
+#include <QtCore/QDeadlineTimer>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -22,6 +24,18 @@ void open(const QString &url)
 {
     if (!VXDesktopProgram::open(url) && !VXFoundObject::uriForURL(QUrl(url)).isEmpty())
         VXStartBeside({u"open"_s, url});
+}
+
+// One that was started may take a while, and where a disk is full, for instance, nothing comes of it.
+void updateIfDue()
+{
+    static std::chrono::seconds betweenUpdates{10};
+    static QDeadlineTimer next(0);
+    if (!next.hasExpired() || !VXIsSearchUpdateDue() || VXMetaDataKeeper::isElsewhere())
+        return;
+    next = QDeadlineTimer(betweenUpdates);
+    betweenUpdates *= 2;
+    VXStartSearchUpdate();
 }
 
 // Without the plugins, because desktops ask after each letter, and start this for it.
@@ -37,9 +51,10 @@ int runSearchService(VXHostContext &context)
     VXSearchService service(open, std::chrono::seconds(seconds));
     if (!service.problem().isNull())
         return context.output.fail(u"desktops cannot search here: %1"_s.arg(service.problem()));
-    const bool isToRemove = VXMetaDataSync::isIgnored() && !VXMetaDataRemoval::identifiers().isEmpty();
-    if (isToRemove || (VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere()))
+    if (VXMetaDataSync::isIgnored() && !VXMetaDataRemoval::identifiers().isEmpty())
         VXStartSearchUpdate();
+    updateIfDue();
+    QObject::connect(&service, &VXSearchService::willAsk, &service, updateIfDue); // a backup may have been put back
     QObject::connect(&service, &VXSearchService::indexWasDiscarded, &service, VXStartSearchUpdate);
     VXModalSession session;
     QObject::connect(&service, &VXSearchService::idle, &service, [&session] { session.stop(0); });

@@ -53,7 +53,13 @@ bool isControl(QChar letter)
 QString VXGammuGate::storableNumber(const QString &number)
 {
     static const QRegularExpression storable(u"\\A\\+?[0-9*#][0-9*#pPwW+]{0,79}\\z"_s);
-    const QString bare = VXNumberWithoutWriting(number);
+    VXWrittenNumber written = VXWrittenNumber::in(number);
+    QString bare = VXNumberWithoutWriting(number);
+    if (!storable.match(bare).hasMatch()) { // phones write a pause before extensions
+        if (!written.extension.isEmpty())
+            written.extension.replace(u',', u'p').prepend(u'p');
+        bare = VXNumberWithoutWriting(written.number) + written.extension;
+    }
     return storable.match(bare).hasMatch() ? bare : QString();
 }
 

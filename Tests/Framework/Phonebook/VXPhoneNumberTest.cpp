@@ -1,7 +1,11 @@
 #include "VXPhoneNumber.h"
+#include "VXAddressScore.h"
+#include "VXConversationKey.h"
 #include "VXCountryCodes.h"
+#include "VXPhonebookString.h"
 #include "VXPhonebookText.h"
 #include "VXTesting.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 #include <array>
@@ -108,6 +112,51 @@ TEST(VXPhoneNumberTest, aZeroInBracketsIsLeftOutUnlessItIsDialled)
         EXPECT_EQ(VXPhoneNumberWithoutTrunkZero(given), expected) << given.toStdString();
     EXPECT_EQ(VXPhoneNumberSearchString(VXPhoneNumberWithoutTrunkZero(table[2].given)),
               VXPhoneNumberSearchString(u"+390669821234"));
+}
+
+TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
+{
+    const struct
+    {
+        QString text, number, extension;
+    } table[] = {
+        {u"+1.212.555.0150 ext. 77"_s, u"+1.212.555.0150"_s, u"77"_s},
+        {u"+1 212 555 0150 x77"_s, u"+1 212 555 0150"_s, u"77"_s},
+        {u"+12125550150;ext=5"_s, u"+12125550150"_s, u"5"_s},
+        {u"+12125550150pp5#"_s, u"+12125550150"_s, u"5#"_s},
+        {u"030 1112222, Durchwahl 12"_s, u"030 1112222"_s, u"12"_s},
+        {u"+49 30 1112222-55 (Zentrale)"_s, u"+49 30 1112222-55"_s, {}},
+        {u"030 111 2222 / 030 111 3333"_s, u"030 111 2222"_s, {}},
+        {u"030 / 1112222"_s, u"030 / 1112222"_s, {}}, // an area code
+        {u"+49 (0)30 1112222"_s, u"+49 (0)30 1112222"_s, {}},
+        {u"Agent x77"_s, u"Agent x77"_s, {}},
+        {u"123p4"_s, u"123p4"_s, {}},
+        {QString(u"p1"_s).repeated(60'000), QString(u"p1"_s).repeated(60'000), {}},
+        {QString(), {}, {}},
+    };
+    for (const auto &[text, number, extension] : table) {
+        const VXWrittenNumber written = VXWrittenNumber::in(text);
+        EXPECT_EQ(written.number, number) << text.toStdString();
+        EXPECT_EQ(written.extension, extension) << text.toStdString();
+        const QString named = u"Jane <"_s + text + u"/m>"_s;
+        EXPECT_EQ(VXPhonebookStringWithoutExtension(named),
+                  VXIsNumberAsWritten(text) && !VXIsValidPhoneNumber(text) ? u"Jane <"_s + number + u"/m>"_s : named);
+    }
+}
+
+TEST(VXPhoneNumberTest, anExtensionTellsContactsApartThatHaveTheSameNumber)
+{
+    const auto scoreOf = [](const QString &lookedUp, const QString &kept) {
+        return VXAddressScore({{}, lookedUp, 0}, {{}, kept, 0}, 0);
+    };
+    const QString tom = u"+1 415 555 0170 x302"_s, mary = u"+1 415 555 0170 ext. 7"_s, desk = u"+1 415 555 0170"_s;
+    EXPECT_GT(scoreOf(tom, tom), scoreOf(tom, desk));
+    EXPECT_GT(scoreOf(tom, desk), scoreOf(tom, mary));
+    EXPECT_GT(scoreOf(desk, desk), scoreOf(desk, tom));
+    EXPECT_GT(scoreOf(desk, tom), scoreOf(desk, u"415 555 0170"_s));
+    // What was recorded keeps its conversation, and is found by either.
+    EXPECT_EQ(VXConversationKey(u"+12125550150p5"_s), u"21255501505"_s);
+    EXPECT_EQ(VXConversationKeysOf(u"A <+12125550150p5>"_s), (QStringList{u"21255501505"_s, u"2125550150"_s}));
 }
 
 TEST(VXPhoneNumberTest, accessCodes)

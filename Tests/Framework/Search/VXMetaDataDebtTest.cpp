@@ -3,6 +3,7 @@
 #include "VXFileLock.h"
 #include "VXLogRecorder.h"
 #include "VXMetaDataRemoval.h"
+#include "VXMetaDataState.h"
 #include "VXMetaDataTesting.h"
 #include "VXOtherProcess.h"
 #include "VXUserDefaults.h"
@@ -182,6 +183,20 @@ TEST_F(VXMetaDataDebtTest, LeavesWordOfWhatItCouldNotMirror)
     other.kill();
     passOfAnother();
     EXPECT_EQ(find(u"joe"_s).size(), 1);
+
+    const QString state = folder() + ".state"_L1;
+    ASSERT_TRUE(QFile::copy(state, path(u"copy"_s)) && QFile::remove(state) && QFile::rename(path(u"copy"_s), state));
+    launch(); // in a copied home
+    add(u"Jill"_s);
+    sync->terminate();
+    EXPECT_EQ(find(u"jill"_s).size(), 1);
+    EXPECT_TRUE(VXMetaDataDebt::isAnyOfAll()); // the rest, which may be of another day
+    passOfAnother();
+    for (const bool isLost : {true, false}) {
+        ASSERT_TRUE(!isLost || QFile::remove(state));
+        EXPECT_EQ(VXMetaDataState(u"people"_s).isReplaced(), isLost);
+        passOfAnother();
+    }
     VXMetaDataSync::setWork(VXMetaDataWork::Passes);
 }
 

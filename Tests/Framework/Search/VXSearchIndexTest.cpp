@@ -384,8 +384,16 @@ TEST_F(VXSearchIndexTest, ForgetsWhatWasReplacedOrRemoved)
     EXPECT_THAT(find(u"0100"_s), IsEmpty());
     EXPECT_THAT(find(u"7777"_s), ElementsAre(u"Eve"_s));
     EXPECT_EQ(index->count(u"people"_s, nullptr), 3);
+    QList<VXSearchIndex::Change> many;
+    for (int number = 10; number < 4'000; ++number)
+        many.append(change(number, u"contact"_s, u"zebra%1 "_s.arg(number).repeated(150)));
+    ASSERT_TRUE(index->apply(u"people"_s, many, nullptr));
     ASSERT_TRUE(index->removeFolder(u"people"_s, nullptr));
     EXPECT_THAT(find(u"zoo"_s), IsEmpty());
+    index->giveBackFree();
+    index.reset();
+    EXPECT_LT(QFileInfo(VXSearchIndex::path()).size(), 1'000'000);
+    EXPECT_FALSE(readFile(VXSearchIndex::path()).contains("zebra"));
 }
 
 // Out of order, twice in one go, of one moment, and with what is there already.

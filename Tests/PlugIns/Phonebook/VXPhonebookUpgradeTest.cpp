@@ -1,3 +1,4 @@
+#include "VXContactLookup.h"
 #include "VXContactRecord.h"
 #include "VXCoreDataStore.h"
 #include "VXManagedObjectModel.h"
@@ -51,7 +52,7 @@ TEST_P(VXPhonebookVersionsTest, ContactsAreTakenOver)
              {VXStoreOwnerIdentifierKey, u"com.halvern.VNX2.plugin.phonebook"_s}});
         VXManagedObjectContext context(old);
         const VXManagedObjectPtr jane =
-            addPerson(context, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"+15550100/m"_s}}});
+            addPerson(context, {{u"firstName"_s, u"Jane"_s}, {u"numbers"_s, QStringList{u"+12125550100 x5/m"_s}}});
         if (GetParam() > 1) {
             const VXManagedObjectPtr place = context.insertNewObject(u"VXContactPlace"_s);
             set(place, {{u"device_url"_s, u"vxdevice://localhost/phones/mine"_s},
@@ -71,7 +72,8 @@ TEST_P(VXPhonebookVersionsTest, ContactsAreTakenOver)
     ASSERT_TRUE(persons && persons->size() == 1);
     const VXContactRecord jane(QVariant::fromValue(persons->first()));
     EXPECT_EQ(jane.displayName(), u"Jane"_s);
-    EXPECT_EQ(jane.numbers.value(0).value, u"+15550100"_s);
+    EXPECT_EQ(jane.numbers.value(0).value, u"+12125550100 x5"_s);
+    EXPECT_FALSE(VXContactLookup(context).forPhoneNumber(u"2125550100"_s, 0, {}).isEmpty()); // made anew
     const auto places =
         persons->first()->relatedObjects(persons->first()->entity().propertyForName(u"places"_s)->index());
     ASSERT_EQ(places.size(), GetParam() > 1 ? 1 : 0);
