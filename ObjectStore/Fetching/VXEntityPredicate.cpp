@@ -155,12 +155,15 @@ QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath
 {
     const Operator comparison = predicate.comparisonOperator();
     const VXExpression &right = predicate.right();
+    const bool isConstant = right.kind() == Kind::Constant;
     const bool isLeftList = leftPath.isToMany && predicate.modifier() == Modifier::Direct;
-    const bool isLeftMistaken = isLeftList && !rightPath.isToMany && comparison != Operator::Contains;
+    // A list may equal another one, and is none where the path ends before it.
+    const bool canEqual = (comparison == Operator::Equal || comparison == Operator::NotEqual) && isConstant &&
+                          (VXIsNone(right.value()) || isList(right.value()));
+    const bool isLeftMistaken = isLeftList && !rightPath.isToMany && comparison != Operator::Contains && !canEqual;
     if (isLeftMistaken || (rightPath.isToMany && !isLeftList && comparison != Operator::In))
         return u"\"%1\" leads to many values: write it first, after ANY, ALL or NONE"_s.arg(
             (isLeftMistaken ? predicate.left() : right).keys().join(u'.'));
-    const bool isConstant = right.kind() == Kind::Constant;
     if (comparison == Operator::Matches && isConstant && right.value().typeId() == QMetaType::QString) {
         const QRegularExpression pattern = VXMatchesPattern(right.value().toString(), predicate.options());
         return pattern.isValid() ? QString() : u"%1 is no pattern: %2"_s.arg(right.format(), pattern.errorString());

@@ -28,8 +28,8 @@ struct VX_STORE_EXPORT VXEntityPath
  * Adapts a predicate to objects of the entity: where an attribute that is a date, a number or a truth value is compared
  * with a text, the text is converted ("2026-01-01" is a date in local time). What would silently match nothing is
  * refused with the reason: keys that the entity does not have, values of another type, whole numbers that the attribute
- * cannot hold, a path to many values without ANY, ALL or NONE (but IN and CONTAINS), BETWEEN without two values in
- * order, a pattern that is none. Reentrant.
+ * cannot hold, a path to many values where a comparison takes one (without ANY, ALL or NONE), BETWEEN without two values
+ * in order, a pattern that is none. Reentrant.
  */
 [[nodiscard]] VX_STORE_EXPORT std::optional<VXPredicate>
 VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity, QString *problem);
