@@ -59,7 +59,7 @@ TEST_F(VXBluetoothPartsTest, ListsOfCallsAreReadAsPhonesWriteThem)
                                                    entry("X-IRMC-CALL-DATETIME;MISSED:\r\n", "TEL:\r\n") + entry("") +
                                                    entry("X-IRMC-CALL-DATETIME;DIALED:yesterday\r\n") +
                                                    "BEGIN:VCARD\r\nVERSION:2.1\r\nTEL:9");
-    const VXPhonebookCards calls = VXCallsFromCards(file);
+    const VXPhonebookCards calls = VXPhonebookFile(file).calls();
     QStringList told;
     for (const QVariant &item : calls.items) {
         const QVariantMap call = item.toMap();
@@ -69,5 +69,5 @@ TEST_F(VXBluetoothPartsTest, ListsOfCallsAreReadAsPhonesWriteThem)
     }
     EXPECT_EQ(told, (QStringList{u"MC1 1 20:30"_s, u"RC1 1 20:30"_s, u"DC1 1 "_s}));
     EXPECT_EQ(calls.problems.size(), 3) << "one says nothing, one is no call, one is cut off";
-    EXPECT_FALSE(VXContactsFromCards(path(u"nowhere"_s)).problems.isEmpty());
+    EXPECT_FALSE(VXPhonebookFile(path(u"nowhere"_s)).contacts().problems.isEmpty());
 }
