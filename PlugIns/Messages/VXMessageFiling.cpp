@@ -13,7 +13,7 @@ using State = VXMessageRecord::State;
 
 namespace {
 
-constexpr qsizetype sliceSize = 256; // others who file a message wait for one slice
+constexpr qsizetype sliceSize = 1000; // others who file a message wait for one slice
 
 VXPendingChange pendingOf(const VXManagedObjectPtr &message)
 {
