@@ -175,8 +175,10 @@ void VXAndroidPhone::didReadPortion(VXBusErrand &errand, const std::shared_ptr<C
         return finishContacts(errand, *reading);
     if (!cards.isAny && !reading->areAllThere) {
         const auto left = std::chrono::milliseconds(reading->deadline.remainingTime());
-        beginContacts(errand, reading, std::max(left, contactsPause), next);
-        return errand.wait(contactsPause, next);
+        beginContacts(errand, reading, left, next);
+        if (left > contactsPause) // else the step fails
+            errand.wait(contactsPause, next);
+        return;
     }
     reading->deadline.setRemainingTime(contactsLimit);
     beginContacts(errand, reading, VXBusErrand::takingLimit);
