@@ -150,10 +150,11 @@ private:
         phone = std::make_shared<VXAndroidPhone>();
         check(phone->initWithURL(url), "no phone");
         VXDevicePlugin::addDevice(phone);
-        QEventLoop loop; // until it is there, and knows what lies there
+        // Once it is there, it looks what lies there: everybody hears the daemon's answers.
+        QEventLoop loop;
         QObject::connect(phone.get(), &VXBusDevice::connectionDidChange, &loop, [&] {
             if (phone->isConnected())
-                loop.quit();
+                QTimer::singleShot(3000, &loop, &QEventLoop::quit);
         });
         loop.exec();
     }

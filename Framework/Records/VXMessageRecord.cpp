@@ -18,9 +18,10 @@ const QString urlKey = u"url"_s;
 VXMessageRecord::State stateFrom(const VXRecordReader &reader, bool isIncoming)
 {
     using State = VXMessageRecord::State;
-    const QStringList words{u"unsent"_s, u"unread"_s, u"sent"_s, u"read"_s}; // in the order of the enumerators
-    const std::optional<double> number = reader.number(stateKey);
-    const qsizetype state = number ? qsizetype(*number) : words.indexOf(reader.text(stateKey));
+    static const QStringList words{u"unsent"_s, u"unread"_s, u"sent"_s, u"read"_s}; // in the order of the enumerators
+    const qsizetype word = words.indexOf(reader.text(stateKey));
+    const std::optional<double> number = word < 0 ? reader.number(stateKey) : std::nullopt;
+    const qsizetype state = number ? qsizetype(*number) : word;
     if (state >= 0 && state < words.size())
         return State(state);
     return isIncoming ? State::Unread : State::Sent;

@@ -7,6 +7,8 @@
 #include "VXConnectNames.h"
 #include "VXPhoneText.h"
 
+#include <QtCore/QDeadlineTimer>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -14,9 +16,8 @@ namespace {
 
 constexpr auto pairLimit = 45s;      // the daemon gives the person 30
 constexpr auto discoveryLimit = 20s; // until the phone shows up
-constexpr auto contactsLimit = 60s;
-constexpr auto takingLimit = 300s; // for who keeps what was read
-constexpr qsizetype portionSize = 500;
+constexpr auto contactsLimit = 60s;  // until the next one arrives
+constexpr auto contactsPause = 20ms; // between looks at what has arrived
 
 } // namespace
 
@@ -102,57 +103,86 @@ void VXAndroidPhone::unpair(VXBusErrand &errand)
 
 // -- Contacts
 
+/** Contacts, portion by portion. */
+struct VXAndroidPhone::ContactReading
+{
+    const std::shared_ptr<VXConnectContacts> contacts;
+    bool areAllThere = false;     // says the daemon
+    QDeadlineTimer deadline = {}; // for the next card
+    QVariantList items = {};      // that were not handed over
+    QStringList problems = {};
+};
+
 void VXAndroidPhone::readContacts(VXBusErrand &errand)
 {
-    errand.begin(text(u"Reading contacts"_s), contactsLimit);
     const auto contacts = std::make_shared<VXConnectContacts>(_phone);
+    const auto reading = std::make_shared<ContactReading>(ContactReading{.contacts = contacts});
+    errand.begin(text(u"Reading contacts"_s), contactsLimit);
     errand.compute([contacts] { return contacts->putAside(); },
-                   [this, &errand, contacts](const QString &problem) {
+                   [this, &errand, reading](const QString &problem) {
                        if (problem.isNull())
-                           fetchContacts(errand, contacts);
+                           fetchContacts(errand, reading);
                        else
                            errand.fail(VXBusError(problem));
                    });
     errand.setFarewell([contacts] { QThreadPool::globalInstance()->start([contacts] { contacts->bringBack(); }); });
 }
 
-void VXAndroidPhone::fetchContacts(VXBusErrand &errand, const std::shared_ptr<VXConnectContacts> &contacts)
+// Begins a step, in which the daemon may say that it is done; then `didArrive` is called.
+void VXAndroidPhone::beginContacts(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading,
+                                   std::chrono::milliseconds limit, const std::function<void()> &didArrive)
 {
-    errand.begin(text(u"Reading contacts"_s), contactsLimit);
-    const QString path = VXConnectNames::path(_phone, u"contacts"_s);
-    const auto parse = [this, &errand, contacts] {
-        errand.begin(text(u"Reading contacts"_s), contactsLimit);
-        errand.compute([contacts] { return contacts->names(); },
-                       [this, &errand, contacts](const QStringList &names) {
-                           readPortion(errand, std::make_shared<ContactReading>(
-                                                   ContactReading{.contacts = contacts, .left = names}));
-                       });
+    errand.begin(text(u"Reading contacts"_s), limit);
+    errand.listen(VXConnectNames::path(_phone, u"contacts"_s), VXConnectNames::contacts, u"localCacheSynchronized"_s,
+                  [reading, didArrive](const QDBusMessage &) {
+                      reading->areAllThere = true;
+                      if (didArrive)
+                          didArrive();
+                  });
+}
+
+void VXAndroidPhone::fetchContacts(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading)
+{
+    const auto read = [this, &errand, reading] { readPortion(errand, reading); };
+    reading->deadline.setRemainingTime(contactsLimit);
+    beginContacts(errand, reading, contactsLimit, read);
+    errand.call({.path = VXConnectNames::path(_phone, u"contacts"_s),
+                 .interface = VXConnectNames::contacts,
+                 .method = u"synchronizeRemoteWithLocal"_s},
+                [read](const QVariantList &) { read(); });
+}
+
+// What has arrived is read while the daemon writes the rest.
+void VXAndroidPhone::readPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading)
+{
+    beginContacts(errand, reading, contactsLimit);
+    const auto take = [this, &errand, reading](const VXConnectContacts::Cards &cards) {
+        didReadPortion(errand, reading, cards);
     };
-    errand.listen(path, VXConnectNames::contacts, u"localCacheSynchronized"_s,
-                  [parse](const QDBusMessage &) { parse(); });
-    errand.call({.path = path, .interface = VXConnectNames::contacts, .method = u"synchronizeRemoteWithLocal"_s},
-                [](const QVariantList &) {});
+    errand.compute(
+        [contacts = reading->contacts, areAllThere = reading->areAllThere] { return contacts->next(areAllThere); },
+        take);
 }
 
 // Whoever takes portions has taken all but the last of them.
-void VXAndroidPhone::readPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading)
+void VXAndroidPhone::didReadPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading,
+                                    const VXConnectContacts::Cards &cards)
 {
-    errand.begin(text(u"Reading contacts"_s), contactsLimit);
-    const QStringList names = reading->left.first(std::min(portionSize, reading->left.size()));
-    reading->left.remove(0, names.size());
-    const auto take = [this, &errand, reading](const VXConnectContacts::Cards &cards) {
-        reading->problems += cards.problems;
-        reading->items += cards.items;
-        const auto next = [this, &errand, reading] { readPortion(errand, reading); };
-        if (reading->left.isEmpty())
-            return finishContacts(errand, *reading);
-        errand.begin(text(u"Reading contacts"_s), takingLimit);
-        const VXDeviceAction::Portion portion = [items = reading->items] { return QVariantMap{{u"items"_s, items}}; };
-        if (!errand.action() || !errand.action()->handOver(portion, errand.guarded<>(next)))
-            return next();
-        reading->items.clear();
-    };
-    errand.compute([contacts = reading->contacts, names] { return contacts->read(names); }, take);
+    const auto next = [this, &errand, reading] { readPortion(errand, reading); };
+    reading->problems += cards.problems;
+    reading->items += cards.items;
+    if (cards.isLast)
+        return finishContacts(errand, *reading);
+    if (!cards.isAny && !reading->areAllThere) {
+        const auto left = std::chrono::milliseconds(reading->deadline.remainingTime());
+        beginContacts(errand, reading, left, next);
+        if (left > contactsPause) // else the step fails
+            errand.wait(contactsPause, next);
+        return;
+    }
+    reading->deadline.setRemainingTime(contactsLimit);
+    beginContacts(errand, reading, VXBusErrand::takingLimit);
+    errand.handOver(reading->items, next);
 }
 
 void VXAndroidPhone::finishContacts(VXBusErrand &errand, const ContactReading &reading)

@@ -51,16 +51,13 @@ private:
     void requestPair(VXBusErrand &errand);
     void unpair(VXBusErrand &errand);
     void readContacts(VXBusErrand &errand);
-    void fetchContacts(VXBusErrand &errand, const std::shared_ptr<VXConnectContacts> &contacts);
-    /** Contacts, portion by portion. */
-    struct ContactReading
-    {
-        std::shared_ptr<VXConnectContacts> contacts;
-        QStringList left;        // names of cards
-        QVariantList items = {}; // that were not handed over
-        QStringList problems = {};
-    };
+    struct ContactReading;
+    void beginContacts(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading,
+                       std::chrono::milliseconds limit, const std::function<void()> &didArrive = {});
+    void fetchContacts(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading);
     void readPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading);
+    void didReadPortion(VXBusErrand &errand, const std::shared_ptr<ContactReading> &reading,
+                        const VXConnectContacts::Cards &cards);
     static void finishContacts(VXBusErrand &errand, const ContactReading &reading);
     void dial(VXBusErrand &errand);
 

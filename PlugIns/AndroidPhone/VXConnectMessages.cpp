@@ -18,7 +18,6 @@ constexpr auto threadsLimit = 20s;      // until the first conversation is told 
 constexpr auto quiet = 2s;              // there is no sign of the last one
 constexpr auto threadLimit = 60s;       // for a conversation, as long as nothing comes
 constexpr auto rest = 5s;               // for what is missing of one
-constexpr auto takingLimit = 300s;      // for who files what was read
 constexpr auto sendLimit = 90s;         // until the phone tells of the message as sent
 constexpr qsizetype portionSize = 1000; // of messages, as one conversation may have all there are
 constexpr qulonglong mostMessages = std::numeric_limits<int>::max(); // that can be asked for
@@ -36,10 +35,13 @@ struct VXConnectMessages::Reading
     QList<VXConnectMessage> messages = {};  // not handed over yet
     QSet<VXConnectMessage::Key> known = {}; // all that arrived
     bool isHandedOver = true;               // false if nobody takes portions
-    QList<qint64> threads = {};             // the remaining ones
+    QList<qint64> threads = {};             // those left
+    QHash<qint64, qulonglong> counts = {};  // all; how many messages each was read with, 0 until then
+    QSet<qint64> again = {};                // those that are read a second time
+    QElapsedTimer sinceNews = {};           // of a conversation
     qint64 thread = 0;                      // the one being read
     QSet<int> found = {};                   // in that conversation
-    qulonglong expected = 0;
+    qulonglong expected = 0;                // there; 0 until it is told
     QStringList problems = {};
 
     void add(const VXConnectMessage &message)
@@ -48,6 +50,22 @@ struct VXConnectMessages::Reading
         known.insert(message.key());
         if (known.size() > before)
             messages.append(message);
+        note(message.thread);
+    }
+    /** A conversation is told of. It is read again, once, if it was read before the daemon had all of it. */
+    void note(qint64 id, qulonglong count = 0)
+    {
+        const auto before = counts.constFind(id);
+        const bool isKnown = before != counts.cend();
+        const bool isLonger = isKnown && *before > 0 && count > *before && !again.contains(id);
+        if (isKnown && !isLonger)
+            return;
+        if (isLonger)
+            again.insert(id);
+        else
+            counts.insert(id, 0);
+        threads.append(id);
+        sinceNews.start();
     }
 };
 
@@ -170,25 +188,30 @@ void VXConnectMessages::askForNewest(VXBusErrand &errand, const std::function<vo
                });
 }
 
-// The daemon reports messages that it did not know, and each conversation that the phone has.
+// The daemon reports messages that it did not know, and each conversation that the phone has. These are read while
+// others are still being reported.
 void VXConnectMessages::read(VXBusErrand &errand)
 {
     const auto reading = std::make_shared<Reading>();
-    const auto threads = std::make_shared<QSet<qint64>>();
-    errand.begin(_device.text(u"Looking for conversations"_s), threadsLimit);
-    listen(errand, [reading, threads](const VXConnectMessage &message) {
-        reading->add(message);
-        threads->insert(message.thread);
-    });
-    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s,
-                  [threads](const QDBusMessage &signal) { threads->insert(signal.arguments().value(0).toLongLong()); });
-    askForThreads(errand, [this, &errand, reading, threads] {
-        reading->threads = threads->values();
-        std::ranges::sort(reading->threads);
-        if (errand.action())
-            errand.action()->setProgressMaxValue(double(reading->threads.size()));
-        readNext(errand, reading);
-    });
+    const auto next = [this, &errand, reading] { readNext(errand, reading); };
+    beginReading(errand, reading, u"Looking for conversations"_s, threadsLimit, [next](qint64, qulonglong) { next(); });
+    askForThreads(errand, next);
+}
+
+// Begins a step, in which all messages and conversations that are reported are noted.
+void VXConnectMessages::beginReading(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, const QString &what,
+                                     std::chrono::milliseconds limit, const Loaded &loaded)
+{
+    errand.begin(_device.text(what), limit);
+    listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
+    const auto heard = [reading, loaded](const QDBusMessage &signal) {
+        const qint64 id = signal.arguments().value(0).toLongLong();
+        const qulonglong count = signal.arguments().value(1).toULongLong();
+        reading->note(id, count);
+        if (loaded)
+            loaded(id, count);
+    };
+    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s, heard);
 }
 
 // For a conversation the daemon first fetches what it does not have, and reports how much there is; then it delivers
@@ -196,21 +219,36 @@ void VXConnectMessages::read(VXBusErrand &errand)
 void VXConnectMessages::readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
 {
     if (reading->threads.isEmpty())
-        return finish(errand, reading);
+        return awaitMore(errand, reading);
     reading->thread = reading->threads.takeFirst();
     reading->found.clear();
-    errand.begin(_device.text(u"Reading messages"_s), threadLimit);
-    listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
-    const auto loaded = [this, &errand, reading](const QDBusMessage &signal) {
-        if (signal.arguments().value(0).toLongLong() == reading->thread)
-            readLoaded(errand, reading, signal.arguments().value(1).toULongLong());
-    };
-    errand.listen(VXConnectNames::path(_phone), VXConnectNames::conversations, u"conversationLoaded"_s, loaded);
+    reading->expected = 0;
+    if (errand.action())
+        errand.action()->setProgressMaxValue(double(reading->counts.size() + reading->again.size()));
+    beginReading(errand, reading, u"Reading messages"_s, threadLimit,
+                 [this, &errand, reading](qint64 id, qulonglong count) {
+                     if (id == reading->thread)
+                         readLoaded(errand, reading, count);
+                 });
     errand.call({.path = VXConnectNames::path(_phone, u"sms"_s),
                  .interface = VXConnectNames::sms,
                  .method = u"requestConversation"_s,
                  .arguments = {reading->thread, qint64(-1), qint64(-1)}},
                 [](const QVariantList &) {});
+}
+
+// There is no sign of the last conversation.
+void VXConnectMessages::awaitMore(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
+{
+    const auto passed = std::chrono::milliseconds(reading->sinceNews.isValid() ? reading->sinceNews.elapsed() : 0);
+    if (passed >= quiet)
+        return finish(errand, reading);
+    const auto look = [this, &errand, reading] { readNext(errand, reading); };
+    beginReading(errand, reading, u"Looking for conversations"_s, threadsLimit, [reading, look](qint64, qulonglong) {
+        if (!reading->threads.isEmpty())
+            look();
+    });
+    errand.wait(quiet - passed, look);
 }
 
 // If it is asked for more than it reported, the daemon reads what is missing.
@@ -219,7 +257,11 @@ void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Re
     reading->expected = count;
     if (count == 0)
         return finishThread(errand, reading);
-    errand.begin(_device.text(u"Reading messages"_s), threadLimit);
+    beginReading(errand, reading, u"Reading messages"_s, threadLimit,
+                 [this, &errand, reading](qint64 id, qulonglong now) {
+                     if (id == reading->thread && now > reading->expected)
+                         readLoaded(errand, reading, now);
+                 });
     const auto end = [this, &errand, reading] { finishThread(errand, reading); };
     listen(errand, [this, &errand, reading, end](const VXConnectMessage &message) {
         reading->add(message);
@@ -243,6 +285,7 @@ void VXConnectMessages::readLoaded(VXBusErrand &errand, const std::shared_ptr<Re
 
 void VXConnectMessages::finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
 {
+    reading->counts[reading->thread] = reading->expected;
     if (qulonglong(reading->found.size()) < reading->expected)
         reading->problems.append(_device.text(u"Of a conversation only %1 of %2 messages could be read."_s)
                                      .arg(reading->found.size())
@@ -250,9 +293,8 @@ void VXConnectMessages::finishThread(VXBusErrand &errand, const std::shared_ptr<
     if (errand.action())
         errand.action()->incrementProgress();
     const auto next = [this, &errand, reading] { readNext(errand, reading); };
-    errand.begin(_device.text(u"Reading messages"_s),
-                 takingLimit); // nothing more of this conversation is expected
-    listen(errand, [reading](const VXConnectMessage &message) { reading->add(message); });
+    beginReading(errand, reading, u"Reading messages"_s,
+                 VXBusErrand::takingLimit); // nothing more of this conversation is expected
     if (reading->messages.size() < portionSize || !handOver(errand, *reading, next))
         next();
 }

@@ -3,6 +3,8 @@
 #include "VXBusDevice.h"
 #include "VXConnectMessage.h"
 
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 
 /**
@@ -46,7 +48,12 @@ private:
     void dropHeard();
     void askForThreads(VXBusErrand &errand, const std::function<void()> &then);
     void askForNewest(VXBusErrand &errand, const std::function<void()> &then);
+    /** Told how many messages the daemon has of a conversation. */
+    using Loaded = std::function<void(qint64 thread, qulonglong count)>;
+    void beginReading(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, const QString &what,
+                      std::chrono::milliseconds limit, const Loaded &loaded = {});
     void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
+    void awaitMore(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void readLoaded(VXBusErrand &errand, const std::shared_ptr<Reading> &reading, qulonglong count);
     void finishThread(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     bool handOver(VXBusErrand &errand, Reading &reading, const std::function<void()> &next = {}) const;

@@ -19,12 +19,13 @@ constexpr auto stepLimit = 70s; // without a sign of life: the service gives up 
 struct VXPhonebookAccess::Reading
 {
     QString what; // for people
-    VXPhonebookCards (*read)(const QString &path);
+    VXPhonebookCards (VXPhonebookFile::*read)();
     QStringList lists;
     QStringList otherLists; // used instead of the first if the phone does not have that one
     QString session = {};
     VXTransferFolder folder = {};
-    VXPhonebookCards cards = {};
+    std::unique_ptr<VXPhonebookFile> file = {}; // the list that is read
+    VXPhonebookCards cards = {};                // that were not handed over, and what else was found
 };
 
 VXPhonebookAccess::VXPhonebookAccess(VXObexPeer peer, std::function<void(const QString &)> tellNumber)
@@ -42,8 +43,10 @@ void VXPhonebookAccess::tryPhone(VXBusErrand &errand)
 
 void VXPhonebookAccess::readContacts(VXBusErrand &errand)
 {
-    const std::shared_ptr<Reading> reading(new Reading{
-        .what = _peer.text(u"Reading contacts"_s), .read = VXContactsFromCards, .lists = {u"pb"_s}, .otherLists = {}});
+    const std::shared_ptr<Reading> reading(new Reading{.what = _peer.text(u"Reading contacts"_s),
+                                                       .read = &VXPhonebookFile::contacts,
+                                                       .lists = {u"pb"_s},
+                                                       .otherLists = {}});
     VXOpenObexSession(errand, _peer, u"pbap"_s, [this, &errand, reading](const QString &session) {
         reading->session = session;
         readNext(errand, reading);
@@ -53,7 +56,7 @@ void VXPhonebookAccess::readContacts(VXBusErrand &errand)
 void VXPhonebookAccess::readCalls(VXBusErrand &errand)
 {
     const std::shared_ptr<Reading> reading(new Reading{.what = _peer.text(u"Reading calls"_s),
-                                                       .read = VXCallsFromCards,
+                                                       .read = &VXPhonebookFile::calls,
                                                        .lists = {u"cch"_s},
                                                        .otherLists = {u"mch"_s, u"ich"_s, u"och"_s}});
     VXOpenObexSession(errand, _peer, u"pbap"_s, [this, &errand, reading](const QString &session) {
@@ -99,16 +102,26 @@ void VXPhonebookAccess::pull(VXBusErrand &errand, const std::shared_ptr<Reading>
                       [this, &errand, reading, path](const VXError &problem) {
                           if (!problem.isNull())
                               return errand.fail(problem);
-                          errand.begin(reading->what, stepLimit);
-                          errand.compute([reading, path] { return reading->read(path); },
-                                         [this, &errand, reading, path](const VXPhonebookCards &cards) {
-                                             QFile::remove(path);
-                                             reading->cards.items += cards.items;
-                                             reading->cards.problems += cards.problems;
-                                             reading->cards.ownNumber = cards.ownNumber;
-                                             readNext(errand, reading);
-                                         });
+                          reading->file = std::make_unique<VXPhonebookFile>(path);
+                          QFile::remove(path); // it is open
+                          readPortion(errand, reading);
                       });
+}
+
+void VXPhonebookAccess::readPortion(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)
+{
+    errand.begin(reading->what, stepLimit);
+    const auto take = [this, &errand, reading](const VXPhonebookCards &cards) {
+        reading->cards.items += cards.items;
+        reading->cards.problems += cards.problems;
+        if (!cards.ownNumber.isNull())
+            reading->cards.ownNumber = cards.ownNumber;
+        if (cards.isLast)
+            return readNext(errand, reading);
+        errand.begin(reading->what, VXBusErrand::takingLimit);
+        errand.handOver(reading->cards.items, [this, &errand, reading] { readPortion(errand, reading); });
+    };
+    errand.compute([reading] { return (reading->file.get()->*reading->read)(); }, take);
 }
 
 void VXPhonebookAccess::finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading)

@@ -25,6 +25,7 @@ private:
 
     void readNext(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void pull(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
+    void readPortion(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
     void finish(VXBusErrand &errand, const std::shared_ptr<Reading> &reading);
 
     const VXObexPeer _peer;

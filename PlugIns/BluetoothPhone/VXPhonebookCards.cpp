@@ -1,34 +1,15 @@
 #include "VXPhonebookCards.h"
 
-#include "VXCardReader.h"
 #include "VXPhoneText.h"
 
-#include <QtCore/QFile>
-#include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTimeZone>
-
-#include <functional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-VXPhonebookCards readCards(const QString &path, const std::function<void(VXPhonebookCards &, const VXCard &)> &take)
-{
-    VXPhonebookCards cards;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        cards.problems.append(file.errorString());
-        return cards;
-    }
-    VXCardReader reader(file);
-    while (const std::optional<VXCard> card = reader.next())
-        take(cards, *card);
-    for (const VXCardProblem &problem : reader.problems())
-        cards.problems.append(problem.text);
-    return cards;
-}
+constexpr qint64 portionSize = 500;
 
 QString firstNumber(const VXContactRecord &contact)
 {
@@ -61,41 +42,64 @@ CallStamp stampOf(const QStringList &properties)
 
 } // namespace
 
-VXPhonebookCards VXContactsFromCards(const QString &path)
+VXPhonebookCards VXPhonebookFile::contacts()
 {
-    qint64 location = 0;
-    return readCards(path, [&location](VXPhonebookCards &cards, const VXCard &card) {
-        if (location++ == 0) {
-            cards.ownNumber = firstNumber(card.contact);
-            return;
-        }
-        for (const VXCardProblem &problem : card.problems)
-            cards.problems.append(problem.text);
-        if (!card.isContact)
-            return;
-        QVariantMap contact = card.contact.map();
-        contact.insert(u"memory"_s, u"ME"_s);
-        contact.insert(u"location"_s, location - 1);
-        cards.items.append(contact);
-    });
+    return next(&VXPhonebookFile::takeContact);
 }
 
-VXPhonebookCards VXCallsFromCards(const QString &path)
+VXPhonebookCards VXPhonebookFile::calls()
+{
+    return next(&VXPhonebookFile::takeCall);
+}
+
+VXPhonebookCards VXPhonebookFile::next(void (VXPhonebookFile::*take)(const VXCard &card, VXPhonebookCards &cards))
+{
+    if (!_isOpen)
+        return {.problems = {_file.errorString()}, .isLast = true};
+    VXPhonebookCards cards;
+    for (qint64 left = portionSize; left > 0; --left) {
+        const std::optional<VXCard> card = _reader.next();
+        if (!card) {
+            cards.isLast = true;
+            for (const VXCardProblem &problem : _reader.problems())
+                cards.problems.append(problem.text);
+            break;
+        }
+        (this->*take)(*card, cards);
+        ++_cardCount;
+    }
+    return cards;
+}
+
+void VXPhonebookFile::takeContact(const VXCard &card, VXPhonebookCards &cards)
+{
+    if (_cardCount == 0) {
+        cards.ownNumber = firstNumber(card.contact);
+        return;
+    }
+    for (const VXCardProblem &problem : card.problems)
+        cards.problems.append(problem.text);
+    if (!card.isContact)
+        return;
+    QVariantMap contact = card.contact.map();
+    contact.insert(u"memory"_s, u"ME"_s);
+    contact.insert(u"location"_s, _cardCount);
+    cards.items.append(contact);
+}
+
+void VXPhonebookFile::takeCall(const VXCard &card, VXPhonebookCards &cards)
 {
     static const QHash<QString, QString> memories{
         {u"MISSED"_s, u"MC"_s}, {u"RECEIVED"_s, u"RC"_s}, {u"DIALED"_s, u"DC"_s}};
-    QHash<QString, int> counts; // of each memory's entries
-    return readCards(path, [&counts](VXPhonebookCards &cards, const VXCard &card) {
-        const CallStamp stamp = stampOf(card.contact.properties);
-        const QString memory = memories.value(stamp.kind);
-        if (memory.isNull())
-            return cards.problems.append(u"line %1: no call"_s.arg(card.line));
-        QVariantMap call{{u"isMissed"_s, memory == "MC"_L1}, {u"memory"_s, memory}, {u"location"_s, ++counts[memory]}};
-        VXInsertParty(call, memory != "DC"_L1, firstNumber(card.contact));
-        if (stamp.date.isValid())
-            call.insert(u"date"_s, stamp.date);
-        if (const QString name = card.contact.displayName(); !name.isEmpty() && name != call.value(u"number"_s))
-            call.insert(u"name"_s, name);
-        cards.items.append(call);
-    });
+    const CallStamp stamp = stampOf(card.contact.properties);
+    const QString memory = memories.value(stamp.kind);
+    if (memory.isNull())
+        return cards.problems.append(u"line %1: no call"_s.arg(card.line));
+    QVariantMap call{{u"isMissed"_s, memory == "MC"_L1}, {u"memory"_s, memory}, {u"location"_s, ++_counts[memory]}};
+    VXInsertParty(call, memory != "DC"_L1, firstNumber(card.contact));
+    if (stamp.date.isValid())
+        call.insert(u"date"_s, stamp.date);
+    if (const QString name = card.contact.displayName(); !name.isEmpty() && name != call.value(u"number"_s))
+        call.insert(u"name"_s, name);
+    cards.items.append(call);
 }

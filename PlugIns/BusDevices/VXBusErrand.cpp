@@ -105,6 +105,16 @@ void VXBusErrand::run(const std::function<void()> &code)
     }
 }
 
+void VXBusErrand::handOver(QVariantList &items, const std::function<void()> &next)
+{
+    const QVariantList handed = std::exchange(items, {}); // `next` may be called at once
+    const auto portion = [handed] { return QVariantMap{{u"items"_s, handed}}; };
+    if (!handed.isEmpty() && _action && _action->handOver(portion, guarded<>(next)))
+        return;
+    items = handed;
+    next();
+}
+
 // -- The end
 
 void VXBusErrand::succeed(const QVariantMap &result)

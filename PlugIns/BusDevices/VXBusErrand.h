@@ -71,6 +71,13 @@ public:
         };
     }
 
+    // -- Results in portions
+    /** For a step in which who takes portions keeps what was read. */
+    static constexpr std::chrono::seconds takingLimit{300};
+    /** Hands the items over to whoever takes portions of the action's result, or leaves them; calls `next` when more may
+     *  come, unless the step is over by then. */
+    void handOver(QVariantList &items, const std::function<void()> &next);
+
     // -- The end
     /** Sets what says goodbye to the service if the errand ends in any way other than `succeed`; nobody waits for it.
      *  */

@@ -11,6 +11,8 @@ using namespace VXGammuProtocol;
 
 namespace {
 
+constexpr qsizetype portionSize = 500; // of what is read
+
 // A message that names its recipient in the way of records, by phonebook strings.
 QVariant objectOf(const VXDeviceAction &action)
 {
@@ -135,11 +137,22 @@ void VXGammuDriver::takeProgress(const QCborArray &message)
         if (_complete)
             _complete(record);
         job.items.append(record);
+        if (job.items.size() % portionSize == 0)
+            handOver(action);
     } else if (const auto expected = decode<Expect>(message)) {
         action->setProgressMaxValue(expected->maximum);
     } else if (decode<Step>(message)) {
         action->incrementProgress();
     }
+}
+
+// Whoever takes contacts is faster than a phone. What else is in the result describes messages, which need it.
+void VXGammuDriver::handOver(const VXDeviceAction::Ptr &action)
+{
+    const auto portion = [items = _jobs.front().items] { return QVariantMap{{u"items"_s, items}}; };
+    const bool isTaken = action->actionName() == "read_contacts"_L1 && action->handOver(portion);
+    if (isTaken && !_jobs.empty() && _jobs.front().action == action) // it may have stopped this object
+        _jobs.front().items.clear();
 }
 
 // The result of a reading request is complete except for its items; the same holds for one that was broken off after it

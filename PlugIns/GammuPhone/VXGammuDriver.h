@@ -56,6 +56,7 @@ private:
     void start();
     void take(const QCborArray &message);
     void takeProgress(const QCborArray &message);
+    void handOver(const VXDeviceAction::Ptr &action);
     void concludeCurrent(const QVariantMap &result, const VXError &error);
     void processDidEnd(const VXGammuFailure &failure);
     void cancel(const VXDeviceAction *action);

@@ -13,7 +13,7 @@ using State = VXMessageRecord::State;
 
 namespace {
 
-constexpr qsizetype sliceSize = 256; // others who file a message wait for one slice
+constexpr qsizetype sliceSize = 1000; // others who file a message wait for one slice
 
 VXPendingChange pendingOf(const VXManagedObjectPtr &message)
 {
@@ -138,12 +138,24 @@ bool VXMessageFiling::begin(VXError *error)
     return _hasBegun;
 }
 
+// Of the phone's folder, what is meant to be on the phone and was not found there. Only what is pending is asked for:
+// that is little, and the store would rather go through all of the folder.
+std::optional<QList<VXManagedObjectPtr>> VXMessageFiling::fetchWritten(const Step &step, VXError *error)
+{
+    const auto found = step.context.executeFetchRequest(requestFor(step.context, u"pending == 3"_s, {}), error);
+    if (!found)
+        return std::nullopt;
+    QList<Message> written;
+    for (const Message &message : *found) {
+        if (urlOf(message).isNull() && folderOf(message) == step.folder)
+            written.append(message);
+    }
+    return written;
+}
+
 bool VXMessageFiling::readWritten(Step &step, VXError *error)
 {
-    const auto found =
-        step.context.executeFetchRequest(requestFor(step.context, u"folder == %@ AND pending == 3 AND url == NULL"_s,
-                                                    {QVariant::fromValue(step.folder)}),
-                                         error);
+    const std::optional<QList<Message>> found = fetchWritten(step, error);
     if (!found)
         return false;
     QSet<VXManagedObjectID> known;
@@ -390,13 +402,9 @@ void VXMessageFiling::applyAbsence(const Message &message, Step &step) const
     ++step.outcome.changed;
 }
 
-// Messages that are meant to be on the phone but were not found there.
 bool VXMessageFiling::finishWritten(Step &step, VXError *error)
 {
-    const auto found =
-        step.context.executeFetchRequest(requestFor(step.context, u"folder == %@ AND pending == 3 AND url == NULL"_s,
-                                                    {QVariant::fromValue(step.folder)}),
-                                         error);
+    const std::optional<QList<Message>> found = fetchWritten(step, error);
     for (qsizetype index = 0; found && index < found->size(); ++index) {
         if (const Message message = found->at(index); !isMet(message))
             noteChange(message, {}, step);

@@ -80,6 +80,7 @@ private:
     enum class Round { AtOnce, SameDate, SentHere };
 
     bool perform(const Work &work, VXError *error);
+    static std::optional<QList<Message>> fetchWritten(const Step &step, VXError *error);
     bool readWritten(Step &step, VXError *error);
     bool inSlices(const QList<Item> &items, Round round, VXError *error);
     bool fileSlice(const QList<Item> &slice, Round round, Step &step, VXError *error);

@@ -141,10 +141,10 @@ QStringList VXContactPlaces::phones() const
     return phones.values();
 }
 
-void VXContactPlaces::match(const VXPhoneContacts &contacts)
+void VXContactPlaces::match(const VXPhoneContacts &contacts, qsizetype first)
 {
     using Traits = VXContactTraits;
-    for (qsizetype index = 0; index < contacts.size(); ++index)
+    for (qsizetype index = first; index < contacts.size(); ++index)
         _news.append(index);
     const auto location = [](const Traits &traits) { return traits.location; };
     const auto content = [](const Traits &traits) { return traits.content; };

@@ -76,8 +76,8 @@ public:
     /** Which phones they are of, as far as those told. */
     QStringList phones() const;
 
-    /** The contacts have traits. */
-    void match(const VXPhoneContacts &contacts);
+    /** The contacts, from the first on that counts, have traits if any place is known. */
+    void match(const VXPhoneContacts &contacts, qsizetype first = 0);
     const QList<Known> &known() const { return _known; }
     /** Contacts that are not known. */
     const QList<qsizetype> &news() const { return _news; }

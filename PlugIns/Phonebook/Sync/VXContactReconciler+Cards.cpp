@@ -34,10 +34,33 @@ bool VXContactReconciler::linkAll(VXError *error)
         links.append(Link{.contact = contact});
     for (const qsizetype known : knownThat([](const Known &each) { return each.met >= 0 && each.person.isNull(); }))
         links.append({_places.known()[known].met, known});
+    return linkInSlices(links, error);
+}
+
+bool VXContactReconciler::linkInSlices(const QList<Link> &links, VXError *error)
+{
     const auto slice = [&](qsizetype start, qsizetype end, VXError *why) {
         return linkSlice(links.sliced(start, end - start), why);
     };
     return inSlices(links.size(), slice, error);
+}
+
+// A driver may say which phone it is only in the end.
+bool VXContactReconciler::tellPhone(VXError *error)
+{
+    const auto slice = [&](qsizetype start, qsizetype end, VXError *why) {
+        QVariantList places;
+        for (const Linked &linked : _linked.sliced(start, end - start))
+            places.append(QVariant::fromValue(linked.place));
+        if (!readPlaces(places, {}, why))
+            return false;
+        for (const VXManagedObjectPtr &object : *_slice->places) {
+            VXContactPlace place(object);
+            setPhone(place);
+        }
+        return true;
+    };
+    return inSlices(_linked.size(), slice, error);
 }
 
 bool VXContactReconciler::linkSlice(const QList<Link> &links, VXError *error)
@@ -76,6 +99,7 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
     }
     const VXKnownContact *const known = contact.displayName().isEmpty() ? nullptr : match.find(contact);
     Person person = known != nullptr ? known->person : Person();
+    const bool isNew = !person;
     const bool liesElsewhere = person && hasOtherPlace(person);
     if (wasDeletedHere && liesElsewhere)
         person = nullptr; // the other one of two that were the same
@@ -101,7 +125,7 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
         place.setPerson(person);
     } else {
         place = makePlace(person);
-        place.note(there.location, VXPhoneRecordOfPerson(person), contact);
+        place.note(there.location, isNew ? contact : VXPhoneRecordOfPerson(person), contact);
     }
     if (wasDeletedHere || liesElsewhere)
         _slice->late.append(person);

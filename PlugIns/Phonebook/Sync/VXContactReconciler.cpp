@@ -57,13 +57,28 @@ bool VXContactReconciler::begin(VXError *error)
     return true;
 }
 
+bool VXContactReconciler::take(const QVariantMap &portion, VXError *error)
+{
+    if (!_contacts->add(portion.value(u"items"_s).toList(), error))
+        return false;
+    if (!_places.known().isEmpty()) // which of them each is, all together show
+        return true;
+    _phone = portion.value(u"phone"_s).toString();
+    QList<Link> links;
+    while (_linkedCount < _contacts->size())
+        links.append(Link{.contact = _linkedCount++});
+    return linkInSlices(links, error);
+}
+
 bool VXContactReconciler::run(const QString &phone, bool isAll, VXError *error)
 {
-    _phone = phone;
+    const bool isToldLate = std::exchange(_phone, phone) != phone;
+    if (isToldLate && !tellPhone(error))
+        return false;
     const bool isNew = _isNewPhone && isAll; // else it might be given twice what was not read
     if (!choosePlaces(error) || (isNew && !forgetPlaces(error)))
         return false;
-    _places.match(*_contacts);
+    _places.match(*_contacts, _linkedCount);
     if (!_acceptsDeletions)
         _outcome.question = questionAbout(isAll);
     if (!_outcome.question.isNull())

@@ -41,8 +41,9 @@ public:
 
     /** Looks what is known of the phone; before anything is taken. False, with an error, when the store cannot be read. */
     [[nodiscard]] bool begin(VXError *error);
-    /** Items of "read_contacts". False, with an error, when they cannot be kept. */
-    [[nodiscard]] bool take(const QVariantList &items, VXError *error) { return _contacts->add(items, error); }
+    /** A portion of what "read_contacts" gives. Where nothing is known of the phone, its contacts come here at once. False,
+     *  with an error, when they cannot be kept or saved. */
+    [[nodiscard]] bool take(const QVariantMap &portion, VXError *error);
     /** When all was read. `isAll`: what is missing is not on the phone any more. `phone`: what the phone calls itself by, as its IMEI:
      *  what was known of others at that URL is left alone, and is there when they come again. Null: it does not tell. False,
      *  with an error, when the store cannot be read or saved; what was saved before stays. */
@@ -123,6 +124,8 @@ private:
     bool addAll(VXError *error);
 
     bool linkAll(VXError *error);
+    bool linkInSlices(const QList<Link> &links, VXError *error);
+    bool tellPhone(VXError *error);
     bool linkSlice(const QList<Link> &links, VXError *error);
     bool linkContact(const Link &link, const VXPhoneContact &there, VXContactMatch &match, VXError *error);
     bool unite(const Person &person, const VXContactRecord &contact, VXContactMatch *match, VXError *error);
@@ -154,6 +157,7 @@ private:
     const std::function<bool()> _isOver;
     const std::shared_ptr<VXPhoneContacts> _contacts;
     QString _phone;
+    qsizetype _linkedCount = 0; // contacts that came here before all was read
     bool _acceptsDeletions = false;
     bool _isNewPhone = false;
     bool _addsAll = false;

@@ -54,31 +54,26 @@ void VXContactSync::start()
          [this] { readPhone(); });
 }
 
-// Who reads in portions goes on when one is kept.
 void VXContactSync::readPhone()
 {
     const auto take = [this](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
-        const auto keep = [portion](VXContactReconciler &reconciler, VXError *error) {
-            return reconciler.take(portion().value(u"items"_s).toList(), error);
-        };
-        work(keep, [next] {
-            if (next)
-                next();
-        });
+        _readOn = next;
+        work([portion](VXContactReconciler &reconciler, VXError *error) { return reconciler.take(portion(), error); });
     };
     perform(
         u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
         [this](const VXDeviceAction &part) { didRead(part); }, take);
 }
 
+// What was handed over before a failure is kept all the same.
 void VXContactSync::didRead(const VXDeviceAction &part)
 {
-    if (!part.error().isNull())
-        return finish(part.error());
+    if (const VXError failure = part.error(); !failure.isNull())
+        return work([](VXContactReconciler &, VXError *) { return true; }, [this, failure] { finish(failure); });
     const QVariantMap result = part.result().toMap();
     _problems = result.value(u"problems"_s).toStringList();
     const auto reconcile = [result](VXContactReconciler &reconciler, VXError *error) {
-        return reconciler.take(result.value(u"items"_s).toList(), error) &&
+        return reconciler.take(result, error) &&
                reconciler.run(result.value(u"phone"_s).toString(), result.value(u"isComplete"_s).toBool(), error);
     };
     work(reconcile, [this] { didReconcile(); });
@@ -92,9 +87,10 @@ void VXContactSync::work(const Step &step, const std::function<void()> &then)
         workNext();
 }
 
+// One portion is worked on while the next is read.
 void VXContactSync::workNext()
 {
-    const auto carryOut = [reconciler = _reconciler, step = _steps.front().first] {
+    const auto carryOut = [reconciler = _reconciler, step = std::move(_steps.front().first)] {
         VXError error;
         static_cast<void>(step(*reconciler, &error));
         return error;
@@ -106,8 +102,11 @@ void VXContactSync::workNext()
         _steps.pop_front();
         if (!_steps.empty())
             workNext();
-        then();
+        if (then)
+            then();
     });
+    if (_steps.size() == 1 && _readOn)
+        std::exchange(_readOn, {})();
 }
 
 void VXContactSync::didReconcile()

@@ -10,8 +10,8 @@
 
 /**
  * Brings the contacts of a phone and the store "phonebook" into step, as the action "sync_contacts". Its object may say
- * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). What is on the phone is kept in a file as it is read, then comes here in
- * slices; then what changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
+ * `acceptsDeletions`, `isNewPhone` and `addsAll` (VXContactReconciler). What is on the phone is kept in a file as it is read, and comes here in
+ * slices, from a new phone at once, else when all of it is known; then what changed here is carried out there, and each step is noted; what the phone refuses is a problem once, and tried
  * again each time: a sync that is broken off can be repeated, and a second one changes nothing. Main thread, which waits for no store.
  */
 class VXContactSync : public VXDeviceWork
@@ -43,7 +43,7 @@ private:
 
     void readPhone();
     void didRead(const VXDeviceAction &part);
-    void work(const Step &step, const std::function<void()> &then);
+    void work(const Step &step, const std::function<void()> &then = {});
     void workNext();
     void didReconcile();
     void carryOutNext();
@@ -59,6 +59,7 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     std::shared_ptr<VXContactReconciler> _reconciler; // at work on another thread while there are steps
     std::deque<std::pair<Step, std::function<void()>>> _steps;
+    std::function<void()> _readOn;          // called once no portion waits; null while the driver continues by itself
     std::deque<VXPhoneChange> _changes;     // left to be carried out
     std::deque<VXPhoneChange> _made;        // the next of them, made ready
     QMap<QString, QStringList> _carriedOut; // names, by what was done on the phone

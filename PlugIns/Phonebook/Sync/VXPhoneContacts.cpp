@@ -56,7 +56,8 @@ bool VXContactTraits::sharesAddress(const VXContactTraits &other) const
 bool VXPhoneContacts::add(const QVariantList &items, VXError *error)
 {
     QDataStream stream(&_file);
-    bool isKept = _file.isOpen() || _file.open();
+    bool isKept = (_file.isOpen() || _file.open()) && _file.seek(_file.size());
+    _newest.clear();
     for (const QVariant &value : items) {
         const QVariantMap item = value.toMap();
         if (!isKept)
@@ -68,6 +69,7 @@ bool VXPhoneContacts::add(const QVariantList &items, VXError *error)
             _traits.append(VXContactTraits::of(contact.location, contact.contact));
         }
         _places.append(_file.pos());
+        _newest.append(item);
         stream << item;
         isKept = stream.status() == QDataStream::Ok;
     }
@@ -79,6 +81,8 @@ bool VXPhoneContacts::add(const QVariantList &items, VXError *error)
 
 std::optional<VXPhoneContact> VXPhoneContacts::at(qsizetype index, VXError *error)
 {
+    if (const qsizetype first = _places.size() - _newest.size(); index >= first)
+        return VXPhoneContact::fromItem(_newest[index - first].toMap());
     QDataStream stream(&_file);
     QVariantMap item;
     if (_file.seek(_places[index]))

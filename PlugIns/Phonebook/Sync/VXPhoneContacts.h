@@ -54,6 +54,7 @@ public:
 
 private:
     QTemporaryFile _file;
+    QVariantList _newest;  // items of the last portion, which are likely to be asked for
     QList<qint64> _places; // in it
     QList<VXContactTraits> _traits;
     bool _hasTraits = false;

@@ -272,6 +272,67 @@ TEST_F(VXAndroidPhoneTest, HandsOverToWhoTakesPortions)
     }
 }
 
+TEST_F(VXAndroidPhoneTest, ReadsAgainWhatGrewAfterItWasRead)
+{
+    for (int index = 0; index < 20; ++index)
+        add(7 + index % 2, QString::number(index), VXConnectMessage::Sent);
+    connectPhone();
+    bool isFirst = true;
+    mock->answer(u"requestConversation"_s, [&](const QDBusMessage &call) {
+        const qint64 thread = call.arguments().value(0).toLongLong();
+        const auto its = [this](qint64 number) {
+            QList<VXConnectMessage> all = messages;
+            all.removeIf([&](const VXConnectMessage &message) { return message.thread != number; });
+            return all;
+        };
+        if (call.interface() == sms) {
+            if (thread == 8)
+                loaded(7, qulonglong(its(7).size()));
+            loaded(thread, thread == 7 && std::exchange(isFirst, false) ? 1 : qulonglong(its(thread).size()));
+        } else {
+            for (const VXConnectMessage &message : its(thread).first(call.arguments().value(2).toInt()))
+                tell(u"conversationUpdated"_s, message);
+        }
+        return QVariantList();
+    });
+    const VXDeviceAction::Ptr read = perform(u"read_messages"_s);
+    EXPECT_EQ(items(read).size(), messages.size());
+    EXPECT_TRUE(resultOf(read).value(u"isComplete"_s).toBool());
+}
+
+TEST_F(VXAndroidPhoneTest, ReadsCardsWhileTheDaemonWritesOthers)
+{
+    const auto write = [this](int first, int last) {
+        for (int index = first; index < last; ++index)
+            writeFile(u".local/share/kpeoplevcard/kdeconnect-abc/%1.vcf"_s.arg(index),
+                      "BEGIN:VCARD\nFN:Jane\nTEL:1\nEND:VCARD\n");
+    };
+    write(9000, 9001); // of an earlier time
+    connectPhone();
+    mock->answer(u"synchronizeRemoteWithLocal"_s, [&](const QDBusMessage &) {
+        write(0, 600);
+        return QVariantList();
+    });
+    QStringList places;
+    const auto take = [&](const QVariantList &some) {
+        for (const QVariant &item : some)
+            places.append(item.toMap().value(u"location"_s).toString());
+    };
+    const auto read = VXDeviceAction::actionWithName(u"read_contacts"_s);
+    read->setTaker([&](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
+        take(portion().value(u"items"_s).toList());
+        next();
+    });
+    read->executeWithDevice(phone);
+    EXPECT_TRUE(VXRunUntil([&] { return places.size() >= 500; }));
+    write(590, 610); // some a second time
+    mock->emitSignal(path(id, u"contacts"_s), contacts, u"localCacheSynchronized"_s, {QStringList()});
+    ASSERT_TRUE(waitFor(read));
+    take(items(read));
+    EXPECT_EQ(places.size(), 610);
+    EXPECT_EQ(places.removeDuplicates(), 0);
+}
+
 // One message with a date that cannot be hides no other.
 TEST_F(VXAndroidPhoneTest, AnnouncesWhatIsNewOnce)
 {

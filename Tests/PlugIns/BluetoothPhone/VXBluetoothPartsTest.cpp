@@ -49,6 +49,27 @@ TEST_F(VXBluetoothPartsTest, EnvelopesAreReadAsFarAsTheyGo)
     EXPECT_TRUE(back.isComplete);
 }
 
+TEST_F(VXBluetoothPartsTest, ContactsComeInPortions)
+{
+    QByteArray cards;
+    for (int index = 0; index <= 1100; ++index)
+        cards += "BEGIN:VCARD\r\nFN:Jane\r\nTEL:" + QByteArray::number(index) + "\r\nEND:VCARD\r\n";
+    VXPhonebookFile file(writeFile(u"pb"_s, cards));
+    QVariantList items;
+    QStringList sizes;
+    QString ownNumber;
+    for (bool isLast = false; !isLast;) {
+        const VXPhonebookCards some = file.contacts();
+        isLast = some.isLast;
+        items += some.items;
+        sizes.append(QString::number(some.items.size()));
+        ownNumber += some.ownNumber;
+    }
+    EXPECT_EQ(sizes, (QStringList{u"499"_s, u"500"_s, u"101"_s}));
+    EXPECT_EQ(ownNumber, u"0"_s);
+    EXPECT_EQ(items.constLast().toMap().value(u"location"_s), 1100);
+}
+
 TEST_F(VXBluetoothPartsTest, ListsOfCallsAreReadAsPhonesWriteThem)
 {
     const auto entry = [](const QByteArray &stamp, const QByteArray &rest = "TEL:1\r\n") {
@@ -59,7 +80,7 @@ TEST_F(VXBluetoothPartsTest, ListsOfCallsAreReadAsPhonesWriteThem)
                                                    entry("X-IRMC-CALL-DATETIME;MISSED:\r\n", "TEL:\r\n") + entry("") +
                                                    entry("X-IRMC-CALL-DATETIME;DIALED:yesterday\r\n") +
                                                    "BEGIN:VCARD\r\nVERSION:2.1\r\nTEL:9");
-    const VXPhonebookCards calls = VXCallsFromCards(file);
+    const VXPhonebookCards calls = VXPhonebookFile(file).calls();
     QStringList told;
     for (const QVariant &item : calls.items) {
         const QVariantMap call = item.toMap();
@@ -69,5 +90,5 @@ TEST_F(VXBluetoothPartsTest, ListsOfCallsAreReadAsPhonesWriteThem)
     }
     EXPECT_EQ(told, (QStringList{u"MC1 1 20:30"_s, u"RC1 1 20:30"_s, u"DC1 1 "_s}));
     EXPECT_EQ(calls.problems.size(), 3) << "one says nothing, one is no call, one is cut off";
-    EXPECT_FALSE(VXContactsFromCards(path(u"nowhere"_s)).problems.isEmpty());
+    EXPECT_FALSE(VXPhonebookFile(path(u"nowhere"_s)).contacts().problems.isEmpty());
 }

@@ -46,14 +46,14 @@ protected:
         const QJsonDocument document = QJsonDocument::fromJson(output);
         return document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
     }
-    /** A run of the program that may be killed before it ends. */
+    /** A run of the program that may be killed, or asked to quit, before it ends. */
     void runAndPerhapsKill(const VXWords &command, int mostMilliseconds) const
     {
         QProcess process;
         process.start(QStringLiteral(VORNIX_PROGRAM), arguments(command));
         ASSERT_TRUE(process.waitForStarted());
         if (!process.waitForFinished(QRandomGenerator::global()->bounded(1, mostMilliseconds)))
-            process.kill();
+            QRandomGenerator::global()->bounded(2) == 0 ? process.kill() : process.terminate();
         process.waitForFinished();
         vornix("plugins retry com.halvern.VNX2.GammuPhone"); // kills while it is loaded tell against it
     }

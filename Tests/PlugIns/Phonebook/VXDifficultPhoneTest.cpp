@@ -1,5 +1,6 @@
 // Contacts and phones that do not take or keep all that they are given.
 
+#include "VXApplication.h"
 #include "VXContactDuplicates.h"
 #include "VXContactHistory.h"
 #include "VXContactRecord.h"
@@ -29,7 +30,9 @@ public:
     QString refusedName;
     QString serial;
     bool readsAll = true;
-    qsizetype portion = 0; // 0: it gives all at once
+    qsizetype portion = 0;           // 0: it gives all at once
+    int portionsLeft = -1;           // then it falls silent; -1: it does not
+    VXDeviceAction::Ptr silent = {}; // what it does not answer any more
 
     void offerActions()
     {
@@ -56,6 +59,10 @@ private:
     }
     void handOver(VXDeviceAction *action, const QVariantList &items)
     {
+        if (portionsLeft-- == 0)
+            silent = std::static_pointer_cast<VXDeviceAction>(action->shared_from_this());
+        if (silent)
+            return;
         const QVariantMap some{{u"items"_s, items.first(std::min(portion, items.size()))}};
         const auto next = [this, action, items] { handOver(action, items.sliced(portion)); };
         if (portion > 0 && items.size() > portion && action->handOver([some] { return some; }, next))
@@ -145,6 +152,15 @@ protected:
             .arg(result.value(u"removed"_s).toInt())
             .arg(result.value(u"addedThere"_s).toInt() + result.value(u"changedThere"_s).toInt() +
                  result.value(u"deletedThere"_s).toInt());
+    }
+    static QVariantMap card(int index, const QStringList &numbers)
+    {
+        return {{u"name"_s, u"N%1"_s.arg(index)}, {u"numbers"_s, numbers}};
+    }
+    void fill(int first, int last) const
+    {
+        for (int index = first; index <= last; ++index)
+            phone->contacts.insert(index, card(index, {u"555 %1"_s.arg(10000 + index)}));
     }
     QStringList here() const
     {
@@ -388,19 +404,11 @@ TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
 {
     addsAll = false;
     const int count = 520;
-    const auto card = [](int index, const QStringList &numbers) {
-        return QVariantMap{{u"name"_s, u"N%1"_s.arg(index)}, {u"numbers"_s, numbers}};
-    };
-    for (int index = 1; index <= count; ++index)
-        phone->contacts.insert(index, card(index, {u"555 %1"_s.arg(10000 + index)}));
+    fill(1, count);
     phone->contacts.insert(count + 1, card(1, {u"555 10001"_s, u"555 20000"_s}));
     const QMap<int, QVariantMap> before = phone->contacts;
-    phone->portion = 200;
-    const auto action = begin();
-    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting() || !here().isEmpty(); }));
-    action->cancel();
-    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
-    EXPECT_EQ(sync().section(u' ', 2), u"0 0"_s);
+    phone->portion = 200; // of a new phone each is a slice
+    EXPECT_EQ(sync(), u"%1 0 0 0"_s.arg(count));
     EXPECT_EQ(here().size(), count);
     EXPECT_EQ(sync(), u"0 0 0 0"_s);
     EXPECT_EQ(phone->contacts, before);
@@ -410,5 +418,28 @@ TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
     phone->contacts.remove(2);
     EXPECT_EQ(sync(), u"0 1 1 2"_s);
     EXPECT_EQ(VXContactRecord(phone->contacts[count + 1]).numbers.size(), 3);
+
+    fill(1001, 1600);
+    const auto action = begin();
+    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting() || here().size() >= count; }));
+    action->cancel();
+    EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
+    EXPECT_EQ(sync().section(u' ', 1), u"0 0 0"_s);
+    EXPECT_EQ(here().size(), count - 1 + 600);
     EXPECT_EQ(sync(), u"0 0 0 0"_s);
+}
+
+TEST_F(VXDifficultPhoneTest, QuittingBreaksASyncOffBetweenSlices)
+{
+    fill(1, 500);
+    phone->portion = 100;
+    phone->portionsLeft = 3;
+    const auto action = begin();
+    EXPECT_TRUE(VXRunUntil([&] { return phone->silent && !here().isEmpty(); }));
+    Q_EMIT VXApplication::sharedApplication().willTerminate();
+    EXPECT_TRUE(action->isCancelled());
+    manager().shutdown();
+    EXPECT_FALSE(action->isExecuting());
+    std::exchange(phone->silent, {})->conclude();
+    EXPECT_EQ(here().size() % 100, 0) << "a slice was saved in part";
 }
