@@ -155,8 +155,7 @@ std::unique_ptr<VXRowCursor> VXSQLiteStore::firstInOrder(const VXFetchRequest &r
     const VXAttributeDescription *const text = wantedOrder(request);
     const VXSQLiteConnectionPool::Lease connection =
         text != nullptr ? _readers.borrow(nullptr) : VXSQLiteConnectionPool::Lease();
-    if (!connection || connection->textOf(u"PRAGMA encoding"_s, nullptr) != "UTF-16le"_L1 ||
-        !connection->execute(u"BEGIN"_s, nullptr)) // so that all its statements see the same
+    if (!connection || !connection->execute(u"BEGIN"_s, nullptr)) // so that all its statements see the same
         return nullptr;
     const auto end = qScopeGuard([&] { static_cast<void>(connection->execute(u"COMMIT"_s, nullptr)); });
     auto rows = RowsInOrder(*this, request, *text, *connection).find();
