@@ -7,8 +7,6 @@
 #include "VXPhoneNumberFormat.h"
 #include "VXRowDelegate.h"
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -20,10 +18,13 @@ constexpr int pictureSize = 80; // for screens with a scale factor of two
 // Of the one that was made first, as relationships have no order.
 QString firstOf(const VXManagedObjectPtr &person, const QString &list, const QString &key)
 {
-    const auto objects = person->valueForKey(list).value<QList<VXManagedObjectPtr>>();
-    const auto first = std::ranges::min_element(
-        objects, {}, [](const VXManagedObjectPtr &object) { return object->objectID().number(); });
-    return first == objects.cend() ? QString() : (*first)->valueForKey(key).toString().trimmed();
+    VXManagedObjectPtr first;
+    for (const QVariant &each : person->valueForKey(list).toList()) {
+        const auto object = each.value<VXManagedObjectPtr>();
+        if (!first || object->objectID().number() < first->objectID().number())
+            first = object;
+    }
+    return first ? first->valueForKey(key).toString().trimmed() : QString();
 }
 
 // Reads no more of the contact than it shows: the rest would be queries for each row.
