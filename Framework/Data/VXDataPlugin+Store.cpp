@@ -11,6 +11,7 @@
 #include "VXMethodLog.h"
 #include "VXPluginManager.h"
 #include "VXStoreLock.h"
+#include "VXStoreModels.h"
 #include "VXStorePast.h"
 
 #include <QtCore/QDir>
@@ -128,7 +129,8 @@ bool VXDataPlugin::_validateAndSaveStoreController(VXCoreDataStore &store, VXErr
     const VXPersistentStoreCoordinator::Ptr coordinator = store.persistentStoreCoordinator(error);
     if (!coordinator) // logged already
         return false;
-    tellOfChangedModel(coordinator->model());
+    if (!VXHasStoreModels(dataModelPaths(), store.storePath()))
+        tellOfChangedModel(coordinator->model());
     VXManagedObjectContext context(coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
     VXError problem;

@@ -81,17 +81,19 @@ StorePtr VXDataPlugin::openOrUpgrade(const QString &path, VXError *error)
     StorePtr store = coreDataStoreClass().storeWithPath(path);
     if (!store)
         return nullptr;
-    if (const VXError problem =
-            problemOfOwner(metadataOfStore(path, nullptr).value_or(QVariantMap()), store->dataFileName())) {
-        VXSetError(error, problem); // a store that cannot be read fails later
+    VXError unread;
+    const std::optional<QVariantMap> metadata = metadataOfStore(path, &unread);
+    if (const VXError problem = problemOfOwner(metadata.value_or(QVariantMap()), store->dataFileName())) {
+        VXSetError(error, problem);
         return nullptr;
     }
-    if (dataStoreVersion().isNull())
+    if (dataStoreVersion().isNull()) // one that cannot be read fails later
         return store;
-    const std::optional<Age> age = ageOfStore(path, error);
-    if (!age)
+    if (!metadata) {
+        VXSetError(error, unread);
         return nullptr;
-    switch (*age) {
+    }
+    switch (ageOf(*metadata)) {
     case Age::Same:
         VXRenewStoreModels(dataModelPaths(), path);
         VXStorePast::noteUse(path);
@@ -152,17 +154,15 @@ VXError VXDataPlugin::problemOfOwner(const QVariantMap &metadata, const QString 
 std::optional<VXDataPlugin::Age> VXDataPlugin::ageOfStore(const QString &path, VXError *error) const
 {
     const std::optional<QVariantMap> metadata = metadataOfStore(path, error);
-    if (!metadata)
-        return std::nullopt;
-    if (metadata->isEmpty())
-        VXLogMethod(VXLogWarning, "metadata", u"missing store identifier"_s);
-    return ageOf(*metadata);
+    return metadata ? std::optional(ageOf(*metadata)) : std::nullopt;
 }
 
 VXDataPlugin::Age VXDataPlugin::ageOf(const QVariantMap &metadata) const
 {
     if (dataStoreVersion().isNull())
         return Age::Same;
+    if (metadata.isEmpty())
+        VXLogMethod(VXLogWarning, "metadata", u"missing store identifier"_s);
     const QString stored = metadata.value(VXStoreVersionKey).toString(); // without a version it is older than any
     int order = stored.isNull() ? -1 : vx_compareVersion(stored, dataStoreVersion());
     if (order > 0 && !beginsWithNumber(stored) && beginsWithNumber(dataStoreVersion()))

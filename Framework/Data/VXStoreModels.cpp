@@ -27,6 +27,14 @@ std::optional<QHash<QString, QByteArray>> contentsOf(const QStringList &paths)
     return contents;
 }
 
+QStringList copiesOf(const QStringList &models, const QString &folder)
+{
+    QStringList copies;
+    for (const QString &model : models)
+        copies.append(folder + u'/' + QFileInfo(model).fileName());
+    return copies;
+}
+
 VXManagedObjectModel::Ptr modelOf(const QStringList &paths)
 {
     QList<VXManagedObjectModel::Ptr> models;
@@ -45,11 +53,15 @@ bool areStoredAlike(const VXManagedObjectModel &a, const VXManagedObjectModel &b
 
 } // namespace
 
+bool VXHasStoreModels(const QStringList &models, const QString &folder)
+{
+    const auto own = contentsOf(models);
+    return own && own == contentsOf(copiesOf(models, folder));
+}
+
 void VXRenewStoreModels(const QStringList &models, const QString &folder)
 {
-    QStringList copies;
-    for (const QString &model : models)
-        copies.append(folder + u'/' + QFileInfo(model).fileName());
+    const QStringList copies = copiesOf(models, folder);
     const auto own = contentsOf(models);
     const auto stored = contentsOf(copies);
     if (!own || !stored || *own == *stored)

@@ -20,10 +20,7 @@ struct IdleHandles
 {
     static IdleHandles &shared()
     {
-        static auto *const handles = [] {
-            curl_global_init(CURL_GLOBAL_DEFAULT);
-            return new IdleHandles;
-        }();
+        static auto *const handles = new IdleHandles;
         return *handles;
     }
 
@@ -47,14 +44,19 @@ VXWebHandle::VXWebHandle()
             return;
         }
     }
-    _easy = curl_easy_init();
-    _multi = curl_multi_init();
+    if (!VXCurl::shared().isLoaded())
+        return;
+    _easy = VXCurl::shared().easyInit();
+    _multi = VXCurl::shared().multiInit();
 }
 
 VXWebHandle::~VXWebHandle()
 {
+    const VXCurl &curl = VXCurl::shared();
+    if (!curl.isLoaded())
+        return;
     if (_isKept) {
-        curl_easy_reset(_easy);
+        curl.easyReset(_easy);
         IdleHandles &idle = IdleHandles::shared();
         const VXMutexLocker lock(idle.lock);
         if (idle.handles.size() < maximumIdleHandles) {
@@ -62,6 +64,6 @@ VXWebHandle::~VXWebHandle()
             return;
         }
     }
-    curl_easy_cleanup(_easy);
-    curl_multi_cleanup(_multi);
+    curl.easyCleanup(_easy);
+    curl.multiCleanup(_multi);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <curl/curl.h>
+#include "VXCurl.h"
 
 #include <vector>
 
@@ -16,7 +16,7 @@ public:
     VXWebHandle(const VXWebHandle &) = delete;
     VXWebHandle &operator=(const VXWebHandle &) = delete;
 
-    /** Both are null when there is no memory for them. */
+    /** Both are null when there is no memory for them, or no libcurl. */
     CURL *easy() const { return _easy; }
     CURLM *multi() const { return _multi; }
 

@@ -68,7 +68,7 @@ Failure failureOf(CURLcode result)
 template <class List>
 void append(List &list, const QByteArray &line)
 {
-    if (curl_slist *const longer = curl_slist_append(list.get(), line.constData())) {
+    if (curl_slist *const longer = VXCurl::shared().listAppend(list.get(), line.constData())) {
         static_cast<void>(list.release());
         list.reset(longer);
     }
@@ -77,7 +77,7 @@ void append(List &list, const QByteArray &line)
 bool isOverOpenSSL()
 {
     static const bool isIt = [] {
-        const char *const name = curl_version_info(CURLVERSION_NOW)->ssl_version;
+        const char *const name = VXCurl::shared().versionInfo(CURLVERSION_NOW)->ssl_version;
         return name != nullptr && std::strncmp(name, "OpenSSL/", 8) == 0;
     }();
     return isIt;
@@ -117,55 +117,55 @@ CURLcode listenForEnd(CURL *, void *context, void *)
 void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
 {
     const QByteArray url = _url.toEncoded(QUrl::FullyEncoded | QUrl::RemoveFragment);
-    curl_easy_setopt(_easy, CURLOPT_URL, url.constData());
-    curl_easy_setopt(_easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // the header of a proxy is not the answer
-    curl_easy_setopt(_easy, CURLOPT_ERRORBUFFER, _details.data());
-    curl_easy_setopt(_easy, CURLOPT_BUFFERSIZE, bufferSize);
-    curl_easy_setopt(_easy, CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
-    curl_easy_setopt(_easy, CURLOPT_HEADERFUNCTION, &callback<&Exchange::receiveHeader>);
-    curl_easy_setopt(_easy, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(_easy, CURLOPT_WRITEFUNCTION, &callback<&Exchange::receiveBody>);
-    curl_easy_setopt(_easy, CURLOPT_WRITEDATA, this);
+    _curl.easySetOption(_easy, CURLOPT_URL, url.constData());
+    _curl.easySetOption(_easy, CURLOPT_NOSIGNAL, 1L);
+    _curl.easySetOption(_easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // the header of a proxy is not the answer
+    _curl.easySetOption(_easy, CURLOPT_ERRORBUFFER, _details.data());
+    _curl.easySetOption(_easy, CURLOPT_BUFFERSIZE, bufferSize);
+    _curl.easySetOption(_easy, CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
+    _curl.easySetOption(_easy, CURLOPT_HEADERFUNCTION, &callback<&Exchange::receiveHeader>);
+    _curl.easySetOption(_easy, CURLOPT_HEADERDATA, this);
+    _curl.easySetOption(_easy, CURLOPT_WRITEFUNCTION, &callback<&Exchange::receiveBody>);
+    _curl.easySetOption(_easy, CURLOPT_WRITEDATA, this);
     for (const char *const line : {"Cache-Control: no-cache", "Pragma: no-cache", "Expect:"})
         append(_headers, line);
     append(_headers, "User-Agent: Vornix/" + VXFrameworkVersion().toUtf8());
-    curl_easy_setopt(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
-    curl_easy_setopt(_easy, CURLOPT_SOCKOPTFUNCTION, &noteConnection);
-    curl_easy_setopt(_easy, CURLOPT_SOCKOPTDATA, this);
+    _curl.easySetOption(_easy, CURLOPT_CONNECTTIMEOUT, noConnectTimeout);
+    _curl.easySetOption(_easy, CURLOPT_SOCKOPTFUNCTION, &noteConnection);
+    _curl.easySetOption(_easy, CURLOPT_SOCKOPTDATA, this);
     if (_transfer._request.usesOwnConnection()) {
-        curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
-        curl_easy_setopt(_easy, CURLOPT_FORBID_REUSE, 1L);
+        _curl.easySetOption(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        _curl.easySetOption(_easy, CURLOPT_FORBID_REUSE, 1L);
     }
     if (isPost) {
         for (const auto &[name, value] : _transfer._request.headerFields())
             append(_headers, name + ": " + value);
-        curl_easy_setopt(_easy, CURLOPT_POST, 1L);
-        curl_easy_setopt(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
+        _curl.easySetOption(_easy, CURLOPT_POST, 1L);
+        _curl.easySetOption(_easy, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t{_body ? _body->size() : 0});
         // When a server closes a kept connection, libcurl sends a request again by itself, unless its body cannot be
         // rewound; so requests without a body get a new connection. So do redirected ones, since the server may close
         // the connection after a redirect.
         if (!_body || isFresh)
-            curl_easy_setopt(_easy, CURLOPT_FRESH_CONNECT, 1L);
-        curl_easy_setopt(_easy, CURLOPT_PREREQFUNCTION, &allowSending);
-        curl_easy_setopt(_easy, CURLOPT_PREREQDATA, this);
-        curl_easy_setopt(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
-        curl_easy_setopt(_easy, CURLOPT_READDATA, this);
+            _curl.easySetOption(_easy, CURLOPT_FRESH_CONNECT, 1L);
+        _curl.easySetOption(_easy, CURLOPT_PREREQFUNCTION, &allowSending);
+        _curl.easySetOption(_easy, CURLOPT_PREREQDATA, this);
+        _curl.easySetOption(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
+        _curl.easySetOption(_easy, CURLOPT_READDATA, this);
         if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
-            curl_easy_setopt(_easy, CURLOPT_CUSTOMREQUEST, method.constData());
+            _curl.easySetOption(_easy, CURLOPT_CUSTOMREQUEST, method.constData());
     }
-    curl_easy_setopt(_easy, CURLOPT_HTTPHEADER, _headers.get());
+    _curl.easySetOption(_easy, CURLOPT_HTTPHEADER, _headers.get());
     setSecurityOptions();
 }
 
 void VXWebTransfer::Exchange::setSecurityOptions()
 {
-    curl_easy_setopt(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    _curl.easySetOption(_easy, CURLOPT_PROTOCOLS_STR, "http,https");
     // the usual variable of programs that use OpenSSL
     if (const QByteArray file = qgetenv("SSL_CERT_FILE"); !file.isEmpty())
-        curl_easy_setopt(_easy, CURLOPT_CAINFO, file.constData());
+        _curl.easySetOption(_easy, CURLOPT_CAINFO, file.constData());
     if (isOverOpenSSL())
-        curl_easy_setopt(_easy, CURLOPT_SSL_CTX_FUNCTION, &listenForEnd);
+        _curl.easySetOption(_easy, CURLOPT_SSL_CTX_FUNCTION, &listenForEnd);
 }
 
 VXError VXWebTransfer::Exchange::unreadableBody() const
@@ -186,7 +186,7 @@ VXError VXWebTransfer::Exchange::prepareBody()
     _shortBody = QByteArray(static_cast<qsizetype>(_body->size()), Qt::Uninitialized);
     if (_body->read(_shortBody.data(), _shortBody.size()) != _shortBody.size())
         return unreadableBody();
-    curl_easy_setopt(_easy, CURLOPT_POSTFIELDS, _shortBody.constData());
+    _curl.easySetOption(_easy, CURLOPT_POSTFIELDS, _shortBody.constData());
     return {};
 }
 
@@ -228,7 +228,7 @@ void VXWebTransfer::Exchange::noteShortBody()
     if (_shortBody.isNull() || _bytesSent > 0)
         return;
     curl_off_t sent = 0;
-    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+    _curl.easyGetInfo(_easy, CURLINFO_SIZE_UPLOAD_T, &sent);
     if (sent < _shortBody.size())
         return;
     _bytesSent = sent;
@@ -313,14 +313,14 @@ VXError VXWebTransfer::Exchange::readLength(QByteArrayView value)
 VXError VXWebTransfer::Exchange::headersDidEnd()
 {
     long status = 0;
-    curl_easy_getinfo(_easy, CURLINFO_RESPONSE_CODE, &status);
+    _curl.easyGetInfo(_easy, CURLINFO_RESPONSE_CODE, &status);
     if (status == 101) // what follows is not HTTP
         return error(VXURLErrorBadServerResponse, u"The server's answer cannot be understood."_s,
                      VXLocalizedString(u"It changes to another protocol, which was not asked for."_s));
     if (status < 200)
         return {};
     curl_off_t length = -1;
-    curl_easy_getinfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    _curl.easyGetInfo(_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     _hasResponse = true;
     _response.statusCode = static_cast<int>(status);
     _transfer._didSendRequest = true;
@@ -371,8 +371,8 @@ void VXWebTransfer::Exchange::noticeSending(CURLM *multi)
     int socket = -1;
     int underWay = 0;
     curl_off_t handedOver = 0;
-    curl_multi_fdset(multi, &reading, &writing, &others, &socket); // there is only one
-    curl_easy_getinfo(_easy, CURLINFO_SIZE_UPLOAD_T, &handedOver);
+    _curl.multiDescriptors(multi, &reading, &writing, &others, &socket); // there is only one
+    _curl.easyGetInfo(_easy, CURLINFO_SIZE_UPLOAD_T, &handedOver);
     if (socket < 0 || ::ioctl(socket, SIOCOUTQ, &underWay) != 0)
         return;
     const qint64 arrived = handedOver - underWay;
@@ -395,10 +395,10 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
     CURLMcode state = CURLM_OK;
     while (!_transfer._isStopped && !_isFinished) {
         int running = 0;
-        state = curl_multi_perform(multi, &running);
+        state = _curl.multiPerform(multi, &running);
         noteShortBody();
         int left = 0;
-        if (const CURLMsg *const message = curl_multi_info_read(multi, &left)) {
+        if (const CURLMsg *const message = _curl.multiReadInfo(multi, &left)) {
             *result = message->data.result;
             return {};
         }
@@ -416,10 +416,10 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
         }
         int ready = 0;
         if (state == CURLM_OK)
-            state = curl_multi_poll(multi, nullptr, 0, static_cast<int>(longest.count()), &ready);
+            state = _curl.multiPoll(multi, nullptr, 0, static_cast<int>(longest.count()), &ready);
         if (state != CURLM_OK)
             return error(VXURLErrorConnectionLost, u"The connection to the server was lost."_s,
-                         QString::fromUtf8(curl_multi_strerror(state)));
+                         QString::fromUtf8(_curl.multiError(state)));
         if (ready == 0)
             noticeSending(multi);
     }
@@ -431,7 +431,7 @@ VXError VXWebTransfer::Exchange::wait(CURLM *multi, CURLcode *result)
 bool VXWebTransfer::Exchange::isCutOff() const
 {
     long version = 0;
-    curl_easy_getinfo(_easy, CURLINFO_HTTP_VERSION, &version);
+    _curl.easyGetInfo(_easy, CURLINFO_HTTP_VERSION, &version);
     const bool endsWithConnection = _hasResponse && _announced < 0 && !_isChunked && version < CURL_HTTP_VERSION_2_0 &&
                                     _response.statusCode != 204 && _response.statusCode != 304;
     return endsWithConnection && _url.scheme() == "https"_L1 && isOverOpenSSL() && !isEndTold;
@@ -447,7 +447,7 @@ VXError VXWebTransfer::Exchange::errorOf(CURLcode result) const
     if (result == CURLE_SEND_FAIL_REWIND || result == CURLE_ABORTED_BY_CALLBACK)
         return error(failure.code,
                      failure.description); // a kept connection was hung up: the details are libcurl's worries
-    const char *const details = _details[0] != '\0' ? _details.data() : curl_easy_strerror(result);
+    const char *const details = _details[0] != '\0' ? _details.data() : _curl.easyError(result);
     return error(failure.code, failure.description, QString::fromUtf8(details));
 }
 
@@ -455,9 +455,8 @@ VXError VXWebTransfer::Exchange::run(CURLM *multi)
 {
     if (VXError problem = prepareBody())
         return problem;
-    if (const CURLMcode state = curl_multi_add_handle(multi, _easy); state != CURLM_OK)
-        return error(VXURLErrorUnknown, u"Unable to start web request"_s,
-                     QString::fromUtf8(curl_multi_strerror(state)));
+    if (const CURLMcode state = _curl.multiAddHandle(multi, _easy); state != CURLM_OK)
+        return error(VXURLErrorUnknown, u"Unable to start web request"_s, QString::fromUtf8(_curl.multiError(state)));
     isEndTold = false;
     CURLcode result = CURLE_OK;
     VXError timeout;
@@ -466,11 +465,11 @@ VXError VXWebTransfer::Exchange::run(CURLM *multi)
     } catch (...) {
         _thrown = std::current_exception();
     }
-    _isInOrder = curl_multi_remove_handle(multi, _easy) == CURLM_OK;
+    _isInOrder = _curl.multiRemoveHandle(multi, _easy) == CURLM_OK;
     if (_thrown)
         std::rethrow_exception(_thrown);
     long requestBytes = 0;
-    curl_easy_getinfo(_easy, CURLINFO_REQUEST_SIZE, &requestBytes);
+    _curl.easyGetInfo(_easy, CURLINFO_REQUEST_SIZE, &requestBytes);
     if (!_body && requestBytes > 0)
         _transfer._didSendRequest = true;
     return timeout ? timeout : errorOf(result);

@@ -43,7 +43,7 @@ private:
     using Clock = std::chrono::steady_clock;
     struct ListDeleter
     {
-        void operator()(curl_slist *list) const { curl_slist_free_all(list); }
+        void operator()(curl_slist *list) const { VXCurl::shared().listFree(list); }
     };
     using HeaderList = std::unique_ptr<curl_slist, ListDeleter>;
 
@@ -84,6 +84,7 @@ private:
         return VXMakeURLError(code, description, _url, suggestion);
     }
 
+    const VXCurl &_curl = VXCurl::shared();
     VXWebTransfer &_transfer;
     const QUrl _url;
     const std::shared_ptr<VXMultipartBody> _body;

@@ -35,7 +35,7 @@ void VXWebTransfer::stop()
     _isStopped = true;
     const VXMutexLocker lock(_lock);
     if (_wakeable != nullptr)
-        curl_multi_wakeup(_wakeable);
+        VXCurl::shared().multiWakeUp(_wakeable);
 }
 
 /** During its lifetime `stop` can wake the transfer. */
@@ -75,7 +75,7 @@ VXError VXWebTransfer::perform()
         isFresh = true;
         if (exchange.foundEndedConnection()) {
             error = {};
-            curl_easy_reset(handle.easy());
+            VXCurl::shared().easyReset(handle.easy());
             continue;
         }
         const QUrl next = exchange.redirectedTo();
@@ -95,7 +95,7 @@ VXError VXWebTransfer::perform()
             _didSendRequest = false; // the server that redirected it has not accepted it
         url = next;
         ++redirects;
-        curl_easy_reset(handle.easy());
+        VXCurl::shared().easyReset(handle.easy());
     }
     if (isInOrder)
         handle.keep();

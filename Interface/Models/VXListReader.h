@@ -21,7 +21,7 @@ class VXListReader : public QObject
     Q_OBJECT
 
 public:
-    static constexpr qsizetype pageSize = 200;
+    static constexpr qsizetype pageSize = 64; // more than a screen shows
 
     explicit VXListReader(VXListQuery query) : _query(std::move(query)) {}
 

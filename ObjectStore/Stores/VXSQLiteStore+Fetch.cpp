@@ -185,6 +185,8 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
 
 std::unique_ptr<VXRowCursor> VXSQLiteStore::fetch(const VXFetchRequest &request, bool needsRows, VXError *error)
 {
+    if (auto found = needsRows ? nullptr : firstInOrder(request))
+        return found;
     auto cursor = std::make_unique<Cursor>(*this, layout(request.entity()),
                                            query(request, needsRows ? Wanted::Rows : Wanted::IDs), needsRows);
     return cursor->start(_readers.borrow(error), error) ? std::move(cursor) : nullptr;

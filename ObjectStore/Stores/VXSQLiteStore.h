@@ -71,6 +71,7 @@ public:
 private:
     friend class VXStoreRowCopy; // it works on two files at the same time
     class Cursor;
+    class RowsInOrder;
     class Transaction;
     class Saver;
     struct Query;
@@ -90,6 +91,9 @@ private:
     }
     Query query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted);
     Query compiled(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted) const;
+    /** The IDs of the first objects in the order of one indexed text, without sorting all. Null for any other request, and on failure,
+     *  for which the query of any request serves. */
+    std::unique_ptr<VXRowCursor> firstInOrder(const VXFetchRequest &request);
     bool readRows(const VXEntityDescription &root, const QList<VXManagedObjectID> &objectIDs,
                   const std::function<void(VXFetchedRow)> &sink, VXError *error);
     /** Reads the present row of a statement; without a reader only the ID, from the layout's columns. */

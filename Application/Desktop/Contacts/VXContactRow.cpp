@@ -1,7 +1,6 @@
 #include "VXContactRow.h"
 
 #include "VXAvatar.h"
-#include "VXContactRecord.h"
 #include "VXContactWords.h"
 #include "VXDesktopText.h"
 #include "VXPhonebookEntry.h"
@@ -16,23 +15,37 @@ using Operator = VXPredicate::Operator;
 
 constexpr int pictureSize = 80; // for screens with a scale factor of two
 
+// Of the one that was made first, as relationships have no order.
+QString firstOf(const VXManagedObjectPtr &person, const QString &list, const QString &key)
+{
+    VXManagedObjectPtr first;
+    for (const QVariant &each : person->valueForKey(list).toList()) {
+        const auto object = each.value<VXManagedObjectPtr>();
+        if (!first || object->objectID().number() < first->objectID().number())
+            first = object;
+    }
+    return first ? first->valueForKey(key).toString().trimmed() : QString();
+}
+
+// Reads no more of the contact than it shows: the rest would be queries for each row.
 VXListRow rowOf(const VXManagedObjectPtr &person)
 {
-    const VXContactRecord contact(QVariant::fromValue(person));
+    const QString number = firstOf(person, u"numbers"_s, u"number"_s);
+    const QString address = number.isEmpty() ? firstOf(person, u"emails"_s, u"address"_s) : QString();
     QString name = VXPhonebookEntry::displayString(*person);
     if (name.isEmpty())
-        name = contact.displayName();
+        name = number.isEmpty() ? address : number;
     VXRowContents contents;
     contents.title = name.isEmpty() ? VXText("No name") : name;
     contents.person = name.isNull() ? u""_s : name;
     contents.isQuiet = name.isEmpty();
-    contents.picture = VXSquarePicture(contact.image, pictureSize);
-    if (!contact.numbers.isEmpty())
-        contents.detail = VXFormatPhoneNumber(contact.numbers.constFirst().value);
-    else if (!contact.emails.isEmpty())
-        contents.detail = contact.emails.constFirst().value;
-    else if (contact.company != name)
-        contents.detail = contact.company;
+    contents.picture = VXSquarePicture(person->valueForKey(u"image"_s).toByteArray(), pictureSize);
+    if (!number.isEmpty())
+        contents.detail = VXFormatPhoneNumber(number);
+    else if (!address.isEmpty())
+        contents.detail = address;
+    else if (const QString company = person->valueForKey(u"company"_s).toString().trimmed(); company != name)
+        contents.detail = company;
     QStringList spoken{contents.title, contents.detail};
     spoken.removeAll(QString());
     return {.text = spoken.join(", "_L1), .value = QVariant::fromValue(contents)};

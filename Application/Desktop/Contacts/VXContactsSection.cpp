@@ -1,22 +1,18 @@
 #include "VXContactsSection.h"
 
 #include "VXApplication.h"
-#include "VXCardReader.h"
 #include "VXContactCard.h"
 #include "VXContactEdit.h"
+#include "VXContactFiles.h"
 #include "VXContactForm.h"
-#include "VXContactHistory.h"
-#include "VXContactImport.h"
 #include "VXContactMergeEdit.h"
 #include "VXContactMergeView.h"
 #include "VXContactRow.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
 #include "VXDesktopText.h"
-#include "VXDesktopWork.h"
 #include "VXEmailAddress.h"
 #include "VXEmptyState.h"
-#include "VXErrorDomain.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
@@ -30,7 +26,6 @@
 #include "VXStoreWatch.h"
 #include "VXUserDefaults.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
@@ -444,62 +439,11 @@ void VXContactsSection::importItems()
     };
     const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
     if (!chosen.path.isNull())
-        importFile(chosen.path);
+        importFiles({chosen.path});
 }
 
 void VXContactsSection::importFiles(const QStringList &paths)
 {
     for (const QString &path : paths)
-        importFile(path);
-}
-
-void VXContactsSection::importFile(const QString &path)
-{
-    struct Outcome
-    {
-        std::optional<VXContactImportReport> report;
-        VXError error;
-    };
-    const QString name = QFileInfo(path).fileName();
-    VXWorkInBackground<Outcome>(
-        this, VXText("Importing %1").arg(name),
-        [coordinator = _coordinator, path, name] {
-            Outcome outcome;
-            QFile file(path);
-            if (!file.open(QFile::ReadOnly)) {
-                outcome.error = VXMakeError(file.errorString());
-                return outcome;
-            }
-            VXCardReader reader(file);
-            outcome.report = VXContactImport(coordinator, name).run(reader, &outcome.error);
-            return outcome;
-        },
-        [this, name](const Outcome &outcome) {
-            if (!outcome.report) {
-                notices().showProblem(
-                    VXText("%1 could not be imported: %2").arg(name, outcome.error.localizedDescription()));
-                return;
-            }
-            const VXContactImportReport &report = *outcome.report;
-            QStringList parts{VXText("%1 new contact", "%1 new contacts", report.added)};
-            if (report.changed > 0)
-                parts << VXText("%1 completed", "%1 completed", report.changed);
-            if (report.same > 0)
-                parts << VXText("%1 already there", "%1 already there", report.same);
-            if (report.leftOut > 0)
-                parts << VXText("%1 could not be read", "%1 could not be read", report.leftOut);
-            const bool isUndoable = report.added + report.changed > 0;
-            notices().showDone(parts.join(", "_L1) + u'.', isUndoable ? VXText("Undo") : QString(),
-                               [this] { undoImport(); });
-        });
-}
-
-void VXContactsSection::undoImport()
-{
-    VXError error;
-    const auto undone = VXContactHistory(_coordinator).undoLast(false, &error);
-    if (undone)
-        notices().showDone(VXText("The import was undone."));
-    else
-        notices().showProblem(error.localizedDescription());
+        VXImportContacts(*this, _coordinator, path);
 }

@@ -70,8 +70,6 @@ private:
     QList<VXManagedObjectID> chosen() const;
     void merge(const QList<VXManagedObjectID> &persons, const QString &name);
     std::optional<VXContactRecord> read(const VXManagedObjectID &person) const;
-    void importFile(const QString &path);
-    void undoImport();
 
     VXPersistentStoreCoordinator::Ptr _coordinator;
     VXStoreListModel *_model;

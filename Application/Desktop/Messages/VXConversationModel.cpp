@@ -36,12 +36,13 @@ void VXConversationModel::setConversations(const QStringList &keys, const VXMana
     const bool isOther = sorted != _keys;
     if (!isOther && (sought.isNull() || rowOfObject(sought) >= 0))
         return;
-    _sought = sought;
+    _sought = _kept = sought;
     if (isOther) {
         beginResetModel();
         _keys = sorted;
         _rows.clear();
         _wanted = portion;
+        _readCount = 0;
         _isAll = false;
         _isOther = true;
         endResetModel();
@@ -57,7 +58,7 @@ int VXConversationModel::rowOfObject(const VXManagedObjectID &objectID) const
 
 void VXConversationModel::readOlder()
 {
-    if (!hasOlder() || _rows.size() < _wanted)
+    if (!hasOlder() || _readCount < _wanted)
         return;
     _wanted += portion;
     read();
@@ -131,16 +132,18 @@ void addOutboxState(VXShownMessage &shown, const VXOutboxEntry &entry)
 
 } // namespace
 
-VXConversationModel::Rows VXConversationModel::find(const VXMessageStore &store, const QStringList &keys,
-                                                    qsizetype wanted)
+VXConversationModel::Found VXConversationModel::find(const VXMessageStore &store, const QStringList &keys,
+                                                     qsizetype wanted, const VXManagedObjectID &kept)
 {
     VXManagedObjectContext context(store.coordinator());
     const auto found = store.newestOfConversations(keys, wanted, context);
-    Rows rows;
     if (!found)
-        return rows;
+        return {};
+    Rows rows;
     const QHash<QString, VXOutboxEntry> waiting = waitingMessages();
     for (const VXManagedObjectPtr &message : *found) {
+        if (VXIsInTrash(message) && !(message->objectID() == kept))
+            continue;
         Row row{message->objectID(), VXShowMessage(message)};
         if (row.shown.message.state == VXMessageRecord::State::Unsent) {
             const auto entry = waiting.constFind(row.objectID.uriRepresentation().toString());
@@ -149,7 +152,7 @@ VXConversationModel::Rows VXConversationModel::find(const VXMessageStore &store,
         }
         rows.prepend(row);
     }
-    return rows;
+    return {rows, found->size()};
 }
 
 // The portions from the newest on that hold the message, with something older above it; 0 when it is not in the conversations.
@@ -172,24 +175,26 @@ void VXConversationModel::read()
     if (_keys.isEmpty())
         return;
     const quint64 asked = ++_asked;
-    QThreadPool::globalInstance()->start(
-        [this, store = _store, keys = _keys, sought = _sought, wanted = _wanted, asked, isGone = _isGone] {
-            const qsizetype enough = sought.isNull() ? wanted : std::max(wanted, wantedFor(store, keys, sought));
-            const Rows rows = find(store, keys, enough);
-            QMetaObject::invokeMethod(QCoreApplication::instance(), [this, rows, enough, asked, isGone] {
-                if (!*isGone && asked == _asked)
-                    take(rows, enough);
-            });
+    QThreadPool::globalInstance()->start([this, store = _store, keys = _keys, sought = _sought, kept = _kept,
+                                          wanted = _wanted, asked, isGone = _isGone] {
+        const qsizetype enough = sought.isNull() ? wanted : std::max(wanted, wantedFor(store, keys, sought));
+        const Found found = find(store, keys, enough, kept);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), [this, found, enough, asked, isGone] {
+            if (!*isGone && asked == _asked)
+                take(found, enough);
         });
+    });
 }
 
 // Rows come at the end, or above; where something else has changed all are drawn anew.
-void VXConversationModel::take(const Rows &rows, qsizetype wanted)
+void VXConversationModel::take(const Found &found, qsizetype wanted)
 {
+    const Rows &rows = found.rows;
     const bool isOther = std::exchange(_isOther, false);
     _wanted = wanted;
     _sought = {};
-    _isAll = rows.size() < _wanted;
+    _readCount = found.readCount;
+    _isAll = _readCount < _wanted;
     const auto place = [&](const Row &row) {
         return std::ranges::find(rows, row.objectID, &Row::objectID) - rows.cbegin();
     };

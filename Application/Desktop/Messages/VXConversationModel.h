@@ -48,10 +48,17 @@ private:
         VXShownMessage shown;
     };
     using Rows = QList<Row>;
+    struct Found
+    {
+        Rows rows;
+        qsizetype readCount = 0; // with those in the trash, which are not shown
+    };
 
     void read();
-    void take(const Rows &rows, qsizetype wanted);
-    static Rows find(const VXMessageStore &store, const QStringList &keys, qsizetype wanted);
+    void take(const Found &found, qsizetype wanted);
+    /** `kept` is shown even if it is in the trash. */
+    static Found find(const VXMessageStore &store, const QStringList &keys, qsizetype wanted,
+                      const VXManagedObjectID &kept);
     static qsizetype wantedFor(const VXMessageStore &store, const QStringList &keys, const VXManagedObjectID &sought);
 
     const VXMessageStore _store;
@@ -59,8 +66,10 @@ private:
     std::unique_ptr<VXStoreWatch> _outboxWatch;
     QStringList _keys; // sorted
     VXManagedObjectID _sought;
+    VXManagedObjectID _kept; // what was sought last
     Rows _rows;
     qsizetype _wanted = portion;
+    qsizetype _readCount = 0;
     quint64 _asked = 0;
     bool _isAll = false;
     bool _isOther = false;

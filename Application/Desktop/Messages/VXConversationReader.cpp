@@ -186,8 +186,10 @@ QList<VXListRow> VXConversationReader::withUnread(QList<VXListRow> rows, VXManag
     if (!found)
         return rows;
     QHash<QString, int> unread;
-    for (const VXManagedObjectPtr &message : *found)
-        ++unread[message->valueForKey(u"conversation"_s).toString()];
+    for (const VXManagedObjectPtr &message : *found) {
+        if (!VXIsInTrash(message))
+            ++unread[message->valueForKey(u"conversation"_s).toString()];
+    }
     for (VXListRow &row : rows) {
         const int count = unread.value(conversationOf(row));
         if (count == 0)

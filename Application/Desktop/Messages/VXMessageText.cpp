@@ -1,8 +1,10 @@
 #include "VXMessageText.h"
 
+#include "MessageDataConstants.h"
 #include "VXAvatar.h"
 #include "VXDateText.h"
 #include "VXDesktopText.h"
+#include "VXMessageStore.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookManager.h"
 #include "VXPhonebookRecord.h"
@@ -38,6 +40,12 @@ VXShownMessage VXShowMessage(const VXManagedObjectPtr &message)
     shown.conversation = message->valueForKey(u"conversation"_s).toString();
     shown.who = VXWhoOf(shown.message.otherParty());
     return shown;
+}
+
+bool VXIsInTrash(const VXManagedObjectPtr &message)
+{
+    const auto folder = message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>();
+    return folder && VXMessageStore::folderTitle(folder) == VXTrashFolder;
 }
 
 VXListRow VXRowOfMessage(const VXManagedObjectPtr &message)

@@ -21,6 +21,8 @@ Q_DECLARE_METATYPE(VXShownMessage)
 
 /** To be called on the thread of the message's context. */
 [[nodiscard]] VXShownMessage VXShowMessage(const VXManagedObjectPtr &message);
+/** The same. */
+[[nodiscard]] bool VXIsInTrash(const VXManagedObjectPtr &message);
 /** The message as a row of a list, with the other party in front; its contents carry the VXShownMessage. */
 [[nodiscard]] VXListRow VXRowOfMessage(const VXManagedObjectPtr &message);
 /**

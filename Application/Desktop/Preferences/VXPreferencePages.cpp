@@ -73,17 +73,17 @@ QComboBox *makePhoneChoice(const QString &key)
     return choice;
 }
 
-qint64 sizeOf(const QString &folder)
+} // namespace
+
+QString VXTextOfSize(const QString &folder)
 {
     qint64 size = 0;
     for (QDirIterator files(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); files.hasNext();) {
         files.next();
         size += files.fileInfo().size();
     }
-    return size;
+    return QLocale().formattedDataSize(size, size < 1024 ? 0 : 1);
 }
-
-} // namespace
 
 QWidget *VXMakeGeneralPage()
 {
@@ -143,7 +143,7 @@ QWidget *VXMakeDataPage()
     auto *const place = new VXTextLabel(folder, VXTextLabel::Role::Body);
     place->setTextInteractionFlags(Qt::TextSelectableByMouse);
     form->addRow(VXText("Folder"), place);
-    form->addRow(VXText("Size"), new VXTextLabel(QLocale().formattedDataSize(sizeOf(folder)), VXTextLabel::Role::Body));
+    form->addRow(VXText("Size"), new VXTextLabel(VXTextOfSize(folder), VXTextLabel::Role::Body));
     column->addLayout(form);
     auto *const open = new QPushButton(VXText("Open the folder"));
     QObject::connect(open, &QPushButton::clicked, open, [folder] {

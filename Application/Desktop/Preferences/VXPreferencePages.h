@@ -1,5 +1,6 @@
 #pragma once
 
+class QString;
 class QWidget;
 
 // The pages of the preferences, each newly made; the caller owns them.
@@ -13,3 +14,5 @@ class QWidget;
 
 /** Part of the data page: the stores, which can be imported, exported and restored as a whole. */
 [[nodiscard]] QWidget *VXMakeStoresList();
+/** What the files below the folder take, for people. */
+[[nodiscard]] QString VXTextOfSize(const QString &folder);

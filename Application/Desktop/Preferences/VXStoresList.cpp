@@ -16,6 +16,9 @@
 #include <QtWidgets/QMenu>
 #include <QtWidgets/QToolButton>
 
+#include <algorithm>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -38,9 +41,12 @@ public:
     {
         _rows->setContentsMargins(0, 0, 0, 0);
         _rows->setSpacing(8);
-        for (VXPluginProxy *const proxy : VXPluginManager::sharedPluginManager().dataPlugins()) {
-            if (!proxy->isLoaded())
-                continue;
+        QList<VXPluginProxy *> proxies = VXPluginManager::sharedPluginManager().dataPlugins();
+        proxies.removeIf([](const VXPluginProxy *proxy) { return !proxy->isLoaded(); });
+        std::ranges::sort(proxies, [](const VXPluginProxy *a, const VXPluginProxy *b) {
+            return a->name().localeAwareCompare(b->name()) < 0;
+        });
+        for (VXPluginProxy *const proxy : std::as_const(proxies)) {
             auto &plugin = proxy->as<VXDataPlugin>("persistentStoreCoordinator");
             if (plugin.dataStoreTypeExtension() != "memory"_L1)
                 addRow(*proxy, plugin);
@@ -78,10 +84,12 @@ private:
     static void showState(VXTextLabel &label, const VXDataPlugin &plugin)
     {
         const qsizetype earlier = plugin.earlierStores().size();
-        label.setText(isOneWaiting(plugin) ? VXText("Another takes its place at the next start")
-                      : earlier > 0        ? VXText("%1 earlier one is kept", "%1 earlier ones are kept", earlier)
-                                           : QString());
-        label.setVisible(!label.text().isEmpty());
+        QStringList parts{VXTextOfSize(plugin.dataStorePath())};
+        if (isOneWaiting(plugin))
+            parts.append(VXText("Another takes its place at the next start"));
+        else if (earlier > 0)
+            parts.append(VXText("%1 earlier one is kept", "%1 earlier ones are kept", earlier));
+        label.setText(parts.join(u" · "_s));
     }
 
     void showMenu(QToolButton &button, VXDataPlugin &plugin)

@@ -142,14 +142,12 @@ Options readOptions(const QStringList &arguments)
             parser.isSet(untilShown), parser.positionalArguments()};
 }
 
-// The desktop's keys and selection; if there are none, the preferences say so.
+// The desktop's keys and selection; if there are none, the preferences say why.
 void connectToDesktop()
 {
     VXApplication::sharedApplication().workspace().setSelectedTextSource(VXReadSelectedText);
     VXIdleTime::setSource(VXSessionIdleTime);
-    std::unique_ptr<VXHotKeyService> service = VXMakeHotKeyService();
-    if (service->problem().isNull())
-        VXHotKeyManager::sharedHotKeyManager().setService(std::move(service));
+    VXHotKeyManager::sharedHotKeyManager().setService(VXMakeHotKeyService());
 }
 
 void prepare()

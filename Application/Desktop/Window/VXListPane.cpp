@@ -3,6 +3,7 @@
 #include "VXEmptyState.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
+#include "VXTabOrder.h"
 
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QStackedWidget>
@@ -46,6 +47,7 @@ VXListPane::VXListPane(const QString &searchHint, const QString &listName, QWidg
     column->addLayout(_secondRow);
     column->addWidget(_stack, 1);
 
+    VXKeepTabOrder(*this);
     connect(_search, &VXSearchField::searchTextDidChange, this, &VXListPane::searchDidChange);
     connect(_search, &VXSearchField::resultsWanted, this, [this] {
         choose(std::max(0, _list->currentIndex().row()));
@@ -68,6 +70,13 @@ void VXListPane::setIsEmpty(bool flag)
 
 void VXListPane::choose(int row)
 {
-    if (_list->model() != nullptr && row < _list->model()->rowCount())
-        _list->setCurrentIndex(_list->model()->index(row, 0));
+    if (_list->model() == nullptr || row >= _list->model()->rowCount())
+        return;
+    // The list itself would add to what is selected while Ctrl is held, as it is for most keys that lead here.
+    const QModelIndex index = _list->model()->index(row, 0);
+    if (index == _list->currentIndex() && _list->selectionModel()->isSelected(index))
+        return; // with others, perhaps
+    const QItemSelectionModel::SelectionFlag how =
+        index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::Clear;
+    _list->selectionModel()->setCurrentIndex(index, how);
 }

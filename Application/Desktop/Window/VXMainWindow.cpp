@@ -209,6 +209,16 @@ void VXMainWindow::focusList()
         pane->search()->setFocus();
 }
 
+// From what is edited, else from a search, else to the list.
+void VXMainWindow::goBack()
+{
+    if (current()->leave())
+        return;
+    if (auto *const pane = current()->findChild<VXListPane *>())
+        pane->search()->clear();
+    focusList();
+}
+
 // -- Menus
 
 QAction *VXMainWindow::addAction(QMenu *menu, const QString &title, const QKeySequence &keys,
@@ -286,10 +296,7 @@ void VXMainWindow::makeMenus()
     auto *const back = new QAction(this);
     back->setShortcut(Qt::Key_Escape);
     back->setShortcutContext(Qt::WindowShortcut);
-    connect(back, &QAction::triggered, this, [this] {
-        if (VXSection *const section = current())
-            section->leave();
-    });
+    connect(back, &QAction::triggered, this, &VXMainWindow::goBack);
     QWidget::addAction(back);
 }
 

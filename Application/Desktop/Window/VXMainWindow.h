@@ -97,6 +97,7 @@ private:
     VXSection *current() const;
     void showSectionAt(int index);
     void focusList();
+    void goBack();
 
     VXSidebar *_sidebar;
     QStackedWidget *_pages;

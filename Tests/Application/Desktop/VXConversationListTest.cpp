@@ -1,6 +1,7 @@
 #include "VXConversationList.h"
 #include "MessageDataConstants.h"
 #include "VXConversationKey.h"
+#include "VXConversationModel.h"
 #include "VXDesktopTesting.h"
 #include "VXMessagesOverview.h"
 #include "VXMessageText.h"
@@ -126,4 +127,23 @@ TEST_F(VXConversationListTest, findsWhatHasTheTextWhateverWasTypedBefore)
     add({{u"One more zebra"_s, 99, first.addYears(1), VXInboxFolder}}); // where it was looked already
     EXPECT_TRUE(VXRunUntil([&] { return list.rowOfConversation(VXConversationKey(u"<+1 555 0099>"_s)) == 0; }));
     EXPECT_EQ(shown(), expected(u"zebra"_s, {}));
+}
+
+TEST_F(VXConversationListTest, aConversationHasNothingOfTheTrashButWhatIsSought)
+{
+    const QDateTime first = QDateTime::fromMSecsSinceEpoch(1'700'000'000'000, Qt::UTC);
+    add({{u"here"_s, 1, first, VXInboxFolder}, {u"gone"_s, 1, first.addSecs(1), VXTrashFolder}});
+    EXPECT_TRUE(VXRunUntil([&] {
+        return list.index(0).data(VXStoreListModel::ValueRole).value<VXRowContents>().mark == "1"_L1; // unread
+    }));
+    VXManagedObjectContext context(store.coordinator());
+    const auto trashed = store.newestOfFolder(VXFetchRootFolder(VXTrashFolder, &context), 1);
+    ASSERT_TRUE(trashed && trashed->size() == 1);
+    for (const VXManagedObjectID &sought : {VXManagedObjectID(), trashed->constFirst()->objectID()}) {
+        VXConversationModel model(store, nullptr);
+        model.setConversations({VXConversationKey(u"<+1 555 0001>"_s)}, sought);
+        EXPECT_TRUE(VXRunUntil([&] { return model.rowCount() > 0; }));
+        EXPECT_EQ(model.rowCount(), sought.isNull() ? 1 : 2);
+        EXPECT_EQ(model.messageAt(0).message.text, "here"_L1);
+    }
 }

@@ -28,6 +28,7 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QStringListModel>
 #include <QtGui/QAccessible>
 #include <QtGui/QAction>
 #include <QtTest/QSignalSpy>
@@ -88,6 +89,24 @@ TEST_F(VXMainWindowTest, theMenuOffersWhatTheSectionCanDo)
     EXPECT_FALSE(isOffered(u"automations"_s, QKeySequence::Open));
     EXPECT_TRUE(isOffered(u"automations"_s, QKeySequence(Qt::Key_F2)));
     EXPECT_FALSE(isOffered(u"phones"_s, QKeySequence(QKeySequence::Delete)));
+}
+
+// What is deleted next would be both rows.
+TEST_F(VXMainWindowTest, aKeyWithCtrlChoosesOneRow)
+{
+    QStringListModel model({u"a"_s, u"b"_s, u"c"_s});
+    VXListPane pane(u"Search"_s, u"List"_s, nullptr);
+    pane.setModel(&model);
+    pane.list()->setSelectionMode(QListView::ExtendedSelection);
+    const auto chosen = [&pane] { return pane.list()->selectionModel()->selectedRows().size(); };
+    pane.choose(0);
+    QTest::keyPress(pane.list(), Qt::Key_Control, Qt::ControlModifier);
+    pane.choose(2);
+    EXPECT_EQ(chosen(), 1);
+    QTest::keyRelease(pane.list(), Qt::Key_Control);
+    pane.list()->selectAll();
+    pane.choose(pane.list()->currentIndex().row()); // as after each change of the store
+    EXPECT_EQ(chosen(), 3);
 }
 
 TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)

@@ -1,6 +1,7 @@
 #include "VXStoreListModel.h"
 
 #include "VXException.h"
+#include "VXListReader.h"
 #include "VXManagedObjectContext.h"
 #include "VXModelParser.h"
 #include "VXTesting.h"
@@ -14,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int pageSize = 200;
+constexpr int pageSize = int(VXListReader::pageSize);
 const QByteArray modelText = "entity Entry { attribute name: string; attribute number: integer32 indexed; }";
 
 } // namespace

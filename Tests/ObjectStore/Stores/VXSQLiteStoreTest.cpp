@@ -87,6 +87,40 @@ protected:
     VXError error;
 };
 
+// The index has the texts in another order, which shows where units differ in both bytes.
+TEST_F(VXSQLiteStoreTest, TheFirstObjectsByAnIndexedTextAreThoseOfTheWholeOrder)
+{
+    const auto store = openWithModel(
+        VXModelOf("entity Note { attribute text: string optional indexed; attribute plain: string optional; }"));
+    VXRowSaver saver(*store);
+    const QString units = u"\u0000aAz\u00ff\u0100\u0160\u0161\u0200\u4e00\ud7ff\ue000\ufeff\uff01\uffff"_s;
+    QStringList texts{QString(), u""_s, u"\U0001f600"_s, QString()};
+    for (const QChar unit : units) {
+        for (const QString &end : {u""_s, u"b"_s, u"\u0101"_s, u""_s})
+            texts.append(unit + end);
+    }
+    for (const QString &text : std::as_const(texts)) {
+        const QVariant value = text.isNull() ? QVariant() : QVariant(text);
+        saver.add(u"Note"_s, {{u"text"_s, value}, {u"plain"_s, value}});
+    }
+    ASSERT_TRUE(saver.saveAndCommit());
+    VXFetchRequest request(*store->model().entityForName(u"Note"_s));
+    const auto numbers = [&](const QString &key, qsizetype offset, qsizetype limit) {
+        request.sortDescriptors = {{.key = key}};
+        request.offset = offset;
+        request.limit = limit;
+        const std::unique_ptr<VXRowCursor> cursor = store->fetch(request, false, &error);
+        QList<qint64> found;
+        for (VXFetchedRow row; cursor && cursor->next(&row, &error) == VXRowCursor::Step::Row;)
+            found.append(row.objectID.number());
+        return found;
+    };
+    const QList<qint64> all = numbers(u"plain"_s, 0, 0);
+    ASSERT_EQ(all.size(), texts.size());
+    for (qsizetype offset = 0; offset <= all.size(); ++offset)
+        EXPECT_EQ(numbers(u"text"_s, offset, 7), all.mid(offset, 7)) << offset;
+}
+
 TEST_F(VXSQLiteStoreTest, EntitiesOfAFamilyShareATable)
 {
     const auto store = open();
