@@ -96,11 +96,12 @@ bool isCutByIndex(const VXFetchRequest &request)
 {
     if (!request.isCut() || request.sortDescriptors.isEmpty())
         return false;
-    const VXSortDescriptor &first = request.sortDescriptors.constFirst();
-    const VXPropertyDescription *const property = request.entity().propertyForName(first.key);
-    const VXAttributeDescription *const attribute = property == nullptr ? nullptr : property->asAttribute();
-    return attribute != nullptr && attribute->isIndexed() && attribute->type() != VXAttributeType::Double &&
-           !first.options;
+    const VXPropertyDescription *const first =
+        request.entity().propertyForName(request.sortDescriptors.constFirst().key);
+    const VXAttributeDescription *const attribute = first == nullptr ? nullptr : first->asAttribute();
+    // Indexes have texts in another order, and numbers that may be NaN.
+    return attribute != nullptr && attribute->isIndexed() && attribute->type() != VXAttributeType::String &&
+           attribute->type() != VXAttributeType::Double;
 }
 
 // The condition for rows of the requested entities; null when all rows of the table are.

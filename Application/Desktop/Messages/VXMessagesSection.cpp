@@ -296,6 +296,7 @@ bool VXMessagesSection::showObject(const QUrl &uri)
 void VXMessagesSection::showEvent(QShowEvent *event)
 {
     VXSection::showEvent(event);
+    const QScopedValueRollback found(_isAfterSearch, !_pane->search()->searchText().isEmpty());
     if (const QModelIndex index = _pane->list()->currentIndex(); index.isValid() && !_view->isNew())
         showRow(index.row());
 }

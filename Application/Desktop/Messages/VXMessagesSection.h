@@ -71,7 +71,7 @@ private:
     VXBackgroundReader<VXMessagesOverview> _overview;
     QString _shownConversation;
     bool _wasSearched = false;       // when something was last chosen, or since
-    bool _isAfterSearch = false;     // while what a search showed is chosen once more
+    bool _isAfterSearch = false;     // while what a search showed is chosen or seen once more
     QStringList _shownKeys;          // of the conversations that the view shows as one
     VXManagedObjectID _shownMessage; // that was sought in them; null for none
 };
