@@ -1,12 +1,12 @@
 #include "DesktopHome.h"
 
 #include "BenchmarkModels.h"
+#include "MessageRows.h"
 
 #include "VXApplication.h"
 #include "VXBundle.h"
 #include "VXCardReader.h"
 #include "VXContactImport.h"
-#include "VXConversationKey.h"
 #include "VXDataManager.h"
 #include "VXFolders.h"
 #include "VXFramework.h"
@@ -59,7 +59,7 @@ QByteArray cards()
     return text;
 }
 
-QString textOf(int message)
+QString textOf(qint64 message)
 {
     return message % 100'000 == 7 ? u"The zebra in the zoo has a foal, they say. %1"_s.arg(message)
                                   : u"Are you coming tonight, or shall we wait until tomorrow? %1"_s.arg(message);
@@ -121,7 +121,6 @@ void DesktopHome::addContacts()
     required(VXContactImport(store, u"benchmark"_s).run(reader, &error), error);
 }
 
-// By hand, as they are what is measured, not how they come in.
 void DesktopHome::addMessages()
 {
     const auto store = VXMessageStore::sharedStore()->coordinator();
@@ -130,31 +129,9 @@ void DesktopHome::addMessages()
     sqlite3 *database = nullptr;
     check(sqlite3_open(store->persistentStores().constFirst()->path().toUtf8().constData(), &database) == SQLITE_OK,
           "not opened");
-    const auto execute = [&](const char *sql) {
-        check(sqlite3_exec(database, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
-    };
-    execute("PRAGMA cache_size = -400000; BEGIN IMMEDIATE"); // kibibytes
-    sqlite3_stmt *statement = nullptr;
-    const char *const sql =
-        R"(INSERT INTO "VX_VXMessage" ("Z_ENT", "Z_OPT", "text", "date", "state", "direction", "from", "from_search",
-           "otherParty_search", "conversation", "pending", "folder", "folder:entity")
-           VALUES ((SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXMessage'), 1, ?1, ?2, 3, 1, ?3, ?4, ?4, ?4, 0, ?5,
-           (SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXRootFolder')))";
-    check(sqlite3_prepare_v2(database, sql, -1, &statement, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
-    const auto bind = [&](int parameter, const QString &text) {
-        sqlite3_bind_text16(statement, parameter, text.utf16(), int(text.size() * 2), SQLITE_TRANSIENT);
-    };
-    for (int index = 0; index < messageCount; ++index) {
-        const QString number = numberOf(index % parties);
-        bind(1, textOf(index));
-        sqlite3_bind_int64(statement, 2, 1'600'000'000'000 + qint64(index) * 1000);
-        bind(3, number);
-        bind(4, VXConversationKey(number));
-        sqlite3_bind_int64(statement, 5, folder);
-        check(sqlite3_step(statement) == SQLITE_DONE, sqlite3_errmsg(database));
-        sqlite3_reset(statement);
-    }
-    sqlite3_finalize(statement);
-    execute("COMMIT; PRAGMA wal_checkpoint(TRUNCATE)");
+    check(sqlite3_exec(database, "PRAGMA cache_size = -400000", nullptr, nullptr, nullptr) == SQLITE_OK, // kibibytes
+          sqlite3_errmsg(database));
+    insertMessageRows(database, folder, messageCount, textOf,
+                      [](qint64 index) { return numberOf(int(index % parties)); });
     sqlite3_close(database);
 }

@@ -2,6 +2,7 @@
 // index; how that grows with the number of messages.
 
 #include "BenchmarkModels.h"
+#include "MessageRows.h"
 
 #include "VXConversationKey.h"
 #include "VXMessageStore.h"
@@ -29,6 +30,11 @@ QString numberOf(qint64 party)
     return u"+1 650 253 %1"_s.arg(party % parties, 4, 10, QChar(u'0'));
 }
 
+QString textOf(qint64 message)
+{
+    return u"Are you coming tonight, or shall we wait until tomorrow? %1"_s.arg(message);
+}
+
 VXManagedObjectModel::Ptr messagesModel()
 {
     return modelFromFiles({QStringLiteral(VORNIX_MESSAGES_MODEL), QStringLiteral(VORNIX_SMART_FILTERS_MODEL)});
@@ -50,7 +56,7 @@ public:
         check(sqlite3_open_v2(path().toUtf8().constData(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
                               nullptr) == SQLITE_OK,
               "not opened");
-        insert(count);
+        insertMessageRows(database, folder, count, textOf, numberOf);
     }
     ~Messages()
     {
@@ -110,33 +116,6 @@ private:
         default:
             return {};
         }
-    }
-
-    void insert(qint64 count)
-    {
-        check(sqlite3_exec(database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK, "no transaction");
-        sqlite3_stmt *statement = nullptr;
-        const char *const sql =
-            R"(INSERT INTO "VX_VXMessage" ("Z_ENT", "Z_OPT", "text", "date", "state", "direction", "from", "from_search",
-               "otherParty_search", "conversation", "pending", "folder", "folder:entity")
-               VALUES ((SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXMessage'), 1, ?1, ?2, 3, 1, ?3, ?4, ?4, ?4, 0, ?5,
-               (SELECT "Z_ENT" FROM "Z_ENTITY" WHERE "Z_NAME" = 'VXRootFolder')))";
-        check(sqlite3_prepare_v2(database, sql, -1, &statement, nullptr) == SQLITE_OK, sqlite3_errmsg(database));
-        const auto bind = [&](int parameter, const QString &text) {
-            sqlite3_bind_text16(statement, parameter, text.utf16(), int(text.size() * 2), SQLITE_TRANSIENT);
-        };
-        for (qint64 index = 0; index < count; ++index) {
-            bind(1, u"Are you coming tonight, or shall we wait until tomorrow? %1"_s.arg(index));
-            sqlite3_bind_int64(statement, 2, 1'600'000'000'000 + index * 1000);
-            bind(3, numberOf(index));
-            bind(4, VXConversationKey(numberOf(index)));
-            sqlite3_bind_int64(statement, 5, folder);
-            check(sqlite3_step(statement) == SQLITE_DONE, sqlite3_errmsg(database));
-            sqlite3_reset(statement);
-        }
-        sqlite3_finalize(statement);
-        check(sqlite3_exec(database, "COMMIT; PRAGMA wal_checkpoint(TRUNCATE)", nullptr, nullptr, nullptr) == SQLITE_OK,
-              "not committed");
     }
 
     QTemporaryDir _home;

@@ -12,8 +12,6 @@
 #include <optional>
 
 class VXCardLines;
-struct VXCardLine;
-struct VXRawCardLine;
 
 /** Something that could not be read, or only in part. */
 struct VXCardProblem
@@ -61,8 +59,6 @@ public:
     static constexpr qsizetype mostProblems = 100;             // reported per card
 
 private:
-    class Building;
-
     bool findBegin();
 
     std::unique_ptr<VXCardLines> _lines;

@@ -170,6 +170,8 @@ TEST(VXContactMergeTest, OfTwoNamesTheOneThatSaysMoreIsKept)
         {R"({"firstName":"Jane","middleName":"Q","lastName":"Doe"})", R"({"firstName":"Janet","lastName":"Doe"})",
          R"({"firstName":"Janet","lastName":"Doe"})",
          R"({"firstName":"Jane","middleName":"Q","lastName":"Doe","note":"name: Janet Doe"})"},
+        {R"({"company":"Mill","note":"a"})", R"({"company":"Mill","note":"b"})", R"({"company":"Mill","note":"b"})",
+         R"({"company":"Mill","note":"a\nb"})"},
         {R"({"company":"Mill"})", R"({"firstName":"Jane","lastName":"Doe"})",
          R"({"company":"Mill","firstName":"Jane","lastName":"Doe"})",
          R"({"company":"Mill","firstName":"Jane","lastName":"Doe"})"},
@@ -181,5 +183,17 @@ TEST(VXContactMergeTest, OfTwoNamesTheOneThatSaysMoreIsKept)
             EXPECT_TRUE(VXIsSameContact(both, contactFrom(expected))) << each.news << ": " << textOf(both);
             EXPECT_TRUE(VXIsSameContact(VXUnitedContact(both, contactFrom(each.news), precedence), both)) << each.news;
         }
+    }
+}
+
+// Unlike a number with only a location, which is one to talk to.
+TEST(VXContactMergeTest, ANumberOfUnknownUseMayBeAFax)
+{
+    for (const auto &[known, united] : {std::pair(R"({"numbers":["1"]})", R"({"numbers":[{"number":"1","type":1}]})"),
+                                        {R"({"numbers":[{"number":"1","type":64}]})",
+                                         R"({"numbers":[{"number":"1","type":64},{"number":"1","type":1}]})"}}) {
+        const VXContactRecord fax = contactFrom(R"({"numbers":[{"number":"1","type":1}]})");
+        const VXContactRecord both = VXUnitedContact(contactFrom(known), fax, VXContactPrecedence::Equals);
+        EXPECT_TRUE(VXIsSameContact(both, contactFrom(united))) << textOf(both);
     }
 }

@@ -73,6 +73,7 @@ TEST_P(VXContextFailureTest, ReadingFailsWithTheStoresError)
     expectFailure("count", Call::Count, counts(plain));
     expectFailure("to-many", Call::Related, fetches(calls));
     expectFailure("to-one", Call::Row, fetches(callers));
+    expectFailure("what the store leaves undecided", Call::Row, fetches(faults));
     expectFailure("object", Call::Row,
                   [this](VXError *problem) { return bool(here->existingObjectWithID(jane->objectID(), problem)); });
     const auto withChange = [](const Object &changed) { changed->setValueForKey(7, u"age"_s); };

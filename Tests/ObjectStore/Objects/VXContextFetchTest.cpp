@@ -35,6 +35,7 @@ VX_INSTANTIATE_FOR_STORES(VXContextFetchTest);
 TEST_P(VXContextFetchTest, UnsavedChangesTakePart)
 {
     const Object eve = add(u"Person"_s, {{u"name"_s, u"Eve"_s}, {u"age"_s, 35}});
+    EXPECT_EQ(context.countForFetchRequest(request(u"Person"_s)), 5) << "an insertion alone";
     people[0]->setValueForKey(36, u"age"_s); // comes to match
     people[2]->setValueForKey(10, u"age"_s); // does not any more
     context.deleteObject(people[3]);

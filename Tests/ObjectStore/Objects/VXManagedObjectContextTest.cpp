@@ -157,6 +157,10 @@ TEST_P(VXManagedObjectContextTest, ObserversAreToldOnceWhatChanged)
     context.refreshObject(jane, true);
     context.processPendingChanges();
     EXPECT_EQ(told, QStringList{u"refreshed [Zoë], updated [Jane]"_s});
+
+    told.clear();
+    context.rollback();
+    EXPECT_EQ(told, QStringList{u"refreshed [Jane]"_s});
 }
 
 TEST_P(VXManagedObjectContextTest, ObjectsTurnedIntoFaultsAreNotHeld)

@@ -250,6 +250,7 @@ TEST_P(VXManagedObjectTest, BothEndsOfRelationshipsAreKeptInStep)
     const Object phone = add(u"Phone"_s, {{u"name"_s, u"555"_s}, {u"owner"_s, QVariant::fromValue(jane)}});
     const Object pass = add(u"Passport"_s, {{u"name"_s, u"P1"_s}, {u"holder"_s, QVariant::fromValue(jane)}});
     const Object club = add(u"Group"_s, {{u"name"_s, u"Club"_s}});
+    club->setValueForKey(QVariant::fromValue(QList{zoe}), u"members"_s);
     club->setValueForKey(QVariant::fromValue(QList{jane, zoe}), u"members"_s);
     zoe->setValueForKey(QVariant::fromValue(QList{jane, zoe}), u"friends"_s);
 

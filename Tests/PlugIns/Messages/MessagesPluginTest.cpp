@@ -207,7 +207,8 @@ TEST_F(MessagesPluginTest, LongMessagesAppearWhenTheyAreWhole)
     EXPECT_THAT(shownIn(VXInboxFolder), ElementsAre(u"1 abc"_s));
     arrive(partOf(bob, 7, 2, 2, u"b"_s));
     arrive(partOf(jane, 7, 1, 2, u"y"_s));
-    EXPECT_THAT(shownIn(VXInboxFolder), testing::UnorderedElementsAre(u"1 abc"_s, u"1 Bb"_s, u"1 yz"_s));
+    arrive(partOf(jane, 8, 1, 1000, u"all"_s)); // no message has so many
+    EXPECT_THAT(shownIn(VXInboxFolder), testing::UnorderedElementsAre(u"1 abc"_s, u"1 Bb"_s, u"1 yz"_s, u"1 all"_s));
     VXManagedObjectContext context(store->coordinator());
     VXMessageRecord whole(partOf(jane, 7, 1, 3, u"abc"_s));
     const auto found = store->findMessages(whole, {}, context);

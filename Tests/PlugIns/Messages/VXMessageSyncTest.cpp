@@ -148,14 +148,14 @@ TEST_F(VXMessageSyncTest, WhatAPhoneTellsOddlyIsFiledOnce)
     put(u"+49170"_s, u"no date"_s, -1, u"4"_s, false);
     put(u"Bank24 <VOICE-9x>"_s, u"letters"_s, 5, u"5"_s);
     put({}, u"nobody"_s, 6, u"6"_s);
-    put(u"+49170"_s, {}, 7, u"7"_s); // no text: it is left there
-    phone->items.last() = [](QVariantMap item) {
-        item.remove(u"text"_s);
-        return item;
-    }(phone->items.last().toMap());
-    const QVariantMap silent = phone->items.takeLast().toMap();
+    put(u"+49170"_s, {}, 7, u"7"_s);           // no text: it is left there
+    put(u"+49170"_s, u"arrived"_s, 8, u"8"_s); // what the network says of another
+    QVariantMap report = phone->items.takeLast().toMap();
+    QVariantMap silent = phone->items.takeLast().toMap();
+    report.insert(u"kind"_s, u"report"_s);
+    silent.remove(u"text"_s);
     const QStringList expected = onPhone();
-    phone->items.append(silent);
+    phone->items << silent << report;
     for (const qsizetype portion : {3, 1, 100}) {
         phone->portion = portion;
         EXPECT_EQ(sync(), portion == 3 ? u"6 0"_s : u"0 0"_s);
