@@ -119,7 +119,7 @@ VXManagedObjectPtr VXPhonebookManager::entryForPhonebookString(const QString &ph
 // Kept behind a sign that no trimmed text begins with: the other look-up says of the same text that it is none.
 VXManagedObjectPtr VXPhonebookManager::entryForAddress(const QString &phonebookString)
 {
-    const QString text = VXPhonebookStringWithoutExtension(phonebookString.trimmed());
+    const QString text = VXPhonebookStringWithPause(phonebookString.trimmed());
     return text.contains(u'@') ? answer(u'\n' + text, text, Kind::EmailAddress) : answer(text, text, Kind::PhoneNumber);
 }
 

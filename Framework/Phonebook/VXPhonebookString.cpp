@@ -26,6 +26,27 @@ QString unescaped(QStringView part)
     return VXTextEscaping::stringByUnescapingCharactersInString(part.toString(), reservedCharacters);
 }
 
+// The extension, if it is kept, goes behind a pause.
+QString dialled(const QString &text, bool keepsExtension)
+{
+    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
+                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
+    if (!isLikely)
+        return text;
+    const auto parts = VXPhonebookStringParts::split(text);
+    if (parts.isAddress || !parts.problem.isNull())
+        return text;
+    const bool isBare = parts.value.isNull();
+    const QString value = isBare ? text : unescaped(parts.value);
+    VXWrittenNumber written = VXWrittenNumber::in(value);
+    if (written.number == value || !VXIsValidPhoneNumber(written.number))
+        return text;
+    if (keepsExtension && !written.extension.isEmpty())
+        written.number += u'p' + written.extension.replace(u',', u'p');
+    return VXPhonebookStringJoin(isBare || parts.name.isNull() ? QString() : unescaped(parts.name), written.number,
+                                 VXPhonebookTypeMaskFromString(parts.letters));
+}
+
 } // namespace
 
 bool VXPhonebookStringSplit(const QString &text, QString *name, QString *value, unsigned *typeMask)
@@ -46,20 +67,12 @@ bool VXPhonebookStringSplit(const QString &text, QString *name, QString *value, 
 
 QString VXPhonebookStringWithoutExtension(const QString &text)
 {
-    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
-                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
-    if (!isLikely)
-        return text;
-    const auto parts = VXPhonebookStringParts::split(text);
-    if (parts.isAddress || !parts.problem.isNull())
-        return text;
-    const bool isBare = parts.value.isNull();
-    const QString value = isBare ? text : unescaped(parts.value);
-    const QString number = VXWrittenNumber::in(value).number;
-    if (number == value || !VXIsValidPhoneNumber(number))
-        return text;
-    return VXPhonebookStringJoin(isBare || parts.name.isNull() ? QString() : unescaped(parts.name), number,
-                                 VXPhonebookTypeMaskFromString(parts.letters));
+    return dialled(text, false);
+}
+
+QString VXPhonebookStringWithPause(const QString &text)
+{
+    return dialled(text, true);
 }
 
 QString VXPhonebookStringJoin(const QString &name, const QString &value, unsigned typeMask)

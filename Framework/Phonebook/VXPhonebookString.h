@@ -18,6 +18,8 @@
 /** The phonebook string with the number that is dialled, where its number has an extension or the like as people write it
  *  (VXWrittenNumber), which the format does not have. Any other text is returned as it is. */
 [[nodiscard]] VX_EXPORT QString VXPhonebookStringWithoutExtension(const QString &text);
+/** The same, with the extension behind a pause ("p77"), which the format has: for look-ups, which tell contacts apart by it. */
+[[nodiscard]] VX_EXPORT QString VXPhonebookStringWithPause(const QString &text);
 
 /**
  * Makes a phonebook string, with reserved characters escaped. Name and value may be null; without a value the name is

@@ -50,7 +50,7 @@ std::optional<QList<VXContactCandidate>> candidatesFor(VXHostContext &context, V
     QString name;
     QString value;
     unsigned type = 0;
-    if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(text), &name, &value, &type)) {
+    if (!VXPhonebookStringSplit(VXPhonebookStringWithPause(text), &name, &value, &type)) {
         context.output.fail(u"\"%1\" is no phone number, e-mail address or phonebook string"_s.arg(text));
         return std::nullopt;
     }
