@@ -267,9 +267,10 @@ void VXManagedObject::copyAttribute(int index, const VXManagedObject &other, int
     VXAssert(attribute != nullptr && its != nullptr && attribute->type() == its->type(),
              u"\"%1\" of entity \"%2\" is no attribute like \"%3\""_s.arg(property(index).name(), entity().name(),
                                                                           other.property(otherIndex).name()));
-    if (other._isFault && other._context != nullptr &&
-        !other._context->canReadToChange({VXManagedObjectPtr(&other.self())}, *this))
-        return;
+    VXError problem;
+    if (_context != nullptr && other._isFault && other._context != nullptr &&
+        !other._context->readFault(other.self(), &problem) && problem) // this context is the one that lacks the change
+        return _context->noteLostChange(other, problem);
     const VXStoreRow *const from = other.values();
     if (from == nullptr) // it is gone
         return setAttribute(index, {});

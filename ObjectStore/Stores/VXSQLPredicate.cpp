@@ -1,6 +1,7 @@
 #include "VXSQLPredicate.h"
 
 #include "VXNone.h"
+#include "VXNumberRange.h"
 #include "VXSQLiteSchema.h"
 
 #include <QtCore/QScopeGuard>
@@ -39,15 +40,10 @@ bool isFixed(const VXExpression &expression)
 // "5 < age" as "age > 5".
 VXPredicate turned(const VXPredicate &predicate)
 {
-    static const QHash<Operator, Operator> opposites = {
-        {Operator::Equal, Operator::Equal},  {Operator::NotEqual, Operator::NotEqual},
-        {Operator::Less, Operator::Greater}, {Operator::LessOrEqual, Operator::GreaterOrEqual},
-        {Operator::Greater, Operator::Less}, {Operator::GreaterOrEqual, Operator::LessOrEqual},
-    };
-    const auto opposite = opposites.constFind(predicate.comparisonOperator());
-    if (opposite == opposites.cend() || predicate.modifier() != Modifier::Direct || !isFixed(predicate.left()))
+    const Operator comparison = predicate.comparisonOperator();
+    if (comparison > Operator::GreaterOrEqual || predicate.modifier() != Modifier::Direct || !isFixed(predicate.left()))
         return predicate;
-    return VXPredicate::comparison(predicate.right(), *opposite, predicate.left(), predicate.options());
+    return VXPredicate::comparison(predicate.right(), VXMirrored(comparison), predicate.left(), predicate.options());
 }
 
 } // namespace

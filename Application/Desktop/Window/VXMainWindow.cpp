@@ -212,9 +212,10 @@ void VXMainWindow::focusList()
 // From what is edited, else from a search, else to the list.
 void VXMainWindow::goBack()
 {
-    if (current()->leave())
+    VXSection *const section = current();
+    if (section == nullptr || section->leave())
         return;
-    if (auto *const pane = current()->findChild<VXListPane *>())
+    if (auto *const pane = section->findChild<VXListPane *>())
         pane->search()->clear();
     focusList();
 }

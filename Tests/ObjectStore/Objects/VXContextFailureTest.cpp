@@ -144,6 +144,7 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
     save();
     const int name = jane->entity().propertyForName(u"name"_s)->index();
     const int calls = jane->entity().propertyForName(u"calls"_s)->index();
+    VXManagedObjectContext away(failing);
     const struct
     {
         const char *what;
@@ -165,6 +166,8 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
          }},
         {"copy", Call::Row,
          [&](const Object &person) { person->copyAttribute(name, *here->objectWithID(zoe->objectID()), name); }},
+        {"copy from another context", Call::Row,
+         [&](const Object &person) { person->copyAttribute(name, *away.objectWithID(zoe->objectID()), name); }},
     };
     const auto all = [this](const QString &entity, const QString &format) {
         return names(fetch(other, request(entity, format, {}, {u"name"_s})));
