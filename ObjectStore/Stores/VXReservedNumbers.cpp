@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include <unistd.h>
 
@@ -35,9 +36,12 @@ bool VXReservedNumbers::add(const QByteArray &entity, qint64 highest)
     const QByteArray before = contents();
     const qsizetype whole = before.lastIndexOf('\n') + 1;
     const QByteArray line = entity + ' ' + QByteArray::number(highest) + '\n';
-    if (::pwrite(_descriptor, line.constData(), size_t(line.size()), whole) == line.size())
+    const ssize_t written = ::pwrite(_descriptor, line.constData(), size_t(line.size()), whole);
+    if (written == line.size())
         return true;
+    const int problem = written < 0 ? errno : ENOSPC;
     [[maybe_unused]] const int status = ::ftruncate(_descriptor, whole);
+    errno = problem;
     return false;
 }
 

@@ -14,7 +14,7 @@ public:
     explicit VXReservedNumbers(int descriptor) : _descriptor(descriptor) {}
 
     QMap<QByteArray, qint64> read() const;
-    /** On failure the file is unchanged. */
+    /** On failure the file is unchanged, and errno set. */
     bool add(const QByteArray &entity, qint64 highest);
     /** To be called when all numbers are in the store. */
     void clear();

@@ -4,6 +4,7 @@
 #include "VXMutex.h"
 #include "VXObjectStoreError.h"
 #include "VXSQLiteFunctions.h"
+#include "VXStoreErrors.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -53,7 +54,7 @@ QString descriptionOf(VXObjectStoreErrorCode code)
     case VXObjectStoreErrorCode::StoreTimedOut:
         return u"The store is in use by another process."_s;
     case VXObjectStoreErrorCode::FileOutOfSpace:
-        return u"There is no room left to save to the store."_s;
+        return VXOutOfSpaceDescription();
     case VXObjectStoreErrorCode::FileWrite:
         return u"The store could not be written."_s;
     default:
@@ -65,7 +66,7 @@ QString descriptionOf(VXObjectStoreErrorCode code)
 bool isOutOfSpace(sqlite3 *database, int status)
 {
     const int problem = (status & 0xFF) == SQLITE_IOERR && database != nullptr ? sqlite3_system_errno(database) : 0;
-    return problem == ENOSPC || problem == EDQUOT;
+    return VXIsOutOfSpace(problem);
 }
 
 VXError errorOf(sqlite3 *database, int status, const QString &path)
@@ -170,7 +171,7 @@ bool VXSQLiteConnection::copyFileTo(const VXFileDescriptor &copy, VXError *error
         const QByteArrayView piece(inMemory == nullptr ? read.constData() : static_cast<const char *>(inMemory),
                                    length);
         if (status == SQLITE_OK && !copy.writeAll(piece))
-            status = errno == ENOSPC || errno == EDQUOT ? SQLITE_FULL : SQLITE_IOERR_WRITE;
+            status = VXIsOutOfSpace(errno) ? SQLITE_FULL : SQLITE_IOERR_WRITE;
         if (inMemory != nullptr)
             file->pMethods->xUnfetch(file, at, inMemory);
         if (status == SQLITE_OK && !VXCopyWatch::note(length))

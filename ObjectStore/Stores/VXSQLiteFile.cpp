@@ -152,7 +152,7 @@ bool makePrivate(const QString &path, VXError *error)
     const VXFileDescriptor file(
         ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.isOpen())
-        VXSetError(error, VXStoreWriteError(path, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(path, errno));
     return file.isOpen();
 }
 
@@ -211,7 +211,7 @@ std::optional<bool> copyBytes(const QString &path, const QString &to, std::chron
         return false;
     const VXFileDescriptor file(::open(QFile::encodeName(to).constData(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file.isOpen())
-        VXSetError(error, VXStoreWriteError(to, qt_error_string()));
+        VXSetError(error, VXStoreWriteError(to, errno));
     return file.isOpen() && source->copyFileTo(file, error);
 }
 
@@ -245,7 +245,7 @@ bool moveInPlace(const QString &from, const QString &path, VXError *error)
         static_cast<void>(VXSynchronizeFolderOf(path)); // a failure only makes it less durable
         return true;
     }
-    VXSetError(error, VXStoreWriteError(path, qt_error_string()));
+    VXSetError(error, VXStoreWriteError(path, errno));
     return false;
 }
 

@@ -11,6 +11,8 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <cerrno>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -22,6 +24,13 @@ VXError readError(const QString &path, const QString &reason)
     return VXObjectStoreError(Code::FileRead, u"The store cannot be read."_s, reason, path);
 }
 
+// Of what knows the system's reason, or has one of its own.
+template <class File>
+VXError writeError(const File &file, const QString &reason, const QString &path)
+{
+    return file.systemError() == 0 ? VXStoreWriteError(path, reason) : VXStoreWriteError(path, file.systemError());
+}
+
 // Carries the new contents to the disk, beside the file that they are to replace.
 bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &metadata, const VXRowTables &tables,
                  const VXManagedObjectModel &model, VXError *error)
@@ -30,7 +39,7 @@ bool writeBeside(VXAtomicFile &file, const QString &path, const QVariantMap &met
     const bool isWritten = file.open() && VXXMLStoreWriter(file).write(metadata, tables, model, &reason);
     if (isWritten && file.prepare())
         return true;
-    VXSetError(error, VXStoreWriteError(path, reason.isNull() ? file.errorString() : reason));
+    VXSetError(error, reason.isNull() ? writeError(file, file.errorString(), path) : VXStoreWriteError(path, reason));
     return false;
 }
 
@@ -38,7 +47,7 @@ bool commitTo(VXAtomicFile &file, const QString &path, VXError *error)
 {
     if (file.commit())
         return true;
-    VXSetError(error, VXStoreWriteError(path, file.errorString()));
+    VXSetError(error, writeError(file, file.errorString(), path));
     return false;
 }
 
@@ -216,9 +225,11 @@ std::unique_ptr<VXFileLock> VXXMLStore::lockFile(VXError *error) const
     auto lock = std::make_unique<VXFileLock>(lockPath(), _options.busyTimeout);
     if (lock->isHeld())
         return lock;
-    VXSetError(error, lock->isTimedOut() ? VXObjectStoreError(Code::StoreTimedOut, u"The store could not be written."_s,
-                                                              u"Another process has locked it."_s, path())
-                                         : VXStoreWriteError(path(), lock->reason()));
+    if (lock->isTimedOut())
+        VXSetError(error, VXObjectStoreError(Code::StoreTimedOut, u"The store could not be written."_s,
+                                             u"Another process has locked it."_s, path()));
+    else
+        VXSetError(error, writeError(*lock, lock->reason(), path()));
     return nullptr;
 }
 
@@ -235,8 +246,8 @@ std::optional<qint64> VXXMLStore::reserveNumbers(const VXEntityDescription &root
     const bool isUsedUp = highest > VXLargestStoreNumber;
     if (!isUsedUp && reserved.add(name, highest))
         return first;
-    VXSetError(error, VXStoreWriteError(path(), isUsedUp ? u"The numbers of its objects are used up."_s
-                                                         : u"Its lock file cannot be written."_s));
+    VXSetError(error, isUsedUp ? VXStoreWriteError(path(), u"The numbers of its objects are used up."_s)
+                               : VXStoreWriteError(path(), errno)); // of the lock file
     return std::nullopt;
 }
 

@@ -101,8 +101,10 @@ VXAtomicFile::~VXAtomicFile()
 
 bool VXAtomicFile::fail(int problem)
 {
-    if (!_isFailed)
+    if (!_isFailed) {
         setErrorString(qt_error_string(problem));
+        _problem = problem;
+    }
     _isFailed = true;
     return false;
 }
@@ -111,6 +113,7 @@ bool VXAtomicFile::open(OpenMode)
 {
     takeBack();
     _isFailed = _isPrepared = false;
+    _problem = 0;
     return findTarget() && makeFileBeside() && QIODevice::open(WriteOnly | Unbuffered);
 }
 

@@ -38,6 +38,8 @@ public:
     [[nodiscard]] bool prepare();
     /** The stamp that the file will have at its place. Valid after `prepare`. */
     VXFileStamp stamp() const { return VXFileStamp::ofDescriptor(_file.number()); }
+    /** The errno of the first failure since `open`, as ENOSPC for a full disk; 0 for none, and where the system knows of none. */
+    int systemError() const { return _problem; }
     /**
      * Moves the file to its place. Fails if any write failed before. The rename is synced to disk as well, if the file
      * system supports that; a failure of this step is only reported as a diagnostic.
@@ -67,6 +69,7 @@ private:
     VXFileDescriptor _file;
     QByteArray _buffer;
     bool _isFailed = false;
+    int _problem = 0;
     bool _isPrepared = false;
 };
 

@@ -76,6 +76,7 @@ void VXFileLock::wait(VXFileDescriptor file, std::chrono::milliseconds timeout, 
         _file = std::move(file); // closing it releases the lock
         return;
     }
+    _problem = problem;
     _isTimedOut = problem == EWOULDBLOCK;
     _reason = qt_error_string(problem);
 }

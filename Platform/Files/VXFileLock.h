@@ -29,6 +29,8 @@ public:
     bool isHeld() const { return _file.isOpen(); }
     bool isTimedOut() const { return _isTimedOut; }
     QString reason() const { return _reason; }
+    /** The errno of what `reason` says; 0 where the system knows of none. */
+    int systemError() const { return _problem; }
     /** Whether nobody can have the lock: there is no file and none can be made (read-only media, another user's folder,
      *  a full disk), or the file system does not support locks. */
     bool isImpossible() const { return _isImpossible; }
@@ -39,6 +41,7 @@ private:
     void wait(VXFileDescriptor file, std::chrono::milliseconds timeout, Mode mode);
 
     VXFileDescriptor _file; // open while the lock is held
+    int _problem = 0;
     bool _isTimedOut = false;
     bool _isImpossible = false;
     QString _reason;
