@@ -1,5 +1,6 @@
 #include "VXModelDefinition.h"
 #include "VXNone.h"
+#include "VXPredicateWords.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QHash>
@@ -24,11 +25,8 @@ bool isIdentifier(const QString &name)
 // Words with a meaning of their own in predicates and objects.
 bool isReserved(const QString &name)
 {
-    static const QSet<QString> words = {
-        u"self"_s, u"objectid"_s, u"entity"_s,   u"and"_s,        u"or"_s,       u"not"_s,    u"in"_s,   u"like"_s,
-        u"any"_s,  u"all"_s,      u"none"_s,     u"between"_s,    u"true"_s,     u"false"_s,  u"null"_s, u"nil"_s,
-        u"yes"_s,  u"no"_s,       u"contains"_s, u"beginswith"_s, u"endswith"_s, u"matches"_s};
-    return words.contains(name.toLower());
+    return VXIsPredicateWord(name) || name.compare("objectID"_L1, Qt::CaseInsensitive) == 0 ||
+           name.compare("entity"_L1, Qt::CaseInsensitive) == 0;
 }
 
 class Checker
