@@ -113,13 +113,12 @@ bool VXDataPlugin::updateMetaDataForStore(VXCoreDataStore &store, VXError *error
         VXSetError(error, storeError(u"Missing data store"_s, url));
         return false;
     }
-    QVariantMap metadata = attached->metadata();
-    metadata.insert(VXStoreOwnerIdentifierKey, identifier());
+    QVariantMap metadata{{VXStoreOwnerIdentifierKey, identifier()}};
     if (const QString version = dataStoreVersion(); !version.isNull())
         metadata.insert(VXStoreVersionKey, version);
     if (const QString version = smartFilterVersion(); !version.isNull())
         metadata.insert(VXStoreSmartFilterVersionKey, version);
-    attached->setMetadata(metadata);
+    attached->changeMetadata(metadata);
     return true;
 }
 

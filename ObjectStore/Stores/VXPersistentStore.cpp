@@ -83,16 +83,28 @@ QVariantMap VXPersistentStore::metadata() const
 
 void VXPersistentStore::setMetadata(const QVariantMap &metadata)
 {
-    const QVariantMap wanted = withOwnEntries(metadata);
+    QVariantMap changes = metadata;
     const VXMutexLocker lock(_metadataLock);
-    const QVariantMap present = changedMetadata(_storedMetadata, _unsavedMetadata);
-    for (auto entry = present.cbegin(); entry != present.cend(); ++entry) {
-        if (!wanted.contains(entry.key()))
-            _unsavedMetadata.insert(entry.key(), {});
+    for (const QString &key : changedMetadata(_storedMetadata, _unsavedMetadata).keys()) {
+        if (!metadata.contains(key))
+            changes.insert(key, {});
     }
-    for (auto entry = wanted.cbegin(); entry != wanted.cend(); ++entry) {
-        if (*entry != present.value(entry.key()))
-            _unsavedMetadata.insert(entry.key(), *entry);
+    noteChanges(changes);
+}
+
+void VXPersistentStore::changeMetadata(const QVariantMap &changes)
+{
+    const VXMutexLocker lock(_metadataLock);
+    noteChanges(changes);
+}
+
+void VXPersistentStore::noteChanges(const QVariantMap &changes)
+{
+    const QVariantMap present = changedMetadata(_storedMetadata, _unsavedMetadata);
+    const QVariantMap wanted = withOwnEntries(changedMetadata(present, changes));
+    for (const QString &key : changes.keys()) {
+        if (wanted.value(key) != present.value(key))
+            _unsavedMetadata.insert(key, wanted.value(key));
     }
 }
 

@@ -165,6 +165,8 @@ public:
     /** Replaces the entries that users set. The next save writes those that differ from metadata(), and leaves the
      *  others as it finds them. */
     void setMetadata(const QVariantMap &metadata);
+    /** Sets these entries, and removes those with an invalid value. Leaves all others, as another thread may be setting them. */
+    void changeMetadata(const QVariantMap &changes);
     /** The entries to be written with the next save, as in VXSaveRequest; none if there are none. */
     std::optional<QVariantMap> unsavedMetadata() const;
 
@@ -243,6 +245,7 @@ protected:
 
 private:
     QVariantMap withOwnEntries(QVariantMap metadata) const;
+    void noteChanges(const QVariantMap &changes) VX_REQUIRES(_metadataLock);
 
     const VXStoreType _type;
     const QString _path;

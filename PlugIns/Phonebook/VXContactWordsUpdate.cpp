@@ -45,9 +45,7 @@ void VXUpdateContactWords(const VXPersistentStoreCoordinator::Ptr &coordinator)
     VXError error;
     bool isDone = updateAll(coordinator, &error);
     if (isDone) {
-        QVariantMap metadata = stores.first()->metadata();
-        metadata.insert(generationKey, VXContactWords::generation);
-        stores.first()->setMetadata(metadata);
+        stores.first()->changeMetadata({{generationKey, VXContactWords::generation}});
         isDone = VXManagedObjectContext(coordinator).save(&error); // else with the next save
     }
     if (!isDone)

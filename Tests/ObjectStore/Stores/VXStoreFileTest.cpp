@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -126,6 +127,19 @@ TEST_P(VXStoreFileTest, OnlyTheMetadataThatWereSetAreReplaced)
     expected.insert({{u"b"_s, 3}, {u"c"_s, 2}, {u"d"_s, 4}});
     EXPECT_EQ(first->metadata(), expected);
     EXPECT_EQ(open(u"a"_s)->metadata(), expected);
+
+    std::vector<std::thread> threads; // with entries of their own
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&first, number] {
+            for (int time = 0; time < 200; ++time)
+                first->changeMetadata({{QString::number(number), time}, {u"b"_s, {}}, {VXStoreUUIDKey, u"mine"_s}});
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    expected.remove(u"b"_s);
+    expected.insert({{u"0"_s, 199}, {u"1"_s, 199}, {u"2"_s, 199}, {u"3"_s, 199}});
+    EXPECT_EQ(first->metadata(), expected);
 }
 
 TEST_P(VXStoreFileTest, ACopyIsWhatWasSaved)
