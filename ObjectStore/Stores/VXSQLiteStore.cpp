@@ -26,13 +26,17 @@ VXSQLiteStore::VXSQLiteStore(const QString &path, const VXManagedObjectModel::Pt
 VXSQLiteStore::~VXSQLiteStore()
 {
     setClosed();
+    close();
 }
 
-// The last connection merges the log into the file and removes it.
+// The last connection merges the log into the file and removes it; but not of a file that lies elsewhere by now, whose log SQLite
+// would play into the one that has taken its place.
 void VXSQLiteStore::close()
 {
     const std::unique_lock<VXMutex> turn(_writing);
     _readers.close();
+    if (_writer && _writer->hasMoved() && _writer->execute(u"PRAGMA busy_timeout = 200"_s, nullptr))
+        _writer->execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, nullptr);
     _writer.reset();
 }
 

@@ -344,6 +344,18 @@ TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
     EXPECT_EQ(count(*open(u"a"_s)), 2);
 }
 
+TEST_P(VXStoreFileTest, AFileMovedOverAnOpenStoreDoesNotGetItsLog)
+{
+    auto store = open(u"a"_s);
+    addItem(*open(u"other"_s));
+    addItem(*store);
+    addItem(*store);
+    ASSERT_TRUE(QFile::rename(path(u"a"_s), path(u"aside"_s)) && QFile::rename(path(u"other"_s), path(u"a"_s)));
+    store.reset();
+    EXPECT_EQ(count(*open(u"a"_s)), 1);
+    EXPECT_EQ(count(*open(u"aside"_s)), 2) << "what was saved goes with the file";
+}
+
 TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
 {
     VXManagedObjectID lonely;
