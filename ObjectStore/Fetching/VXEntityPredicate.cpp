@@ -25,6 +25,11 @@ bool isTextOperator(Operator comparison)
     return comparison >= Operator::BeginsWith && comparison <= Operator::Matches;
 }
 
+bool isOrdering(Operator comparison)
+{
+    return comparison >= Operator::Less && comparison <= Operator::GreaterOrEqual;
+}
+
 bool isNumberType(VXAttributeType type)
 {
     return type <= VXAttributeType::Boolean;
@@ -106,14 +111,19 @@ private:
         return values;
     }
 
+    std::optional<VXNumberRange> rangeOfPath() const
+    {
+        if (_path.property == nullptr)
+            return VXNumberRange::ofCount();
+        const VXAttributeDescription *const attribute = _path.property->asAttribute();
+        return attribute == nullptr ? std::nullopt : VXNumberRange::ofType(attribute->type());
+    }
+
     // ALL holds for no values at all, NONE for numbers that there cannot be.
     bool canHold(const QVariant &value, QString *problem) const
     {
-        const VXAttributeDescription *const attribute =
-            _path.property == nullptr ? nullptr : _path.property->asAttribute();
         const bool isAsked = _predicate.modifier() == Modifier::Direct || _predicate.modifier() == Modifier::Any;
-        const std::optional<VXNumberRange> range =
-            attribute == nullptr || !isAsked ? std::nullopt : VXNumberRange::ofType(attribute->type());
+        const std::optional<VXNumberRange> range = isAsked ? rangeOfPath() : std::nullopt;
         if (!range || range->canBe(_comparison, value))
             return true;
         *problem = u"%1 never holds: \"%2\" is a whole number from %3 to %4"_s.arg(
@@ -164,6 +174,11 @@ QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath
     if (isLeftMistaken || (rightPath.isToMany && !isLeftList && comparison != Operator::In))
         return u"\"%1\" leads to many values: write it first, after ANY, ALL or NONE"_s.arg(
             (isLeftMistaken ? predicate.left() : right).keys().join(u'.'));
+    const bool isHeld = predicate.modifier() == Modifier::Direct || predicate.modifier() == Modifier::Any;
+    if (isHeld && isConstant && VXIsNone(right.value()) && (isOrdering(comparison) || isTextOperator(comparison)) &&
+        !(isLeftList && comparison == Operator::Contains))
+        return u"%1 never holds: no value is neither less nor greater, and no part of a text"_s.arg(
+            predicate.predicateFormat());
     if (comparison == Operator::Matches && isConstant && right.value().typeId() == QMetaType::QString) {
         const QRegularExpression pattern = VXMatchesPattern(right.value().toString(), predicate.options());
         return pattern.isValid() ? QString() : u"%1 is no pattern: %2"_s.arg(right.format(), pattern.errorString());

@@ -36,6 +36,11 @@ std::optional<VXNumberRange> VXNumberRange::ofType(VXAttributeType type)
     }
 }
 
+VXNumberRange VXNumberRange::ofCount()
+{
+    return {0, std::numeric_limits<qint64>::max()};
+}
+
 bool VXNumberRange::holds(const QVariant &value) const
 {
     const bool isWhole = !VXIsRealNumber(value.metaType()) || std::floor(value.toDouble()) == value.toDouble();

@@ -7,7 +7,7 @@
 
 #include <optional>
 
-/** The whole numbers that attributes of a type can hold. */
+/** The whole numbers that attributes of a type can hold, and others that a comparison meets. */
 struct VXNumberRange
 {
     qlonglong least;
@@ -15,6 +15,8 @@ struct VXNumberRange
 
     /** Empty for types that hold something else. */
     static std::optional<VXNumberRange> ofType(VXAttributeType type);
+    /** What "@count" can be. */
+    static VXNumberRange ofCount();
 
     /** Whether a number of the range, or none, can compare so with the value, a list for In and Between. True for
      *  operators that do not compare numbers. */

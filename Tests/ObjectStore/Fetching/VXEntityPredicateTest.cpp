@@ -93,6 +93,7 @@ TEST_F(VXEntityPredicateTest, WhatCanNeverHoldIsRefusedWithTheReason)
         EXPECT_EQ(made(text), u"refused: "_s + reason);
     for (const QString &never :
          {u"day == 70000"_s, u"day == 1960.5"_s, u"ANY caller.calls.day > 32767"_s, u"-70000 > day"_s, u"day >= NULL"_s,
+          u"caller.calls.@count < 0"_s, u"number CONTAINS NULL"_s, u"ANY caller.calls.date > NULL"_s,
           u"day IN {70000}"_s, u"day BETWEEN {40000, 50000}"_s})
         EXPECT_TRUE(made(never).startsWith("refused: "_L1 + never + " never holds"_L1)) << made(never).toStdString();
 }
