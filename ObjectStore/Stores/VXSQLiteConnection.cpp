@@ -188,6 +188,7 @@ VXSQLiteConnection::~VXSQLiteConnection()
 {
     _recent = {};
     _statements.clear();
+    _trace.reset();
     sqlite3_close(_database);
     OpenFiles::shared().remove(_key);
     if (_attached)
@@ -259,8 +260,16 @@ void VXSQLiteConnection::protect()
                  nullptr, nullptr, nullptr);
 }
 
+// Looked at for each statement, as the user may want traces of a program that is running.
+void VXSQLiteConnection::followTrace()
+{
+    if (VXSQLiteTrace::isWanted() != bool(_trace))
+        _trace = _trace ? nullptr : std::make_unique<VXSQLiteTrace>(_database);
+}
+
 std::shared_ptr<sqlite3_stmt> VXSQLiteConnection::prepare(const QString &sql, bool isKept, VXError *error)
 {
+    followTrace();
     sqlite3_stmt *prepared = nullptr;
     const int status = sqlite3_prepare16_v3(_database, sql.utf16(), int(qsizetype(sizeof(QChar)) * sql.size()),
                                             isKept ? SQLITE_PREPARE_PERSISTENT : 0U, &prepared, nullptr);
@@ -273,6 +282,7 @@ std::shared_ptr<sqlite3_stmt> VXSQLiteConnection::prepare(const QString &sql, bo
 
 VXSQLiteStatement VXSQLiteConnection::statement(const QString &sql, VXError *error)
 {
+    followTrace();
     const auto isSame = [&sql](const Prepared &each) { return each.statement && each.sql.isSharedWith(sql); };
     const auto recent = std::find_if(_recent.cbegin(), _recent.cend(), isSame);
     if (recent != _recent.cend())

@@ -4,6 +4,7 @@
 #include "VXFileDescriptor.h"
 #include "VXObjectStoreExport.h"
 #include "VXSQLiteStatement.h"
+#include "VXSQLiteTrace.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QString>
@@ -92,6 +93,7 @@ private:
     std::shared_ptr<sqlite3_stmt> prepare(const QString &sql, bool isKept, VXError *error);
     VXSQLiteStatement lent(const Prepared &prepared);
     void protect();
+    void followTrace();
     int lastStatus() const;
 
     sqlite3 *const _database; // owned
@@ -102,6 +104,7 @@ private:
     int _bindingStatus = 0; // of the statement that made the last step: what kept a value of it from being bound
     std::atomic<qint64> *const _executions;
     QHash<QString, std::shared_ptr<sqlite3_stmt>> _statements;
-    std::array<Prepared, 4> _recent; // some of _statements, found by comparing the pointer of the text
-    size_t _next = 0;                // of the recent ones, to be replaced
+    std::array<Prepared, 4> _recent;       // some of _statements, found by comparing the pointer of the text
+    size_t _next = 0;                      // of the recent ones, to be replaced
+    std::unique_ptr<VXSQLiteTrace> _trace; // null while traces are off
 };

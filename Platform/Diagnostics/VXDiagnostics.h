@@ -12,7 +12,7 @@ VX_PLATFORM_EXPORT void VXConsoleLog(const QString &text);
  */
 VX_PLATFORM_EXPORT void VXSetConsoleIsForPeople(bool flag);
 
-/** Receives the platform layer's own problems. Level: 3 failure, 4 warning, 5 notice. Called on any thread. */
+/** Receives the platform layer's own problems. Level: 3 failure, 4 warning, 5 notice, 7 trace. Called on any thread. */
 using VXDiagnosticHandler = void (*)(unsigned level, const QString &text);
 
 /** Installs the handler (done by the logger); nullptr restores the console. Returns the former handler. */

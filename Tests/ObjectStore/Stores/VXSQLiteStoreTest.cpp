@@ -3,6 +3,7 @@
 #include "VXSQLiteConnection.h"
 #include "VXTesting.h"
 #include "VXTestSQL.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -86,6 +87,20 @@ protected:
     const VXManagedObjectModel::Ptr model = VXModelOf(phoneSource);
     VXError error;
 };
+
+TEST_F(VXSQLiteStoreTest, StatementsAreLoggedWhileThatIsWanted)
+{
+    makeStore();
+    const auto store = open();
+    const VXDiagnosticRecorder log;
+    for (const bool isWanted : {false, true, false}) {
+        VXUserDefaults::standardUserDefaults().setObject(isWanted, u"debug.SQL"_s);
+        EXPECT_EQ(rowCount(*store, u"Party"_s), 1);
+    }
+    ASSERT_EQ(log.texts().size(), 1) << log.texts().join(u'\n').toStdString();
+    EXPECT_THAT(log.texts().first().toStdString(),
+                testing::ContainsRegex(R"(^\[SQL\] 0x.* ms, rows 1, scanned 0, sorts 0: SELECT .* FROM "VX_Party")"));
+}
 
 // The index has the texts in another order, which shows where units differ in both bytes.
 TEST_F(VXSQLiteStoreTest, TheFirstObjectsByAnIndexedTextAreThoseOfTheWholeOrder)
