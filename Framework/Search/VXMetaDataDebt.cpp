@@ -196,9 +196,9 @@ void VXMetaDataDebt::takeOver(QString path, Owed *owed)
     _taken.append({path, text.size()});
 }
 
-void VXMetaDataDebt::markPass() const
+void VXMetaDataDebt::markPass(const QList<qint64> &numbers) const
 {
-    static_cast<void>(add(ownName() + passSuffix, {}));
+    static_cast<void>(add(ownName() + passSuffix, linesOf(numbers)));
 }
 
 VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()

@@ -42,8 +42,8 @@ public:
     void leaveToPass() const;
 
     // -- Passes
-    /** Makes a pass due even if nothing was saved. */
-    void markPass() const;
+    /** Makes a pass due even if nothing was saved. It writes the files of these objects whatever their dates say. */
+    void markPass(const QList<qint64> &numbers = {}) const;
     /** Takes over what all processes owe, and what is left of passes that did not end. */
     Owed beginPass();
     /** Ends the pass: with `isDone` all that it took over is settled, otherwise a pass stays due. */
