@@ -24,6 +24,8 @@ namespace {
 
 constexpr qsizetype usualLimit = 50;
 constexpr std::chrono::milliseconds longestWait = 2s; // for a searching user, until another process is done
+constexpr int priorityInBackground = 5;               // not the lowest: who searches meanwhile waits until it gives way
+constexpr std::chrono::milliseconds longestLook = 100ms; // of others, at a lock
 constexpr int mostRounds = 3;
 
 VXSearchIndex::Scope scopeOf(const VXHostOptions &options)
@@ -72,7 +74,7 @@ int updateInBackground(VXHostContext &context)
     const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };
     if (!isDue())
         return VXHostOutput::Done;
-    VXThread::vx_lowerPriority();
+    VXThread::vx_lowerPriority(priorityInBackground);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         bool isDone = true;
         for (int round = 0; round < mostRounds && isDone && isDue(); ++round) {
@@ -156,7 +158,7 @@ VXHostCommand VXSearchCommand()
                     {.name = u"repair"_s, .placeholder = {}, .summary = u"Put right what differs (check)"_s},
                     {.name = u"background"_s,
                      .placeholder = {},
-                     .summary = u"Only while the computer has nothing else to do, and if it is due (update)"_s}},
+                     .summary = u"At a lower priority, and only if it is due (update)"_s}},
         .minimumOperands = 1,
         .maximumOperands = 100,
         .run = runSearch};
