@@ -272,6 +272,24 @@ QStringList VXMetaDataDebt::identifiersOfAll()
     return identifiers;
 }
 
+QByteArray VXMetaDataDebt::lastWord()
+{
+    QByteArray dates;
+    for (const QString &folder : folders()) {
+        struct stat status = {};
+        if (::stat(QFile::encodeName(folder).constData(), &status) == 0)
+            dates += QByteArray::number(qint64(status.st_mtim.tv_sec)) + '.' +
+                     QByteArray::number(qint64(status.st_mtim.tv_nsec)) + ' ';
+    }
+    return dates;
+}
+
+void VXMetaDataDebt::leaveWord()
+{
+    for (const QString &folder : folders())
+        ::utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), nullptr, 0); // fails where nothing was ever saved
+}
+
 bool VXMetaDataDebt::isAnyOfAll()
 {
     return isAnyDue(u"*"_s);
