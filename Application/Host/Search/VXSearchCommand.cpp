@@ -1,6 +1,5 @@
 #include "VXErrorText.h"
 #include "VXFileLock.h"
-#include "VXFileManager.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -72,14 +71,13 @@ int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
 int updateInBackground(VXHostContext &context)
 {
     const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };
-    if (!isDue())
+    if (!isDue() || VXIsSearchBeingUpdated())
         return VXHostOutput::Done;
     VXThread::vx_lowerPriority(priorityInBackground);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         bool isDone = true;
         for (int round = 0; round < mostRounds && isDone && isDue(); ++round) {
-            const VXFileLock turn(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1,
-                                  0ms);
+            const VXFileLock turn(VXSearchUpdateLockPath(), longestLook);
             if (turn.isTimedOut())
                 break;
             isDone = VXUpdateSearch(context);

@@ -93,6 +93,16 @@ void VXStartSearchUpdate()
         {u"search"_s, u"update"_s, u"--background"_s}); // otherwise the next search, or a permanent process, does it
 }
 
+QString VXSearchUpdateLockPath()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1;
+}
+
+bool VXIsSearchBeingUpdated()
+{
+    return isLocked(VXSearchUpdateLockPath());
+}
+
 bool VXIsSearchUpdateDue()
 {
     if (VXMetaDataSync::isIgnored())
