@@ -129,6 +129,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
         return Outcome::Failed;
     if (!waitForTurn(longestWait))
         return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
+    _sync._state.removeUnfinished();
     const QVariantMap settings = _sync._settings.present();
     VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // saves from now on, in any process, are owed anew
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);

@@ -2,6 +2,7 @@
 
 #include "HostProgram.h"
 #include "HostTestsPaths.h"
+#include "VXFolders.h"
 #include "VXHostJSON.h"
 #include "VXTesting.h"
 #include "VXTestProcess.h"
@@ -308,6 +309,14 @@ TEST_F(HostSearchTest, FindsWhatIsThereWhateverWasPutBack)
         EXPECT_EQ(runHost("search check").status, 0) << what;
         QProcess::execute(u"rm"_s, {u"-r"_s, copy});
     }
+    // All of it, and used there.
+    EXPECT_EQ(runHost("search check").status, 0);
+    const QTemporaryDir other;
+    QProcess::execute(u"cp"_s, {u"-rT"_s, path(), other.path()});
+    VXSetHomeFolder(other.path());
+    EXPECT_EQ(runHost("phonebook edit p1 --last Elsewhere").status, 0);
+    EXPECT_EQ(kinds("elsewhere"), both);
+    EXPECT_EQ(runHost("search check").status, 0);
 }
 
 // As one command of another user leaves them in the user's folders.
