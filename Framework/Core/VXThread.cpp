@@ -47,14 +47,18 @@ int VXThread::vx_threadIndex()
 
 // Not idle priority: an idle thread that holds a lock could block a thread of normal priority for as long as others use
 // the processors.
-void VXThread::vx_lowerPriority()
+void VXThread::vx_lowerPriority(int priority)
 {
     // From linux/ioprio.h, which glibc does not expose.
     constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS; 0 means the calling thread
     constexpr int lastOfUsualClass = (2 << 13) | 7;
-    constexpr int lowest = 19;
     const sched_param parameter = {};
     ::pthread_setschedparam(::pthread_self(), SCHED_BATCH, &parameter);
-    ::setpriority(PRIO_PROCESS, id_t(::gettid()), lowest); // affects this thread only
+    ::setpriority(PRIO_PROCESS, id_t(::gettid()), priority); // affects this thread only
     ::syscall(SYS_ioprio_set, thisThread, 0, lastOfUsualClass);
+}
+
+bool VXThread::vx_isPriorityLow()
+{
+    return ::getpriority(PRIO_PROCESS, id_t(::gettid())) > 0;
 }

@@ -18,9 +18,14 @@ public:
     /** The thread's position, from 0, in the kernel's list of the process's threads; -1 when that cannot be read. */
     static int vx_threadIndex();
 
+    static constexpr int vx_lowestPriority = 19;
+
     /** Lowers the calling thread's priority for processor and files for good. It still makes progress, so that nobody
-     *  waits long for a lock that it holds. */
-    static void vx_lowerPriority();
+     *  waits long for a lock that it holds. `priority`: as of nice(1). On a busy processor the lowest gets some 1.5 % of what a usual
+     *  thread gets, 5 a third. */
+    static void vx_lowerPriority(int priority = vx_lowestPriority);
+    /** Whether the calling thread has a lower priority than usual, as after vx_lowerPriority(). */
+    static bool vx_isPriorityLow();
 
     VXThread() = delete;
 };

@@ -152,6 +152,7 @@ QSet<QByteArray> VXContactWords::keysOf(const VXManagedObject &person)
     insertOf(u"addresses"_s, u"city"_s, Kind::Other);
     for (const QString &uid : contact.formerUIDs())
         keys.insert(keyOfFormerUID(uid));
+    keys.insert(keyOfGeneration());
     return keys;
 }
 

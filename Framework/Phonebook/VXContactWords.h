@@ -26,11 +26,14 @@ public:
     enum class Kind : char { Name = '1', Company = '2', Email = '3', Number = '4', Other = '5' };
 
     /** Grows when contacts get words, or numbers search texts, that those of an earlier program lack: then all are made anew. */
-    static constexpr int generation = 3; // 1 was not told
+    static constexpr int generation = 4; // 1 was not told, and until 3 of the store only
 
     /** The keys of a "VXPerson", of its names as a search has them, company, job title, roles, groups and towns, e-mail addresses and numbers:
-     *  UTF-8 of the word, a zero, the kind; and those of its former UIDs. */
+     *  UTF-8 of the word, a zero, the kind; those of its former UIDs; and that of the generation. */
     static QSet<QByteArray> keysOf(const VXManagedObject &person);
+    /** Which each contact has whose words this generation made: an earlier program takes it away from whom it changes. No word begins
+     *  with this byte. */
+    static QByteArray keyOfGeneration() { return '\xfe' + QByteArray::number(generation); }
     /** The key for a contact that was merged into another. No word begins with this byte. */
     static QByteArray keyOfFormerUID(const QString &uid) { return '\xff' + uid.toUtf8(); }
     /** Splits what was typed into the words to look for. A phone number is one word, its digits, behind a "+" if it has one. Empty for

@@ -196,9 +196,9 @@ void VXMetaDataDebt::takeOver(QString path, Owed *owed)
     _taken.append({path, text.size()});
 }
 
-void VXMetaDataDebt::markPass() const
+void VXMetaDataDebt::markPass(const QList<qint64> &numbers) const
 {
-    static_cast<void>(add(ownName() + passSuffix, {}));
+    static_cast<void>(add(ownName() + passSuffix, linesOf(numbers)));
 }
 
 VXMetaDataDebt::Owed VXMetaDataDebt::beginPass()
@@ -270,6 +270,24 @@ QStringList VXMetaDataDebt::identifiersOfAll()
         identifiers.append(path.section(u'/', -1).section(u'@', 0, -2).replace("%2F"_L1, u"/"_s));
     identifiers.removeDuplicates();
     return identifiers;
+}
+
+QByteArray VXMetaDataDebt::lastWord()
+{
+    QByteArray dates;
+    for (const QString &folder : folders()) {
+        struct stat status = {};
+        if (::stat(QFile::encodeName(folder).constData(), &status) == 0)
+            dates += QByteArray::number(qint64(status.st_mtim.tv_sec)) + '.' +
+                     QByteArray::number(qint64(status.st_mtim.tv_nsec)) + ' ';
+    }
+    return dates;
+}
+
+void VXMetaDataDebt::leaveWord()
+{
+    for (const QString &folder : folders())
+        ::utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), nullptr, 0); // fails where nothing was ever saved
 }
 
 bool VXMetaDataDebt::isAnyOfAll()

@@ -42,8 +42,8 @@ public:
     void leaveToPass() const;
 
     // -- Passes
-    /** Makes a pass due even if nothing was saved. */
-    void markPass() const;
+    /** Makes a pass due even if nothing was saved. It writes the files of these objects whatever their dates say. */
+    void markPass(const QList<qint64> &numbers = {}) const;
     /** Takes over what all processes owe, and what is left of passes that did not end. */
     Owed beginPass();
     /** Ends the pass: with `isDone` all that it took over is settled, otherwise a pass stays due. */
@@ -63,6 +63,10 @@ public:
     bool isAny() const;
     /** Identifiers of the syncs for which anything is noted. */
     static QStringList identifiersOfAll();
+    /** Another text after each note and removal of one, and each leaveWord(), by whatever process. */
+    static QByteArray lastWord();
+    /** Says that this process saves what no note is for, as it is not mirrored. */
+    static void leaveWord();
     /** Whether anything is owed for any sync: by any process, or by this one. */
     static bool isAnyOfAll();
     static bool isOwnOfAll();

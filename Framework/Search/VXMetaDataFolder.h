@@ -26,6 +26,8 @@ public:
     QString pathOf(const QString &name) const { return _path + u'/' + name; }
     /** A file beside the folder; whoever works on the folder holds its lock. */
     QString lockPath() const { return _path + QLatin1String(".lock"); }
+    /** Another: whoever waits for the first while a user waits holds a shared lock on it. A pass at low priority gives way to them. */
+    QString waitingPath() const { return _path + QLatin1String(".waiting"); }
     /** The mark of the stores whose objects the files describe, read from a file beside the folder; empty if none was
      *  set. */
     QByteArray origin() const;

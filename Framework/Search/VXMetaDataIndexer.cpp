@@ -16,12 +16,19 @@ namespace {
 
 constexpr qsizetype batchSize = 2000; // a few MB
 
+// Classes of others may tell nothing of it.
+bool isOfEarlierProgram(const QVariantMap &values)
+{
+    const QVariant generation = values.value(VXMetaDataGenerationKey);
+    return generation.isValid() && generation.toLongLong() < VXMetaDataGeneration;
 }
+
+} // namespace
 
 void VXMetaDataIndexer::open()
 {
     VXError error;
-    _isOther = _isMarked = _wasComplete = _wasEmpty = _isOfMany = false;
+    _isOther = _foundOutdated = _isMarked = _wasComplete = _wasEmpty = _isOfMany = false;
     _left.reset();
     _index = VXSearchIndex::open(&error);
     if (_index) {
@@ -147,14 +154,22 @@ bool VXMetaDataIndexer::putAllIn()
         return true;
     }
     QStringList damaged;
+    QList<qint64> outdated; // saved by an earlier program after the pass of this one
     const bool isListed = _folder.forEachName([&](const QString &name) {
-        if (!VXNumberInMetaDataFilename(name))
+        const std::optional<qint64> number = VXNumberInMetaDataFilename(name);
+        if (!number)
             return;
-        if (const std::optional<QVariantMap> values = _folder.read(name))
+        if (const std::optional<QVariantMap> values = _folder.read(name)) {
             didWrite(name, *values);
-        else
+            if (isOfEarlierProgram(*values))
+                outdated.append(*number);
+        } else {
             damaged.append(name);
+        }
     });
+    _foundOutdated = !outdated.isEmpty();
+    if (_foundOutdated)
+        _debt.markPass(outdated);
     flush();
     _isMarked = _wasComplete = isListed;
     for (const QString &name : std::as_const(damaged))

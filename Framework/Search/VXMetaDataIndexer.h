@@ -31,8 +31,10 @@ public:
     void didWrite(const QString &name, const QVariantMap &values) { note({name, values}); }
     void didRemove(const QString &name) { note({name, std::nullopt}); }
     /** To be called after all files of the folder were looked at; `fileCount` is their number. If the index does not
-     *  agree, enters all files again. Files that cannot be read are removed; false when there were some. */
+     *  agree, enters all files again. Files that cannot be read are removed; false when there were some. Those of an earlier program,
+     *  which made an index of its own, are owed: foundOutdated(). */
     bool settle(qint64 fileCount);
+    bool foundOutdated() const { return _foundOutdated; }
     /** Whether they were when it was opened, as the index says, if it is the one that was left. */
     bool wasComplete() const { return _wasComplete; }
     /** Whether all files are in the index, given how many are in the folder. */
@@ -69,6 +71,7 @@ private:
     bool _wasComplete = false;
     bool _wasEmpty = false; // of entries for this folder
     bool _isOther = false;  // compare() found a difference
+    bool _foundOutdated = false;
     bool _isMarked = false;
     bool _isOfMany = false;                       // more than one batch was applied
     std::optional<VXSearchIndex::FileMark> _left; // the index as last closed, if it had all files

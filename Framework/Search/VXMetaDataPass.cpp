@@ -11,6 +11,7 @@
 #include "VXMethodLog.h"
 #include "VXNumberSet.h"
 #include "VXPropertyList.h"
+#include "VXThread.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
@@ -27,6 +28,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds turnPoll = 200ms; // while another process works on the folder
+constexpr int betweenLooks = 100;                     // objects, until it looks whether somebody waits
 
 } // namespace
 
@@ -43,6 +45,10 @@ public:
 private:
     bool waitForTurn(Wait longestWait);
     bool takeTurn(std::chrono::milliseconds time);
+    /** Whether this gives way, and a user waits for another process that wants the turn, still after that time. */
+    bool isUserWaiting(std::chrono::milliseconds time) const;
+    /** Now and then; not where the next one would have to begin anew. */
+    bool isToGiveWay();
     /** Whether somebody has removed the lock file: others may have begun to work since. */
     bool isTurnLost() const;
     void trashFormerFolder() const;
@@ -78,6 +84,8 @@ private:
     VXManagedObjectContext _context;
     std::unique_ptr<VXFileLock> _turn;
     bool _isRefused = false; // the lock cannot be had, now or later
+    bool _givesWay = false;  // to others, for whom users wait
+    int _untilLook = 0;      // objects
     VXActivity::Ptr _activity;
     VXNumberSet _numbers;       // of the objects that have been visited
     QList<qint64> _undescribed; // objects whose class threw
@@ -109,6 +117,7 @@ void VXMetaDataSync::mirrorSavedObjects()
 VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
 {
     _sync._mirror.resetCounts();
+    _givesWay = !longestWait && VXThread::vx_isPriorityLow();
     const auto start = std::chrono::steady_clock::now();
     _activity = VXActivityManager::sharedActivityManager().addActivityWithTitle(
         VXLocalizedString(u"Updating Spotlight data"_s));
@@ -120,6 +129,7 @@ VXMetaDataSync::Outcome VXMetaDataSync::Pass::run(Wait longestWait)
         return Outcome::Failed;
     if (!waitForTurn(longestWait))
         return _isRefused || !_sync.isRunning() ? Outcome::Failed : Outcome::Elsewhere;
+    _sync._state.removeUnfinished();
     const QVariantMap settings = _sync._settings.present();
     VXMetaDataDebt::Owed owed = _sync._debt.beginPass(); // saves from now on, in any process, are owed anew
     owed.isAll = owed.isAll || !_sync._settings.areNoted(settings);
@@ -196,11 +206,30 @@ bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
         const auto time = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         return longestWait ? std::clamp(time, 0ms, turnPoll) : turnPoll;
     };
-    while (_sync.isRunning() && !takeTurn(left())) {
+    if (longestWait && takeTurn(0ms))
+        return _turn != nullptr;
+    std::optional<VXFileLock> waiting;
+    if (longestWait)
+        waiting.emplace(_sync._mirror.folder().waitingPath(), turnPoll, VXFileLock::Mode::Shared);
+    while (_sync.isRunning() && (isUserWaiting(turnPoll) || !takeTurn(left()))) {
         if (left() == 0ms)
             break;
     }
     return _turn != nullptr;
+}
+
+bool VXMetaDataSync::Pass::isUserWaiting(std::chrono::milliseconds time) const
+{
+    const QString path = _sync._mirror.folder().waitingPath();
+    return _givesWay && VXExistsAtPath(path) && VXFileLock(path, time).isTimedOut();
+}
+
+bool VXMetaDataSync::Pass::isToGiveWay()
+{
+    if (!_givesWay || !_sync._mirror.indexer().wasComplete() || --_untilLook >= 0)
+        return false;
+    _untilLook = betweenLooks;
+    return isUserWaiting(0ms);
 }
 
 template <class Work>
@@ -231,8 +260,9 @@ bool VXMetaDataSync::Pass::work()
     qint64 fileCount = 0;
     if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
-    if (!_sync._mirror.indexer().settle(fileCount))
-        _sync.setNeedsUpdate(true); // the files that were removed have to be written again
+    if (!_sync._mirror.indexer().settle(fileCount) || _sync._mirror.indexer().foundOutdated())
+        _sync.setNeedsUpdate(
+            true); // the files that were removed, or are of an earlier program, have to be written again
     return _sync._mirror.isWhole();
 }
 
@@ -282,7 +312,7 @@ bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
 
 bool VXMetaDataSync::Pass::isToStop()
 {
-    if (_sync._mirror.isFolderGone())
+    if (_sync._mirror.isFolderGone() || isToGiveWay())
         _sync.setNeedsUpdate(true);
     // the next pass knows what is new, and which files have no object
     _isBrokenOff = _sync.isRunning() && _sync.needsUpdate();

@@ -89,6 +89,8 @@ bool VXMetaDataRemoval::remove(const QString &identifier)
         isGone = index->forgetFolder(identifier, &error);
         if (isGone && index->folders(&error).isEmpty() && !error)
             VXSearchIndex::discard(); // deleted text may still be readable in the file
+        else if (isGone)
+            index->giveBackFree();
     }
     if (isGone) {
         VXMetaDataDebt(identifier).forget();

@@ -10,7 +10,7 @@
 #include <optional>
 
 /** Grows when classes of this program learn to tell more of their objects: then all files are written anew but those that tell that
- *  they are of this one, or would be the same. A new version of the index takes a new one as well. */
+ *  they are of this one, or would be the same. The index takes a new version then, and this a new generation when the index changes. */
 constexpr qint64 VXMetaDataGeneration = 6; // 1 was not told
 VX_EXPORT extern const QString VXMetaDataGenerationKey;
 

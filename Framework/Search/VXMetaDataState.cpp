@@ -11,6 +11,7 @@
 #include "VXRegularFile.h"
 #include "VXSearchIndex.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
@@ -30,6 +31,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr QLatin1String suffix(".state");
+constexpr QLatin1String placeholder("XXXXXX"); // in the name of a file that is not whole yet
 const QByteArray selfKind = "self ";
 const QByteArray indexKind = "index ";
 const QByteArray dataKind = "data ";
@@ -116,7 +118,7 @@ void VXMetaDataState::replaceLines(const QByteArray &kind, const QByteArrayList 
     std::ranges::sort(all);
     if (all == before.mid(0, before.size() - 1) && !isReplaced())
         return;
-    QByteArray name = QFile::encodeName(_path) + ".XXXXXX";
+    QByteArray name = QFile::encodeName(_path) + '.' + placeholder.data();
     VXFileDescriptor file(VXMakeWayForFile(_path) ? ::mkostemp(name.data(), O_CLOEXEC) : -1);
     all.append(file.isOpen() ? selfLine(file.number(), "") : QByteArray());
     bool isWritten = file.isOpen() && file.writeAll(all.join('\n') + '\n');
@@ -201,6 +203,16 @@ void VXMetaDataState::noteClosedStores()
 void VXMetaDataState::forget() const
 {
     QFile::remove(_path);
+}
+
+void VXMetaDataState::removeUnfinished() const
+{
+    const QFileInfo file(_path);
+    const QString begin = file.fileName() + u'.';
+    for (const QString &name : file.dir().entryList(QDir::Files | QDir::System, QDir::Unsorted)) {
+        if (name.startsWith(begin) && name.size() == begin.size() + placeholder.size())
+            QFile::remove(file.dir().filePath(name));
+    }
 }
 
 bool VXMetaDataState::areAllAsLeft(VXSearchIndex &index)

@@ -37,6 +37,8 @@ public:
     void noteStoresWhenClosed() const;
     static void noteClosedStores();
     void forget() const;
+    /** Removes what killed processes left half written beside it; for the holder of the folder's lock, as all who write it are. */
+    void removeUnfinished() const;
 
     /** Of all syncs that have mirrored a store: nothing was replaced. */
     static bool areAllAsLeft(VXSearchIndex &index);

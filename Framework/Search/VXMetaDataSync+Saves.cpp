@@ -21,6 +21,7 @@ void VXMetaDataSync::contextWillSaveNotification(const VXNotification &notificat
 {
     if (!isOfThisStore(notification) || isIgnored())
         return;
+    ++_ownSaves;
     const ObjectIDs toldAnew = objectsToldAnew(notification);
     markDebt(notification, toldAnew);
     const VXMutexLocker locker(_lock);
@@ -69,6 +70,8 @@ void VXMetaDataSync::markDebt(const VXNotification &notification, const ObjectID
         _debt.markAll();
     else if (isAny)
         _debt.mark(changed);
+    else
+        VXMetaDataDebt::leaveWord();
 }
 
 void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notification)

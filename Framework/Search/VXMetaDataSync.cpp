@@ -5,6 +5,7 @@
 #include "VXMetaDataKeeper.h"
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataRemoval.h"
+#include "VXMetaDataWatch.h"
 #include "VXMethodLog.h"
 #include "VXSearchIndex.h"
 #include "VXThread.h"
@@ -342,11 +343,26 @@ void VXMetaDataSync::noteChangesElsewhere()
 {
     if (_isMade) // else it is about to be
         noteReplacement();
+    noteWritingOfOthers();
     if (_debt.isAny() || !_settings.areNoted(_settings.present()) || !_settings.isGenerationNoted() || isMirrorGone())
         setNeedsUpdate(true);
     // The new values are seen the next time. On the main thread, because that is where the observers of user defaults
     // are.
     VXMainThread::perform([] { static_cast<void>(VXUserDefaults::standardUserDefaults().synchronize()); });
+}
+
+void VXMetaDataSync::noteWritingOfOthers()
+{
+    if (!_watch) {
+        _watch = std::make_unique<VXMetaDataWatch>(*_persistentStoreCoordinator);
+        return;
+    }
+    if (!_watch->isWrittenByOthers(_ownSaves) || _debt.isAny() || isIgnored())
+        return;
+    VXLogMethod(VXLogNotice, "noteChangesElsewhere",
+                "%1: another program has written to the store, and all files are made anew"_L1.arg(_identifier));
+    _debt.markAll();
+    _debt.leaveToPass();
 }
 
 bool VXMetaDataSync::isMirrorGone() const
@@ -386,6 +402,8 @@ void VXMetaDataSync::threadedMetaDataWorker()
             sleepUntil(now + delayAfterSave, false);
         sleepUntil(now + delay(), !needsUpdate());
     }
+    noteWritingOfOthers(); // then the store is closed, and its file counts as left by us
+    _watch.reset();
 }
 
 void VXMetaDataSync::timedMetaDataWorker()

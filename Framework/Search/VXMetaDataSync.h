@@ -21,6 +21,8 @@
 #include <memory>
 #include <optional>
 
+class VXMetaDataWatch;
+
 /** How the syncs of a process work. */
 enum class VXMetaDataWork {
     Passes, // each has a thread that goes through all objects whenever a pass is due
@@ -166,6 +168,8 @@ private:
     /** Of what was replaced by a copy all files are owed. */
     void noteReplacement() const;
     void noteChangesElsewhere();
+    /** What a program of somebody else has written while the store is open here is owed: all of it. */
+    void noteWritingOfOthers();
     /** Marks the whole index complete once all running syncs have made a pass. */
     void settleIndex() const;
     /** Called before the save itself: a process killed during the save leaves word of it. */
@@ -199,8 +203,10 @@ private:
     bool _mirrorsOwnSaves = false; // at the end
     qsizetype _mostSaved = 10000;  // more are left to the pass
 
-    bool _isMade = false; // whether the last pass made the mirror; for the worker only
+    bool _isMade = false; // whether the last pass made the mirror; this and _watch: for the worker only
+    std::unique_ptr<VXMetaDataWatch> _watch;
 
+    std::atomic<quint64> _ownSaves{0}; // begun by this process, in the store
     std::atomic<bool> _active{true};
     std::atomic<bool> _needsUpdate{true};
 

@@ -114,8 +114,14 @@ void VXSearchIndex::giveBackFree()
     if (free < fewestFree || free < all / 2 || all - free > mostUsed)
         return;
     VXError error; // the next one tries it again
-    if (!_connection->execute(u"INSERT INTO words (words) VALUES ('optimize')"_s, &error) ||
-        !_connection->execute(u"VACUUM"_s, &error))
+    const bool isReady = _connection->execute(u"PRAGMA busy_timeout = 0"_s, &error);
+    const auto isLogEmpty = [this] { return number(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, {}, nullptr) == 0; };
+    if (isReady && isLogEmpty() && _connection->execute(u"INSERT INTO words (words) VALUES ('optimize')"_s, &error) &&
+        isLogEmpty())
+        static_cast<void>(_connection->execute(u"VACUUM"_s, &error));
+    static_cast<void>(_connection->execute(u"PRAGMA busy_timeout = %1"_s.arg(VXSearchIndexFile::busyTimeout.count()),
+                                           isReady ? &error : nullptr));
+    if (error)
         VXLogMethod(VXLogNotice, "giveBackFree", error.description());
 }
 

@@ -67,8 +67,8 @@ public:
     bool endChanges(const QString &folder, VXError *error);
     /** Another one after each of those, by which an older copy of the index is known. Null without one, and on failure. */
     QByteArray stamp(const QString &folder, VXError *error);
-    /** Once most of the file is free, as after a mass deletion, makes it anew without what was taken out. Waits for readers for a moment only, and
-     *  leaves large indexes as they are, so that others need not wait for it. */
+    /** Once most of the file is free, as after a mass deletion, makes it anew without what was taken out. Waits for nobody: while others read
+     *  or write the index, which keeps its log growing, and in large indexes, for which others would have to wait, nothing is done. */
     void giveBackFree();
     /** Takes what is in a folder out. */
     bool removeFolder(const QString &folder, VXError *error);

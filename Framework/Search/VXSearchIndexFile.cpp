@@ -2,6 +2,7 @@
 
 #include "VXFileManager.h"
 #include "VXMakeWay.h"
+#include "VXMetaDataSource.h"
 #include "VXMethodLog.h"
 #include "VXObjectStoreError.h"
 #include "VXSQLiteConnection.h"
@@ -11,18 +12,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace {
 
-constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
-constexpr int version = 7;                            // a new one takes a new VXMetaDataGeneration
+constexpr int version = 7;
+// So a program of another generation makes the index anew, and reads what files the other wrote.
+static_assert(version == VXMetaDataGeneration + 1);
 
 // The text is stored beside the index of its words because FTS5 needs it to remove an entry. There are no triggers:
 // connections do not run them.
@@ -79,7 +79,7 @@ mode_t typeOf(const QString &path)
 std::unique_ptr<VXSQLiteConnection> openFile(bool mayMake, VXError *error)
 {
     auto connection = VXSQLiteConnection::open(VXSearchIndexFile::path(), VXSQLiteConnection::Access::Create,
-                                               busyTimeout, nullptr, error);
+                                               VXSearchIndexFile::busyTimeout, nullptr, error);
     if (!connection)
         return nullptr;
     const QString found = connection->textOf(u"PRAGMA user_version"_s, error);
@@ -106,7 +106,7 @@ std::unique_ptr<VXSQLiteConnection> openReadOnly()
     for (const Access access : {Access::Read, Access::Immutable}) {
         if (access == Access::Immutable && QFileInfo(path + "-wal"_L1).size() > 0)
             break;
-        auto connection = VXSQLiteConnection::open(path, access, busyTimeout, nullptr, nullptr);
+        auto connection = VXSQLiteConnection::open(path, access, VXSearchIndexFile::busyTimeout, nullptr, nullptr);
         if (connection && connection->textOf(u"PRAGMA user_version"_s, nullptr).toInt() == version)
             return connection;
     }

@@ -4,6 +4,7 @@
 
 #include <QtCore/QString>
 
+#include <chrono>
 #include <memory>
 #include <tuple>
 
@@ -18,6 +19,9 @@ class VXSearchIndexFile
 public:
     /** As VXSearchIndex::FileMark. */
     using Mark = std::tuple<quint64, quint64, qint64>;
+
+    /** For which a connection waits for others; what is put in at once takes a tenth of that. */
+    static constexpr std::chrono::milliseconds busyTimeout{2000};
 
     static QString path();
     /** Whether the index file is there. False if one of its files is a symbolic link, a pipe or anything else that is

@@ -3,7 +3,7 @@
 #include "VXPersistentStoreCoordinator.h"
 
 /**
- * Where an earlier program made the words by which contacts are found while they are typed, makes those of all contacts anew, once. What
- * cannot be saved is logged, and left to the next start.
+ * Makes anew what contacts are found by, their words and the search texts of their numbers, of all whom an earlier program saved last.
+ * What cannot be saved is logged, and left to the next start.
  */
 void VXUpdateContactWords(const VXPersistentStoreCoordinator::Ptr &coordinator);

@@ -2,6 +2,7 @@
 
 #include "HostProgram.h"
 #include "HostTestsPaths.h"
+#include "VXFolders.h"
 #include "VXHostJSON.h"
 #include "VXTesting.h"
 #include "VXTestProcess.h"
@@ -115,10 +116,14 @@ TEST_F(HostSearchTest, FindsContactsByAllThatIsWrittenOfThem)
         {"山田太郎", u"太郎 山田"_s}};
     for (const auto &[words, title] : cases)
         EXPECT_EQ(json(words)[0][u"title"_s].toString(), title) << words.join(u' ').toStdString();
-    // As an earlier program left them.
-    QProcess::execute(u"sqlite3"_s,
-                      {path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s),
-                       u"DELETE FROM VX_VXSearchWord; DELETE FROM Z_METADATA WHERE Z_KEY LIKE 'VX%Words%'"_s});
+    // As an earlier program left them, before the first start of this one and after it.
+    const auto leave = [this](const QString &change) {
+        QProcess::execute(u"sqlite3"_s,
+                          {path(u".local/share/Vornix 2/Data/phonebook.vxdatastore/phonebook.sqlite"_s), change});
+    };
+    leave(u"UPDATE VX_VXPhoneNumber SET search = '55501009'; DELETE FROM VX_VXSearchWord WHERE person = 1"_s);
+    EXPECT_THAT(runHost("phonebook lookup +491705550100").output, HasSubstr("Zoë Müller"));
+    leave(u"DELETE FROM VX_VXSearchWord; DELETE FROM Z_METADATA WHERE Z_KEY LIKE 'VX%Words%'"_s);
     runHost("phonebook edit 박지성 --number 5550177");
     runHost("phonebook edit '철수 김' --number 5550178");
     EXPECT_EQ(runHost("phonebook complete 지성").output, "박지성 <5550177>\n");
@@ -304,6 +309,14 @@ TEST_F(HostSearchTest, FindsWhatIsThereWhateverWasPutBack)
         EXPECT_EQ(runHost("search check").status, 0) << what;
         QProcess::execute(u"rm"_s, {u"-r"_s, copy});
     }
+    // All of it, and used there.
+    EXPECT_EQ(runHost("search check").status, 0);
+    const QTemporaryDir other;
+    QProcess::execute(u"cp"_s, {u"-rT"_s, path(), other.path()});
+    VXSetHomeFolder(other.path());
+    EXPECT_EQ(runHost("phonebook edit p1 --last Elsewhere").status, 0);
+    EXPECT_EQ(kinds("elsewhere"), both);
+    EXPECT_EQ(runHost("search check").status, 0);
 }
 
 // As one command of another user leaves them in the user's folders.

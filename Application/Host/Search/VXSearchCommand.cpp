@@ -1,6 +1,5 @@
 #include "VXErrorText.h"
 #include "VXFileLock.h"
-#include "VXFileManager.h"
 #include "VXHostCommands.h"
 #include "VXHostHelp.h"
 #include "VXHostOptions.h"
@@ -24,6 +23,8 @@ namespace {
 
 constexpr qsizetype usualLimit = 50;
 constexpr std::chrono::milliseconds longestWait = 2s; // for a searching user, until another process is done
+constexpr int priorityInBackground = 5;               // not the lowest: who searches meanwhile waits until it gives way
+constexpr std::chrono::milliseconds longestLook = 100ms; // of others, at a lock
 constexpr int mostRounds = 3;
 
 VXSearchIndex::Scope scopeOf(const VXHostOptions &options)
@@ -70,14 +71,13 @@ int findInStep(VXHostContext &context, const QString &words, qsizetype limit)
 int updateInBackground(VXHostContext &context)
 {
     const auto isDue = [] { return VXIsSearchUpdateDue() && !VXMetaDataKeeper::isElsewhere(); };
-    if (!isDue())
+    if (!isDue() || VXIsSearchBeingUpdated())
         return VXHostOutput::Done;
-    VXThread::vx_lowerPriority();
+    VXThread::vx_lowerPriority(priorityInBackground);
     return VXRunWithPlugins(context, [&](VXPluginManager &) {
         bool isDone = true;
         for (int round = 0; round < mostRounds && isDone && isDue(); ++round) {
-            const VXFileLock turn(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1,
-                                  0ms);
+            const VXFileLock turn(VXSearchUpdateLockPath(), longestLook);
             if (turn.isTimedOut())
                 break;
             isDone = VXUpdateSearch(context);
@@ -156,7 +156,7 @@ VXHostCommand VXSearchCommand()
                     {.name = u"repair"_s, .placeholder = {}, .summary = u"Put right what differs (check)"_s},
                     {.name = u"background"_s,
                      .placeholder = {},
-                     .summary = u"Only while the computer has nothing else to do, and if it is due (update)"_s}},
+                     .summary = u"At a lower priority, and only if it is due (update)"_s}},
         .minimumOperands = 1,
         .maximumOperands = 100,
         .run = runSearch};

@@ -31,7 +31,7 @@ void updateIfDue()
 {
     static std::chrono::seconds betweenUpdates{10};
     static QDeadlineTimer next(0);
-    if (!next.hasExpired() || !VXIsSearchUpdateDue() || VXMetaDataKeeper::isElsewhere())
+    if (!next.hasExpired() || !VXIsSearchUpdateDue() || VXMetaDataKeeper::isElsewhere() || VXIsSearchBeingUpdated())
         return;
     next = QDeadlineTimer(betweenUpdates);
     betweenUpdates *= 2;

@@ -1,8 +1,11 @@
 #include "VXSearchUpdate.h"
 
 #include "VXDataManager.h"
+#include "VXFileLock.h"
+#include "VXFileManager.h"
 #include "VXHostCommand.h"
 #include "VXHostOutput.h"
+#include "VXMetaDataFolder.h"
 #include "VXMetaDataKeeper.h"
 #include "VXMetaDataOrigin.h"
 #include "VXMetaDataRemoval.h"
@@ -24,6 +27,12 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int mostRounds = 3;
+
+// By another; taken for a moment to see that.
+bool isLocked(const QString &path)
+{
+    return VXExistsAtPath(path) && VXFileLock(path, 0ms).isTimedOut();
+}
 
 bool isTriedHere = false; // by this process; if it failed, another one like it would fail too
 
@@ -84,6 +93,16 @@ void VXStartSearchUpdate()
         {u"search"_s, u"update"_s, u"--background"_s}); // otherwise the next search, or a permanent process, does it
 }
 
+QString VXSearchUpdateLockPath()
+{
+    return VXFileManager::defaultManager().pathToUserMetadataFolder() + "/.updating.lock"_L1;
+}
+
+bool VXIsSearchBeingUpdated()
+{
+    return isLocked(VXSearchUpdateLockPath());
+}
+
 bool VXIsSearchUpdateDue()
 {
     if (VXMetaDataSync::isIgnored())
@@ -96,6 +115,12 @@ bool VXIsSearchUpdateDue()
 
 namespace {
 
+void noteElsewhere(VXHostContext &context, const VXMetaDataSync &sync)
+{
+    context.output.note(
+        u"%1: another process is taking in what was saved; some may not be found yet"_s.arg(sync.entityName()));
+}
+
 // All files may exist although the index is incomplete, for example if the disk is full.
 bool isIndexWhole(VXHostContext &context)
 {
@@ -105,9 +130,17 @@ bool isIndexWhole(VXHostContext &context)
         // Its contents may be from the last time it could be written.
         return VXMetaDataDebt(sync->identifier()).isIndexOwed();
     };
-    if (index && index->isAllComplete(&error) && std::ranges::none_of(VXMetaDataSync::launchedSyncs(), isOwed))
+    const QList<VXMetaDataSync::Ptr> syncs = VXMetaDataSync::launchedSyncs();
+    if (index && index->isAllComplete(&error) && std::ranges::none_of(syncs, isOwed))
         return true;
-    context.output.note(u"the index could not be made whole; \"vornix log\" tells why"_s);
+    const bool isTold = std::ranges::any_of(syncs, [&context](const VXMetaDataSync::Ptr &sync) {
+        const bool isElsewhere = isLocked(VXMetaDataFolder(sync->identifier()).lockPath()); // since this process looked
+        if (isElsewhere)
+            noteElsewhere(context, *sync);
+        return isElsewhere;
+    });
+    if (!isTold)
+        context.output.note(u"the index could not be made whole; \"vornix log\" tells why"_s);
     return false;
 }
 
@@ -175,8 +208,7 @@ bool VXUpdateSearch(VXHostContext &context, std::optional<std::chrono::milliseco
     for (const VXMetaDataSync::Ptr &sync : syncs) {
         const Outcome outcome = outcomes.value(sync->identifier(), Outcome::Done);
         if (outcome == Outcome::Elsewhere)
-            context.output.note(u"%1: another process is taking in what was saved; some may not be found yet"_s.arg(
-                sync->entityName()));
+            noteElsewhere(context, *sync);
         else if (outcome == Outcome::Failed)
             context.output.note(u"%1: not all could be taken in; \"vornix log\" tells why"_s.arg(sync->entityName()));
         isDone = isDone && outcome == Outcome::Done;

@@ -42,6 +42,10 @@ void VXStartBeside(const QStringList &arguments);
 /** In the background, whether it is due or not; what another process is already doing is left to it. */
 void VXStartSearchUpdate();
 
+/** The lock of whoever does so, one process at a time. */
+[[nodiscard]] QString VXSearchUpdateLockPath();
+[[nodiscard]] bool VXIsSearchBeingUpdated();
+
 /** Whether something was saved that search does not know about, or there has been no pass yet. */
 [[nodiscard]] bool VXIsSearchUpdateDue();
 

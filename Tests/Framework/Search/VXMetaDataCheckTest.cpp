@@ -144,6 +144,15 @@ TEST_F(VXMetaDataCheckTest, WhatAnEarlierProgramWroteIsDueAndNoFault)
         EXPECT_TRUE(sync->checkMetaDataFiles(false)->isTakenIn);
         EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
     }
+    // After the pass of this one, with an index of its own.
+    ASSERT_TRUE(VXPropertyList::toFile(QVariantMap{{VXMetaDataGenerationKey, VXMetaDataGeneration - 1}}, fileOf(jane),
+                                       VXPropertyList::Format::Binary));
+    ASSERT_TRUE(QFile::remove(VXSearchIndex::path()));
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2}));
+    EXPECT_TRUE(sync->needsUpdate() && VXMetaDataDebt::isAnyOfAll());
+    EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Jane"_s);
+    EXPECT_FALSE(sync->needsUpdate() || VXMetaDataDebt::isAnyOfAll());
 }
 
 TEST_F(VXMetaDataCheckTest, NothingIsWrongBeforeTheFirstPass)

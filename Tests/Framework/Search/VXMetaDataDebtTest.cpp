@@ -8,6 +8,8 @@
 #include "VXOtherProcess.h"
 #include "VXUserDefaults.h"
 
+#include <QtCore/QProcess>
+
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -136,6 +138,32 @@ TEST_F(VXMetaDataDebtTest, WhatCouldNotBeDescribedIsOwedToTheNextPass)
     EXPECT_EQ(titleIn(fileOf(jane)), u"moody"_s);
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 1}));
     VXMetaDataSync::setWork(VXMetaDataWork::Passes);
+}
+
+TEST_F(VXMetaDataDebtTest, WhatAnotherProgramWritesIntoAnOpenStoreIsOwed)
+{
+    sync->terminate();
+    const QString file = path(u"people.sqlite"_s);
+    const auto own = VXPersistentStoreCoordinator::coordinatorWithModel(model());
+    ASSERT_TRUE(own->addPersistentStore(VXStoreType::SQLite, file));
+    VXManagedObjectContext people(own);
+    const VXManagedObjectPtr jane = addPerson(people, u"Jane"_s);
+    ASSERT_TRUE(people.save());
+    sync = VXMetaDataSync::initWithIdentifier(u"people"_s, own, u"Person"_s, u"changed"_s);
+    const VXLogRecorder log;
+    const auto isOfOthers = [&] {
+        sync->timedMetaDataWorker(); // what it does now and then
+        return log.count(u"another program has written to the store"_s) > 0;
+    };
+    EXPECT_FALSE(isOfOthers());
+    jane->setValueForKey(u"Janet"_s, u"name"_s);
+    ASSERT_TRUE(people.save());
+    EXPECT_FALSE(isOfOthers());
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Janet"_s);
+    EXPECT_FALSE(isOfOthers());
+    QProcess::execute(u"sqlite3"_s, {file, u"UPDATE VX_Person SET name = 'Joan'"_s});
+    EXPECT_TRUE(isOfOthers());
+    EXPECT_EQ(titleIn(fileOf(jane)), u"Joan"_s);
 }
 
 TEST_F(VXMetaDataDebtTest, LeavesWordOfWhatItCouldNotMirror)

@@ -147,9 +147,11 @@ TEST_F(VXMetaDataIntrusionTest, MakesRightWhatOthersDoToItsFolder)
     ASSERT_TRUE(QDir(folder()).mkdir(u"more"_s));
     for (const char *const name : {"/own\xff", "/p5_MD2.person\xff"}) // no UTF-8
         std::ofstream(folder().toStdString() + name) << "mine";
-    writeFile(QDir(path()).relativeFilePath(folder() + "/.vornix-new0"_L1), "of who was killed");
+    for (const char *const left : {"/.vornix-new0", ".state.aB12cD"})
+        writeFile(QDir(path()).relativeFilePath(folder() + QLatin1String(left)), "of who was killed");
     EXPECT_EQ(pass(), (VXMetaDataCounts{.unchanged = 2, .orphaned = 8}));
     EXPECT_EQ(files().size(), 2);
+    EXPECT_FALSE(QFile::exists(folder() + ".state.aB12cD"_L1));
     const QString trash = VXFileManager::defaultManager().pathToUserTrashFolder();
     EXPECT_THAT(QDir(trash).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
                 UnorderedElementsAre(u"more"_s, u"notes.txt"_s, u"p1_MD1.person"_s, u"p-1_MD2.person"_s,

@@ -1,5 +1,6 @@
 #include "VXLogRecorder.h"
 #include "VXMetaDataTesting.h"
+#include "VXThread.h"
 #include "VXUserDefaults.h"
 
 #include <atomic>
@@ -307,6 +308,25 @@ TEST_F(VXMetaDataSyncTest, OneAtATimeWorksOnAFolder)
     EXPECT_EQ(sync->counts().added + other->counts().added, 300);
     EXPECT_EQ(sync->counts().unchanged + other->counts().unchanged, 300);
     other->terminate();
+    // One in the background gives way.
+    add(u"hurries"_s);
+    for (int i = 0; i < 150; ++i)
+        addPerson(context, QString::number(i));
+    ASSERT_TRUE(context.save());
+    sync->setNeedsUpdate(false);
+    isDone = false;
+    std::thread background([&] {
+        VXThread::vx_lowerPriority();
+        EXPECT_EQ(sync->synchronizeMetaDataFiles(), VXMetaDataSync::Outcome::Failed);
+        isDone = true;
+    });
+    EXPECT_TRUE(VXRunUntil([&] { return isDone.load(); }));
+    background.join();
+    EXPECT_TRUE(sync->needsUpdate());
+    sync->setNeedsUpdate(false);
+    EXPECT_EQ(sync->synchronizeMetaDataFiles(0ms), VXMetaDataSync::Outcome::Done);
+    EXPECT_EQ(files().size(), 451);
+    SearchedPerson::waiting.reset();
 }
 
 } // namespace

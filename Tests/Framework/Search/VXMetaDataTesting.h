@@ -1,8 +1,10 @@
 #pragma once
 
 #include "../Data/VXStoreFolderTest.h"
+#include "VXFileLock.h"
 #include "VXFileManager.h"
 #include "VXManagedObjectClass.h"
+#include "VXMetaDataFolder.h"
 #include "VXMetaDataSource.h"
 #include "VXMetaDataSync.h"
 #include "VXPropertyList.h"
@@ -17,8 +19,10 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
-/** Tells its name; "silent" has no metadata, "throws" throws, "moody" now and then, "removes" takes away the folder, "unlocks" once its lock. */
+/** Tells its name; "silent" has no metadata, "throws" throws, "moody" now and then, "removes" takes away the folder, "unlocks" once its lock; "hurries" has
+ *  a user wait. */
 class SearchedPerson : public VXManagedObject, public VXMetaDataSource
 {
 public:
@@ -31,6 +35,8 @@ public:
             QDir(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people"_L1).removeRecursively();
         if (name == "unlocks"_L1 && std::exchange(isUnlocking, false))
             QFile::remove(VXFileManager::defaultManager().pathToUserMetadataFolder() + "/people.lock"_L1);
+        if (name == "hurries"_L1)
+            waiting.emplace(VXMetaDataFolder(u"people"_s).waitingPath(), 0ms, VXFileLock::Mode::Shared);
         if (name == "silent"_L1)
             return std::nullopt;
         return QVariantMap{{VXMetaDataGenerationKey, VXMetaDataGeneration},
@@ -42,6 +48,7 @@ public:
     static inline int read = 0;
     static inline bool isMoody = true;
     static inline bool isUnlocking = true;
+    static inline std::optional<VXFileLock> waiting;
 
 protected:
     void awakeFromFetch() override { ++read; }

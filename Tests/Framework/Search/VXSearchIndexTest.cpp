@@ -388,7 +388,17 @@ TEST_F(VXSearchIndexTest, ForgetsWhatWasReplacedOrRemoved)
     for (int number = 10; number < 4'000; ++number)
         many.append(change(number, u"contact"_s, u"zebra%1 "_s.arg(number).repeated(150)));
     ASSERT_TRUE(index->apply(u"people"_s, many, nullptr));
-    ASSERT_TRUE(index->removeFolder(u"people"_s, nullptr));
+    {
+        const auto reader =
+            VXSQLiteConnection::open(VXSearchIndex::path(), VXSQLiteConnection::Access::Read, {}, nullptr, nullptr);
+        ASSERT_TRUE(reader && reader->execute(u"BEGIN"_s, nullptr));
+        EXPECT_FALSE(reader->textOf(u"SELECT name FROM entry"_s, nullptr).isNull());
+        ASSERT_TRUE(index->removeFolder(u"people"_s, nullptr));
+        const auto sizeOfLog = [] { return QFileInfo(VXSearchIndex::path() + "-wal"_L1).size(); };
+        const qint64 before = sizeOfLog(); // which cannot be emptied now
+        index->giveBackFree();
+        EXPECT_EQ(sizeOfLog(), before);
+    }
     EXPECT_THAT(find(u"zoo"_s), IsEmpty());
     index->giveBackFree();
     index.reset();
