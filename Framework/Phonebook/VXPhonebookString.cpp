@@ -1,5 +1,6 @@
 #include "VXPhonebookString.h"
 
+#include "VXCharacterSet.h"
 #include "VXDiagnostics.h"
 #include "VXPhonebookStringParts.h"
 #include "VXPhonebookType.h"
@@ -7,7 +8,6 @@
 #include "VXTextEscaping.h"
 #include "VXWrittenNumber.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -26,12 +26,33 @@ QString unescaped(QStringView part)
     return VXTextEscaping::stringByUnescapingCharactersInString(part.toString(), reservedCharacters);
 }
 
+// "555 0100" of "Jane <555 0100/Hm>"
+QStringView withoutLetters(QStringView text)
+{
+    if (!text.endsWith(u'>'))
+        return text;
+    const qsizetype slash = text.lastIndexOf(u'/');
+    const bool areLetters = slash >= 0 && VXCharacterSet::phonebookTypeMaskCharacterSet().containsOnlyMembers(
+                                              text.sliced(slash + 1).chopped(1));
+    return areLetters ? text.first(slash) : text.chopped(1);
+}
+
+// Whether something is written behind the digits, letters mostly: false for most numbers, and all names.
+bool isLikely(QStringView text)
+{
+    bool isBehindDigit = false;
+    for (const QChar each : text) {
+        if (isBehindDigit && (each.isLetter() || QStringView(u"(;,#").contains(each)))
+            return true;
+        isBehindDigit = each.isDigit() || (isBehindDigit && (each.isSpace() || QStringView(u"-.:/)").contains(each)));
+    }
+    return false;
+}
+
 // The extension, if it is kept, goes behind a pause.
 QString dialled(const QString &text, bool keepsExtension)
 {
-    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
-                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
-    if (!isLikely)
+    if (!isLikely(withoutLetters(text)))
         return text;
     const auto parts = VXPhonebookStringParts::split(text);
     if (parts.isAddress || !parts.problem.isNull())

@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds busyTimeout = 2s; // what is put in at once takes a tenth of that
-constexpr int version = 7;                            // a new one takes a new VXMetaDataGeneration
+constexpr int version = 8;                            // a new one takes a new VXMetaDataGeneration
 
 // The text is stored beside the index of its words because FTS5 needs it to remove an entry. There are no triggers:
 // connections do not run them.
@@ -43,7 +43,7 @@ constexpr const char *schema[] = {
      "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")"),
     "INSERT INTO words (words, rank) VALUES ('hashsize', 4000000)",   // bytes of words that are written at once
     "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
-    "PRAGMA user_version = 7",
+    "PRAGMA user_version = 8",
     "COMMIT",
 };
 
