@@ -96,6 +96,29 @@ QString VXPhonebookStringWithPause(const QString &text)
     return dialled(text, true);
 }
 
+QString VXDialledNumber(const QString &phonebookString)
+{
+    QString value;
+    if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(phonebookString), nullptr, &value) ||
+        !VXIsValidPhoneNumber(value) || value.contains(u'@'))
+        return {};
+    return VXWrittenNumber::in(value).number; // a pause is valid
+}
+
+bool VXPhonebookStringSplitAsWritten(const QString &text, QString *name, QString *value, unsigned *typeMask)
+{
+    QString foundName, foundValue;
+    const bool isAddress = VXPhonebookStringSplit(text, &foundName, &foundValue, typeMask);
+    if (foundValue.isNull() && VXIsNumberAsWritten(text))
+        foundValue = std::exchange(foundName, {}).trimmed();
+    const bool isNumber = isAddress || VXIsNumberAsWritten(foundValue);
+    if (name != nullptr)
+        *name = std::move(foundName);
+    if (value != nullptr)
+        *value = std::move(foundValue);
+    return isNumber;
+}
+
 QString VXPhonebookStringJoin(const QString &name, const QString &value, unsigned typeMask)
 {
     if (value.isNull())

@@ -160,19 +160,20 @@ public:
     void show(const ShownCall &shown)
     {
         const VXCallRecord &call = shown.call;
-        QString number;
-        const bool hasNumber = VXPhonebookStringSplit(call.otherParty(), nullptr, &number);
+        QString address;
+        const bool hasAddress =
+            VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(call.otherParty()), nullptr, &address);
         const bool isKnown = VXContactForPhonebookStrings(call.otherParty()).value<VXManagedObjectPtr>() != nullptr;
         _avatar->setPerson(shown.who,
                            VXPhonebookManager::sharedPhonebookManager().imageForPhonebookString(call.otherParty()));
         _name->setText(shown.who);
-        const QString formatted = VXFormatPhoneNumber(number);
+        const QString formatted = VXFormatPhoneNumber(address);
         _number->setText(formatted);
-        _number->setVisible(hasNumber && formatted != shown.who);
+        _number->setVisible(hasAddress && formatted != shown.who);
         _contact->setText(isKnown ? VXText("Show contact") : VXText("Add to contacts"));
         _contact->setIcon(VXSymbol::named(isKnown ? u"person"_s : u"person-plus"_s));
         for (QPushButton *const button : _buttons)
-            button->setEnabled(hasNumber);
+            button->setEnabled(!VXDialledNumber(call.otherParty()).isEmpty());
         QStringList facts{kindOf(call), VXTextOfDate(call.start())};
         if (call.duration.value_or(0) > 0)
             facts << VXText("Talked for %1").arg(VXTextOfDuration(*call.duration));
@@ -341,8 +342,7 @@ QString VXCallsSection::chosenParty() const
 
 QString VXCallsSection::chosenNumber() const
 {
-    QString number;
-    return VXPhonebookStringSplit(chosenParty(), nullptr, &number) ? number : QString();
+    return VXDialledNumber(chosenParty());
 }
 
 void VXCallsSection::find()

@@ -162,7 +162,11 @@ TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
         const QString named = u"Jane <"_s + text + u"/m>"_s;
         EXPECT_EQ(VXPhonebookStringWithoutExtension(named),
                   VXIsNumberAsWritten(text) && !VXIsValidPhoneNumber(text) ? u"Jane <"_s + number + u"/m>"_s : named);
+        EXPECT_EQ(VXDialledNumber(named), VXIsNumberAsWritten(text) ? number : QString());
+        EXPECT_EQ(VXPhonebookStringSplit(VXPhonebookStringWithPause(text)), VXIsNumberAsWritten(text))
+            << text.toStdString() << " is kept by a contact, so a look-up takes it";
     }
+    EXPECT_TRUE(VXDialledNumber(u"Jane <jane@example.com>"_s).isNull());
 }
 
 TEST(VXPhoneNumberTest, anExtensionTellsContactsApartThatHaveTheSameNumber)

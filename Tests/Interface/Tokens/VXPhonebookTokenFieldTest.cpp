@@ -128,10 +128,14 @@ TEST_F(VXPhonebookTokenFieldTest, TextsBecomeWhatTheyStandFor)
         State state;
         const char *label;
     } cases[] = {
-        {"+31 20 5550100", State::Known, "Bob Jansen"}, {"+1 555 0199", State::Unknown, "\u2066+1 555 0199\u2069"},
-        {"Sue <+1 555 0199>", State::Unknown, "Sue"},   {"janet miller", State::Known, "Janet Miller"},
-        {"jane doe", State::Ambiguous, "Jane Doe"},     {"Family { a@b.cd, Jo <555-0100> }", State::Group, "Family"},
-        {"Nobody", State::Invalid, "Nobody"},           {"12", State::Invalid, "12"},
+        {"+31 20 5550100", State::Known, "Bob Jansen"},
+        {"+1 555 0199", State::Unknown, "\u2066+1 555 0199\u2069"},
+        {"Sue <+1 555 0199 x7>", State::Unknown, "Sue"},
+        {"janet miller", State::Known, "Janet Miller"},
+        {"jane doe", State::Ambiguous, "Jane Doe"},
+        {"Family { a@b.cd, Jo <555-0100> }", State::Group, "Family"},
+        {"Nobody", State::Invalid, "Nobody"},
+        {"12", State::Invalid, "12"},
     };
     People people;
     for (const auto &each : cases) {
