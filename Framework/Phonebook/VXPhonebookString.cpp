@@ -54,7 +54,7 @@ QString dialled(const QString &text, bool keepsExtension)
 {
     if (!isLikely(withoutLetters(text)))
         return text;
-    const auto parts = VXPhonebookStringParts::split(text);
+    const auto parts = VXPhonebookStringParts::parse(text);
     if (parts.isAddress || !parts.problem.isNull())
         return text;
     const bool isBare = parts.value.isNull();
