@@ -33,10 +33,10 @@ constexpr const char *schema[] = {
     "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER, stamp TEXT)",
     // `stamp`: another one whenever a folder becomes complete.
     // `addresses`: a JSON list of what stands in `address`. `parties`: one of [NAME, ADDRESS, TYPE], of a contact its own. `hidden`: VXMetaDataHiding, else 0.
-    // `known`: how much is known of a contact.
+    // `known`: how much is known of a contact. `call`: VXSearchEntries::numberOf.
     ("CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
      "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, addresses TEXT, parties TEXT, hidden INTEGER, known "
-     "INTEGER, "
+     "INTEGER, call INTEGER, "
      "UNIQUE (folder, name))"),
     "CREATE TABLE IF NOT EXISTS address (key TEXT, entry INTEGER, PRIMARY KEY (key, entry)) WITHOUT ROWID",
     ("CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "

@@ -27,7 +27,7 @@ QString textOf(sqlite3_value *value)
 
 } // namespace
 
-const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden "_s;
+const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden, call "_s;
 
 VXSearchQuery::VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex::Scope &scope, qsizetype limit)
     : _connection(connection), _kind(scope.kind),
@@ -54,6 +54,8 @@ VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
     if (object.kind != "contact"_L1) // which is no party of its own
         object.parties = partiesIn(textOf(values[5]));
     object.isInTrash = row.number(6) == inTrash;
+    if (!row.value(7).isNull())
+        object.call = VXSearchEntries::callOf(row.number(7));
     return object;
 }
 

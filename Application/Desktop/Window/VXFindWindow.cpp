@@ -1,5 +1,6 @@
 #include "VXFindWindow.h"
 
+#include "VXCallRow.h"
 #include "VXDateText.h"
 #include "VXDesktopText.h"
 #include "VXEmptyState.h"
@@ -54,6 +55,8 @@ VXRowContents contentsOf(const VXFoundObject &object)
     contents.detail = object.detail;
     if (object.kind == "contact"_L1)
         contents.person = contents.title;
+    else if (object.call)
+        VXShowCall(*object.call, &contents);
     else
         contents.icon = object.kind == "message"_L1 ? u"message"_s : u"call"_s;
     if (object.date.isValid())
@@ -89,7 +92,7 @@ public:
             return QVariant::fromValue(contentsOf(object));
         if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
             return {};
-        QStringList spoken{kindOf(object), object.title, object.detail};
+        QStringList spoken{object.call ? object.call->text() : kindOf(object), object.title, object.detail};
         if (object.date.isValid())
             spoken.append(VXTextOfDate(object.date));
         spoken.removeAll(QString());
