@@ -105,6 +105,7 @@ private:
 
 struct VXFindWindow::Answer
 {
+    bool isIgnored = false; // the user wants no search
     bool hasIndex = false;
     bool isLacking = false;
     std::optional<QList<VXFoundObject>> found = {};
@@ -156,13 +157,14 @@ void VXFindWindow::find(const QString &words)
     if (words.isEmpty())
         return show(words, {.hasIndex = true});
     QThreadPool::globalInstance()->start([self = QPointer(this), words] {
-        Answer answer;
-        const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&answer.error);
+        Answer answer{.isIgnored = VXMetaDataSync::isIgnored()};
+        const auto index = answer.isIgnored ? nullptr : VXSearchIndex::openExisting(&answer.error);
         answer.hasIndex = index != nullptr;
         if (index)
             answer.found = index->find(words, {}, most + 1, &answer.error);
         answer.isLacking = isLacking(index.get());
-        if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
+        if (!answer.found && !answer.isIgnored &&
+            VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
             for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
                 sync->setNeedsUpdate(true);
             answer = {.isLacking = true};
@@ -191,6 +193,9 @@ void VXFindWindow::show(const QString &words, const Answer &answer)
     VXEmptyState *const empty = _pane->placeholder();
     if (answer.error)
         empty->setContents(u"warning"_s, VXText("This cannot be searched for"), answer.error.localizedDescription());
+    else if (answer.isIgnored)
+        empty->setContents(u"search"_s, VXText("The search is switched off"),
+                           VXText("The setting “metadata.ignore” says so."));
     else if (!answer.hasIndex)
         empty->setContents(u"clock"_s, VXText("The search is not ready yet"),
                            VXText("It takes in contacts, messages and calls shortly after the start."));

@@ -199,11 +199,12 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     const QString sync = u"com.halvern.VNX2.plugin.phonebook"_s;
     auto turn = std::make_unique<VXFileLock>(VXMetaDataFolder(sync).lockPath(), std::chrono::seconds(5));
     VXMetaDataDebt(sync).mark({1}); // by another process, which ended
-    const auto saysThatItLacks = [finder] {
-        return std::ranges::any_of(finder->findChildren<QLabel *>(), [](const QLabel *label) {
-            return label->isVisible() && label->text().startsWith(u"Some may not"_s);
+    const auto says = [finder](const QString &text) {
+        return std::ranges::any_of(finder->findChildren<QLabel *>(), [&text](const QLabel *label) {
+            return label->isVisible() && label->text().startsWith(text);
         });
     };
+    const auto saysThatItLacks = [&says] { return says(u"Some may not"_s); };
     finder->find(u"jane"_s);
     EXPECT_TRUE(VXRunUntil(saysThatItLacks));
     turn.reset();
@@ -213,6 +214,11 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     EXPECT_EQ(chosen.value(0).value(0).toUrl(), VXFoundObject::uriForURL(contact));
     EXPECT_FALSE(finder->isVisible());
     EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane Doe"_s); }));
+    VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
+    finder->setVisible(true);
+    finder->find(u"jane"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return says(u"The search is switched off"_s); }));
+    VXUserDefaults::standardUserDefaults().setObject(QVariant(), u"metadata.ignore"_s); // for the tests that follow
 }
 
 TEST_F(VXMainWindowTest, aMessageSearchShowsTheConversationChosenAndReadsNone)
@@ -250,7 +256,11 @@ TEST_F(VXMainWindowTest, aMessageSearchShowsTheConversationChosenAndReadsNone)
     pane.search()->clear();
     EXPECT_TRUE(VXRunUntil(hasRows(4)));
     EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"messages"_s, names[0]); }));
-    EXPECT_EQ(unread(), 3);
+    pane.search()->setText(u"beax"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return hasRows(1)() && shows(window, u"messages"_s, names[1]); }));
+    window.showSection(u"calls"_s);
+    window.showSection(u"messages"_s);
+    EXPECT_EQ(unread(), 3) << "coming back chooses nothing";
 }
 
 TEST_F(VXMainWindowTest, chosenContactsBecomeOneAndComeApartAgain)
