@@ -7,7 +7,6 @@
 #include "VXFramework.h"
 #include "VXPhonebookString.h"
 #include "VXPhonebookTransformer.h"
-#include "VXPhoneNumber.h"
 #include "VXUserDefaults.h"
 
 using namespace Qt::StringLiterals;
@@ -36,9 +35,7 @@ QUrl VXOutgoingMessage::preferredDevice()
 
 QString VXOutgoingMessage::number() const
 {
-    QString value;
-    const bool isAddress = VXPhonebookStringSplit(to, nullptr, &value);
-    return isAddress && VXIsValidPhoneNumber(value) && !value.contains(u'@') ? value : QString();
+    return VXDialledNumber(to);
 }
 
 // Limited to the length of a line.

@@ -192,5 +192,7 @@ QStringList VXContactWords::beginnings(const QString &word)
         all.append(lookUp + QLatin1Char(endOfWord));
     if (const QString joined = VXTypedLetters::withoutJoints(word); !joined.isNull())
         all.append(joined);
+    if (const QString umlauts = VXTypedLetters::withoutDigraphs(word); !umlauts.isNull())
+        all.append(umlauts);
     return all;
 }

@@ -40,7 +40,8 @@ public:
      *  blanks. */
     static QStringList typedWords(const QString &text);
     /** The beginnings of keys under which a typed word is looked for: itself; of a phone number without leading zeros too, and, to its
-     *  end, as look-ups compare it; and of a word with apostrophes or hyphens without those. */
+     *  end, as look-ups compare it; of a word with apostrophes or hyphens without those; and
+     *  of one with "ue" for "ü" (VXTypedLetters::withoutDigraphs), last, as the other letters. */
     static QStringList beginnings(const QString &word);
 
     /** The words of a text of that kind, as people type their letters: each to the end of what blanks enclose, in scripts without

@@ -217,7 +217,7 @@ QByteArray VXPhonebookManager::imageForPhonebookString(const QString &phonebookS
 {
     if (VXPhonebookGroupSplit(phonebookString))
         return {};
-    const VXManagedObjectPtr entry = entryForPhonebookString(phonebookString);
+    const VXManagedObjectPtr entry = entryForPhonebookString(VXPhonebookStringWithPause(phonebookString.trimmed()));
     if (!entry)
         return {};
     const QString entity = entry->entity().name();

@@ -1,5 +1,6 @@
 #include "VXPhonebookString.h"
 
+#include "VXCharacterSet.h"
 #include "VXDiagnostics.h"
 #include "VXPhonebookStringParts.h"
 #include "VXPhonebookType.h"
@@ -7,7 +8,6 @@
 #include "VXTextEscaping.h"
 #include "VXWrittenNumber.h"
 
-#include <algorithm>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -26,14 +26,35 @@ QString unescaped(QStringView part)
     return VXTextEscaping::stringByUnescapingCharactersInString(part.toString(), reservedCharacters);
 }
 
+// "555 0100" of "Jane <555 0100/Hm>"
+QStringView withoutLetters(QStringView text)
+{
+    if (!text.endsWith(u'>'))
+        return text;
+    const qsizetype slash = text.lastIndexOf(u'/');
+    const bool areLetters = slash >= 0 && VXCharacterSet::phonebookTypeMaskCharacterSet().containsOnlyMembers(
+                                              text.sliced(slash + 1).chopped(1));
+    return areLetters ? text.first(slash) : text.chopped(1);
+}
+
+// Whether something is written behind the digits, letters mostly: false for most numbers, and all names.
+bool isLikely(QStringView text)
+{
+    bool isBehindDigit = false;
+    for (const QChar each : text) {
+        if (isBehindDigit && (each.isLetter() || QStringView(u"(;,#").contains(each)))
+            return true;
+        isBehindDigit = each.isDigit() || (isBehindDigit && (each.isSpace() || QStringView(u"-.:/)").contains(each)));
+    }
+    return false;
+}
+
 // The extension, if it is kept, goes behind a pause.
 QString dialled(const QString &text, bool keepsExtension)
 {
-    const bool isLikely = std::ranges::any_of(text, [](QChar each) { return QStringView(u"xX(;").contains(each); }) ||
-                          text.contains("durchwahl"_L1, Qt::CaseInsensitive);
-    if (!isLikely)
+    if (!isLikely(withoutLetters(text)))
         return text;
-    const auto parts = VXPhonebookStringParts::split(text);
+    const auto parts = VXPhonebookStringParts::parse(text);
     if (parts.isAddress || !parts.problem.isNull())
         return text;
     const bool isBare = parts.value.isNull();
@@ -73,6 +94,29 @@ QString VXPhonebookStringWithoutExtension(const QString &text)
 QString VXPhonebookStringWithPause(const QString &text)
 {
     return dialled(text, true);
+}
+
+QString VXDialledNumber(const QString &phonebookString)
+{
+    QString value;
+    if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(phonebookString), nullptr, &value) ||
+        !VXIsValidPhoneNumber(value) || value.contains(u'@'))
+        return {};
+    return VXWrittenNumber::in(value).number; // a pause is valid
+}
+
+bool VXPhonebookStringSplitAsWritten(const QString &text, QString *name, QString *value, unsigned *typeMask)
+{
+    QString foundName, foundValue;
+    const bool isAddress = VXPhonebookStringSplit(text, &foundName, &foundValue, typeMask);
+    if (foundValue.isNull() && VXIsNumberAsWritten(text))
+        foundValue = std::exchange(foundName, {}).trimmed();
+    const bool isNumber = isAddress || VXIsNumberAsWritten(foundValue);
+    if (name != nullptr)
+        *name = std::move(foundName);
+    if (value != nullptr)
+        *value = std::move(foundValue);
+    return isNumber;
 }
 
 QString VXPhonebookStringJoin(const QString &name, const QString &value, unsigned typeMask)

@@ -21,6 +21,14 @@
 /** The same, with the extension behind a pause ("p77"), which the format has: for look-ups, which tell contacts apart by it. */
 [[nodiscard]] VX_EXPORT QString VXPhonebookStringWithPause(const QString &text);
 
+/** The number to dial of a phonebook string, without pauses and whatever else people write beside it (VXWrittenNumber). Null if there is
+ *  none, as with an e-mail address. */
+[[nodiscard]] VX_EXPORT QString VXDialledNumber(const QString &phonebookString);
+/** As VXPhonebookStringSplit, where the value may also be a number as people write it (VXIsNumberAsWritten), with all that is
+ *  beside it. */
+[[nodiscard]] VX_EXPORT bool VXPhonebookStringSplitAsWritten(const QString &text, QString *name, QString *value,
+                                                             unsigned *typeMask = nullptr);
+
 /**
  * Makes a phonebook string, with reserved characters escaped. Name and value may be null; without a value the name is
  * returned as it is. A mask that has no letters is written as "/(null)".

@@ -99,11 +99,14 @@ VXPhonebookStringParts splitNameAndProperty(QStringView text)
 
 } // namespace
 
+VXPhonebookStringParts VXPhonebookStringParts::parse(QStringView text)
+{
+    return isValidAddress(text) ? VXPhonebookStringParts{.value = text, .isAddress = true} : splitNameAndProperty(text);
+}
+
 VXPhonebookStringParts VXPhonebookStringParts::split(QStringView text)
 {
-    if (isValidAddress(text))
-        return {.value = text, .isAddress = true};
-    const VXPhonebookStringParts parts = splitNameAndProperty(text);
+    const VXPhonebookStringParts parts = parse(text);
     if (!parts.problem.isNull())
         VXLog::log(VXLogNotice, parts.problem % text);
     return parts;

@@ -17,6 +17,8 @@ struct VXPhonebookStringParts
     /** Whether the whole text is the value, which then contains no escapes. */
     bool isBareAddress(QStringView text) const { return isAddress && value.size() == text.size(); }
 
-    /** Parses the text in one pass. Logs the problem, if there is one. */
+    /** Parses the text in one pass. */
+    static VXPhonebookStringParts parse(QStringView text);
+    /** The same; logs the problem, if there is one. */
     static VXPhonebookStringParts split(QStringView text);
 };

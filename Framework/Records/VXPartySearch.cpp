@@ -14,8 +14,13 @@ VXPredicate wasRecordedWithWord(const QString &word)
 {
     const VXPredicate asTyped = *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS[cd] %@"_s, {word});
     const QString number = VXIsNumberAsWritten(word) ? VXPhoneNumberLookUpString(word) : QString();
-    if (number.isEmpty() || number == word)
+    if (number.isEmpty())
         return asTyped;
+    if (VXPhonebookManager::sharedPhonebookManager().entryForAddress(
+            word)) // not a part of one, as "40 5550-0" of "40 5550-044"
+        return VXPredicate::anyOf(
+            {*VXPredicate::predicateWithFormat(u"otherParty_search == %@"_s, {number}),
+             *VXPredicate::predicateWithFormat(u"otherParty_search ENDSWITH %@"_s, {u' ' + number})});
     return VXPredicate::anyOf(
         {asTyped, *VXPredicate::predicateWithFormat(u"otherParty_search CONTAINS %@"_s, {number})});
 }

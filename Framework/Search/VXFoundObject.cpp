@@ -1,11 +1,21 @@
 #include "VXFoundObject.h"
 
+#include "VXDateText.h"
+#include "VXFramework.h"
 #include "VXURLStrings.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrlQuery>
 
 using namespace Qt::StringLiterals;
+
+QString VXFoundCall::text() const
+{
+    const QString kind = way == Way::Missed ? VXLocalizedString(u"Missed call"_s)
+                         : way == Way::In   ? VXLocalizedString(u"Incoming call"_s)
+                                            : VXLocalizedString(u"Outgoing call"_s);
+    return seconds > 0 ? kind + u" · "_s + VXTextOfDuration(double(seconds)) : kind;
+}
 
 QUrl VXFoundObject::uri() const
 {

@@ -7,12 +7,25 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
+#include <optional>
+
 /** A party of a message or call, as it was recorded. */
 struct VXFoundParty
 {
     QString name = {}; // empty for none, as is the address
     QString address = {};
     unsigned type = 0; // VXPhonebookType
+};
+
+/** How a call that a search found went. */
+struct VX_EXPORT VXFoundCall
+{
+    enum class Way { Out, In, Missed };
+    Way way = Way::Out;
+    qint64 seconds = 0; // from connected to ended; 0 for none
+
+    /** In the user's language: "Missed call", "Incoming call · 1 min 5 s". */
+    QString text() const;
 };
 
 /** An object that a search found. */
@@ -24,6 +37,7 @@ struct VX_EXPORT VXFoundObject
     QString detail = {};
     QDateTime date = {}; // invalid for none
     QList<VXFoundParty> parties = {};
+    std::optional<VXFoundCall> call = {}; // none for one that is no call
     bool isInTrash = false;
 
     /** "x-coredata://STORE/ENTITY/pNUMBER". */

@@ -11,7 +11,7 @@
 
 /** Grows when classes of this program learn to tell more of their objects: then all files are written anew but those that tell that
  *  they are of this one, or would be the same. The index takes a new version then, and this a new generation when the index changes. */
-constexpr qint64 VXMetaDataGeneration = 6; // 1 was not told
+constexpr qint64 VXMetaDataGeneration = 7; // 1 was not told
 VX_EXPORT extern const QString VXMetaDataGenerationKey;
 
 /**

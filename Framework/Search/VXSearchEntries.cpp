@@ -10,6 +10,7 @@
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 using namespace Qt::StringLiterals;
@@ -116,6 +117,17 @@ qint64 endOf(qint64 place)
                                                   : place + entriesOfAMoment - 1;
 }
 
+// None for what is no call, or a file of another program.
+std::optional<qint64> callIn(const QVariantMap &values)
+{
+    const QVariant way = values.value(u"VXCallWay"_s);
+    if (!way.isValid())
+        return std::nullopt;
+    const double seconds = values.value(u"kMDItemDurationSeconds"_s).toDouble();
+    return VXSearchEntries::numberOf({VXFoundCall::Way(std::clamp(way.toInt(), 0, int(VXFoundCall::Way::Missed))),
+                                      std::llround(std::clamp(seconds, 0.0, 1e9))});
+}
+
 /** What stands in the table of entries. What is bound lives as long as the row. */
 struct Row
 {
@@ -126,7 +138,7 @@ struct Row
           detail(utf8Of(change.values->value(descriptionKey).toString())), date(change.values->value(dateKey)),
           text(utf8Of(wordsOf(*change.values))), json(jsonOf(addresses)), parties(partiesOf(*change.values)),
           hidden(change.values->value(u"VXHidden"_s).toLongLong()),
-          known(change.values->value(u"VXInformativeValue"_s).toLongLong())
+          known(change.values->value(u"VXInformativeValue"_s).toLongLong()), call(callIn(*change.values))
     {
     }
 
@@ -144,6 +156,10 @@ struct Row
         bindUtf8(statement, 10, parties);
         statement.bindNumber(11, hidden);
         statement.bindNumber(12, known);
+        if (call)
+            statement.bindNumber(13, *call);
+        else
+            statement.bindNull(13);
     }
 
     const qint64 folder;
@@ -155,6 +171,7 @@ struct Row
     const QByteArray parties;
     const qint64 hidden; // a VXMetaDataHiding, or 0
     const qint64 known;  // for a contact, its VXPhonebookEntry::informativeValue
+    const std::optional<qint64> call;
 };
 
 } // namespace
@@ -191,9 +208,8 @@ std::optional<bool> VXSearchEntries::has(qint64 folder, const VXSearchIndex::Cha
     VXSQLiteStatement statement = _connection.statement(
         u"SELECT 1 FROM entry WHERE folder = ?1 AND name = ?2 AND object IS ?3 AND kind IS ?4 AND title IS ?5 AND "
         "detail IS ?6 AND date IS ?7 AND text IS ?8 AND addresses IS ?9 AND parties IS ?10 AND hidden = ?11 AND known "
-        "= "
-        "?12 AND "
-        "NOT EXISTS "
+        "= ?12 AND "
+        "call IS ?13 AND NOT EXISTS "
         "(SELECT 1 FROM json_each(?9) WHERE NOT EXISTS "
         "(SELECT 1 FROM address WHERE key = value AND address.entry = entry.id))"_s,
         error);
@@ -328,15 +344,15 @@ std::optional<qint64> VXSearchEntries::freeID(qint64 place, VXError *error)
 bool VXSearchEntries::insert(qint64 folder, const VXSearchIndex::Change &change, qint64 id, bool *isIn, VXError *error)
 {
     VXSQLiteStatement entry = _connection.statement(u"INSERT OR IGNORE INTO entry (folder, name, object, kind, title, "
-                                                    u"detail, date, text, addresses, parties, hidden, known, id) "
-                                                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
+                                                    u"detail, date, text, addresses, parties, hidden, known, call, id) "
+                                                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"_s,
                                                     error);
     VXSQLiteStatement words = _connection.statement(u"INSERT INTO words (rowid, kind, text) VALUES (?, ?, ?)"_s, error);
     if (!entry || !words)
         return false;
     const Row row(folder, change);
     row.bind(entry);
-    entry.bindNumber(13, id);
+    entry.bindNumber(14, id);
     words.bindNumber(1, id);
     bindUtf8(words, 2, row.kind);
     bindUtf8(words, 3, row.text);

@@ -34,6 +34,9 @@ public:
      *  alike, and an e-mail address in lower case behind an "@", behind all digits. Empty for a text that is neither. */
     static QString keyOf(const QString &address);
     static QString reversed(const QString &digits);
+    /** How a call went, as one number. */
+    static qint64 numberOf(const VXFoundCall &call) { return call.seconds * 4 + qint64(call.way); }
+    static VXFoundCall callOf(qint64 number) { return {VXFoundCall::Way(number % 4), number / 4}; }
 
 private:
     struct Due

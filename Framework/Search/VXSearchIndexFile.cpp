@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int version = 7;
+constexpr int version = 8;
 // So a program of another generation makes the index anew, and reads what files the other wrote.
 static_assert(version == VXMetaDataGeneration + 1);
 
@@ -33,17 +33,17 @@ constexpr const char *schema[] = {
     "CREATE TABLE IF NOT EXISTS folder (id INTEGER PRIMARY KEY, name TEXT UNIQUE, isComplete INTEGER, stamp TEXT)",
     // `stamp`: another one whenever a folder becomes complete.
     // `addresses`: a JSON list of what stands in `address`. `parties`: one of [NAME, ADDRESS, TYPE], of a contact its own. `hidden`: VXMetaDataHiding, else 0.
-    // `known`: how much is known of a contact.
+    // `known`: how much is known of a contact. `call`: VXSearchEntries::numberOf.
     ("CREATE TABLE IF NOT EXISTS entry (id INTEGER PRIMARY KEY, folder INTEGER, name TEXT, object TEXT, "
      "kind TEXT, title TEXT, detail TEXT, date INTEGER, text TEXT, addresses TEXT, parties TEXT, hidden INTEGER, known "
-     "INTEGER, "
+     "INTEGER, call INTEGER, "
      "UNIQUE (folder, name))"),
     "CREATE TABLE IF NOT EXISTS address (key TEXT, entry INTEGER, PRIMARY KEY (key, entry)) WITHOUT ROWID",
     ("CREATE VIRTUAL TABLE IF NOT EXISTS words USING fts5 (kind, text, content = 'entry', content_rowid = 'id', "
      "prefix = '2 3', columnsize = 0, tokenize = \"unicode61 remove_diacritics 0 categories 'L* N* Co Mc'\")"),
     "INSERT INTO words (words, rank) VALUES ('hashsize', 4000000)",   // bytes of words that are written at once
     "INSERT OR IGNORE INTO folder (name, isComplete) VALUES ('', 0)", // for those that nobody has named yet
-    "PRAGMA user_version = 7",
+    "PRAGMA user_version = 8",
     "COMMIT",
 };
 

@@ -52,7 +52,7 @@ bool VXSearchQuery::contactsWith(const QStringList &words, QList<qint64> *contac
         u"SELECT rowid FROM words WHERE words MATCH ? AND rowid >= ? ORDER BY rowid DESC LIMIT ?"_s, error);
     if (!statement)
         return false;
-    const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
+    const QString expression = expressionOf(words, VXSearchTerms::Match::Prefix);
     statement.bindText(1, expression);
     statement.bindNumber(2, VXSearchEntries::firstContact);
     statement.bindNumber(3, mostContacts);
@@ -145,7 +145,7 @@ bool VXSearchQuery::recordsOfAddressesWith(const QStringList &words, const QStri
         error);
     if (!statement)
         return false;
-    const QString expression = VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix, _kind);
+    const QString expression = expressionOf(words, VXSearchTerms::Match::Prefix, _kind);
     const QString json = jsonOf(keys);
     statement.bindText(1, expression);
     statement.bindText(2, json);
@@ -161,7 +161,7 @@ std::optional<quint32> VXSearchQuery::wordsOfRecords(const QStringList &words, V
         _connection.statement(u"SELECT 1 FROM words WHERE words MATCH ? AND rowid < ? LIMIT 1"_s, error);
     quint32 found = 0;
     for (qsizetype index = 0; statement && index < words.size(); ++index) {
-        const QString expression = VXSearchTerms::expression({words[index]}, VXSearchTerms::Match::Prefix);
+        const QString expression = expressionOf({words[index]}, VXSearchTerms::Match::Prefix);
         statement.bindText(1, expression);
         statement.bindNumber(2, VXSearchEntries::firstContact);
         const VXSQLiteStatement::Step step = statement.step();

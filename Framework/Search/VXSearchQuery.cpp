@@ -27,7 +27,7 @@ QString textOf(sqlite3_value *value)
 
 } // namespace
 
-const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden "_s;
+const QString VXSearchQuery::columns = u"SELECT object, entry.kind, title, detail, date, parties, hidden, call "_s;
 
 VXSearchQuery::VXSearchQuery(VXSQLiteConnection &connection, const VXSearchIndex::Scope &scope, qsizetype limit)
     : _connection(connection), _kind(scope.kind),
@@ -54,10 +54,22 @@ VXFoundObject VXSearchQuery::foundIn(const VXSQLiteStatement &row)
     if (object.kind != "contact"_L1) // which is no party of its own
         object.parties = partiesIn(textOf(values[5]));
     object.isInTrash = row.number(6) == inTrash;
+    if (!row.value(7).isNull())
+        object.call = VXSearchEntries::callOf(row.number(7));
     return object;
 }
 
 std::optional<QList<VXFoundObject>> VXSearchQuery::run(const VXSearchTerms &terms, VXError *error)
+{
+    bool isDone = (terms.digits().isNull() || collectNumbers(terms.digits(), error)) && collectAll(terms, error);
+    if (isDone && isMoreWanted() && terms.mayHaveUmlauts()) { // behind all that has the letters that were typed
+        _spelling = VXSearchTerms::Spelling::WithUmlauts;
+        isDone = collectAll(terms, error);
+    }
+    return isDone ? std::optional(_found) : std::nullopt;
+}
+
+bool VXSearchQuery::collectAll(const VXSearchTerms &terms, VXError *error)
 {
     using Reading = VXSearchTerms::Reading;
     using Match = VXSearchTerms::Match;
@@ -65,12 +77,9 @@ std::optional<QList<VXFoundObject>> VXSearchQuery::run(const VXSearchTerms &term
     const auto byReading = [&](const Reading &reading) { return collectReading(reading, error); };
     const auto byContacts = [&](const Reading &reading) { return collectOfContacts(reading, error); };
     const QList<Reading> withWhole = QList<Reading>{{.words = words, .ends = {}}} + terms.readings();
-    const bool isDone =
-        (terms.digits().isNull() || collectNumbers(terms.digits(), error)) &&
-        (words.isEmpty() || (collectWords(words, Match::Whole, error) && collectWords(words, Match::Prefix, error) &&
-                             std::ranges::all_of(terms.readings(), byReading) &&
-                             (_kind == "contact"_L1 || std::ranges::all_of(withWhole, byContacts))));
-    return isDone ? std::optional(_found) : std::nullopt;
+    return words.isEmpty() || (collectWords(words, Match::Whole, error) && collectWords(words, Match::Prefix, error) &&
+                               std::ranges::all_of(terms.readings(), byReading) &&
+                               (_kind == "contact"_L1 || std::ranges::all_of(withWhole, byContacts)));
 }
 
 bool VXSearchQuery::collectWords(const QStringList &words, VXSearchTerms::Match match, VXError *error)
@@ -84,7 +93,7 @@ bool VXSearchQuery::collectWords(const QStringList &words, VXSearchTerms::Match 
                                                         error);
     if (!statement)
         return false;
-    const QString expression = VXSearchTerms::expression(words, match, _kind);
+    const QString expression = expressionOf(words, match, _kind);
     statement.bindText(1, expression);
     statement.bindNumber(2, most());
     return collect(statement, error);
@@ -100,8 +109,8 @@ bool VXSearchQuery::collectReading(const VXSearchTerms::Reading &reading, VXErro
         sets.append("SELECT * FROM ("_L1 + set + u')');
         values += its;
     };
-    const auto matching = [](const QStringList &words) {
-        return VXSearchTerms::expression(words, VXSearchTerms::Match::Prefix);
+    const auto matching = [this](const QStringList &words) {
+        return expressionOf(words, VXSearchTerms::Match::Prefix);
     };
     const QString byNumber = u"SELECT entry FROM address WHERE key >= ? AND key < ?"_s;
     const QString byWord = u"SELECT rowid FROM words WHERE words MATCH ?"_s;

@@ -37,6 +37,12 @@ private:
     bool isMoreWanted() const { return _found.size() < _limit; }
     /** How many rows to ask for: those already found may be among them. */
     qint64 most() const { return _limit + _found.size(); }
+    QString expressionOf(const QStringList &words, VXSearchTerms::Match match, const QString &kind = {}) const
+    {
+        return VXSearchTerms::expression(words, match, _spelling, kind);
+    }
+    /** Finds all that has the words and ends of numbers, or whose contact has. */
+    bool collectAll(const VXSearchTerms &terms, VXError *error);
     /** Adds the objects of the statement's rows. */
     bool collect(VXSQLiteStatement &statement, VXError *error);
     bool collectNumbers(const QString &digits, VXError *error);
@@ -69,6 +75,7 @@ private:
     const QString _kind;    // null for all
     const QString _isShown; // a condition in SQL that hides what is not to be found, followed by a blank
     const qsizetype _limit;
+    VXSearchTerms::Spelling _spelling = VXSearchTerms::Spelling::AsTyped; // in which it is looked for
     QList<VXFoundObject> _found;
     QSet<QString> _known; // the URIs in _found; several syncs may mirror one object
 };

@@ -164,18 +164,29 @@ QString VXSearchTerms::withPlainDigits(const QString &text)
 }
 
 // Quotes each word, so that nothing in it is taken for an operator.
-QString VXSearchTerms::expression(const QStringList &words, Match match, const QString &kind)
+QString VXSearchTerms::expression(const QStringList &words, Match match, Spelling spelling, const QString &kind)
 {
     const auto quoted = [match](QString word) {
         return u'"' + word.replace(u'"', u' ') + (match == Match::Prefix ? "\" *"_L1 : "\""_L1);
     };
     QStringList terms;
     for (const QString &word : words) {
-        const QString joined = VXTypedLetters::withoutJoints(word);
-        terms.append(joined.isNull() ? "text : "_L1 + quoted(word)
-                                     : "text : ("_L1 + quoted(word) + " OR "_L1 + quoted(joined) + u')');
+        QStringList ways{quoted(word)};
+        if (const QString joined = VXTypedLetters::withoutJoints(word); !joined.isNull())
+            ways.append(quoted(joined));
+        if (spelling == Spelling::WithUmlauts) {
+            if (const QString umlauts = VXTypedLetters::withoutDigraphs(word); !umlauts.isNull())
+                ways.append(quoted(umlauts));
+        }
+        terms.append("text : "_L1 + (ways.size() == 1 ? ways.constFirst() : u'(' + ways.join(" OR "_L1) + u')'));
     }
     if (!kind.isNull())
         terms.append("kind : \""_L1 + QString(kind).replace(u'"', u' ') + u'"');
     return terms.join(" AND "_L1);
+}
+
+bool VXSearchTerms::mayHaveUmlauts() const
+{
+    return std::ranges::any_of(_words,
+                               [](const QString &word) { return !VXTypedLetters::withoutDigraphs(word).isNull(); });
 }

@@ -45,8 +45,11 @@ public:
     static QString withPlainDigits(const QString &text);
 
     enum class Match { Whole, Prefix };
+    enum class Spelling { AsTyped, WithUmlauts }; // the latter: "mueller" for "müller" too
     /** The FTS5 expression for texts that have all of these words. `kind`: null for all kinds. */
-    static QString expression(const QStringList &words, Match match, const QString &kind = {});
+    static QString expression(const QStringList &words, Match match, Spelling spelling, const QString &kind = {});
+    /** Whether the words may be spelled so. */
+    bool mayHaveUmlauts() const;
 
 private:
     void read(const QString &text);

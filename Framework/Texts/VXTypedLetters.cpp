@@ -129,6 +129,21 @@ QString VXTypedLetters::withoutJoints(const QString &word)
     return joined;
 }
 
+// Behind some letters "ue" is no umlaut: "neue", "Bauer", "Quelle".
+QString VXTypedLetters::withoutDigraphs(const QString &word)
+{
+    const auto isOneOf = [](QChar letter, QStringView letters) { return letters.contains(letter.toLower()); };
+    constexpr qsizetype shortest = 3;
+    QString folded;
+    for (qsizetype at = 0; at < word.size(); ++at) {
+        const bool isBehindVowel = at > 0 && isOneOf(word[at], u"e") && isOneOf(word[at - 1], u"aou");
+        const bool isOfAnother = at > 1 && isOneOf(word[at - 1], u"u") && isOneOf(word[at - 2], u"aeq");
+        if (!isBehindVowel || isOfAnother || at + 1 == word.size() || !word[at + 1].isLetter())
+            folded += word[at];
+    }
+    return folded.size() == word.size() || folded.size() < shortest ? QString() : folded;
+}
+
 QStringList VXTypedLetters::wordsWithoutJoints(const QString &text)
 {
     QStringList words;

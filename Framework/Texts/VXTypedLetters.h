@@ -21,6 +21,9 @@ public:
     static QString withoutJoints(const QString &word);
     /** Those of a folded text. */
     static QStringList wordsWithoutJoints(const QString &text);
+    /** Of a folded word with "ae", "oe" or "ue" for umlauts, as people write them where they have none, the same with the umlauts
+     *  folded: "muller" for "mueller". Null for others, and while nothing is typed behind the "e". */
+    static QString withoutDigraphs(const QString &word);
     /** Whether it is of a script whose words have no blanks between them: each letter may begin one. */
     static bool isUnspaced(char32_t letter);
 

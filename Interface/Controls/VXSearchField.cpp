@@ -96,6 +96,17 @@ void VXSearchField::resizeEvent(QResizeEvent *event)
     placeCount();
 }
 
+// Escape clears the field first, whatever the window does with it.
+bool VXSearchField::event(QEvent *event)
+{
+    const bool isAskedFor = event->type() == QEvent::ShortcutOverride && !text().isEmpty() &&
+                            static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape;
+    if (!isAskedFor)
+        return QLineEdit::event(event);
+    event->accept();
+    return true;
+}
+
 void VXSearchField::keyPressEvent(QKeyEvent *event)
 {
     switch (event->key()) {

@@ -38,6 +38,7 @@ Q_SIGNALS:
     void escaped();
 
 protected:
+    bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 

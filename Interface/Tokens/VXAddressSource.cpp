@@ -131,7 +131,7 @@ QString VXPhonebookToken::label() const
 
 QString VXPhonebookToken::key() const
 {
-    const QString digits = VXIsValidPhoneNumber(value) ? VXPhoneNumberLookUpString(value) : QString();
+    const QString digits = VXIsNumberAsWritten(value) ? VXPhoneNumberRecordString(value) : QString();
     if (!digits.isEmpty())
         return digits;
     return value.isEmpty() ? string.toCaseFolded() : value.toCaseFolded();
@@ -162,7 +162,7 @@ QStringList VXAddressSource::rankedCompletions(const QString &typed, const QStri
     const auto add = [&](const QString &string, std::optional<qsizetype> recentIndex) {
         Candidate candidate(string);
         VXPhonebookToken token{string};
-        static_cast<void>(VXPhonebookStringSplit(string, nullptr, &token.value));
+        static_cast<void>(VXPhonebookStringSplitAsWritten(string, nullptr, &token.value));
         const QString key = candidate.isGroup ? string : token.key();
         if (keys.contains(key) || (recentIndex && !fits(candidate, wanted)))
             return;
@@ -198,7 +198,7 @@ VXPhonebookToken VXAddressSource::resolve(const QString &text)
         token.state = token.candidates.isEmpty() ? State::Invalid : State::Group;
         return token;
     }
-    if (VXPhonebookStringSplit(trimmed, &token.name, &token.value, &token.type)) {
+    if (VXPhonebookStringSplitAsWritten(trimmed, &token.name, &token.value, &token.type)) {
         const QString known = nameForAddress(trimmed);
         token.state = known.isEmpty() ? State::Unknown : State::Known;
         if (token.name.isEmpty() && !known.isEmpty()) {

@@ -248,6 +248,16 @@ void VXPhonebookTokenField::suggest()
     setAccessibleDescription(isOpen ? VXInterfaceString(u"%1 suggestions"_s).arg(rows.size()) : QString());
 }
 
+// For what would stand for nobody.
+std::optional<QString> VXPhonebookTokenField::onlySuggestion()
+{
+    const auto piece = typedPiece();
+    if (!piece || _source->resolve(piece->text).state != State::Invalid)
+        return std::nullopt;
+    const QStringList rows = _source->rankedCompletions(piece->text, VXRecentAddresses::addresses());
+    return rows.size() == 1 ? std::optional(rows.constFirst()) : std::nullopt;
+}
+
 void VXPhonebookTokenField::closeSuggestions()
 {
     _rest.stop();
@@ -265,6 +275,8 @@ void VXPhonebookTokenField::keyPressEvent(QKeyEvent *event)
     case Qt::Key_Enter:
         if (const auto row = _completions->chosenRow())
             take(*row);
+        else if (const auto only = onlySuggestion())
+            take(*only);
         else if (!commit())
             Q_EMIT returnPressed();
         return;

@@ -73,6 +73,7 @@ private:
     void commitPiece(const Piece &piece);
     void take(const QString &row);
     void suggest();
+    std::optional<QString> onlySuggestion();
     void closeSuggestions();
     int insertAddresses(QTextCursor &cursor, const QStringList &strings);
     void insertAsked(const QStringList &strings);

@@ -34,7 +34,8 @@ VXTextToSend VXTextToSend::ofObject(const QVariant &object)
     QString asked = message.value(u"number"_s).toString();
     if (!message.contains(u"number"_s)) {
         const QString to = message.value(u"to"_s).toString();
-        if (!VXPhonebookStringSplit(to, nullptr, &asked))
+        asked = VXDialledNumber(to);
+        if (asked.isNull())
             asked = to;
     }
     sent.number = VXDialableNumber(asked);

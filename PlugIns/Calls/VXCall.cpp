@@ -74,9 +74,19 @@ QDateTime VXCall::changedDate() const
                          std::max<qsizetype>(0, orderOf(valueForKey(u"state"_s).toString())));
 }
 
+VXFoundCall::Way VXCall::way() const
+{
+    if (valueForKey(u"direction"_s).toInt() == 0)
+        return VXFoundCall::Way::Out;
+    const bool isMissed = valueForKey(u"duration"_s).toDouble() <= 0 && !date(u"connectedDate"_s).isValid() &&
+                          valueForKey(u"state"_s) == u"ended"_s;
+    return isMissed ? VXFoundCall::Way::Missed : VXFoundCall::Way::In;
+}
+
 std::optional<QVariantMap> VXCall::metaDataPlist() const
 {
     QVariantMap values = VXPhonebookRecord::searchMetaData(*this, u"call"_s);
     values.insert(u"kMDItemDurationSeconds"_s, valueForKey(u"duration"_s));
+    values.insert(u"VXCallWay"_s, qint64(way()));
     return values;
 }

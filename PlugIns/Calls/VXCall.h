@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXCallRecord.h"
+#include "VXFoundObject.h"
 #include "VXMetaDataSource.h"
 #include "VXPhonebookRecord.h"
 
@@ -33,6 +34,7 @@ public:
 
 private:
     QDateTime changedDate() const;
+    VXFoundCall::Way way() const;
     QDateTime date(const QString &key) const;
     void takeText(const QString &text, const QString &key);
 };

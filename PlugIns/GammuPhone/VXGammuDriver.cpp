@@ -18,11 +18,11 @@ QVariant objectOf(const VXDeviceAction &action)
 {
     const QVariant object = action.object();
     QVariantMap message = object.toMap();
-    QString number;
     if (action.actionName() != "send_message"_L1 || message.contains(u"number"_s) || !message.contains(u"to"_s))
         return object;
     const QString to = message.take(u"to"_s).toString();
-    message.insert(u"number"_s, VXPhonebookStringSplit(to, nullptr, &number) ? number : to);
+    const QString number = VXDialledNumber(to);
+    message.insert(u"number"_s, number.isNull() ? to : number);
     return message;
 }
 

@@ -110,7 +110,7 @@ QString VXSearchAnswers::title(const VXFoundObject &object)
 
 QString VXSearchAnswers::subtitle(const VXFoundObject &object)
 {
-    QStringList parts{kindWord(object.kind)};
+    QStringList parts{object.call ? object.call->text() : kindWord(object.kind)};
     if (object.date.isValid())
         parts.append(QLocale().toString(object.date.toLocalTime(), QLocale::ShortFormat));
     if (!object.detail.isEmpty())

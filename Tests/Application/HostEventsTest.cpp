@@ -392,6 +392,7 @@ TEST_F(HostEventsTest, ShowsTheHistoryOfCalls)
         {u"calls --with jan"_s, {u"p2"_s, u"p1"_s, u"p4"_s}},
         {u"calls --with 5550199"_s, {u"p3"_s}},
         {u"calls --with zed"_s, {}},
+        {u"calls --with 50100"_s, {}}, // Zed's
         {u"calls --limit 1"_s, {u"p3"_s}},
         {u"calls --since 2026-01-02T00:00:00Z"_s, {u"p3"_s, u"p2"_s}},
     };

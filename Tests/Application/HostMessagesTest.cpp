@@ -106,6 +106,7 @@ TEST_F(HostMessagesTest, WhomAMessageCanNotGoToIsTold)
         {u"Ann"_s, "Ann has no phone number"},
         {u"joe hill"_s, "Joe Hill has several phone numbers: +1 555 0110, +1 555 0111"},
         {u"+1 555 0100, +1 555 0101"_s, "a message goes to one number at a time"},
+        {u"Al <+1 555 0100 ext. 7>"_s, "there is no phone to send by"},
         {u"jane doe"_s, "there is no phone to send by"}, // her mobile number would do
     };
     for (const auto &[to, problem] : cases) {

@@ -75,6 +75,11 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
     for (const auto &[limit, isCut] : {std::pair("--limit 1", true), {"--limit 2", false}, {"--limit 0", false}})
         EXPECT_EQ(runHost(VXWords("search zo") + VXWords(limit)).errors.isEmpty(), !isCut) << limit;
     EXPECT_EQ(json("zoo")[0][u"title"_s].toString(), u"Zoë Müller"_s);
+    EXPECT_TRUE(json("hill")[0][u"isMissed"_s].toBool());
+    runHost(
+        "post outgoing_call --subtype ended --object '{\"to\": \"555 0188\", \"call_id\": \"2\", \"duration\": 61}'");
+    EXPECT_EQ(json("0188")[0][u"duration"_s].toInt(), 61);
+    EXPECT_THAT(runHost("search 0188").output, HasSubstr("out 1:01"));
     runHost("defaults write com.halvern.VNX2 phonebook.names.last_first 1");
     EXPECT_EQ(json("zoo")[0][u"title"_s].toString(), u"Müller Zoë"_s);
     runHost("defaults delete com.halvern.VNX2 phonebook.names.last_first");

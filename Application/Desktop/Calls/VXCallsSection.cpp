@@ -4,6 +4,7 @@
 #include "VXAvatar.h"
 #include "VXCallImport.h"
 #include "VXCallRecord.h"
+#include "VXCallRow.h"
 #include "VXCallStore.h"
 #include "VXDataManager.h"
 #include "VXDateText.h"
@@ -37,6 +38,8 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStackedWidget>
 
+#include <cmath>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -49,11 +52,10 @@ struct ShownCall
     QString who = {};
 };
 
-QString kindOf(const VXCallRecord &call)
+VXFoundCall::Way wayOf(const VXCallRecord &call)
 {
-    return call.isMissed       ? VXText("Missed call")
-           : call.isIncoming() ? VXText("Incoming call")
-                               : VXText("Outgoing call");
+    using Way = VXFoundCall::Way;
+    return call.isMissed ? Way::Missed : call.isIncoming() ? Way::In : Way::Out;
 }
 
 VXListRow rowOf(const VXManagedObjectPtr &object)
@@ -66,13 +68,7 @@ VXListRow rowOf(const VXManagedObjectPtr &object)
         shown.who = VXText("Unknown number");
     VXRowContents contents;
     contents.title = shown.who;
-    contents.icon = isMissed ? u"call-missed"_s : call.isIncoming() ? u"call-in"_s : u"call-out"_s;
-    contents.iconTone = isMissed            ? VXRowContents::Tone::Bad
-                        : call.isIncoming() ? VXRowContents::Tone::Good
-                                            : VXRowContents::Tone::Accent;
-    contents.detail = kindOf(shown.call);
-    if (call.duration.value_or(0) > 0)
-        contents.detail += u" · "_s + VXTextOfDuration(*call.duration);
+    VXShowCall({wayOf(shown.call), std::llround(call.duration.value_or(0))}, &contents);
     contents.when = VXTextOfDate(call.start(), VXDateStyle::Short);
     contents.data = QVariant::fromValue(shown);
     return {.text = QStringList{shown.who, contents.detail, VXTextOfDate(call.start())}.join(", "_L1),
@@ -160,20 +156,21 @@ public:
     void show(const ShownCall &shown)
     {
         const VXCallRecord &call = shown.call;
-        QString number;
-        const bool hasNumber = VXPhonebookStringSplit(call.otherParty(), nullptr, &number);
+        QString address;
+        const bool hasAddress =
+            VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(call.otherParty()), nullptr, &address);
         const bool isKnown = VXContactForPhonebookStrings(call.otherParty()).value<VXManagedObjectPtr>() != nullptr;
         _avatar->setPerson(shown.who,
                            VXPhonebookManager::sharedPhonebookManager().imageForPhonebookString(call.otherParty()));
         _name->setText(shown.who);
-        const QString formatted = VXFormatPhoneNumber(number);
+        const QString formatted = VXFormatPhoneNumber(address);
         _number->setText(formatted);
-        _number->setVisible(hasNumber && formatted != shown.who);
+        _number->setVisible(hasAddress && formatted != shown.who);
         _contact->setText(isKnown ? VXText("Show contact") : VXText("Add to contacts"));
         _contact->setIcon(VXSymbol::named(isKnown ? u"person"_s : u"person-plus"_s));
         for (QPushButton *const button : _buttons)
-            button->setEnabled(hasNumber);
-        QStringList facts{kindOf(call), VXTextOfDate(call.start())};
+            button->setEnabled(!VXDialledNumber(call.otherParty()).isEmpty());
+        QStringList facts{VXFoundCall{wayOf(call)}.text(), VXTextOfDate(call.start())};
         if (call.duration.value_or(0) > 0)
             facts << VXText("Talked for %1").arg(VXTextOfDuration(*call.duration));
         const QString phone = VXDeviceNameAtURL().transformedValue(QUrl(call.deviceURL)).toString();
@@ -341,8 +338,7 @@ QString VXCallsSection::chosenParty() const
 
 QString VXCallsSection::chosenNumber() const
 {
-    QString number;
-    return VXPhonebookStringSplit(chosenParty(), nullptr, &number) ? number : QString();
+    return VXDialledNumber(chosenParty());
 }
 
 void VXCallsSection::find()

@@ -395,7 +395,7 @@ bool VXContactsSection::showObject(const QUrl &uri)
 void VXContactsSection::showContact(const QString &phonebookString)
 {
     VXPhonebookManager &manager = VXPhonebookManager::sharedPhonebookManager();
-    const VXManagedObjectPtr entry = manager.entryForPhonebookString(phonebookString);
+    const VXManagedObjectPtr entry = manager.entryForAddress(phonebookString);
     if (entry) {
         const auto person = entry->entity().name() == "VXPerson"_L1
                                 ? entry
@@ -409,7 +409,7 @@ void VXContactsSection::showContact(const QString &phonebookString)
     QString name;
     QString value;
     unsigned type = 0;
-    if (VXPhonebookStringSplit(phonebookString, &name, &value, &type))
+    if (VXPhonebookStringSplitAsWritten(phonebookString, &name, &value, &type))
         (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
     contact.firstName = name;
     _isNew = true;

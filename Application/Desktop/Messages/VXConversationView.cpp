@@ -121,8 +121,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
     });
     connect(_to, &VXPhonebookTokenField::addToContactsWanted, this, &VXConversationView::wantsContact);
     connect(call, &QToolButton::clicked, this, [this] {
-        QString number;
-        if (VXPhonebookStringSplit(VXUnpackPhonebookStrings(_party, true).value(0), nullptr, &number))
+        if (const QString number = VXDialledNumber(VXUnpackPhonebookStrings(_party, true).value(0)); !number.isEmpty())
             Q_EMIT wantsCall(number);
     });
     connect(contact, &QToolButton::clicked, this, [this] { Q_EMIT wantsContact(_party); });
@@ -171,7 +170,8 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     _name->setText(names);
     _avatar->setPerson(names, VXPhonebookManager::sharedPhonebookManager().imageForPhonebookString(party));
     QString number;
-    const bool hasNumber = VXPhonebookStringSplit(VXUnpackPhonebookStrings(party, true).value(0), nullptr, &number);
+    const bool hasNumber = VXPhonebookStringSplit(
+        VXPhonebookStringWithoutExtension(VXUnpackPhonebookStrings(party, true).value(0)), nullptr, &number);
     const QString shown = VXFormatPhoneNumber(number);
     _about->setText(shown == names ? QString() : shown);
     _about->setVisible(hasNumber && shown != names);
@@ -222,7 +222,7 @@ void VXConversationView::updateObstacle()
         reason = VXText("There is no phone to send by. Add one under Phones.");
     else if (_isNew && !_to->invalidTokens().isEmpty())
         reason = VXText("“%1” is no number.").arg(_to->invalidTokens().constFirst().label());
-    else if (!_isNew && !VXPhonebookStringSplit(_party))
+    else if (!_isNew && VXDialledNumber(_party).isEmpty())
         reason = VXText("“%1” has no number.").arg(_name->text());
     _composer->setObstacle(reason);
 }

@@ -89,7 +89,7 @@ VXMessageScan::Words VXMessageScan::wordsOf(const QString &text)
     const QStringList typed = VXTypedWords(text);
     for (const QString &word : typed)
         words.words.append({.text = word,
-                            .number = VXIsValidPhoneNumber(word) ? VXPhoneNumberSearchString(word) : QString(),
+                            .number = VXIsNumberAsWritten(word) ? VXPhoneNumberLookUpString(word) : QString(),
                             .parties = typed.size() == 1 ? words.parties : partiesMeantBy(word)});
     return words;
 }

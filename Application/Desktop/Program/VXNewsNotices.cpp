@@ -28,7 +28,7 @@ constexpr int longestText = 400;   // characters of a message
 QString numberOf(const QString &party)
 {
     QString number;
-    return VXPhonebookStringSplit(party, nullptr, &number) ? number : QString();
+    return VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(party), nullptr, &number) ? number : QString();
 }
 
 QImage pictureOf(const QString &party)

@@ -1,5 +1,6 @@
 #include "VXFindWindow.h"
 
+#include "VXCallRow.h"
 #include "VXDateText.h"
 #include "VXDesktopText.h"
 #include "VXEmptyState.h"
@@ -54,6 +55,8 @@ VXRowContents contentsOf(const VXFoundObject &object)
     contents.detail = object.detail;
     if (object.kind == "contact"_L1)
         contents.person = contents.title;
+    else if (object.call)
+        VXShowCall(*object.call, &contents);
     else
         contents.icon = object.kind == "message"_L1 ? u"message"_s : u"call"_s;
     if (object.date.isValid())
@@ -89,7 +92,7 @@ public:
             return QVariant::fromValue(contentsOf(object));
         if (role != Qt::DisplayRole && role != Qt::AccessibleTextRole)
             return {};
-        QStringList spoken{kindOf(object), object.title, object.detail};
+        QStringList spoken{object.call ? object.call->text() : kindOf(object), object.title, object.detail};
         if (object.date.isValid())
             spoken.append(VXTextOfDate(object.date));
         spoken.removeAll(QString());
@@ -102,6 +105,7 @@ private:
 
 struct VXFindWindow::Answer
 {
+    bool isIgnored = false; // the user wants no search
     bool hasIndex = false;
     bool isLacking = false;
     std::optional<QList<VXFoundObject>> found = {};
@@ -153,13 +157,14 @@ void VXFindWindow::find(const QString &words)
     if (words.isEmpty())
         return show(words, {.hasIndex = true});
     QThreadPool::globalInstance()->start([self = QPointer(this), words] {
-        Answer answer;
-        const std::unique_ptr<VXSearchIndex> index = VXSearchIndex::openExisting(&answer.error);
+        Answer answer{.isIgnored = VXMetaDataSync::isIgnored()};
+        const auto index = answer.isIgnored ? nullptr : VXSearchIndex::openExisting(&answer.error);
         answer.hasIndex = index != nullptr;
         if (index)
             answer.found = index->find(words, {}, most + 1, &answer.error);
         answer.isLacking = isLacking(index.get());
-        if (!answer.found && VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
+        if (!answer.found && !answer.isIgnored &&
+            VXSearchIndex::discardIfDamaged(answer.error)) { // it is made again, as when it is missing
             for (const VXMetaDataSync::Ptr &sync : VXMetaDataSync::launchedSyncs())
                 sync->setNeedsUpdate(true);
             answer = {.isLacking = true};
@@ -188,6 +193,9 @@ void VXFindWindow::show(const QString &words, const Answer &answer)
     VXEmptyState *const empty = _pane->placeholder();
     if (answer.error)
         empty->setContents(u"warning"_s, VXText("This cannot be searched for"), answer.error.localizedDescription());
+    else if (answer.isIgnored)
+        empty->setContents(u"search"_s, VXText("The search is switched off"),
+                           VXText("The setting “metadata.ignore” says so."));
     else if (!answer.hasIndex)
         empty->setContents(u"clock"_s, VXText("The search is not ready yet"),
                            VXText("It takes in contacts, messages and calls shortly after the start."));

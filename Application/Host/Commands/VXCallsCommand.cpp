@@ -23,8 +23,6 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QUrl>
 
-#include <cmath>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -39,13 +37,6 @@ bool isMissed(const Call &call, const VXCallRecord &record)
 {
     return record.isIncoming() && record.duration.value_or(0) == 0 && !record.connectedDate.isValid() &&
            call->valueForKey(u"state"_s) == u"ended"_s;
-}
-
-// "1:01"; nothing for a call that nobody answered.
-QString shownDuration(double seconds)
-{
-    const qint64 whole = std::llround(seconds);
-    return whole == 0 ? QString() : u"%1:%2"_s.arg(int(whole / 60)).arg(int(whole % 60), 2, 10, QLatin1Char('0'));
 }
 
 QString shortIDOf(const Call &call)
@@ -74,7 +65,7 @@ QStringList rowOf(const Call &call, const VXCallRecord &record, const QString &w
     return {VXShownDate(record.date),
             isMissed(call, record) ? u"missed"_s : (record.isIncoming() ? u"in"_s : u"out"_s),
             who.isEmpty() ? u"-"_s : who,
-            shownDuration(record.duration.value_or(0)),
+            VXShownDuration(record.duration.value_or(0)),
             phone,
             shortIDOf(call)};
 }

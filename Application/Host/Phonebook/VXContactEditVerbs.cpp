@@ -75,12 +75,8 @@ void setWhole(VXContactRecord &contact, const QString &text)
     QString name;
     QString value;
     unsigned type = 0;
-    if (!VXPhonebookStringSplit(text, &name, &value, &type) && !VXIsNumberAsWritten(value)) {
-        if (!VXIsNumberAsWritten(text))
-            return setName(contact, text);
-        name.clear();
-        value = text.trimmed();
-    }
+    if (!VXPhonebookStringSplitAsWritten(text, &name, &value, &type))
+        return setName(contact, text);
     if (!name.isEmpty())
         setName(contact, name);
     (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});

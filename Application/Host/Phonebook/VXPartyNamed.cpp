@@ -144,7 +144,9 @@ private:
 QString VXReceiverNamed(VXHostContext &context, const QString &text)
 {
     const QStringList items = VXUnpackPhonebookStrings(text, true);
-    const auto isAddress = [](const QString &item) { return VXPhonebookStringSplit(item); };
+    const auto isAddress = [](const QString &item) {
+        return VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item));
+    };
     if (items.size() > 1 && std::ranges::all_of(items, isAddress))
         return failed(context, u"a message goes to one number at a time"_s);
     if (isAddress(text))
@@ -170,7 +172,8 @@ QStringList VXConversationsWith(VXHostContext &context, const VXMessageStore &st
 {
     Parties parties(store, messages);
     if (parties.add(VXConversationKey(text)))
-        return VXPhonebookStringSplit(text) ? QStringList{VXConversationKey(text)} : parties.conversations();
+        return VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(text)) ? QStringList{VXConversationKey(text)}
+                                                                               : parties.conversations();
     if (const VXPersistentStoreCoordinator::Ptr coordinator =
             VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)) {
         VXManagedObjectContext contacts(coordinator);

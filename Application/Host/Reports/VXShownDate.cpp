@@ -1,5 +1,6 @@
 #include "VXShownDate.h"
 
+#include <cmath>
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
@@ -21,4 +22,10 @@ QJsonValue VXReportedDate(const QDateTime &date)
         return {};
     const QDateTime utc = date.toUTC();
     return utc.toString(utc.time().msec() == 0 ? Qt::ISODate : Qt::ISODateWithMs);
+}
+
+QString VXShownDuration(double seconds)
+{
+    const qint64 whole = std::llround(seconds);
+    return whole == 0 ? QString() : u"%1:%2"_s.arg(int(whole / 60)).arg(int(whole % 60), 2, 10, QLatin1Char('0'));
 }

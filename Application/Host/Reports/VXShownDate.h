@@ -15,3 +15,6 @@
  * can be passed to a command again are written by VXJSONFromVariant instead.
  */
 [[nodiscard]] QJsonValue VXReportedDate(const QDateTime &date);
+
+/** Seconds as minutes and seconds, "1:01"; empty if they are none. */
+[[nodiscard]] QString VXShownDuration(double seconds);

@@ -132,7 +132,8 @@ VXHostCommand VXSearchCommand()
         .summary = u"Find contacts, messages and calls"_s,
         .synopsis = u"WORD..."_s,
         .details =
-            u"Finds what has a word beginning with each WORD, letters with and without accents being the same, or "
+            u"Finds what has a word beginning with each WORD, letters with and without accents being the same and "
+            u"\"ue\" meaning \"ü\" too, or "
             u"phone numbers by their last digits, four at least, also beside words. Exact matches come first, then the "
             u"newest, then "
             u"messages and calls of the contacts (of up to 10,000) that the words find. Up to 32 words. What is found "

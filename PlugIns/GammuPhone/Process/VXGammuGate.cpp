@@ -55,10 +55,12 @@ QString VXGammuGate::storableNumber(const QString &number)
     static const QRegularExpression storable(u"\\A\\+?[0-9*#][0-9*#pPwW+]{0,79}\\z"_s);
     VXWrittenNumber written = VXWrittenNumber::in(number);
     QString bare = VXNumberWithoutWriting(number);
-    if (!storable.match(bare).hasMatch()) { // phones write a pause before extensions
+    const QString dialled = VXNumberWithoutWriting(written.number);
+    const QStringView rest = QStringView(bare).sliced(bare.startsWith(dialled) ? dialled.size() : 0);
+    if (!rest.isEmpty() && !u"pPwW"_s.contains(rest.front())) { // phones write a pause before extensions
         if (!written.extension.isEmpty())
             written.extension.replace(u',', u'p').prepend(u'p');
-        bare = VXNumberWithoutWriting(written.number) + written.extension;
+        bare = dialled + written.extension;
     }
     return storable.match(bare).hasMatch() ? bare : QString();
 }

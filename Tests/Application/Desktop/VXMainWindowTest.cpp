@@ -157,7 +157,10 @@ TEST_F(VXMainWindowTest, whatTheDesktopsSearchFoundIsShown)
 TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
 {
     insert(u"calls"_s, u"VXCall"_s,
-           {{u"from"_s, u"Jane Doe <+15550198>"_s}, {u"direction"_s, 1}, {u"date"_s, QDateTime::currentDateTime()}});
+           {{u"from"_s, u"Jane Doe <+15550198>"_s},
+            {u"direction"_s, 1},
+            {u"state"_s, u"ended"_s},
+            {u"date"_s, QDateTime::currentDateTime()}});
     const QUrl contact(insert(u"phonebook"_s, u"VXPerson"_s, {{u"firstName"_s, u"Jane"_s}, {u"lastName"_s, u"Doe"_s}}));
     const QDateTime longAgo(QDate(2001, 2, 3), QTime(4, 5));
     const auto hasAll = [] {
@@ -188,15 +191,20 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     finder->find(u"nobody"_s);
     finder->find(u"jane"_s); // the answer to the first comes too late to be shown
     EXPECT_TRUE(VXRunUntil([&] { return list.model()->rowCount() == 2; }));
-    EXPECT_TRUE(list.model()->index(0, 0).data(Qt::AccessibleTextRole).toString().contains(u"Jane Doe"_s));
+    const auto spoken = [&list](int row) {
+        return list.model()->index(row, 0).data(Qt::AccessibleTextRole).toString();
+    };
+    EXPECT_TRUE(spoken(0).contains(u"Jane Doe"_s));
+    EXPECT_TRUE(spoken(1).startsWith(u"Missed call"_s)) << spoken(1).toStdString();
     const QString sync = u"com.halvern.VNX2.plugin.phonebook"_s;
     auto turn = std::make_unique<VXFileLock>(VXMetaDataFolder(sync).lockPath(), std::chrono::seconds(5));
     VXMetaDataDebt(sync).mark({1}); // by another process, which ended
-    const auto saysThatItLacks = [finder] {
-        return std::ranges::any_of(finder->findChildren<QLabel *>(), [](const QLabel *label) {
-            return label->isVisible() && label->text().startsWith(u"Some may not"_s);
+    const auto says = [finder](const QString &text) {
+        return std::ranges::any_of(finder->findChildren<QLabel *>(), [&text](const QLabel *label) {
+            return label->isVisible() && label->text().startsWith(text);
         });
     };
+    const auto saysThatItLacks = [&says] { return says(u"Some may not"_s); };
     finder->find(u"jane"_s);
     EXPECT_TRUE(VXRunUntil(saysThatItLacks));
     turn.reset();
@@ -206,6 +214,11 @@ TEST_F(VXMainWindowTest, wordsAreFoundInAllSections)
     EXPECT_EQ(chosen.value(0).value(0).toUrl(), VXFoundObject::uriForURL(contact));
     EXPECT_FALSE(finder->isVisible());
     EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"contacts"_s, u"Jane Doe"_s); }));
+    VXUserDefaults::standardUserDefaults().setObject(true, u"metadata.ignore"_s);
+    finder->setVisible(true);
+    finder->find(u"jane"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return says(u"The search is switched off"_s); }));
+    VXUserDefaults::standardUserDefaults().setObject(QVariant(), u"metadata.ignore"_s); // for the tests that follow
 }
 
 TEST_F(VXMainWindowTest, aMessageSearchShowsTheConversationChosenAndReadsNone)
@@ -243,7 +256,11 @@ TEST_F(VXMainWindowTest, aMessageSearchShowsTheConversationChosenAndReadsNone)
     pane.search()->clear();
     EXPECT_TRUE(VXRunUntil(hasRows(4)));
     EXPECT_TRUE(VXRunUntil([&] { return shows(window, u"messages"_s, names[0]); }));
-    EXPECT_EQ(unread(), 3);
+    pane.search()->setText(u"beax"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return hasRows(1)() && shows(window, u"messages"_s, names[1]); }));
+    window.showSection(u"calls"_s);
+    window.showSection(u"messages"_s);
+    EXPECT_EQ(unread(), 3) << "coming back chooses nothing";
 }
 
 TEST_F(VXMainWindowTest, chosenContactsBecomeOneAndComeApartAgain)

@@ -125,10 +125,31 @@ TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
         {u"+12125550150;ext=5"_s, u"+12125550150"_s, u"5"_s},
         {u"+12125550150pp5#"_s, u"+12125550150"_s, u"5#"_s},
         {u"030 1112222, Durchwahl 12"_s, u"030 1112222"_s, u"12"_s},
+        {u"+49 30 1112224 App. 12"_s, u"+49 30 1112224"_s, u"12"_s},
+        {u"030 1112224/x12"_s, u"030 1112224/"_s, u"12"_s},
+        {u"030 1112224 Nst. -12"_s, u"030 1112224"_s, u"12"_s},
+        {u"030 1112224 (Büro) Nebenstelle: 12"_s, u"030 1112224"_s, u"12"_s},
+        {u"030 1112224 x12 (Büro)"_s, u"030 1112224"_s, u"12"_s},
+        {u"+1 212 555 0154 #12"_s, u"+1 212 555 0154"_s, u"12"_s},
+        {u"*21*0301112224#11"_s, u"*21*0301112224#11"_s, {}},
+        {u"+1 212 555 0154 (ext. 77)"_s, u"+1 212 555 0154"_s, u"77"_s},
+        {u"+1 212 555 0154 (x77)"_s, u"+1 212 555 0154"_s, u"77"_s},
+        {u"+7 495 555 01 54 доб. 77"_s, u"+7 495 555 01 54"_s, u"77"_s},
+        {u"+12125550154;ext=12345678901;phone-context=+1"_s, u"+12125550154"_s, u"12345678901"_s},
+        {u"030 / 1112222 / 030 / 1113333"_s, u"030 / 1112222"_s, {}},
+        {u"030 1112222/030 1113333"_s, u"030 1112222"_s, {}},
+        {u"212-555-0150/212-555-0151"_s, u"212-555-0150"_s, {}},
+        {u"030/1112226"_s, u"030/1112226"_s, {}},
+        {u"030/1112226-0 / -12"_s, u"030/1112226-0"_s, {}},
+        {u"01715550101,01715550102"_s, u"01715550101"_s, {}},
+        {u"+12125550150,,1234567#"_s, u"+12125550150"_s, u"1234567#"_s}, // of a conference
         {u"+49 30 1112222-55 (Zentrale)"_s, u"+49 30 1112222-55"_s, {}},
         {u"030 111 2222 / 030 111 3333"_s, u"030 111 2222"_s, {}},
         {u"030 / 1112222"_s, u"030 / 1112222"_s, {}}, // an area code
         {u"+49 (0)30 1112222"_s, u"+49 (0)30 1112222"_s, {}},
+        {u"1-800-FLOWERS"_s, u"1-800-3569377"_s, {}},
+        {u"0800 REIFEN"_s, u"0800 734336"_s, {}},
+        {u"030 REIFEN"_s, u"030 REIFEN"_s, {}},
         {u"Agent x77"_s, u"Agent x77"_s, {}},
         {u"123p4"_s, u"123p4"_s, {}},
         {QString(u"p1"_s).repeated(60'000), QString(u"p1"_s).repeated(60'000), {}},
@@ -141,7 +162,11 @@ TEST(VXPhoneNumberTest, whatPeopleWriteBesideANumberIsNotDialledWithIt)
         const QString named = u"Jane <"_s + text + u"/m>"_s;
         EXPECT_EQ(VXPhonebookStringWithoutExtension(named),
                   VXIsNumberAsWritten(text) && !VXIsValidPhoneNumber(text) ? u"Jane <"_s + number + u"/m>"_s : named);
+        EXPECT_EQ(VXDialledNumber(named), VXIsNumberAsWritten(text) ? number : QString());
+        EXPECT_EQ(VXPhonebookStringSplit(VXPhonebookStringWithPause(text)), VXIsNumberAsWritten(text))
+            << text.toStdString() << " is kept by a contact, so a look-up takes it";
     }
+    EXPECT_TRUE(VXDialledNumber(u"Jane <jane@example.com>"_s).isNull());
 }
 
 TEST(VXPhoneNumberTest, anExtensionTellsContactsApartThatHaveTheSameNumber)

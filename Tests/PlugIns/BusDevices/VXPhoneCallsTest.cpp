@@ -66,6 +66,7 @@ TEST(VXPhoneTextTest, WhatMayBeDialledAndSent)
     };
     EXPECT_EQ(sent(u"number"_s, u"+49 170"_s, u"Hi"_s).number, u"+49170"_s);
     EXPECT_EQ(sent(u"to"_s, u"Jane <+49 170/H>"_s, u"Hi"_s).number, u"+49170"_s);
+    EXPECT_EQ(sent(u"to"_s, u"Jane <+49 170 ext. 7/W>"_s, u"Hi"_s).number, u"+49170"_s);
     EXPECT_TRUE(sent(u"to"_s, u"+49170"_s, u"Two\nlines"_s).error.isNull());
     EXPECT_FALSE(sent(u"to"_s, u"Jane"_s, u"Hi"_s).error.isNull());
     EXPECT_FALSE(sent(u"number"_s, u"1"_s, u""_s).error.isNull());

@@ -103,7 +103,7 @@ TEST_F(VXGammuMessagesTest, WhatCannotBeSentIsRefused)
         const auto action = run(phone, u"send_message"_s, message);
         EXPECT_TRUE(action->error()) << testing::PrintToString(QVariant(message));
     }
-    for (const QString &to : {u"+1 555 0100"_s, u"Jane <+1 555 0100/m>"_s})
+    for (const QString &to : {u"+1 555 0100"_s, u"Jane <+1 555 0100 x7/m>"_s})
         EXPECT_FALSE(run(phone, u"send_message"_s, QVariantMap{{u"to"_s, to}, {u"text"_s, u"x"_s}})->error());
     EXPECT_EQ(
         run(phone, u"delete_message"_s, QVariantMap{{u"memory"_s, u"ME"_s}, {u"location"_s, 10009}})->error().code(),

@@ -118,7 +118,7 @@ TEST_F(VXMessageDeliveryTest, WhatIsDeletedWhileItWaitsIsNotSent)
     phone->result = QVariantMap{{u"failure"_s, u"later"_s}};
     phone->error = VXMakeError(u"away"_s);
     for (const bool isForGood : {false, true}) {
-        const auto number = VXOutgoingMessage::send(u"+1 555 0100"_s, u"Hi"_s, url, *store, *outbox);
+        const auto number = VXOutgoingMessage::send(u"Al <+1 555 0100 ext. 7>"_s, u"Hi"_s, url, *store, *outbox);
         EXPECT_EQ(tried(*number).state, VXOutboxState::Queued);
         phone->sent.clear();
         VXManagedObjectContext context(store->coordinator());

@@ -326,6 +326,7 @@ TEST_F(VXPhonebookManagerTest, WhatIsKnownOfAnEntryIsItsValue)
     EXPECT_EQ(VXPhonebookEntry::informativeValue(*number), 155 + 4);
     EXPECT_EQ(VXPhonebookEntry::informativeValue(*group), 101);
     EXPECT_EQ(phonebook().imageForPhonebookString(u"x <555 0100>"_s), "png");
+    EXPECT_EQ(phonebook().imageForPhonebookString(u"x <555 0100 ext. 7>"_s), "png");
     EXPECT_EQ(phonebook().imageForPhonebookString(u"Family { Jane <555 0100> }"_s), QByteArray());
     number->setValueForKey({}, u"person"_s);
     EXPECT_EQ(VXPhonebookEntry::informativeValue(*number), 0);
