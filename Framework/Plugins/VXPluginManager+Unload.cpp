@@ -169,7 +169,8 @@ void VXPluginManager::shutdown()
     UnloadRun run = runOfQuitting();
     if (!run)
         run = beginRun(VXUnloadPurpose::Quit);
-    collectEveryPlugin(*run); // includes plugins loaded since consent was asked for
+    const VXPluginMarker::Scope mark; // keeps one file open for all that are unloaded
+    collectEveryPlugin(*run);         // includes plugins loaded since consent was asked for
     run->unload();
     _unloadRuns.clear();
     VXPluginSuspects::forget(VXPluginMarker::shared().workers());

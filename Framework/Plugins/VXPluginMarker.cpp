@@ -173,6 +173,7 @@ void VXPluginMarker::removeFile()
     QFile::remove(_path);
     ::close(_descriptor);
     _descriptor = -1;
+    _size = 0;
     _path = QString();
 }
 
@@ -212,7 +213,8 @@ bool VXPluginMarker::fail(const QString &reason)
     return false;
 }
 
-// Written in place, since the lock is on the file; nobody else reads it while this process lives.
+// Written in place, since the lock is on the file; nobody else reads it while this process lives. Blanks cover what was
+// longer before, as file systems take long to truncate a file.
 void VXPluginMarker::write()
 {
     const VXPluginAtWork plugin = _atWork.last();
@@ -220,8 +222,8 @@ void VXPluginMarker::write()
     setLastWords(isNamed ? (plugin.identifier + " was "_L1 + VXNameOfPluginWork(plugin.work)).toUtf8() : QByteArray());
     if (_hasFailed || (_descriptor < 0 && !open()))
         return;
-    const QByteArray data = isNamed ? dataOf(plugin) : QByteArray();
-    if (::ftruncate(_descriptor, 0) != 0 ||
-        (isNamed && ::pwrite(_descriptor, data.constData(), static_cast<size_t>(data.size()), 0) != data.size()))
+    const QByteArray data = (isNamed ? dataOf(plugin) : QByteArray()).leftJustified(_size, ' ');
+    _size = data.size();
+    if (::pwrite(_descriptor, data.constData(), static_cast<size_t>(_size), 0) != _size)
         fail(qt_error_string(errno));
 }

@@ -75,6 +75,7 @@ private:
 
     QString _path; // of the file; null if there is none
     int _descriptor = -1;
+    qsizetype _size = 0;           // of the file, in bytes
     bool _hasFailed = false;       // a failure was logged
     QList<VXPluginAtWork> _atWork; // innermost last; an entry without identifier names nobody
     QSet<QString> _workers;

@@ -2,11 +2,9 @@
 
 #include "VXErrorDomain.h"
 #include "VXFramework.h"
+#include "VXOpenSSL.h"
 #include "VXPropertyList.h"
 
-#include <openssl/err.h>
-#include <openssl/evp.h>
-#include <openssl/pem.h>
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFile>
 #include <QtCore/QUrl>
@@ -18,9 +16,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-using Source = std::unique_ptr<BIO, decltype(&BIO_free)>;
+struct Free
+{
+    void operator()(EVP_PKEY *key) const { VXOpenSSL::shared().freeKey(key); }
+    void operator()(EVP_MD_CTX *context) const { VXOpenSSL::shared().freeContext(context); }
+    void operator()(BIO *source) const { VXOpenSSL::shared().freeSource(source); }
+};
+
+using Key = std::unique_ptr<EVP_PKEY, Free>;
+using Context = std::unique_ptr<EVP_MD_CTX, Free>;
+using Source = std::unique_ptr<BIO, Free>;
 
 constexpr qsizetype hashSize = 32;
 constexpr size_t keySize = 32;
@@ -45,13 +50,16 @@ int noPassphrase(char *, int, int, void *)
 
 Key readPrivateKey(const QByteArray &pem, VXError *error)
 {
-    const Source source(BIO_new_mem_buf(pem.constData(), static_cast<int>(pem.size())), BIO_free);
-    Key key(PEM_read_bio_PrivateKey(source.get(), nullptr, noPassphrase, nullptr), EVP_PKEY_free);
-    ERR_clear_error();
-    if (key && EVP_PKEY_id(key.get()) == EVP_PKEY_ED25519)
-        return key;
+    const VXOpenSSL &ssl = VXOpenSSL::shared();
+    if (ssl.isLoaded()) {
+        const Source source(ssl.makeSource(pem.constData(), static_cast<int>(pem.size())));
+        Key key(ssl.readPrivateKey(source.get(), nullptr, noPassphrase, nullptr));
+        ssl.clearErrors();
+        if (key && ssl.typeOfKey(key.get()) == EVP_PKEY_ED25519)
+            return key;
+    }
     VXSetError(error, VXMakeError(VXLocalizedString(u"That is no private Ed25519 key in PEM without a passphrase."_s)));
-    return {nullptr, EVP_PKEY_free};
+    return nullptr;
 }
 
 } // namespace
@@ -95,16 +103,17 @@ QByteArray VXPluginFeed::signedText() const
 
 bool VXPluginFeed::isSignedBy(const QByteArray &publicKey) const
 {
-    const Key key(EVP_PKEY_new_raw_public_key(EVP_PKEY_ED25519, nullptr, bytesOf(publicKey),
-                                              static_cast<size_t>(publicKey.size())),
-                  EVP_PKEY_free);
-    const Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    const VXOpenSSL &ssl = VXOpenSSL::shared();
+    if (!ssl.isLoaded())
+        return false;
+    const Key key(ssl.makePublicKey(EVP_PKEY_ED25519, nullptr, bytesOf(publicKey), size_t(publicKey.size())));
+    const Context context(ssl.makeContext());
     const QByteArray text = signedText();
     const bool isSigned = key && context &&
-                          EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
-                          EVP_DigestVerify(context.get(), bytesOf(signature), static_cast<size_t>(signature.size()),
-                                           bytesOf(text), static_cast<size_t>(text.size())) == 1;
-    ERR_clear_error(); // libcurl would take errors left on this thread for its own
+                          ssl.beginVerifying(context.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
+                          ssl.verify(context.get(), bytesOf(signature), static_cast<size_t>(signature.size()),
+                                     bytesOf(text), static_cast<size_t>(text.size())) == 1;
+    ssl.clearErrors(); // libcurl would take errors left on this thread for its own
     return isSigned;
 }
 
@@ -113,13 +122,14 @@ bool VXPluginFeed::sign(const QByteArray &privateKey, VXError *error)
     const Key key = readPrivateKey(privateKey, error);
     if (!key)
         return false;
-    const Context context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    const VXOpenSSL &ssl = VXOpenSSL::shared();
+    const Context context(ssl.makeContext());
     const QByteArray text = signedText();
     std::array<unsigned char, signatureSize> bytes{};
     size_t count = bytes.size();
-    if (!context || EVP_DigestSignInit(context.get(), nullptr, nullptr, nullptr, key.get()) != 1 ||
-        EVP_DigestSign(context.get(), bytes.data(), &count, bytesOf(text), static_cast<size_t>(text.size())) != 1) {
-        ERR_clear_error();
+    if (!context || ssl.beginSigning(context.get(), nullptr, nullptr, nullptr, key.get()) != 1 ||
+        ssl.sign(context.get(), bytes.data(), &count, bytesOf(text), static_cast<size_t>(text.size())) != 1) {
+        ssl.clearErrors();
         VXSetError(error, VXMakeError(VXLocalizedString(u"The update feed could not be signed."_s)));
         return false;
     }
@@ -134,7 +144,7 @@ std::optional<QByteArray> VXPluginFeed::publicKeyOf(const QByteArray &privateKey
         return std::nullopt;
     std::array<unsigned char, keySize> bytes{};
     size_t count = bytes.size();
-    EVP_PKEY_get_raw_public_key(key.get(), bytes.data(), &count);
+    VXOpenSSL::shared().publicKey(key.get(), bytes.data(), &count);
     return QByteArray(reinterpret_cast<const char *>(bytes.data()), static_cast<qsizetype>(count));
 }
 

@@ -1,10 +1,10 @@
 #include "VXWebTransfer+Exchange.h"
 
 #include "VXFramework.h"
+#include "VXOpenSSL.h"
 
 #include <linux/sockios.h>
 #include <netinet/in.h>
-#include <openssl/ssl.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
@@ -108,7 +108,8 @@ void hearAlert(int isSent, int, int type, const void *bytes, size_t count, SSL *
 
 CURLcode listenForEnd(CURL *, void *context, void *)
 {
-    SSL_CTX_set_msg_callback(static_cast<SSL_CTX *>(context), &hearAlert);
+    if (const VXOpenSSL &ssl = VXOpenSSL::shared(); ssl.isLoaded())
+        ssl.setMessageCallback(static_cast<SSL_CTX *>(context), &hearAlert);
     return CURLE_OK;
 }
 

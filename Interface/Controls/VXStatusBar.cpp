@@ -126,5 +126,6 @@ void VXStatusBar::toggleActivities()
     _all = new VXAttachedWindow(new AllActivities(*_list), *this);
     _all->setAttribute(Qt::WA_DeleteOnClose);
     _all->setAccessibleName(VXInterfaceString(u"Activities"_s));
+    _all->addActions(actions()); // it has all keys while it is open
     _all->attach(VXAttachedWindow::Side::Above);
 }

@@ -27,7 +27,7 @@ public:
     QString text() const;
     void setText(const QString &text);
     VXActivityList &activityList() const { return *_list; }
-    /** Shows all activities above the bar, or closes them again. */
+    /** Shows all activities above the bar, or closes them again; the keys of the bar's own actions work there too. */
     void toggleActivities();
 
 private:

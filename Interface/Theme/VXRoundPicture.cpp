@@ -2,6 +2,7 @@
 
 #include "VXThemeManager.h"
 
+#include <QtGui/QFontInfo>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QPainter>
 #include <QtGui/QPainterPath>
@@ -45,6 +46,21 @@ void paintSilhouette(QPainter &painter, const QRectF &area)
     painter.drawPath(path.simplified());
 }
 
+// The painter makes the letters larger: each further size of a font costs the search of all fonts.
+void paintInitials(QPainter &painter, const QRectF &area, const QString &initials)
+{
+    QFont font = QGuiApplication::font();
+    font.setWeight(QFont::DemiBold);
+    const qreal wanted = area.height() * (initials.size() > 1 ? 0.38 : 0.46);
+    const qreal scale = wanted / QFontInfo(font).pixelSize();
+    const QSizeF size = area.size() / scale;
+    painter.setFont(font);
+    painter.setPen(Qt::white);
+    painter.translate(area.center());
+    painter.scale(scale, scale);
+    painter.drawText(QRectF({-size.width() / 2, -size.height() / 2}, size), Qt::AlignCenter, initials);
+}
+
 } // namespace
 
 void VXPaintRoundPicture(QPainter &painter, const QRectF &area, const QString &name, const QImage &picture)
@@ -69,12 +85,7 @@ void VXPaintRoundPicture(QPainter &painter, const QRectF &area, const QString &n
     if (initials.isEmpty()) {
         paintSilhouette(painter, area);
     } else {
-        QFont font = QGuiApplication::font();
-        font.setPixelSize(int(area.height() * (initials.size() > 1 ? 0.38 : 0.46)));
-        font.setWeight(QFont::DemiBold);
-        painter.setFont(font);
-        painter.setPen(Qt::white);
-        painter.drawText(area, Qt::AlignCenter, initials);
+        paintInitials(painter, area, initials);
     }
     painter.restore();
 }

@@ -1,65 +1,34 @@
 #include "VXInterfaceFile.h"
 
-#include "VXActivityView.h"
-#include "VXDevicePopupButton.h"
-#include "VXHotKeyRecorder.h"
+#include "VXInterface.h"
+#include "VXInterfaceFileReader.h"
 #include "VXKeyValueCoding.h"
 #include "VXLog.h"
-#include "VXPhonebookTokenField.h"
 #include "VXPluginProxy.h"
-#include "VXSearchField.h"
-#include "VXSplitView.h"
-#include "VXStatusBar.h"
-#include "VXTextLabel.h"
 #include "VXValueTransformer.h"
 #include "VXWindowMemory.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QLibrary>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QPointer>
-#include <QtUiTools/QUiLoader>
-#include <QtWidgets/QLabel>
 #include <QtWidgets/QWidget>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/** Supports the widgets of the kit. */
-class KitLoader : public QUiLoader
+QWidget *readWindow(QFile &file, QString *reason)
 {
-public:
-    QWidget *createWidget(const QString &className, QWidget *parent, const QString &name) override
-    {
-        QWidget *const widget = make(className, parent);
-        if (widget == nullptr)
-            return QUiLoader::createWidget(className, parent, name);
-        widget->setObjectName(name);
-        return widget;
-    }
-
-private:
-    static QWidget *make(const QString &className, QWidget *parent)
-    {
-        if (className == "VXSearchField"_L1)
-            return new VXSearchField(parent);
-        if (className == "VXDevicePopupButton"_L1)
-            return new VXDevicePopupButton(parent);
-        if (className == "VXHotKeyRecorder"_L1)
-            return new VXHotKeyRecorder({}, parent);
-        if (className == "VXPhonebookTokenField"_L1)
-            return new VXPhonebookTokenField(parent);
-        if (className == "VXSplitView"_L1)
-            return new VXSplitView(Qt::Horizontal, parent);
-        if (className == "VXStatusBar"_L1)
-            return new VXStatusBar(parent);
-        if (className == "VXTextLabel"_L1)
-            return new VXTextLabel({}, VXTextLabel::Role::Body, parent);
-        return nullptr;
-    }
-};
+    static QLibrary library(QFileInfo(VXInterfaceBundle()->bundlePath()).path() + "/VornixInterfaceFiles.so"_L1);
+    library.setLoadHints(QLibrary::PreventUnloadHint);
+    const auto read = reinterpret_cast<VXReadInterfaceFileFunction *>(library.resolve(VXReadInterfaceFileSymbol));
+    if (read == nullptr)
+        *reason = library.errorString();
+    return read == nullptr ? nullptr : read(file, QFileInfo(file).dir(), reason); // pictures are in the same folder
+}
 
 void setOutlet(QObject &owner, QWidget &widget)
 {
@@ -123,12 +92,11 @@ void showValue(QObject &owner, QWidget &widget)
 bool VXInterfaceFile::load(const QString &path, QObject &owner)
 {
     QFile file(path);
-    KitLoader loader;
-    loader.setWorkingDirectory(QFileInfo(path).dir()); // pictures are in the same folder
-    QWidget *const window = file.open(QIODevice::ReadOnly) ? loader.load(&file) : nullptr;
+    QString reason;
+    QWidget *const window = file.open(QIODevice::ReadOnly) ? readWindow(file, &reason) : nullptr;
     if (window == nullptr) {
         VXLog::log(VXLogError, u"Unable to load the interface file %1: %2"_s.arg(
-                                   path, file.isOpen() ? loader.errorString() : file.errorString()));
+                                   path, file.isOpen() ? reason : file.errorString()));
         return false;
     }
     QObject::connect(&owner, &QObject::destroyed, window, [window] {

@@ -137,6 +137,8 @@ VXManagedObjectModel::Ptr VXManagedObjectModel::modelWithContentsOfFile(const QS
 
 VXManagedObjectModel::Ptr VXManagedObjectModel::modelByMergingModels(const QList<Ptr> &models, VXError *error)
 {
+    if (models.size() == 1 && models.constFirst())
+        return models.constFirst();
     VXModelDefinition merged;
     QHash<QString, QVariantMap> seen; // the definition of each entity
     for (const Ptr &model : models) {

@@ -264,8 +264,9 @@ bool isFolderWritable(const QString &path)
 bool readExisting(VXSQLiteConnection &connection, VXSQLiteSchema::Existing &existing, VXError *error)
 {
     VXSQLiteStatement rows =
-        connection.statement(u"SELECT m.type = 'index', m.name, p.name, p.type FROM sqlite_master m "
-                             "LEFT JOIN pragma_table_info(m.name) p WHERE m.type IN ('table', 'index')"_s,
+        connection.statement(u"SELECT 0, m.name, p.name, p.type FROM sqlite_master m JOIN pragma_table_info(m.name) p "
+                             "WHERE m.type = 'table' UNION ALL "
+                             "SELECT 1, name, NULL, NULL FROM sqlite_master WHERE type = 'index'"_s,
                              error);
     if (!rows)
         return false;
@@ -377,10 +378,15 @@ VXSQLiteConnection::Access VXSQLiteFile::accessForReaders(const QString &path)
 }
 
 std::optional<VXSQLiteFile::Contents> VXSQLiteFile::read(VXSQLiteConnection &connection, const QString &path,
-                                                         VXError *error)
+                                                         VXError *error, const Contents *earlier)
 {
     Contents contents;
-    if (!readExisting(connection, contents.existing, error))
+    contents.schemaVersion = connection.textOf(u"PRAGMA schema_version"_s, error);
+    if (contents.schemaVersion.isNull())
+        return std::nullopt;
+    if (earlier != nullptr && earlier->schemaVersion == contents.schemaVersion)
+        contents.existing = earlier->existing;
+    else if (!readExisting(connection, contents.existing, error))
         return std::nullopt;
     VXError problem;
     if (readMetadataRows(connection, contents.metadata, &problem) &&

@@ -19,6 +19,7 @@ public:
         QVariantMap metadata;
         QMap<QString, int> entityNumbers; // by name
         VXSQLiteSchema::Existing existing;
+        QString schemaVersion; // another one after each change of the tables and indexes
     };
 
     /** Whether there is no file, or an empty one, which remains when creating one is interrupted. */
@@ -30,7 +31,10 @@ public:
                                                               std::atomic<qint64> *executions, VXError *error);
     /** The access for connections that only read: in a folder that is not writable, the file is not locked. */
     static VXSQLiteConnection::Access accessForReaders(const QString &path);
-    static std::optional<Contents> read(VXSQLiteConnection &connection, const QString &path, VXError *error);
+    /** `earlier` is what another connection has just read: its tables and indexes are taken over if they are still the
+     *  same. */
+    static std::optional<Contents> read(VXSQLiteConnection &connection, const QString &path, VXError *error,
+                                        const Contents *earlier = nullptr);
     static std::optional<QVariantMap> readMetadata(VXSQLiteConnection &connection, const QString &path, VXError *error);
     /** Within a transaction, writes these entries, and removes those with an invalid value. */
     static bool writeMetadata(VXSQLiteConnection &connection, const QVariantMap &changes, VXError *error);

@@ -44,8 +44,7 @@ QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
 {
     const std::unique_ptr<VXSQLiteConnection> connection =
         VXSQLiteFile::openForReading(path, VXStoreOptions().busyTimeout, nullptr, error);
-    const auto contents = connection ? VXSQLiteFile::read(*connection, path, error) : std::nullopt;
-    return contents ? contents->metadata : QVariantMap();
+    return connection ? VXSQLiteFile::readMetadata(*connection, path, error).value_or(QVariantMap()) : QVariantMap();
 }
 
 bool VXSQLiteStore::open(VXError *error)
@@ -61,7 +60,7 @@ bool VXSQLiteStore::open(VXError *error)
         return false;
     std::optional<VXSQLiteFile::Contents> contents = openExisting(error);
     if (contents && !_options.isReadOnly)
-        contents = openForWriting(error);
+        contents = openForWriting(*contents, error);
     if (!contents)
         return false;
     adopt(*contents);
@@ -87,7 +86,7 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openExisting(VXError *error
     return contents;
 }
 
-std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openForWriting(VXError *error)
+std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openForWriting(const VXSQLiteFile::Contents &found, VXError *error)
 {
     _writer = VXSQLiteConnection::open(path(), Access::Write, _options.busyTimeout, &_executions, error);
     if (!_writer)
@@ -97,7 +96,7 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openForWriting(VXError *err
         return std::nullopt;
     }
     std::optional<VXSQLiteFile::Contents> contents =
-        _writer->execute(u"PRAGMA synchronous = FULL"_s, error) ? complete(error) : std::nullopt;
+        _writer->execute(u"PRAGMA synchronous = FULL"_s, error) ? complete(found, error) : std::nullopt;
     if (contents && !(_writer->execute(u"PRAGMA journal_mode = WAL"_s, error) &&
                       _writer->execute(u"PRAGMA journal_size_limit = %1"_s.arg(largestLog), error)))
         contents.reset();
@@ -108,9 +107,9 @@ std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openForWriting(VXError *err
 }
 
 // Adds the entities and indexes of the model that the file lacks.
-std::optional<VXSQLiteFile::Contents> VXSQLiteStore::complete(VXError *error) const
+std::optional<VXSQLiteFile::Contents> VXSQLiteStore::complete(const VXSQLiteFile::Contents &found, VXError *error) const
 {
-    std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error);
+    std::optional<VXSQLiteFile::Contents> contents = VXSQLiteFile::read(*_writer, path(), error, &found);
     if (!contents || isComplete(*contents))
         return contents;
     if (!_writer->execute(u"BEGIN IMMEDIATE"_s, error))

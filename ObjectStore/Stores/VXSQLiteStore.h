@@ -78,10 +78,10 @@ private:
 
     // -- Opening
     std::optional<VXSQLiteFile::Contents> openExisting(VXError *error);
-    std::optional<VXSQLiteFile::Contents> openForWriting(VXError *error);
+    std::optional<VXSQLiteFile::Contents> openForWriting(const VXSQLiteFile::Contents &found, VXError *error);
     bool isUsable(const VXSQLiteFile::Contents &contents, VXError *error) const;
     bool isComplete(const VXSQLiteFile::Contents &contents) const;
-    std::optional<VXSQLiteFile::Contents> complete(VXError *error) const;
+    std::optional<VXSQLiteFile::Contents> complete(const VXSQLiteFile::Contents &found, VXError *error) const;
     void adopt(const VXSQLiteFile::Contents &contents);
 
     // -- Reading

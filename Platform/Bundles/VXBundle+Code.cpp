@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 
@@ -16,6 +17,14 @@ const QString &programPath()
 {
     static const QString path = QFileInfo(u"/proc/self/exe"_s).canonicalFilePath();
     return path;
+}
+
+bool isRunningProgram(const QString &path)
+{
+    struct stat program = {};
+    struct stat file = {};
+    return ::stat("/proc/self/exe", &program) == 0 && ::stat(QFile::encodeName(path).constData(), &file) == 0 &&
+           program.st_dev == file.st_dev && program.st_ino == file.st_ino;
 }
 
 VXError loadError(const QString &reason, const QString &path)
@@ -73,7 +82,7 @@ void *VXBundle::codeHandle(VXError *error)
         return nullptr;
     }
     // The loader itself ensures that code is loaded only once, even by concurrent calls.
-    const bool isProgram = QFileInfo(path).canonicalFilePath() == programPath();
+    const bool isProgram = isRunningProgram(path);
     void *const handle =
         ::dlopen(isProgram ? nullptr : QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (handle == nullptr) {

@@ -61,9 +61,9 @@ QString folderIn(const QString &folder, const QString &subfolder)
     return subfolder.isEmpty() ? folder : folder + u'/' + subfolder;
 }
 
-QStringList resourceFolders(const VXBundle &bundle, const QString &subfolder)
+QStringList languageFolders(const VXBundle &bundle, const QString &subfolder)
 {
-    QStringList folders{folderIn(bundle.resourcesPath(), subfolder)};
+    QStringList folders;
     for (const QString &language : bundle.preferredLocalizations())
         folders.append(folderIn(bundle.resourcesPath() + u'/' + language + ".lproj"_L1, subfolder));
     return folders;
@@ -114,8 +114,11 @@ QString VXBundle::pathForResource(const QString &name, const QString &type, cons
 {
     if (name.isEmpty())
         return {};
-    for (const QString &folder : resourceFolders(*this, subfolder)) {
-        if (QString path = folder + u'/' + fileName(name, type); QFileInfo::exists(path))
+    const QString file = fileName(name, type);
+    if (QString path = folderIn(resourcesPath(), subfolder) + u'/' + file; QFileInfo::exists(path))
+        return path; // most are no language's
+    for (const QString &folder : languageFolders(*this, subfolder)) {
+        if (QString path = folder + u'/' + file; QFileInfo::exists(path))
             return path;
     }
     return {};
@@ -125,7 +128,8 @@ QStringList VXBundle::pathsForResourcesOfType(const QString &type, const QString
 {
     QStringList paths;
     QSet<QString> known; // a language's own variant replaces others
-    for (const QString &folder : resourceFolders(*this, subfolder)) {
+    const QStringList common{folderIn(resourcesPath(), subfolder)};
+    for (const QString &folder : common + languageFolders(*this, subfolder)) {
         const QDir::Filters filters = QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot;
         const QString pattern = type.isEmpty() ? u"*"_s : "*."_L1 + type;
         for (const QString &name : QDir(folder).entryList({pattern}, filters | QDir::CaseSensitive)) {

@@ -10,7 +10,7 @@ class TriggersPlugin : public VXStorePlugin
     Q_OBJECT
 
 public:
-    Q_INVOKABLE TriggersPlugin() : VXStorePlugin(u"VXTrigger"_s, u"One trigger"_s, u"%1 triggers"_s) {}
+    Q_INVOKABLE TriggersPlugin() : VXStorePlugin(u"VXTrigger"_s, u"One automation"_s, u"%1 automations"_s) {}
 
     QStringList dataModelPaths() const override
     {

@@ -44,9 +44,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -82,6 +85,28 @@ struct Options
     bool endsWhenShown = false;
     QStringList operands; // the URIs as they were given
 };
+
+// Otherwise the heap of a thread grows by a page at a time, and each page that is written first interrupts the program. Every
+// start needs the first piece; what else is taken and not used costs nothing.
+void takeMemoryInLargePieces()
+{
+#ifdef __GLIBC__
+    constexpr int piece = 4 << 20;
+    ::mallopt(M_TOP_PAD, piece);
+    // Set too, since the library adapts none of these once one is set: larger blocks go back to the system at once.
+    ::mallopt(M_MMAP_THRESHOLD, 2 * piece);
+    ::mallopt(M_TRIM_THRESHOLD, 4 * piece);
+#ifdef MADV_POPULATE_WRITE
+    const auto page = size_t(::sysconf(_SC_PAGESIZE));
+    void *const block = std::malloc(piece); // stays in the heap when it is freed
+    void *begin = block;
+    size_t size = piece;
+    if (block != nullptr && std::align(page, piece - page, begin, size) != nullptr)
+        ::madvise(begin, piece - page, MADV_POPULATE_WRITE); // older kernels refuse: then they do it page by page
+    std::free(block);
+#endif
+#endif
+}
 
 // If Qt finds no screen, it ends the program as if it had crashed. That is misleading, so whoever started it is told
 // what to do.
@@ -263,6 +288,7 @@ int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
 
 int VXDesktop::run(int argc, char **argv)
 {
+    takeMemoryInLargePieces();
     VXLetUserHaveOwnFiles();
     for (const int each : {SIGPIPE, SIGXFSZ})
         std::signal(each, SIG_IGN);

@@ -288,8 +288,8 @@ void VXMainWindow::makeMenus()
         });
     }
     view->addSeparator();
-    addAction(view, VXText("&Activities"), Qt::Key_F9,
-              [this] { findChild<VXStatusBar *>(u"status"_s)->toggleActivities(); });
+    auto *const status = findChild<VXStatusBar *>(u"status"_s);
+    status->addAction(addAction(view, VXText("&Activities"), Qt::Key_F9, [status] { status->toggleActivities(); }));
     addAction(view, VXText("&Log"), Qt::Key_F12, [this] { openLog(); });
 
     QMenu *const help = menuBar()->addMenu(VXText("&Help"));

@@ -12,6 +12,7 @@
 #include "VXTabOrder.h"
 #include "VXUserDefaults.h"
 
+#include <QtGui/QAction>
 #include <QtGui/QShortcut>
 #include <QtGui/QStandardItemModel>
 #include <QtWidgets/QBoxLayout>
@@ -143,6 +144,21 @@ TEST_F(VXControlsTest, TablesKeepTheirColumns)
     EXPECT_EQ(header->visualIndex(2), 2);
     table = makeTable({u"Name"_s, u"Mail"_s, u"Time"_s}, &header); // another table's
     EXPECT_EQ(header->visualIndex(2), 2);
+}
+
+TEST_F(VXControlsTest, TheKeyThatShowsTheActivitiesHidesThem)
+{
+    VXStatusBar bar;
+    QAction key;
+    key.setShortcut(Qt::Key_F9);
+    QObject::connect(&key, &QAction::triggered, &bar, &VXStatusBar::toggleActivities);
+    bar.addAction(&key);
+    VXShowActive(bar);
+    VXPress(bar, Qt::Key_F9);
+    QPointer<QWidget> shown = QApplication::activePopupWidget();
+    ASSERT_NE(shown, nullptr);
+    VXPress(*shown, Qt::Key_F9);
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
 TEST_F(VXControlsTest, TheStatusBarShowsWhatRunsAndStopsIt)
