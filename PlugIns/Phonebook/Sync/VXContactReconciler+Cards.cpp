@@ -118,7 +118,7 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
         person = _slice->writer.insert(contact);
         match.add({person, contact});
         _outcome.added.append(nameOf(contact));
-    } else if (!unite(person, contact, &match, error)) {
+    } else if (!join(person, contact, match, error)) {
         return false;
     }
     if (wasDeletedHere) {
@@ -130,6 +130,25 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
     if (wasDeletedHere || liesElsewhere)
         _slice->late.append(person);
     _slice->linked.append({place, {.contact = link.contact, .wasKnown = wasDeletedHere}});
+    return true;
+}
+
+// What one card of the phone brings is no change of the user's that its others are to learn, wherever the sync is broken off.
+bool VXContactReconciler::join(const Person &person, const VXContactRecord &contact, VXContactMatch &match,
+                               VXError *error)
+{
+    const VXContactRecord before = VXPhoneRecordOfPerson(person);
+    if (!unite(person, contact, &match, error))
+        return false;
+    const VXContactRecord after = VXPhoneRecordOfPerson(person);
+    if (VXIsSameContact(before, after))
+        return true;
+    for (VXContactPlace place : placesHere(person)) {
+        const VXContactRecord here = place.here();
+        if (!place.location().isEmpty())
+            place.note(place.location(), VXContactForPhone(VXMergeContacts(before, after, here, here).contact),
+                       place.there());
+    }
     return true;
 }
 

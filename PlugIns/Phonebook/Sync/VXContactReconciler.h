@@ -128,6 +128,7 @@ private:
     bool tellPhone(VXError *error);
     bool linkSlice(const QList<Link> &links, VXError *error);
     bool linkContact(const Link &link, const VXPhoneContact &there, VXContactMatch &match, VXError *error);
+    bool join(const Person &person, const VXContactRecord &contact, VXContactMatch &match, VXError *error);
     bool unite(const Person &person, const VXContactRecord &contact, VXContactMatch *match, VXError *error);
     bool keepAll(VXError *error);
     bool settleLate(VXError *error);
