@@ -1,5 +1,6 @@
-// BenchmarkPhone ADDRESS FOLDER CONTACTS MESSAGES: plays KDE Connect's daemon with one phone on the bus of that address, as far as a
-// driver asks it. Contacts are written into the folder, messages lie in fifty conversations. Prints "ready".
+// BenchmarkPhone ADDRESS FOLDER CONTACTS MESSAGES [lies]: plays KDE Connect's daemon with one phone on the bus of that address, as far
+// as a driver asks it. Contacts are written into the folder, messages lie in fifty conversations; with lies what they say of themselves
+// cannot be. Prints "ready".
 
 #include "VXConnectMessage.h"
 #include "VXConnectNames.h"
@@ -13,6 +14,7 @@
 #include <QtDBus/QDBusVirtualObject>
 
 #include <cstdio>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 using namespace VXConnectNames;
@@ -25,8 +27,8 @@ constexpr int threads = 50;
 class Daemon : public QDBusVirtualObject
 {
 public:
-    Daemon(QDBusConnection connection, const QString &folder, int contacts, int messages)
-        : _connection(std::move(connection)), _folder(folder), _contacts(contacts), _messages(messages)
+    Daemon(QDBusConnection connection, const QString &folder, int contacts, int messages, bool lies)
+        : _connection(std::move(connection)), _folder(folder), _contacts(contacts), _messages(messages), _lies(lies)
     {
         QDir().mkpath(_folder);
     }
@@ -85,7 +87,20 @@ private:
         message.read = 1;
         message.thread = thread;
         message.identifier = index * threads + thread + 1;
+        if (_lies)
+            lie(message, index);
         send(path(phone), conversations, member, {QVariant::fromValue(QDBusVariant(QVariant::fromValue(message)))});
+    }
+    // Of the first conversation, all have the same identifier.
+    static void lie(VXConnectMessage &message, int index)
+    {
+        const qint64 dates[] = {0, -1, 4'102'444'800'000, std::numeric_limits<qint64>::max(), message.date};
+        static const QString numbers[] = {u"Bank"_s, u"+49 (0) x15"_s, {}, u"0\n1"_s};
+        message.date = dates[size_t(index) % std::size(dates)];
+        message.addresses = {{numbers[size_t(index) % std::size(numbers)]}};
+        message.body = message.body.left(index % 40) + QString(index % 3, QChar(u'\u0007'));
+        message.type = index % 9;
+        message.identifier = message.thread == 0 ? 1 : message.identifier;
     }
     void loaded(int thread, int count)
     {
@@ -105,6 +120,7 @@ private:
     const QString _folder;
     const int _contacts;
     const int _messages;
+    const bool _lies;
 };
 
 } // namespace
@@ -113,12 +129,13 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments();
-    if (words.size() != 5)
+    if (words.size() < 5)
         return 2;
     qDBusRegisterMetaType<QMap<QString, QString>>();
     VXConnectMessage::registerTypes();
     QDBusConnection connection = QDBusConnection::connectToBus(words[1], u"phone"_s);
-    Daemon daemon(connection, words[2] + "/kdeconnect-"_L1 + phone, words[3].toInt(), words[4].toInt());
+    Daemon daemon(connection, words[2] + "/kdeconnect-"_L1 + phone, words[3].toInt(), words[4].toInt(),
+                  words.value(5) == "lies"_L1);
     if (!connection.registerVirtualObject(u"/"_s, &daemon, QDBusConnection::SubPath) ||
         !connection.registerService(service))
         return 1;

@@ -146,7 +146,9 @@ bool VXContactImport::importPortion(const QList<VXCard> &cards, VXError *error)
     VXContactWriter writer(context);
     QList<VXContactRecord> contacts;
     std::ranges::transform(cards, std::back_inserter(contacts), &VXCard::contact);
-    if (!match.prepare(contacts, error) || !beginChangeSet(context, error))
+    QList<VXContactKeys> keys;
+    std::ranges::transform(contacts, std::back_inserter(keys), [](const auto &each) { return VXContactKeys(each); });
+    if (!match.prepare(keys, error) || !beginChangeSet(context, error))
         return false;
     noteUIDs(contacts);
     if (_changeSet)
@@ -239,7 +241,8 @@ VXImportedContact VXContactImport::importContact(const VXCard &card, VXContactMa
     VXContactRecord contact = card.contact;
     VXImportedContact imported{Outcome::Added, contact.displayName(), card.line};
     const auto find = [&](size_t number) {
-        return match.find(contact, [&](const VXKnownContact &known) { return likeness(contact, number, known); });
+        return match.find(VXContactKeys(contact),
+                          [&](const VXKnownContact &known) { return likeness(contact, number, known); });
     };
     const bool isAgain = !contact.uid.isEmpty() && _uids.contains(hashOf(contact.uid));
     size_t number = contact.uid.isEmpty() ? qHash(++_cardCount, 1) : hashOf(contact.uid);

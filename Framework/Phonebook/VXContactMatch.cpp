@@ -36,11 +36,6 @@ QString sortNameOf(const VXContactRecord &contact)
     return VXContactSortName(contact.firstName, contact.lastName, contact.nickname, contact.company);
 }
 
-bool hasAddresses(const VXContactRecord &contact)
-{
-    return !VXContactAddressKeys(contact).constFirst().startsWith(nameMark);
-}
-
 // Includes the name, as many contacts may share a number.
 QString placeKey(const QString &addressKey, const QString &name)
 {
@@ -74,14 +69,27 @@ QStringList VXContactAddressKeys(const VXContactRecord &contact)
     return keys;
 }
 
-bool VXContactMatch::prepare(const QList<VXContactRecord> &contacts, VXError *error)
+VXContactKeys::VXContactKeys(const VXContactRecord &contact)
+{
+    const VXContactRecord storable = VXStorableContact(contact);
+    uid = storable.uid;
+    formerUIDs = storable.formerUIDs();
+    name = VXContactNameKey(storable);
+    addresses = VXContactAddressKeys(storable);
+}
+
+bool VXContactKeys::hasAddresses() const
+{
+    return !addresses.constFirst().startsWith(nameMark);
+}
+
+bool VXContactMatch::prepare(const QList<VXContactKeys> &contacts, VXError *error)
 {
     QStringList keys;
-    for (const VXContactRecord &contact : contacts) {
-        const VXContactRecord storable = VXStorableContact(contact);
-        if (!storable.uid.isEmpty())
-            keys << uidMark + storable.uid << formerMark + storable.uid;
-        keys += VXContactAddressKeys(storable);
+    for (const VXContactKeys &contact : contacts) {
+        if (!contact.uid.isEmpty())
+            keys << uidMark + contact.uid << formerMark + contact.uid;
+        keys += contact.addresses;
     }
     QVariantList persons;
     if (!readPersons(keys, &persons, error))
@@ -110,12 +118,12 @@ VXFetchRequest VXContactMatch::requestFor(const QVariantList &persons) const
 
 // Of many persons who share a number, keeps those with the name or UID of one of the contacts, to avoid reading the
 // others.
-bool VXContactMatch::keepAlike(const QList<VXContactRecord> &contacts, QVariantList *persons, VXError *error)
+bool VXContactMatch::keepAlike(const QList<VXContactKeys> &contacts, QVariantList *persons, VXError *error)
 {
     QSet<QString> names;
     QSet<QString> uids;
-    for (const VXContactRecord &contact : contacts) {
-        names.insert(VXContactNameKey(VXStorableContact(contact)));
+    for (const VXContactKeys &contact : contacts) {
+        names.insert(contact.name);
         uids.insert(contact.uid);
     }
     uids.remove(QString());
@@ -194,7 +202,7 @@ bool VXContactMatch::readPersons(const QStringList &keys, QVariantList *persons,
     return true;
 }
 
-void VXContactMatch::add(const VXKnownContact &known)
+void VXContactMatch::add(const VXKnownContact &known, const VXContactKeys &contact)
 {
     qsizetype place = _known.size();
     if (known.person) {
@@ -204,22 +212,20 @@ void VXContactMatch::add(const VXKnownContact &known)
         if (!objectID.isTemporary()) // an export of this program may have this as UID
             _places[uidMark + objectID.uriRepresentation().toString()] = {place};
     }
-    const VXContactRecord contact = VXStorableContact(known.contact);
-    const QString name = VXContactNameKey(contact);
     if (place == _known.size()) {
         _known.append(known);
-        _names.append(name);
+        _keys.append(contact);
     } else {
         _known[place] = known;
-        _names[place] = name;
+        _keys[place] = contact;
     }
     QStringList keys;
     if (!contact.uid.isEmpty())
         keys.append(uidMark + contact.uid);
-    for (const QString &uid : contact.formerUIDs())
+    for (const QString &uid : contact.formerUIDs)
         keys.append(formerMark + uid);
-    for (const QString &key : VXContactAddressKeys(contact))
-        keys.append(placeKey(key, name));
+    for (const QString &key : contact.addresses)
+        keys.append(placeKey(key, contact.name));
     for (const QString &key : std::as_const(keys)) {
         QList<qsizetype> &places = _places[key];
         if (!places.contains(place))
@@ -227,24 +233,22 @@ void VXContactMatch::add(const VXKnownContact &known)
     }
 }
 
-const VXKnownContact *VXContactMatch::find(const VXContactRecord &contact,
+const VXKnownContact *VXContactMatch::find(const VXContactKeys &contact,
                                            const std::function<int(const VXKnownContact &known)> &likeness) const
 {
-    const VXContactRecord storable = VXStorableContact(contact);
-    if (!storable.uid.isEmpty()) {
+    if (!contact.uid.isEmpty()) {
         for (const QString &mark : {uidMark, formerMark}) {
-            if (const QList<qsizetype> places = _places.value(mark + storable.uid); !places.isEmpty())
+            if (const QList<qsizetype> places = _places.value(mark + contact.uid); !places.isEmpty())
                 return &_known[places.constFirst()];
         }
     }
-    const QString name = VXContactNameKey(storable);
     const VXKnownContact *best = nullptr;
     int most = 0;
-    for (const QString &key : VXContactAddressKeys(storable)) {
-        for (const qsizetype place : _places.value(placeKey(key, name))) {
+    for (const QString &key : contact.addresses) {
+        for (const qsizetype place : _places.value(placeKey(key, contact.name))) {
             const VXKnownContact &known = _known[place];
             // it may have changed meanwhile
-            if (_names[place] != name || hasAddresses(known.contact) != hasAddresses(storable))
+            if (_keys[place].name != contact.name || _keys[place].hasAddresses() != contact.hasAddresses())
                 continue;
             if (!likeness)
                 return &known;

@@ -24,6 +24,19 @@ class VXManagedObjectContext;
  */
 [[nodiscard]] VX_EXPORT QStringList VXContactAddressKeys(const VXContactRecord &contact);
 
+/** What a contact is found by, made once for all that is looked for and added. A value type. */
+struct VX_EXPORT VXContactKeys
+{
+    explicit VXContactKeys(const VXContactRecord &contact);
+    /** Else a name alone. */
+    bool hasAddresses() const;
+
+    QString uid;
+    QStringList formerUIDs;
+    QString name;          // VXContactNameKey
+    QStringList addresses; // VXContactAddressKeys
+};
+
 /** A known contact: stored, or about to be. */
 struct VXKnownContact
 {
@@ -42,22 +55,24 @@ public:
     explicit VXContactMatch(VXManagedObjectContext &context) : _context(context) {}
 
     /** To be called before find() for these contacts. False, with an error, when the store cannot be read. */
-    bool prepare(const QList<VXContactRecord> &contacts, VXError *error);
+    bool prepare(const QList<VXContactKeys> &contacts, VXError *error);
     /** Returns nullptr for none; valid until something is added. Among contacts that match only by name and address,
      *  `likeness`, if given, decides: the first one with the highest value is taken, but none with 0. */
-    const VXKnownContact *find(const VXContactRecord &contact,
+    const VXKnownContact *find(const VXContactKeys &contact,
                                const std::function<int(const VXKnownContact &known)> &likeness = {}) const;
     /** Adds a contact that was not known when prepare() was called, or has changed since. */
-    void add(const VXKnownContact &known);
+    void add(const VXKnownContact &known) { add(known, VXContactKeys(known.contact)); }
+    /** The same, with the keys of the contact. */
+    void add(const VXKnownContact &known, const VXContactKeys &keys);
 
 private:
     VXFetchRequest requestFor(const QVariantList &persons) const;
-    bool keepAlike(const QList<VXContactRecord> &contacts, QVariantList *persons, VXError *error);
+    bool keepAlike(const QList<VXContactKeys> &contacts, QVariantList *persons, VXError *error);
     bool readPersons(const QStringList &keys, QVariantList *persons, VXError *error);
 
     VXManagedObjectContext &_context;
     QList<VXKnownContact> _known;
-    QStringList _names; // VXContactNameKey of each in _known
+    QList<VXContactKeys> _keys; // of each in _known
     // indexes into _known: by UID, by former UID, or by name and number, address or nothing
     QHash<QString, QList<qsizetype>> _places;
     QHash<VXManagedObjectID, qsizetype> _placesOfPersons;

@@ -43,6 +43,12 @@ bool isDebt(const QString &name)
     return debt.match(name).hasMatch();
 }
 
+// Whether this note is in the folder; folders with many are not listed for one.
+bool isThere(const QString &folder, const QString &name)
+{
+    return !QFileInfo(folder).isSymLink() && QFileInfo(folder + u'/' + name).isFile();
+}
+
 // The paths of the notes. Other files, and anything behind a symbolic link, are not ours.
 QStringList debts(const QString &pattern)
 {
@@ -165,7 +171,8 @@ void VXMetaDataDebt::markAll() const
 
 bool VXMetaDataDebt::isMarked() const
 {
-    return !debts(ownName()).isEmpty();
+    const QStringList all = folders();
+    return std::ranges::any_of(all, [name = ownName()](const QString &folder) { return isThere(folder, name); });
 }
 
 void VXMetaDataDebt::settleOwn() const

@@ -46,7 +46,7 @@ void VXAndroidPhone::pair(VXBusErrand &errand)
                         if (!phone.isNull()) {
                             setPhone(phone);
                             requestPair(errand);
-                        } else if (phones.size() > 1 && preferenceForKey(u"device"_s).toString().isEmpty()) {
+                        } else if (phones.size() > 1 && preference(u"device"_s).isEmpty()) {
                             errand.fail(error);
                         }
                     });

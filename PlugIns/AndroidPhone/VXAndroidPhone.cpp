@@ -23,7 +23,7 @@ const QStringList allPlugins{smsPlugin, contactsPlugin, sharePlugin}; // that ac
 VXBusCall propertiesOf(const QString &phone)
 {
     return {.path = VXConnectNames::path(phone),
-            .interface = VXConnectNames::properties,
+            .interface = VXBusNames::properties,
             .method = u"GetAll"_s,
             .arguments = {VXConnectNames::device},
             .signature = u"a{sv}"_s};
@@ -99,8 +99,7 @@ bool VXAndroidPhone::initWithURL(const QUrl &theURL)
 {
     if (!VXBusDevice::initWithURL(theURL))
         return false;
-    const QString bus = preferenceForKey(u"bus"_s).toString();
-    _service = VXBusService::named(VXConnectNames::service, bus.isEmpty() ? u"session"_s : bus);
+    _service = VXBusService::named(VXConnectNames::service, preference(u"bus"_s, u"session"_s));
     _finder = std::make_unique<VXBusQueue>(_service);
     _messageQueue = &addQueue(_service);
     _contactQueue = &addQueue(_service);
@@ -192,13 +191,8 @@ void VXAndroidPhone::offerActions(const QStringList &plugins)
         Action{u"read_contacts"_s, contactsPlugin, _contactQueue,
                [this](VXBusErrand &errand) { readContacts(errand); }},
         Action{u"dial"_s, sharePlugin, _dialQueue, [this](VXBusErrand &errand) { dial(errand); }}};
-    for (const Action &action : actions) {
-        const bool isThere = plugins.contains(action.plugin);
-        if (isThere && !_plugins.contains(action.plugin))
-            offer(action.name, *action.queue, action.work);
-        else if (!isThere && _plugins.contains(action.plugin))
-            withdraw(action.name);
-    }
+    for (const Action &action : actions)
+        setOffered(action.name, plugins.contains(action.plugin), *action.queue, action.work);
     _plugins = plugins;
 }
 
@@ -270,7 +264,7 @@ void VXAndroidPhone::lookForPhone(VXBusErrand &errand)
 // The preference "device" contains the daemon's identifier or the phone's name; without it, the only phone is chosen.
 QString VXAndroidPhone::choose(const QMap<QString, QString> &phones, VXError *error) const
 {
-    const QString wanted = preferenceForKey(u"device"_s).toString();
+    const QString wanted = preference(u"device"_s);
     QStringList found;
     QStringList all;
     for (auto phone = phones.cbegin(); phone != phones.cend(); ++phone) {
@@ -347,7 +341,7 @@ void VXAndroidPhone::lookAtPlugins(VXBusErrand &errand)
 void VXAndroidPhone::readBattery()
 {
     const VXBusCall get{.path = VXConnectNames::path(_phone, u"battery"_s),
-                        .interface = VXConnectNames::properties,
+                        .interface = VXBusNames::properties,
                         .method = u"Get"_s,
                         .arguments = {VXConnectNames::battery, u"charge"_s},
                         .signature = u"v"_s};

@@ -32,16 +32,16 @@ bool isAhead(qint64 date)
 
 struct VXConnectMessages::Reading
 {
-    QList<VXConnectMessage> messages = {};  // not handed over yet
-    QSet<VXConnectMessage::Key> known = {}; // all that arrived
-    bool isHandedOver = true;               // false if nobody takes portions
-    QList<qint64> threads = {};             // those left
-    QHash<qint64, qulonglong> counts = {};  // all; how many messages each was read with, 0 until then
-    QSet<qint64> again = {};                // those that are read a second time
-    QElapsedTimer sinceNews = {};           // of a conversation
-    qint64 thread = 0;                      // the one being read
-    QSet<int> found = {};                   // in that conversation
-    qulonglong expected = 0;                // there; 0 until it is told
+    QList<VXConnectMessage> messages = {};                // not handed over yet
+    QSet<VXConnectMessage::Key> known = {};               // all that arrived
+    bool isHandedOver = true;                             // false if nobody takes portions
+    QList<qint64> threads = {};                           // those left
+    QHash<qint64, std::optional<qulonglong>> counts = {}; // all; how many messages each was read with, none until then
+    QSet<qint64> again = {};                              // those that are read a second time
+    QElapsedTimer sinceNews = {};                         // of a conversation
+    qint64 thread = 0;                                    // the one being read
+    QSet<int> found = {};                                 // in that conversation
+    qulonglong expected = 0;                              // there; 0 until it is told
     QStringList problems = {};
 
     void add(const VXConnectMessage &message)
@@ -50,20 +50,21 @@ struct VXConnectMessages::Reading
         known.insert(message.key());
         if (known.size() > before)
             messages.append(message);
-        note(message.thread);
+        note(message.thread, 1);
     }
-    /** A conversation is told of. It is read again, once, if it was read before the daemon had all of it. */
-    void note(qint64 id, qulonglong count = 0)
+    /** A conversation is told of, with at least so many messages. It is read again, once, if it was read before the daemon had
+     *  all of it. */
+    void note(qint64 id, qulonglong count)
     {
         const auto before = counts.constFind(id);
         const bool isKnown = before != counts.cend();
-        const bool isLonger = isKnown && *before > 0 && count > *before && !again.contains(id);
+        const bool isLonger = isKnown && before->has_value() && count > **before && !again.contains(id);
         if (isKnown && !isLonger)
             return;
         if (isLonger)
             again.insert(id);
         else
-            counts.insert(id, 0);
+            counts.insert(id, std::nullopt);
         threads.append(id);
         sinceNews.start();
     }

@@ -15,7 +15,6 @@ inline const QString contacts = QStringLiteral("org.kde.kdeconnect.device.contac
 inline const QString telephony = QStringLiteral("org.kde.kdeconnect.device.telephony");
 inline const QString share = QStringLiteral("org.kde.kdeconnect.device.share");
 inline const QString battery = QStringLiteral("org.kde.kdeconnect.device.battery");
-inline const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
 
 /** The object path of a device, or of one of its parts, such as "sms". */
 inline QString path(const QString &deviceID, const QString &part = {})

@@ -8,8 +8,6 @@ namespace VXBluetoothNames {
 inline const QString bluez = QStringLiteral("org.bluez");
 inline const QString adapter = QStringLiteral("org.bluez.Adapter1");
 inline const QString device = QStringLiteral("org.bluez.Device1");
-inline const QString objects = QStringLiteral("org.freedesktop.DBus.ObjectManager");
-inline const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
 
 inline const QString obex = QStringLiteral("org.bluez.obex");
 inline const QString obexPath = QStringLiteral("/org/bluez/obex");

@@ -31,12 +31,6 @@ VXBluetoothPhone::~VXBluetoothPhone()
     stopQueues();
 }
 
-QString VXBluetoothPhone::preference(const QString &key, const QString &otherwise) const
-{
-    const QString value = preferenceForKey(key).toString();
-    return value.isEmpty() ? otherwise : value;
-}
-
 // -- Finding
 
 void VXBluetoothPhone::findDevices(const std::shared_ptr<VXDeviceFinding> &finding)
@@ -151,36 +145,20 @@ bool VXBluetoothPhone::hasProfile(const QString &profile) const
     return phone == nullptr || phone->offers(profile);
 }
 
-void VXBluetoothPhone::setOffered(const QString &action, bool isOffered, const std::function<void()> &offer)
-{
-    if (_offered.contains(action) == isOffered)
-        return;
-    if (isOffered) {
-        _offered.append(action);
-        offer();
-    } else {
-        _offered.removeOne(action);
-        withdraw(action);
-    }
-}
-
 void VXBluetoothPhone::offerActions()
 {
     using namespace VXBluetoothNames;
     const auto offerContacts = [this](const QString &action, void (VXPhonebookAccess::*work)(VXBusErrand &)) {
-        setOffered(action, hasProfile(contactsProfile), [this, action, work] {
-            offer(action, *_contactsQueue, [this, work](VXBusErrand &errand) { (_phonebook.get()->*work)(errand); });
-        });
+        setOffered(action, hasProfile(contactsProfile), *_contactsQueue,
+                   [this, work](VXBusErrand &errand) { (_phonebook.get()->*work)(errand); });
     };
     const auto offerMessages = [this](const QString &action, void (VXMessageAccess::*work)(VXBusErrand &)) {
-        setOffered(action, hasProfile(messagesProfile), [this, action, work] {
-            offer(action, *_messagesQueue, [this, work](VXBusErrand &errand) { (_messages.get()->*work)(errand); });
-        });
+        setOffered(action, hasProfile(messagesProfile), *_messagesQueue,
+                   [this, work](VXBusErrand &errand) { (_messages.get()->*work)(errand); });
     };
     const auto offerCalls = [this](const QString &action, void (VXTelephony::*work)(VXBusErrand &)) {
-        setOffered(action, hasProfile(callsProfile), [this, action, work] {
-            offer(action, [this, work](const VXDeviceAction::Ptr &asked) { _telephony->enqueue(asked, work); });
-        });
+        setOffered(action, hasProfile(callsProfile),
+                   [this, work](const VXDeviceAction::Ptr &asked) { _telephony->enqueue(asked, work); });
     };
     offerContacts(u"read_contacts"_s, &VXPhonebookAccess::readContacts);
     offerContacts(u"read_calls"_s, &VXPhonebookAccess::readCalls);

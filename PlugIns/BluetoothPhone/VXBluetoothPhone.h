@@ -29,11 +29,9 @@ protected:
     void reach() override;
 
 private:
-    QString preference(const QString &key, const QString &otherwise = {}) const;
     bool hasProfile(const QString &profile) const;
     void makeTelephony();
     void offerActions();
-    void setOffered(const QString &action, bool isOffered, const std::function<void()> &offer);
     void tellFound(VXDeviceFinding &finding) const;
 
     void startAnew();
@@ -54,7 +52,6 @@ private:
     std::unique_ptr<VXPhonebookAccess> _phonebook;
     std::unique_ptr<VXMessageAccess> _messages;
     std::unique_ptr<VXTelephony> _telephony;
-    QStringList _offered; // actions
     QTimer _again;
     std::chrono::seconds _delay;
     bool _wasLinked = false; // by any profile, as BlueZ reports it

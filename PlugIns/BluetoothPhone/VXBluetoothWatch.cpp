@@ -2,6 +2,7 @@
 
 #include "VXBluetoothNames.h"
 #include "VXBusErrand.h"
+#include "VXBusNames.h"
 #include "VXBusText.h"
 #include "VXBusValue.h"
 
@@ -60,13 +61,12 @@ VXBluetoothWatch::VXBluetoothWatch(const Text &text)
     _soon.setSingleShot(true);
     connect(&_soon, &QTimer::timeout, this, &VXBluetoothWatch::read);
     const auto readSoon = [this](const QDBusMessage &) { _soon.start(0); };
-    _service->listen(u"/"_s, VXBluetoothNames::objects, {}, this, readSoon);
-    _service->listen({}, VXBluetoothNames::properties, u"PropertiesChanged"_s, this,
-                     [this](const QDBusMessage &signal) {
-                         const QString interface = signal.arguments().value(0).toString();
-                         if (interface == VXBluetoothNames::device || interface == VXBluetoothNames::adapter)
-                             _soon.start(0);
-                     });
+    _service->listen(u"/"_s, VXBusNames::objectManager, {}, this, readSoon);
+    _service->listen({}, VXBusNames::properties, u"PropertiesChanged"_s, this, [this](const QDBusMessage &signal) {
+        const QString interface = signal.arguments().value(0).toString();
+        if (interface == VXBluetoothNames::device || interface == VXBluetoothNames::adapter)
+            _soon.start(0);
+    });
     connect(_service.get(), &VXBusService::didAppear, this, &VXBluetoothWatch::read);
     connect(_service.get(), &VXBusService::didVanish, this, &VXBluetoothWatch::beAbsent);
     connect(_service.get(), &VXBusService::didProveAbsent, this, &VXBluetoothWatch::beAbsent);
@@ -89,7 +89,7 @@ void VXBluetoothWatch::beAbsent()
 void VXBluetoothWatch::read()
 {
     _service->call({.path = u"/"_s,
-                    .interface = VXBluetoothNames::objects,
+                    .interface = VXBusNames::objectManager,
                     .method = u"GetManagedObjects"_s,
                     .signature = u"a{oa{sa{sv}}}"_s},
                    answerLimit, this, [this](const QDBusMessage &answer) { take(answer); });

@@ -1,6 +1,7 @@
 #include "VXMessageAccess.h"
 
 #include "VXBluetoothNames.h"
+#include "VXBusNames.h"
 #include "VXBusText.h"
 #include "VXBusValue.h"
 #include "VXDeviceURL.h"
@@ -103,9 +104,9 @@ VXMessageAccess::VXMessageAccess(VXBusDevice &device, VXBusQueue &queue, VXObexP
     : _device(device), _queue(queue), _peer(std::move(peer))
 {
     VXBusService &service = *queue.service();
-    service.listen(u"/"_s, VXBluetoothNames::objects, u"InterfacesAdded"_s, this,
+    service.listen(u"/"_s, VXBusNames::objectManager, u"InterfacesAdded"_s, this,
                    [this](const QDBusMessage &signal) { wasAdded(signal); });
-    service.listen(u"/"_s, VXBluetoothNames::objects, u"InterfacesRemoved"_s, this,
+    service.listen(u"/"_s, VXBusNames::objectManager, u"InterfacesRemoved"_s, this,
                    [this](const QDBusMessage &signal) { wasRemoved(signal); });
     connect(&service, &VXBusService::didVanish, this, [this] {
         if (!std::exchange(_session, {}).isNull())
@@ -353,7 +354,7 @@ void VXMessageAccess::set(VXBusErrand &errand, const Place &place, const QString
 {
     errand.begin(_peer.text(u"Changing messages"_s), stepLimit);
     errand.ask({.path = pathOf(place.handle),
-                .interface = VXBluetoothNames::properties,
+                .interface = VXBusNames::properties,
                 .method = u"Set"_s,
                 .arguments = {VXBluetoothNames::message, property, QVariant::fromValue(QDBusVariant(value))}},
                [this, &errand, place, property, value, mayList](const QDBusMessage &answer) {

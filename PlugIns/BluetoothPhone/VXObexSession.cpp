@@ -1,6 +1,7 @@
 #include "VXObexSession.h"
 
 #include "VXBluetoothNames.h"
+#include "VXBusNames.h"
 #include "VXBusText.h"
 #include "VXBusValue.h"
 
@@ -132,7 +133,7 @@ std::function<void()> VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &p
                                         const std::function<void(const VXError &problem)> &then)
 {
     const std::shared_ptr<Transfers> transfers(new Transfers{.then = then});
-    errand.listen({}, VXBluetoothNames::properties, u"PropertiesChanged"_s,
+    errand.listen({}, VXBusNames::properties, u"PropertiesChanged"_s,
                   [&errand, peer, transfers](const QDBusMessage &signal) {
                       if (signal.arguments().value(0) != VXBluetoothNames::transfer)
                           return;
@@ -143,7 +144,7 @@ std::function<void()> VXRunObexTransfer(VXBusErrand &errand, const VXObexPeer &p
                           errand.prolong();
                       transfers->look(peer);
                   });
-    errand.listen(u"/"_s, VXBluetoothNames::objects, u"InterfacesRemoved"_s,
+    errand.listen(u"/"_s, VXBusNames::objectManager, u"InterfacesRemoved"_s,
                   [peer, transfers](const QDBusMessage &signal) {
                       transfers->gone.insert(pathIn(signal));
                       transfers->look(peer);

@@ -44,6 +44,12 @@ QString VXBusDevice::phoneNumber() const
     return number.isEmpty() ? QString() : number;
 }
 
+QString VXBusDevice::preference(const QString &key, const QString &otherwise) const
+{
+    const QString value = preferenceForKey(key).toString();
+    return value.isEmpty() ? otherwise : value;
+}
+
 // -- How it stands
 
 VXBusQueue &VXBusDevice::addQueue(const VXBusService::Ptr &service)
@@ -172,6 +178,25 @@ void VXBusDevice::offer(const QString &action, const std::function<void(const VX
 void VXBusDevice::offer(const QString &action, VXBusQueue &queue, const VXBusQueue::Work &work)
 {
     offer(action, [&queue, work](const VXDeviceAction::Ptr &asked) { queue.enqueue(asked, work); });
+}
+
+void VXBusDevice::setOffered(const QString &action, bool isOffered,
+                             const std::function<void(const VXDeviceAction::Ptr &)> &perform)
+{
+    if (_offered.contains(action) == isOffered)
+        return;
+    if (isOffered) {
+        _offered.append(action);
+        offer(action, perform);
+    } else {
+        _offered.removeOne(action);
+        unregisterActionHandler(action, this);
+    }
+}
+
+void VXBusDevice::setOffered(const QString &action, bool isOffered, VXBusQueue &queue, const VXBusQueue::Work &work)
+{
+    setOffered(action, isOffered, [&queue, work](const VXDeviceAction::Ptr &asked) { queue.enqueue(asked, work); });
 }
 
 // -- What it tells

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXBusNames.h"
 #include "VXBusQueue.h"
 #include "VXDeviceFinding.h"
 #include "VXDevicePlugin.h"
@@ -50,6 +51,8 @@ protected:
      *  Connecting meanwhile. */
     virtual void reach() = 0;
 
+    /** The text of a preference; the other one if that is empty. */
+    QString preference(const QString &key, const QString &otherwise = {}) const;
     /** A queue for a channel of this phone. It is open as long as the phone is connected. */
     VXBusQueue &addQueue(const VXBusService::Ptr &service);
     /** Ends what is in progress, for good. Since that may call the device, a subclass's destructor does this first. */
@@ -74,8 +77,10 @@ protected:
     void offer(const QString &action, VXBusQueue &queue, const VXBusQueue::Work &work);
     /** Calls on the main thread instead of using a queue. */
     void offer(const QString &action, const std::function<void(const VXDeviceAction::Ptr &action)> &perform);
-    /** Takes the action back: it turned out that the phone does not know it. */
-    void withdraw(const QString &action) { unregisterActionHandler(action, this); }
+    /** Offers the action, or takes it back, as the phone turns out to know it or not. */
+    void setOffered(const QString &action, bool isOffered, VXBusQueue &queue, const VXBusQueue::Work &work);
+    void setOffered(const QString &action, bool isOffered,
+                    const std::function<void(const VXDeviceAction::Ptr &action)> &perform);
 
 private:
     void setProblem(const VXError &why);
@@ -85,5 +90,6 @@ private:
     VXError _why;
     QTimer _limit; // of connecting
     std::vector<std::unique_ptr<VXBusQueue>> _queues;
+    QStringList _offered;                // actions, as the phone has them
     std::unique_ptr<VXBusQueue> _search; // for an instance that finds devices
 };

@@ -85,7 +85,7 @@ QVariant valueForPeople(QStringView key, const QVariant &value)
 VXBusCall managedObjects()
 {
     return {.path = VXModemNames::root,
-            .interface = VXModemNames::objectManager,
+            .interface = VXBusNames::objectManager,
             .method = u"GetManagedObjects"_s,
             .signature = u"a{oa{sa{sv}}}"_s};
 }
@@ -155,8 +155,7 @@ bool VXMobileModem::initWithURL(const QUrl &theURL)
 {
     if (!VXBusDevice::initWithURL(theURL))
         return false;
-    const QString bus = preferenceForKey(u"bus"_s).toString();
-    _service = VXBusService::named(VXModemNames::service, bus.isEmpty() ? u"system"_s : bus);
+    _service = VXBusService::named(VXModemNames::service, preference(u"bus"_s, u"system"_s));
     _finder = std::make_unique<VXBusQueue>(_service);
     _finder->open();
     _messageQueue = &addQueue(_service);
@@ -199,8 +198,8 @@ void VXMobileModem::listen()
         if (!isConnected() || path == _modem) // another modem is irrelevant
             find();
     };
-    _service->listen({}, VXModemNames::objectManager, {}, this, look);
-    _service->listen({}, VXModemNames::properties, u"PropertiesChanged"_s, this,
+    _service->listen({}, VXBusNames::objectManager, {}, this, look);
+    _service->listen({}, VXBusNames::properties, u"PropertiesChanged"_s, this,
                      [this](const QDBusMessage &signal) { modemDidChange(signal); });
     connect(this, &VXDevicePlugin::preferencesDidChange, this, [this](const QString &key) {
         if (key == "modem"_L1 && _service->isThere())
@@ -219,18 +218,10 @@ void VXMobileModem::offerActions(bool hasMessages, bool hasCalls)
     const std::array callActions{Action{u"dial"_s, [this](VXBusErrand &errand) { _calls->dial(errand); }},
                                  Action{u"answer"_s, [this](VXBusErrand &errand) { _calls->answer(errand); }},
                                  Action{u"hang_up"_s, [this](VXBusErrand &errand) { _calls->hangUp(errand); }}};
-    const auto set = [this](const auto &actions, VXBusQueue &queue, bool isThere, bool *wasThere) {
-        if (std::exchange(*wasThere, isThere) == isThere)
-            return;
-        for (const Action &action : actions) {
-            if (isThere)
-                offer(action.first, queue, action.second);
-            else
-                withdraw(action.first);
-        }
-    };
-    set(messageActions, *_messageQueue, hasMessages, &_hasMessages);
-    set(callActions, *_callQueue, hasCalls, &_hasCalls);
+    for (const Action &action : messageActions)
+        setOffered(action.first, hasMessages, *_messageQueue, action.second);
+    for (const Action &action : callActions)
+        setOffered(action.first, hasCalls, *_callQueue, action.second);
 }
 
 // -- Which modem
@@ -271,7 +262,7 @@ void VXMobileModem::find()
 // The preference "modem" may contain anything by which ModemManager identifies a modem.
 bool VXMobileModem::isWanted(const QString &path, const QVariantMap &modem) const
 {
-    const QString wanted = preferenceForKey(u"modem"_s).toString();
+    const QString wanted = preference(u"modem"_s);
     if (wanted.isEmpty())
         return true;
     QStringList names{path, path.section(u'/', -1)};
@@ -342,7 +333,7 @@ void VXMobileModem::judge(int modemState, int failedReason, bool mayEnable)
 {
     using namespace VXModemNames;
     if (modemState >= Enabled) {
-        if (!isConnected() && _hasCalls)
+        if (!isConnected() && actionNames().contains(u"dial"_s))
             _calls->readAll();
         return setState(State::Connected);
     }

@@ -52,6 +52,4 @@ private:
     VXBusQueue *_callQueue = nullptr;
     QString _modem; // its path; null if there is none
     QVariantMap _properties;
-    bool _hasMessages = false; // that are offered
-    bool _hasCalls = false;
 };

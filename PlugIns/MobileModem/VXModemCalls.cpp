@@ -18,7 +18,7 @@ using Paths = QList<QDBusObjectPath>;
 VXBusCall propertiesOf(const QString &call)
 {
     return {.path = call,
-            .interface = VXModemNames::properties,
+            .interface = VXBusNames::properties,
             .method = u"GetAll"_s,
             .arguments = {VXModemNames::call},
             .signature = u"a{sv}"_s};
@@ -46,7 +46,7 @@ VXModemCalls::VXModemCalls(VXBusDevice &device, VXBusQueue &queue)
         if (_calls.contains(signal.path()))
             stateDidChange(signal.path(), signal.arguments().value(1).toInt());
     });
-    listen(VXModemNames::properties, u"PropertiesChanged"_s, [this](const QDBusMessage &signal) {
+    listen(VXBusNames::properties, u"PropertiesChanged"_s, [this](const QDBusMessage &signal) {
         if (!_calls.contains(signal.path()))
             return;
         const QVariantMap changed = VXBusMap(signal.arguments().value(1));

@@ -80,7 +80,7 @@ VXModemMessages::VXModemMessages(VXBusDevice &device, VXBusQueue &queue) : _devi
     VXBusService &service = *queue.service();
     service.listen({}, VXModemNames::messaging, u"Added"_s, this,
                    [this](const QDBusMessage &signal) { wasAdded(signal); });
-    service.listen({}, VXModemNames::properties, u"PropertiesChanged"_s, this,
+    service.listen({}, VXBusNames::properties, u"PropertiesChanged"_s, this,
                    [this](const QDBusMessage &signal) { didChange(signal); });
 }
 
@@ -94,7 +94,7 @@ void VXModemMessages::setModem(const QString &path)
 VXBusCall VXModemMessages::getAll(const QString &path) const
 {
     return {.path = path,
-            .interface = VXModemNames::properties,
+            .interface = VXBusNames::properties,
             .method = u"GetAll"_s,
             .arguments = {VXModemNames::sms},
             .signature = u"a{sv}"_s};

@@ -16,8 +16,6 @@ inline const QString messaging = QStringLiteral("org.freedesktop.ModemManager1.M
 inline const QString voice = QStringLiteral("org.freedesktop.ModemManager1.Modem.Voice");
 inline const QString sms = QStringLiteral("org.freedesktop.ModemManager1.Sms");
 inline const QString call = QStringLiteral("org.freedesktop.ModemManager1.Call");
-inline const QString objectManager = QStringLiteral("org.freedesktop.DBus.ObjectManager");
-inline const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
 
 using Interfaces = QMap<QString, QVariantMap>;
 using Objects = QMap<QDBusObjectPath, Interfaces>;

@@ -62,9 +62,9 @@ void VXPerson::willSave()
         return;
     updateSortName();
     updateWords();
-    const QStringList changed = changedValues().keys();
     const auto isOfContact = [](const QString &key) { return key != "places"_L1 && key != "words"_L1; };
-    if (isInserted() || changed.isEmpty() || std::ranges::any_of(changed, isOfContact))
+    if (const QStringList changed = isInserted() ? QStringList() : changedValues().keys();
+        changed.isEmpty() || std::ranges::any_of(changed, isOfContact))
         updateDate();
 }
 

@@ -66,27 +66,27 @@ bool VXContactReconciler::tellPhone(VXError *error)
 bool VXContactReconciler::linkSlice(const QList<Link> &links, VXError *error)
 {
     QList<VXPhoneContact> contacts;
-    QList<VXContactRecord> records;
+    QList<VXContactKeys> keys;
     for (const Link &link : links) {
         const std::optional<VXPhoneContact> contact = _contacts->at(link.contact, error);
         if (!contact)
             return false;
         contacts.append(*contact);
-        records.append(contact->contact);
+        keys.append(_contacts->keysOf(link.contact, *contact));
     }
     VXContactMatch match(_slice->context);
-    if (!match.prepare(records, error))
+    if (!match.prepare(keys, error))
         return false;
     for (qsizetype index = 0; index < links.size(); ++index) {
-        if (!contacts[index].isEmpty() && !linkContact(links[index], contacts[index], match, error))
+        if (!linkContact(links[index], contacts[index], keys[index], match, error))
             return false;
     }
     return true;
 }
 
 // Whoever is here already is the same, and learns what the phone knows besides.
-bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &there, VXContactMatch &match,
-                                      VXError *error)
+bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &there, const VXContactKeys &keys,
+                                      VXContactMatch &match, VXError *error)
 {
     const VXContactRecord &contact = there.contact;
     const bool wasDeletedHere = link.known >= 0;
@@ -97,7 +97,7 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
             return true;
         setPhone(place);
     }
-    const VXKnownContact *const known = contact.displayName().isEmpty() ? nullptr : match.find(contact);
+    const VXKnownContact *const known = contact.displayName().isEmpty() ? nullptr : match.find(keys);
     Person person = known != nullptr ? known->person : Person();
     const bool isNew = !person;
     const bool liesElsewhere = person && hasOtherPlace(person);
@@ -116,9 +116,9 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
         if (!beginChangeSet(error))
             return false;
         person = _slice->writer.insert(contact);
-        match.add({person, contact});
+        match.add({person, contact}, keys);
         _outcome.added.append(nameOf(contact));
-    } else if (!unite(person, contact, &match, error)) {
+    } else if (!join(person, contact, match, error)) {
         return false;
     }
     if (wasDeletedHere) {
@@ -130,6 +130,25 @@ bool VXContactReconciler::linkContact(const Link &link, const VXPhoneContact &th
     if (wasDeletedHere || liesElsewhere)
         _slice->late.append(person);
     _slice->linked.append({place, {.contact = link.contact, .wasKnown = wasDeletedHere}});
+    return true;
+}
+
+// What one card of the phone brings is no change of the user's that its others are to learn, wherever the sync is broken off.
+bool VXContactReconciler::join(const Person &person, const VXContactRecord &contact, VXContactMatch &match,
+                               VXError *error)
+{
+    const VXContactRecord before = VXPhoneRecordOfPerson(person);
+    if (!unite(person, contact, &match, error))
+        return false;
+    const VXContactRecord after = VXPhoneRecordOfPerson(person);
+    if (VXIsSameContact(before, after))
+        return true;
+    for (VXContactPlace place : placesHere(person)) {
+        const VXContactRecord here = place.here();
+        if (!place.location().isEmpty())
+            place.note(place.location(), VXContactForPhone(VXMergeContacts(before, after, here, here).contact),
+                       place.there());
+    }
     return true;
 }
 

@@ -53,17 +53,17 @@ bool VXContactReconciler::begin(VXError *error)
         return false;
     for (const VXManagedObjectPtr &place : *found)
         _places.add(VXContactPlace(place));
-    _contacts->setHasTraits(!_places.known().isEmpty());
+    _isPhoneKnown = !_places.known().isEmpty();
     return true;
 }
 
-bool VXContactReconciler::take(const QVariantMap &portion, VXError *error)
+bool VXContactReconciler::take(const VXPhonePortion &portion, VXError *error)
 {
-    if (!_contacts->add(portion.value(u"items"_s).toList(), error))
+    if (!_contacts->add(portion, error))
         return false;
-    if (!_places.known().isEmpty()) // which of them each is, all together show
+    if (_isPhoneKnown) // which of them each is, all together show
         return true;
-    _phone = portion.value(u"phone"_s).toString();
+    _phone = portion.phone;
     QList<Link> links;
     while (_linkedCount < _contacts->size())
         links.append(Link{.contact = _linkedCount++});

@@ -41,9 +41,11 @@ public:
 
     /** Looks what is known of the phone; before anything is taken. False, with an error, when the store cannot be read. */
     [[nodiscard]] bool begin(VXError *error);
-    /** A portion of what "read_contacts" gives. Where nothing is known of the phone, its contacts come here at once. False,
-     *  with an error, when they cannot be kept or saved. */
-    [[nodiscard]] bool take(const QVariantMap &portion, VXError *error);
+    /** Makes a portion of what "read_contacts" gives ready; any thread, once it has begun, also while another is taken. */
+    VXPhonePortion ready(const QVariantMap &portion) const { return {portion, _isPhoneKnown}; }
+    /** Portions in turn. Where nothing is known of the phone, its contacts come here at once. False, with an error, when they
+     *  cannot be kept or saved. */
+    [[nodiscard]] bool take(const VXPhonePortion &portion, VXError *error);
     /** When all was read. `isAll`: what is missing is not on the phone any more. `phone`: what the phone calls itself by, as its IMEI:
      *  what was known of others at that URL is left alone, and is there when they come again. Null: it does not tell. False,
      *  with an error, when the store cannot be read or saved; what was saved before stays. */
@@ -127,7 +129,9 @@ private:
     bool linkInSlices(const QList<Link> &links, VXError *error);
     bool tellPhone(VXError *error);
     bool linkSlice(const QList<Link> &links, VXError *error);
-    bool linkContact(const Link &link, const VXPhoneContact &there, VXContactMatch &match, VXError *error);
+    bool linkContact(const Link &link, const VXPhoneContact &there, const VXContactKeys &keys, VXContactMatch &match,
+                     VXError *error);
+    bool join(const Person &person, const VXContactRecord &contact, VXContactMatch &match, VXError *error);
     bool unite(const Person &person, const VXContactRecord &contact, VXContactMatch *match, VXError *error);
     bool keepAll(VXError *error);
     bool settleLate(VXError *error);
@@ -156,6 +160,7 @@ private:
     const QString _deviceName;
     const std::function<bool()> _isOver;
     const std::shared_ptr<VXPhoneContacts> _contacts;
+    bool _isPhoneKnown = false; // from the beginning
     QString _phone;
     qsizetype _linkedCount = 0; // contacts that came here before all was read
     bool _acceptsDeletions = false;

@@ -10,6 +10,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr size_t changesAtOnce = 50; // on the phone, that are made ready
+constexpr size_t mostWaiting = 2;    // portions, with the one that is worked on, while another is read
 
 // Not all phones take texts of several lines, or with quotation marks. Whether anything changed.
 bool makePlain(QVariantMap &object)
@@ -56,13 +57,25 @@ void VXContactSync::start()
 
 void VXContactSync::readPhone()
 {
-    const auto take = [this](const VXDeviceAction::Portion &portion, const std::function<void()> &next) {
-        _readOn = next;
-        work([portion](VXContactReconciler &reconciler, VXError *error) { return reconciler.take(portion(), error); });
-    };
     perform(
         u"read_contacts"_s, {}, VXPhonebookPluginString(u"Reading contacts"_s),
-        [this](const VXDeviceAction &part) { didRead(part); }, take);
+        [this](const VXDeviceAction &part) { didRead(part); },
+        [this](const auto &portion, const auto &next) { take(portion, next); });
+}
+
+// One portion is brought here while the next is made ready; those of a driver that does not wait come all at once, and are
+// made ready when it is their turn.
+void VXContactSync::take(const VXDeviceAction::Portion &portion, const std::function<void()> &next)
+{
+    if (!next)
+        return work([portion](VXContactReconciler &reconciler, VXError *error) {
+            return reconciler.take(reconciler.ready(portion()), error);
+        });
+    const auto makeReady = [reconciler = _reconciler, portion] { return reconciler->ready(portion()); };
+    compute(makeReady, [this, next](const VXPhonePortion &ready) {
+        _readOn = next;
+        work([ready](VXContactReconciler &reconciler, VXError *error) { return reconciler.take(ready, error); });
+    });
 }
 
 // What was handed over before a failure is kept all the same.
@@ -73,7 +86,7 @@ void VXContactSync::didRead(const VXDeviceAction &part)
     const QVariantMap result = part.result().toMap();
     _problems = result.value(u"problems"_s).toStringList();
     const auto reconcile = [result](VXContactReconciler &reconciler, VXError *error) {
-        return reconciler.take(result, error) &&
+        return reconciler.take(reconciler.ready(result), error) &&
                reconciler.run(result.value(u"phone"_s).toString(), result.value(u"isComplete"_s).toBool(), error);
     };
     work(reconcile, [this] { didReconcile(); });
@@ -85,9 +98,15 @@ void VXContactSync::work(const Step &step, const std::function<void()> &then)
     _steps.push_back({step, then});
     if (_steps.size() == 1)
         workNext();
+    readOn();
 }
 
-// One portion is worked on while the next is read.
+void VXContactSync::readOn()
+{
+    if (_steps.size() <= mostWaiting && _readOn)
+        std::exchange(_readOn, {})();
+}
+
 void VXContactSync::workNext()
 {
     const auto carryOut = [reconciler = _reconciler, step = std::move(_steps.front().first)] {
@@ -102,11 +121,10 @@ void VXContactSync::workNext()
         _steps.pop_front();
         if (!_steps.empty())
             workNext();
+        readOn();
         if (then)
             then();
     });
-    if (_steps.size() == 1 && _readOn)
-        std::exchange(_readOn, {})();
 }
 
 void VXContactSync::didReconcile()

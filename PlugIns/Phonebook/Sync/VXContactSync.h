@@ -42,9 +42,11 @@ private:
     };
 
     void readPhone();
+    void take(const VXDeviceAction::Portion &portion, const std::function<void()> &next);
     void didRead(const VXDeviceAction &part);
     void work(const Step &step, const std::function<void()> &then = {});
     void workNext();
+    void readOn();
     void didReconcile();
     void carryOutNext();
     void didCarryOut(const VXPhoneChange &change, const VXDeviceAction &part);
@@ -59,7 +61,7 @@ private:
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     std::shared_ptr<VXContactReconciler> _reconciler; // at work on another thread while there are steps
     std::deque<std::pair<Step, std::function<void()>>> _steps;
-    std::function<void()> _readOn;          // called once no portion waits; null while the driver continues by itself
+    std::function<void()> _readOn;          // called once few portions wait; null while the driver continues by itself
     std::deque<VXPhoneChange> _changes;     // left to be carried out
     std::deque<VXPhoneChange> _made;        // the next of them, made ready
     QMap<QString, QStringList> _carriedOut; // names, by what was done on the phone

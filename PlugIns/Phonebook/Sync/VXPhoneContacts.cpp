@@ -53,36 +53,45 @@ bool VXContactTraits::sharesAddress(const VXContactTraits &other) const
     return std::ranges::any_of(addresses, [&](size_t address) { return other.addresses.contains(address); });
 }
 
-bool VXPhoneContacts::add(const QVariantList &items, VXError *error)
+VXPhonePortion::VXPhonePortion(const QVariantMap &result, bool isKnown) : phone(result.value(u"phone"_s).toString())
 {
-    QDataStream stream(&_file);
-    bool isKept = (_file.isOpen() || _file.open()) && _file.seek(_file.size());
-    _newest.clear();
-    for (const QVariant &value : items) {
-        const QVariantMap item = value.toMap();
-        if (!isKept)
-            break;
-        if (_hasTraits) {
-            const VXPhoneContact contact = VXPhoneContact::fromItem(item);
-            if (contact.isEmpty())
-                continue;
-            _traits.append(VXContactTraits::of(contact.location, contact.contact));
-        }
-        _places.append(_file.pos());
-        _newest.append(item);
-        stream << item;
-        isKept = stream.status() == QDataStream::Ok;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    for (const QVariant &value : result.value(u"items"_s).toList()) {
+        const VXPhoneContact contact = VXPhoneContact::fromItem(value.toMap());
+        if (contact.isEmpty())
+            continue;
+        if (isKnown)
+            traits.append(VXContactTraits::of(contact.location, contact.contact));
+        else
+            keys.append(VXContactKeys(contact.contact));
+        contacts.append(contact);
+        places.append(bytes.size());
+        stream << contact.item;
     }
-    isKept = isKept && _file.flush();
-    if (!isKept)
+    isWritten = stream.status() == QDataStream::Ok;
+}
+
+bool VXPhoneContacts::add(const VXPhonePortion &portion, VXError *error)
+{
+    const qint64 start = _file.isOpen() || _file.open() ? _file.size() : -1;
+    const bool isKept = portion.isWritten && start >= 0 && _file.seek(start) &&
+                        _file.write(portion.bytes) == portion.bytes.size() && _file.flush();
+    if (!isKept) {
         VXSetError(error, VXMakeError(_file.errorString()));
-    return isKept;
+        return false;
+    }
+    for (const qint64 place : portion.places)
+        _places.append(start + place);
+    _newest = portion.contacts;
+    _newestKeys = portion.keys;
+    _traits += portion.traits;
+    return true;
 }
 
 std::optional<VXPhoneContact> VXPhoneContacts::at(qsizetype index, VXError *error)
 {
     if (const qsizetype first = _places.size() - _newest.size(); index >= first)
-        return VXPhoneContact::fromItem(_newest[index - first].toMap());
+        return _newest[index - first];
     QDataStream stream(&_file);
     QVariantMap item;
     if (_file.seek(_places[index]))
@@ -91,4 +100,10 @@ std::optional<VXPhoneContact> VXPhoneContacts::at(qsizetype index, VXError *erro
         return VXPhoneContact::fromItem(item);
     VXSetError(error, VXMakeError(_file.errorString()));
     return std::nullopt;
+}
+
+VXContactKeys VXPhoneContacts::keysOf(qsizetype index, const VXPhoneContact &contact) const
+{
+    const qsizetype first = _places.size() - _newestKeys.size();
+    return index >= first ? _newestKeys[index - first] : VXContactKeys(contact.contact);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VXContactMatch.h"
 #include "VXContactRecord.h"
 #include "VXError.h"
 
@@ -36,26 +37,45 @@ struct VXContactTraits
 };
 
 /**
+ * Contacts of a phone, as many as it gives at a time, with all that can be made of them without the store: so while some are brought
+ * into step, the next are made ready on another thread. What is no contact is left out.
+ */
+struct VXPhonePortion
+{
+    /** Of a result of "read_contacts", or a part of one. Of a phone that is known its contacts have traits, else keys. */
+    VXPhonePortion(const QVariantMap &result, bool isKnown);
+
+    QString phone; // which it says it is; null if it does not tell
+    QList<VXPhoneContact> contacts = {};
+    QList<VXContactTraits> traits = {};
+    QList<VXContactKeys> keys = {};
+    QByteArray bytes = {};     // their items
+    QList<qint64> places = {}; // where each begins in them
+    bool isWritten = true;     // the bytes
+};
+
+/**
  * The contacts that a phone has, as they are read. However many and large they are, they lie in a file without a name, and only where
  * each is, and its traits, is in memory. One thread at a time.
  */
 class VXPhoneContacts
 {
 public:
-    /** Whether traits are to be known: where nothing is known of the phone, they are for nothing. */
-    void setHasTraits(bool flag) { _hasTraits = flag; }
-    /** Items of "read_contacts"; with traits what is no contact is left out. False, with an error, when they cannot be kept. */
-    [[nodiscard]] bool add(const QVariantList &items, VXError *error);
+    /** False, with an error, when they cannot be kept. */
+    [[nodiscard]] bool add(const VXPhonePortion &portion, VXError *error);
 
     qsizetype size() const { return _places.size(); }
     /** None, with an error, when it cannot be read. */
     std::optional<VXPhoneContact> at(qsizetype index, VXError *error);
+    /** What that contact is found by here. */
+    VXContactKeys keysOf(qsizetype index, const VXPhoneContact &contact) const;
+    /** Of a phone that is known. */
     const VXContactTraits &traits(qsizetype index) const { return _traits[index]; }
 
 private:
     QTemporaryFile _file;
-    QVariantList _newest;  // items of the last portion, which are likely to be asked for
+    QList<VXPhoneContact> _newest; // of the last portion, which are likely to be asked for
+    QList<VXContactKeys> _newestKeys;
     QList<qint64> _places; // in it
     QList<VXContactTraits> _traits;
-    bool _hasTraits = false;
 };

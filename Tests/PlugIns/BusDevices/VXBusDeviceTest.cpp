@@ -37,7 +37,6 @@ public:
         return true;
     }
     using VXBusDevice::setState;
-    using VXBusDevice::withdraw;
 
     bool isReachable = false;
     int reached = 0;

@@ -116,6 +116,31 @@ TEST_F(VXGammuContactsTest, AnEmptyContactHidesNoneBehindIt)
     EXPECT_TRUE(run(phone, u"write_contact"_s, QVariantMap{{u"note"_s, u""_s}})->error()) << "there are to be no more";
 }
 
+// As they are read; the rest is the result.
+TEST_F(VXGammuContactsTest, HandsOverPortionsToWhoTakesThem)
+{
+    const int count = 620;
+    gammu("identify");
+    for (int place = 1; place <= count; ++place)
+        writeFile(u"dummy/pbk/ME/%1"_s.arg(place), "BEGIN:VCARD\nVERSION:3.0\nN:Doe;\nTEL:+1\nEND:VCARD\n");
+    QVariantList places;
+    const auto take = [&places](const QVariantMap &portion) {
+        for (const QVariant &item : portion.value(u"items"_s).toList())
+            places.append(item.toMap().value(u"location"_s));
+    };
+    const auto read = VXDeviceAction::actionWithName(u"read_contacts"_s);
+    read->setTaker([take](const VXDeviceAction::Portion &portion, const auto &) { take(portion()); });
+    const auto phone = makeDummy();
+    read->executeWithDevice(phone);
+    ASSERT_TRUE(VXRunUntil([&] { return !read->isExecuting(); }));
+    EXPECT_EQ(places.size(), 500);
+    take(read->result().toMap());
+    QVariantList all;
+    for (int place = 1; place <= count; ++place)
+        all.append(place);
+    EXPECT_EQ(places, all);
+}
+
 TEST_F(VXGammuContactsTest, TimesOfAPhoneAreLocal)
 {
     qputenv("TZ", "Asia/Tokyo");

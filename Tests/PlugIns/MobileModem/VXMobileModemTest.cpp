@@ -103,7 +103,7 @@ protected:
     }
     void changed(const QString &path, const QString &interface, const QVariantMap &values)
     {
-        mock->emitSignal(path, properties, u"PropertiesChanged"_s, {interface, values, QStringList()});
+        mock->emitSignal(path, VXBusNames::properties, u"PropertiesChanged"_s, {interface, values, QStringList()});
     }
     void setModemState(int state)
     {
@@ -145,7 +145,7 @@ TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
         QVariantMap values = modemProperties(row.state);
         values.insert(u"StateFailedReason"_s, row.reason);
         addModem(first, values);
-        mock->emitSignal(root, objectManager, u"InterfacesAdded"_s,
+        mock->emitSignal(root, VXBusNames::objectManager, u"InterfacesAdded"_s,
                          {QVariant::fromValue(QDBusObjectPath(first)), QVariant::fromValue(Interfaces())});
         hasProblem(row.problem);
     }
@@ -162,7 +162,7 @@ TEST_F(VXMobileModemTest, SaysWhyThereIsNoModem)
     EXPECT_TRUE(succeeds(u"read_messages"_s));
     EXPECT_EQ(mock->count(u"Enable"_s), 1);
     objects.clear();
-    mock->emitSignal(root, objectManager, u"InterfacesRemoved"_s,
+    mock->emitSignal(root, VXBusNames::objectManager, u"InterfacesRemoved"_s,
                      {QVariant::fromValue(QDBusObjectPath(first)), QStringList{VXModemNames::modem}});
     hasProblem(u"ModemManager tells of no modem."_s);
     EXPECT_EQ(fateOfSending(u"1"_s, u"Hi"_s), u"later"_s);

@@ -153,14 +153,14 @@ protected:
             .arg(result.value(u"addedThere"_s).toInt() + result.value(u"changedThere"_s).toInt() +
                  result.value(u"deletedThere"_s).toInt());
     }
-    static QVariantMap card(int index, const QStringList &numbers)
+    static QVariantMap card(const QString &name, const QStringList &numbers)
     {
-        return {{u"name"_s, u"N%1"_s.arg(index)}, {u"numbers"_s, numbers}};
+        return {{u"name"_s, name}, {u"numbers"_s, numbers}};
     }
     void fill(int first, int last) const
     {
         for (int index = first; index <= last; ++index)
-            phone->contacts.insert(index, card(index, {u"555 %1"_s.arg(10000 + index)}));
+            phone->contacts.insert(index, card(u"N%1"_s.arg(index), {u"555 %1"_s.arg(10000 + index)}));
     }
     QStringList here() const
     {
@@ -172,6 +172,45 @@ protected:
             lines.append(contact.displayName() + u' ' + contact.numbers.value(0).value);
         }
         return lines;
+    }
+
+    qsizetype numbersHere() const
+    {
+        VXManagedObjectContext context(store);
+        return *context.countForFetchRequest(VXFetchRequest(*store->model().entityForName(u"VXPhoneNumber"_s)));
+    }
+    /** Two cards of one person are first: what one of them brings is not written onto the other. */
+    void isRepeatableAfter(int portions)
+    {
+        addsAll = false;
+        fill(1, 4);
+        phone->contacts.insert(2, card(u"N1"_s, {u"555 10001"_s, u"555 20000"_s}));
+        const QMap<int, QVariantMap> before = phone->contacts;
+        phone->portion = 1;
+        phone->portionsLeft = portions;
+        const auto action = begin();
+        EXPECT_TRUE(VXRunUntil([&] { return phone->silent && numbersHere() == portions; }));
+        action->cancel();
+        std::exchange(phone->silent, {})->conclude();
+        EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
+        EXPECT_EQ(sync(), portions == 1 ? u"2 1 0 0"_s : u"2 0 0 0"_s);
+        EXPECT_EQ(sync(), u"0 0 0 0"_s);
+        EXPECT_EQ(phone->contacts, before);
+        EXPECT_EQ(numbersHere(), 4);
+    }
+    /** What ends a sync in its midst leaves whole slices. */
+    void isBrokenOff(const std::function<void(const VXDeviceAction &action)> &end)
+    {
+        fill(1, 500);
+        phone->portion = 100;
+        phone->portionsLeft = 3;
+        const auto action = begin();
+        EXPECT_TRUE(VXRunUntil([&] { return phone->silent && !here().isEmpty(); }));
+        end(*action);
+        std::exchange(phone->silent, {})->conclude();
+        EXPECT_TRUE(VXRunUntil([&] { return !action->isExecuting(); }));
+        EXPECT_FALSE(action->error().isNull());
+        EXPECT_EQ(here().size() % 100, 0) << "a slice was saved in part";
     }
 
     const QUrl url = VXMakeDeviceURL({}, u"plugin"_s, u"phone"_s);
@@ -308,9 +347,6 @@ TEST_F(VXDifficultPhoneTest, AContactThatThePhoneLosesCanBeBroughtBack)
 TEST_F(VXDifficultPhoneTest, ASyncThatIsUndoneLosesNothingOfThePhone)
 {
     addsAll = false;
-    const auto card = [](const QString &name, const QStringList &numbers) {
-        return QVariantMap{{u"name"_s, name}, {u"numbers"_s, numbers}};
-    };
     const auto undo = [this] { EXPECT_TRUE(VXContactHistory(store).undoLast(false)); };
     add(u"Ann"_s, {}, u"555 0100"_s);
     phone->contacts.insert(1, card(u"Ann"_s, {u"555 0100"_s, u"555 0101"_s}));
@@ -368,17 +404,15 @@ TEST_F(VXDifficultPhoneTest, AMergeThatIsUndoneAfterASyncLeavesThePhoneAsItWas)
 TEST_F(VXDifficultPhoneTest, AnotherPhoneAtTheSameURLDeletesAndChangesNothingOfTheFirst)
 {
     addsAll = false;
-    const auto card = [](const QString &name, const QString &number) {
-        return QVariantMap{{u"name"_s, name}, {u"numbers"_s, QStringList{number}}};
-    };
     EXPECT_EQ(sync(), u"0 0 0 0"_s);
-    phone->contacts = {
-        {1, card(u"Ann"_s, u"555 0100"_s)}, {2, card(u"Bob"_s, u"555 0101"_s)}, {3, card(u"Cid"_s, u"555 0102"_s)}};
+    phone->contacts = {{1, card(u"Ann"_s, {u"555 0100"_s})},
+                       {2, card(u"Bob"_s, {u"555 0101"_s})},
+                       {3, card(u"Cid"_s, {u"555 0102"_s})}};
     EXPECT_EQ(sync(), u"3 0 0 0"_s); // it does not tell which it is, and later does
     phone->serial = u"one"_s;
     EXPECT_EQ(sync(), u"0 0 0 0"_s);
     const QMap<int, QVariantMap> first =
-        std::exchange(phone->contacts, {{1, card(u"Ann"_s, u"555 0199"_s)}, {2, card(u"Bob"_s, u"555 0101"_s)}});
+        std::exchange(phone->contacts, {{1, card(u"Ann"_s, {u"555 0199"_s})}, {2, card(u"Bob"_s, {u"555 0101"_s})}});
     const QMap<int, QVariantMap> second = phone->contacts;
     phone->serial = u"two"_s;
     EXPECT_EQ(sync(), u"1 0 0 0"_s);
@@ -405,7 +439,7 @@ TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
     addsAll = false;
     const int count = 520;
     fill(1, count);
-    phone->contacts.insert(count + 1, card(1, {u"555 10001"_s, u"555 20000"_s}));
+    phone->contacts.insert(count + 1, card(u"N1"_s, {u"555 10001"_s, u"555 20000"_s}));
     const QMap<int, QVariantMap> before = phone->contacts;
     phone->portion = 200; // of a new phone each is a slice
     EXPECT_EQ(sync(), u"%1 0 0 0"_s.arg(count));
@@ -414,7 +448,7 @@ TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
     EXPECT_EQ(phone->contacts, before);
 
     setNumber(u"N520"_s, u"555 30000"_s);
-    phone->contacts.insert(1, card(1, {u"555 10001"_s, u"555 40000"_s}));
+    phone->contacts.insert(1, card(u"N1"_s, {u"555 10001"_s, u"555 40000"_s}));
     phone->contacts.remove(2);
     EXPECT_EQ(sync(), u"0 1 1 2"_s);
     EXPECT_EQ(VXContactRecord(phone->contacts[count + 1]).numbers.size(), 3);
@@ -429,17 +463,35 @@ TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
     EXPECT_EQ(sync(), u"0 0 0 0"_s);
 }
 
+TEST_F(VXDifficultPhoneTest, BrokenOffBetweenTwoCardsOfAPersonItCanBeRepeated)
+{
+    isRepeatableAfter(1);
+}
+TEST_F(VXDifficultPhoneTest, BrokenOffBehindTwoCardsOfAPersonItCanBeRepeated)
+{
+    isRepeatableAfter(2);
+}
+
 TEST_F(VXDifficultPhoneTest, QuittingBreaksASyncOffBetweenSlices)
 {
-    fill(1, 500);
-    phone->portion = 100;
-    phone->portionsLeft = 3;
-    const auto action = begin();
-    EXPECT_TRUE(VXRunUntil([&] { return phone->silent && !here().isEmpty(); }));
-    Q_EMIT VXApplication::sharedApplication().willTerminate();
-    EXPECT_TRUE(action->isCancelled());
-    manager().shutdown();
-    EXPECT_FALSE(action->isExecuting());
-    std::exchange(phone->silent, {})->conclude();
-    EXPECT_EQ(here().size() % 100, 0) << "a slice was saved in part";
+    isBrokenOff([](const VXDeviceAction &action) {
+        Q_EMIT VXApplication::sharedApplication().willTerminate();
+        EXPECT_TRUE(action.isCancelled());
+        manager().shutdown();
+        EXPECT_FALSE(action.isExecuting());
+    });
+}
+
+TEST_F(VXDifficultPhoneTest, DisablingBreaksASyncOffBetweenSlices)
+{
+    isBrokenOff([](const VXDeviceAction &action) {
+        manager().disablePluginProxy(plugin(u"com.halvern.VNX2.plugin.phonebook"_s));
+        EXPECT_FALSE(action.isExecuting());
+    });
+}
+
+// As when its plugin is disabled.
+TEST_F(VXDifficultPhoneTest, ADriverThatEndsBreaksASyncOffBetweenSlices)
+{
+    isBrokenOff([this](const VXDeviceAction &) { phone->silent->setError(VXError(VXErrorDomain, VXErrorCancelled)); });
 }
