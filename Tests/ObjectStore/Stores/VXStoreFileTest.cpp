@@ -3,6 +3,7 @@
 #include "VXTestSQL.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QSize>
 
 #include <array>
 #include <atomic>
@@ -328,6 +329,15 @@ TEST_P(VXStoreFileTest, NothingIsSavedToAFileThatIsElsewhere)
     ASSERT_TRUE(QFile::remove(path(u"a"_s)) && QFile::rename(path(u"aside"_s), path(u"a"_s)));
     EXPECT_TRUE(saver.saveAndCommit()) << "back again";
     EXPECT_EQ(count(*open(u"a"_s)), 2);
+}
+
+TEST_P(VXStoreFileTest, WhatNoPropertyListHoldsIsNotSaved)
+{
+    const auto store = open(u"a"_s);
+    VXRowSaver saver(*store);
+    saver.add(u"Item"_s, {{u"list"_s, QSize(1, 1)}});
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_TRUE(saver.error);
 }
 
 TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)
