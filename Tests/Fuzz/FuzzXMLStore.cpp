@@ -1,6 +1,7 @@
 // Any bytes as the data file of an XML store: reading ends with objects or an error, and what was read is written in a
 // form that reads back the same.
 
+#include "../ObjectStore/Stores/VXItemSource.h"
 #include "VXFuzzing.h"
 #include "VXModelParser.h"
 #include "VXXMLStoreReader.h"
@@ -16,22 +17,9 @@ const VXManagedObjectModel &model()
 {
     static const VXManagedObjectModel::Ptr made = [] {
         QList<VXModelProblem> problems;
-        return VXManagedObjectModel::modelWithDefinition(VXParseModel(R"(
-            entity Item {
-                attribute small: integer16 optional;
-                attribute real: double optional;
-                attribute truth: boolean optional;
-                attribute text: string optional;
-                attribute date: date optional;
-                attribute data: binary optional;
-                attribute list: property-list optional;
-                relationship parent: Item optional inverse children;
-                relationship children: Item[] optional inverse parent;
-                relationship peers: Item[] optional inverse peers;
-                relationship groups: Group[] optional inverse items;
-            }
-            entity Part: Item { attribute whole: integer64 optional; }
-            entity Group { relationship items: Item[] optional inverse groups; }
+        return VXManagedObjectModel::modelWithDefinition(VXParseModel(VXItemSource + R"(
+            entity Part: Item { relationship groups: Group[] optional inverse parts; }
+            entity Group { relationship parts: Part[] optional inverse groups; }
         )",
                                                                       &problems));
     }();

@@ -2,34 +2,23 @@
 
 import os
 import subprocess
-import tempfile
+import sys
 import time
-import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)) + '/../../Support')
+from home_session import HomeSession
 
 
-class DesktopSession(unittest.TestCase):
+class DesktopSession(HomeSession):
     vornix_program = desktop_program = None
 
     def setUp(self):
-        home = tempfile.TemporaryDirectory()
-        self.addCleanup(home.cleanup)
-        self.home = home.name
+        super().setUp()
         os.mkdir(self.home + '/run', 0o700)
-        self.environment = dict(os.environ, HOME=self.home, XDG_RUNTIME_DIR=self.home + '/run', LC_ALL='C.UTF-8',
-                                DBUS_SESSION_BUS_ADDRESS='unix:path=/nonexistent', QT_QPA_PLATFORM='xcb')
+        self.environment.update(XDG_RUNTIME_DIR=self.home + '/run', QT_QPA_PLATFORM='xcb',
+                                DBUS_SESSION_BUS_ADDRESS='unix:path=/nonexistent')
         self.environment.pop('WAYLAND_DISPLAY', None)
         self.environment.pop('DISPLAY', None)
-
-    def start(self, command):
-        process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                   text=True)
-
-        def end():
-            process.terminate()
-            process.wait()
-            process.stdout.close()
-        self.addCleanup(end)
-        return process
 
     def start_bus(self):
         bus = self.start(['dbus-daemon', '--session', '--nofork', '--print-address'])

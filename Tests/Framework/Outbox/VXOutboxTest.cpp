@@ -140,7 +140,8 @@ TEST_F(VXOutboxTest, WhatIsOfAnotherKindIsNotRead)
     EXPECT_EQ(open->first().number, number);
     EXPECT_FALSE(outbox.openEntries(u"other"_s)); // which are
     EXPECT_TRUE(outbox.retryDestination(u"test"_s, u"d"_s));
-    changeStore(u"UPDATE VX_VXOutboxEntry SET state = 1 WHERE Z_PK = %1"_s.arg(number));
+    add(u"d"_s, u"u"_s);
+    changeStore(u"UPDATE VX_VXOutboxEntry SET state = 1 WHERE Z_PK <> %1"_s.arg(other));
     EXPECT_EQ(outbox.kindsBeingSent(), QStringList{u"test"_s});
 }
 
@@ -358,16 +359,24 @@ TEST_F(VXOutboxTest, AnOutcomeThatCanNotBeWrittenIsWrittenLater)
     const qint64 sent = add(u"d"_s, u"sent"_s);
     const qint64 later = add(u"e"_s, u"later"_s);
     outcomes[u"later"_s] = {Outcome::NotDelivered};
-    const auto runner = startRunner();
-    changeStore(u"ALTER TABLE VX_VXOutboxEntry RENAME TO gone"_s);
-    finishAll();
+    auto runner = startRunner();
+    const auto finishUnwritten = [this] {
+        changeStore(u"ALTER TABLE VX_VXOutboxEntry RENAME TO gone"_s);
+        finishAll();
+        changeStore(u"ALTER TABLE gone RENAME TO VX_VXOutboxEntry"_s);
+    };
+    finishUnwritten();
     EXPECT_FALSE(runner->isBusy());
-    changeStore(u"ALTER TABLE gone RENAME TO VX_VXOutboxEntry"_s);
     EXPECT_EQ(stateOf(sent), VXOutboxState::Sending);
     VXOutboxRunner::settleInterrupted(outbox); // as another process does: it is not interrupted
     ASSERT_TRUE(
         finishUntil([&] { return stateOf(sent) == VXOutboxState::Sent && stateOf(later) == VXOutboxState::Sent; }));
     EXPECT_THAT(tried, ElementsAre(u"sent"_s, u"later"_s, u"later"_s));
+    const qint64 last = add(u"d"_s, u"last"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return tried.size() == 4; }));
+    finishUnwritten();
+    runner.reset();
+    EXPECT_EQ(stateOf(last), VXOutboxState::Sent);
 }
 
 TEST_F(VXOutboxTest, ADelayThatIsNoneIsTheUsualOne)

@@ -138,7 +138,10 @@ TEST_F(VXMetaDataCheckTest, WhatAnEarlierProgramWroteIsDueAndNoFault)
             EXPECT_EQ(report.findings[1].kind, VXMetaDataFinding::Kind::Damaged);
             EXPECT_TRUE(report.isRepaired());
         } else {
-            EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 1, .unchanged = 1}));
+            joe->setValueForKey(QDateTime::currentDateTimeUtc().addSecs(3600), u"changed"_s); // and nothing else
+            ASSERT_TRUE(context.save());
+            VXMetaDataDebt(u"people"_s).forget();
+            EXPECT_EQ(pass(), (VXMetaDataCounts{.updated = 2}));
         }
         EXPECT_TRUE(VXMetaDataSettings::areAllPresent());
         EXPECT_TRUE(sync->checkMetaDataFiles(false)->isTakenIn);

@@ -61,6 +61,7 @@ TEST_F(VXWebRequestTest, WhatIsNoWebURLCanNotBeStarted)
                             QUrl(u"mailto:jane@example.org"_s)}) {
         const auto connection = VXWebConnection::create();
         connection->setDelegate(delegate);
+        connection->setError({}); // of none that runs
         connection->requestURL(url);
         EXPECT_THROW(connection->requestURL(server.url(u"/form"_s)), VXAssertionException); // it runs
         ASSERT_TRUE(told(++calls));

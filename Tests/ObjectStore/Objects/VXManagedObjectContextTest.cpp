@@ -287,6 +287,7 @@ TEST_P(VXManagedObjectContextTest, PermanentIDsCanBeHadBeforeSaving)
     EXPECT_EQ(names(fetch(request(u"Call"_s, u"caller.name == 'Jane'"_s))), u"c"_s);
     const VXManagedObjectID objectID = jane->objectID();
     save();
+    EXPECT_TRUE(context.obtainPermanentIDs({jane, nullptr}, &error));
     EXPECT_EQ(jane->objectID(), objectID);
     EXPECT_EQ(other.existingObjectWithID(objectID)->valueForKey(u"name"_s), u"Jane"_s);
 }

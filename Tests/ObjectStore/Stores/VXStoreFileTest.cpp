@@ -3,6 +3,7 @@
 #include "VXTestSQL.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QSize>
 
 #include <array>
 #include <atomic>
@@ -354,6 +355,15 @@ TEST_P(VXStoreFileTest, AFileMovedOverAnOpenStoreDoesNotGetItsLog)
     store.reset();
     EXPECT_EQ(count(*open(u"a"_s)), 1);
     EXPECT_EQ(count(*open(u"aside"_s)), 2) << "what was saved goes with the file";
+}
+
+TEST_P(VXStoreFileTest, WhatNoPropertyListHoldsIsNotSaved)
+{
+    const auto store = open(u"a"_s);
+    VXRowSaver saver(*store);
+    saver.add(u"Item"_s, {{u"list"_s, QSize(1, 1)}});
+    EXPECT_FALSE(saver.saveAndCommit());
+    EXPECT_TRUE(saver.error);
 }
 
 TEST_P(VXStoreFileTest, BrokenReferencesAreToldAndMended)

@@ -6,40 +6,28 @@ import json
 import os
 import subprocess
 import sys
-import tempfile
 import unittest
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, FOLDER + '/../../Support')
+from home_session import HomeSession
+
 VORNIX, SHIM = sys.argv[1:3]
 
 
-class ProgramTest(unittest.TestCase):
+class ProgramTest(HomeSession):
     maxDiff = None
 
     def setUp(self):
-        home = tempfile.TemporaryDirectory()
-        self.addCleanup(home.cleanup)
-        self.home = home.name
+        super().setUp()
         os.mkdir(self.home + '/sockets')
         address = 'unix:path=%s/bus' % self.home
-        self.environment = dict(os.environ, HOME=self.home, XDG_CACHE_HOME=self.home + '/cache', LC_ALL='C.UTF-8',
-                                DBUS_SESSION_BUS_ADDRESS=address, DBUS_SYSTEM_BUS_ADDRESS=address,
-                                VX_PHONE_SOCKETS=self.home + '/sockets')
+        self.environment.update(XDG_CACHE_HOME=self.home + '/cache', VX_PHONE_SOCKETS=self.home + '/sockets',
+                                DBUS_SESSION_BUS_ADDRESS=address, DBUS_SYSTEM_BUS_ADDRESS=address)
         self.start(['dbus-daemon', '--session', '--nofork', '--print-address=1', '--address=' + address]).stdout.readline()
         self.start(['/usr/bin/python3', '-B', FOLDER + '/phone.py']).stdout.readline()
         self.start(['/usr/libexec/bluetooth/obexd', '-n'], LD_PRELOAD=SHIM)
         self.await_service('org.bluez.obex')
-
-    def start(self, command, **more):
-        process = subprocess.Popen(command, env=dict(self.environment, **more), stdout=subprocess.PIPE,
-                                   stderr=subprocess.DEVNULL, text=True)
-
-        def end():
-            process.terminate()
-            process.wait()
-            process.stdout.close()
-        self.addCleanup(end)
-        return process
 
     def gdbus(self, *arguments):
         return subprocess.run(['gdbus', *arguments], env=self.environment, capture_output=True, text=True).stdout

@@ -82,6 +82,7 @@ TEST_F(VXContactCompletionTest, BeginningsOfAnyWordAreFound)
         {u"田中太郎"_s, {tanaka}},
         {u"中"_s, {tanaka}},
         {u"oneill"_s, {oneill}},
+        {u"o-neill"_s, {oneill}},
         {u"soren o'n"_s, {oneill}},
         {u"annemar"_s, all},
         {u"anne 0171"_s, all},               // whose name it is, has all offered

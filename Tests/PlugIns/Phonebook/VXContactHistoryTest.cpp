@@ -110,6 +110,7 @@ TEST_F(VXContactHistoryTest, DuplicatesBecomeOneAndTwoAgain)
     ASSERT_TRUE(duplicates.merge(*found, &error)) << error.description().toStdString();
     EXPECT_EQ(contacts(), (QStringList{u"Doe Jane|Mill|5550100|555 0177|J@example.org"_s, u"Jim||555 0100"_s}));
     EXPECT_EQ(duplicates.find()->size(), 0);
+    EXPECT_TRUE(duplicates.merge({}, &error));
     EXPECT_EQ(undo(), u"0 1 3 "_s);
     EXPECT_EQ(contacts(), before);
     EXPECT_EQ(countOf(u"VXContactChange"_s), 0);

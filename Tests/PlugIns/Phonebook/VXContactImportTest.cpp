@@ -1,5 +1,6 @@
 #include "VXContactImportTest.h"
 #include "VXCardWriter.h"
+#include "VXContactMatch.h"
 #include "VXContactWriter.h"
 #include "VXErrorDomain.h"
 
@@ -235,6 +236,22 @@ TEST_F(VXContactImportTest, TheWholeNameIsKeptWhileTheNameIs)
         ASSERT_TRUE(context.save());
         EXPECT_EQ(exported(), fullName);
     }
+}
+
+TEST_F(VXContactImportTest, AContactIsNotMetUnderANameThatItHad)
+{
+    import(jane);
+    VXManagedObjectContext context(store);
+    const VXManagedObjectPtr person = all(context).first();
+    VXContactRecord former(QVariant::fromValue(person));
+    former.uid.clear();
+    VXContactRecord now = former;
+    now.firstName = u"Janet"_s;
+    VXContactMatch match(context);
+    match.add({person, former});
+    EXPECT_TRUE(match.find(former));
+    match.add({person, now});
+    EXPECT_TRUE(match.find(now) && !match.find(former));
 }
 
 TEST_F(VXContactImportTest, ParametersThatNobodyKnowsSurvive)
