@@ -112,6 +112,7 @@ std::optional<VXMetaDataReport> VXMetaDataSync::checkMetaDataFiles(bool repairs,
     const VXEntityDescription *const entity = _persistentStoreCoordinator->model().entityForName(_entityName);
     VXAssert(entity != nullptr, "there is no entity "_L1 + _entityName);
     const VXError problem = _mirror.folder().open();
+    const VXFileLock waiting(_mirror.folder().waitingPath(), 0ms, VXFileLock::Mode::Shared);
     const VXFileLock turn(_mirror.folder().lockPath(), longestTurn);
     if (problem || !turn.isHeld()) {
         VXSetError(error,
