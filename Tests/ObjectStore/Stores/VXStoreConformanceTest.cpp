@@ -172,6 +172,7 @@ TEST_P(VXStoreConformanceTest, FindsWhatPredicatesDescribe)
     const std::tuple<QString, QVariantList, QVariantList> cases[] = {
         {u"age > 30"_s, {}, {u"Jane"_s}},
         {u"name ==[d] 'zoe' OR name == NULL"_s, {}, {u"zoë"_s, QVariant()}},
+        {u"name LIKE '*'"_s, {}, {u"Jane"_s, u"zoë"_s}}, // as no name is no text
         {u"SELF == %@"_s, {janeID}, {u"Jane"_s}},
         {u"SELF IN %@"_s, {QVariant(QVariantList{QVariant::fromValue(zoe), janeID})}, {u"Jane"_s, u"zoë"_s}},
         {u"NOT SELF IN {%@, %@}"_s, {janeID, QVariant::fromValue(VXManagedObjectID())}, {u"zoë"_s, QVariant()}},

@@ -249,9 +249,9 @@ TEST_F(VXContactImportTest, AContactIsNotMetUnderANameThatItHad)
     now.firstName = u"Janet"_s;
     VXContactMatch match(context);
     match.add({person, former});
-    EXPECT_TRUE(match.find(former));
+    EXPECT_TRUE(match.find(VXContactKeys(former)));
     match.add({person, now});
-    EXPECT_TRUE(match.find(now) && !match.find(former));
+    EXPECT_TRUE(match.find(VXContactKeys(now)) && !match.find(VXContactKeys(former)));
 }
 
 TEST_F(VXContactImportTest, ParametersThatNobodyKnowsSurvive)
