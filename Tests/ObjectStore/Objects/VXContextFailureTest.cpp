@@ -158,6 +158,13 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
         {"to-many, its objects", Call::Row,
          [](const Object &person) { person->setValueForKey(QVariantList(), u"calls"_s); }},
         {"deletion, objects of a cascade", Call::Row, [this](const Object &person) { here->deleteObject(person); }},
+        {"deletion, what its cascade leads to", Call::None,
+         [this](const Object &person) {
+             for (const VXRelationshipDescription *const each : person->entity().relationships())
+                 static_cast<void>(person->valueForKey(each->name()));
+             broken->failing = Call::Related;
+             here->deleteObject(person);
+         }},
         {"one taken out", Call::Row,
          [&](const Object &person) { person->removeRelated(calls, here->objectWithID(call->objectID())); }},
         {"pair", Call::Row,
@@ -182,6 +189,7 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
         error = {};
         EXPECT_FALSE(here->save(&error));
         EXPECT_TRUE(error.localizedRecoverySuggestion().contains(u"broken"_s)) << error.description().toStdString();
+        EXPECT_FALSE(here->hasChanges());
         EXPECT_TRUE(here->save(&error)) << error.description().toStdString();
         other.reset();
         EXPECT_EQ(all(u"Person"_s, u"friends.@count == 1"_s), u"Jane Zoë"_s);
