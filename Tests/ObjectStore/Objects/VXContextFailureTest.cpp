@@ -198,6 +198,18 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
     }
 }
 
+TEST_P(VXContextFailureTest, AChangeLostDuringASaveFailsThatOne)
+{
+    here->existingObjectWithID(jane->objectID())->setValueForKey(7, u"age"_s);
+    QObject observer;
+    const auto change = [this](const VXNotification &) { here->deleteObject(here->objectWithID(call->objectID())); };
+    VXNotificationCenter::defaultCenter().addObserver(&observer, VXManagedObjectContextWillSaveNotification, change,
+                                                      QVariant::fromValue(here.get()));
+    broken->failing = Call::Row;
+    EXPECT_FALSE(here->save(&error));
+    EXPECT_TRUE(error.localizedRecoverySuggestion().contains(u"broken"_s)) << error.description().toStdString();
+}
+
 // The store that was saved keeps it; saving again saves the rest, and nothing twice.
 TEST_P(VXContextFailureTest, ASaveInPartIsFinishedByTheNext)
 {
