@@ -83,9 +83,10 @@ QString textOf(const QVariant &value)
 class Side
 {
 public:
-    /** `comparison`: how the property compares with this side. */
-    Side(const QStringList &keys, const VXEntityPath &path, const VXPredicate &predicate, Operator comparison)
-        : _name(keys.join(u'.')), _path(path), _predicate(predicate), _comparison(comparison)
+    /** `comparison`: how the property compares with this side. `mustHold`: for some value at least. */
+    Side(const QStringList &keys, const VXEntityPath &path, const VXPredicate &predicate, Operator comparison,
+         bool mustHold)
+        : _name(keys.join(u'.')), _path(path), _predicate(predicate), _comparison(comparison), _mustHold(mustHold)
     {
     }
 
@@ -119,11 +120,11 @@ private:
         return attribute == nullptr ? std::nullopt : VXNumberRange::ofType(attribute->type());
     }
 
-    // ALL holds for no values at all, NONE for numbers that there cannot be.
+    bool comparesLists() const { return _path.isToMany && _predicate.modifier() == Modifier::Direct; }
+
     bool canHold(const QVariant &value, QString *problem) const
     {
-        const bool isAsked = _predicate.modifier() == Modifier::Direct || _predicate.modifier() == Modifier::Any;
-        const std::optional<VXNumberRange> range = isAsked ? rangeOfPath() : std::nullopt;
+        const std::optional<VXNumberRange> range = _mustHold && !comparesLists() ? rangeOfPath() : std::nullopt;
         if (!range || range->canBe(_comparison, value))
             return true;
         *problem = u"%1 never holds: \"%2\" is a whole number from %3 to %4"_s.arg(
@@ -142,8 +143,7 @@ private:
             return isObject ? std::optional(value) : std::nullopt;
         }
         const VXAttributeType type = attribute == nullptr ? VXAttributeType::Integer64 : attribute->type();
-        const bool comparesLists = _path.isToMany && _predicate.modifier() == Modifier::Direct;
-        const bool comparesTexts = isTextOperator(_comparison) && !comparesLists;
+        const bool comparesTexts = isTextOperator(_comparison) && !comparesLists();
         if (comparesTexts && type != VXAttributeType::String && type != VXAttributeType::PropertyList) {
             *problem = u"\"%1\" is of the type %2, and no text"_s.arg(_name, VXAttributeTypeName(type));
             return std::nullopt;
@@ -158,24 +158,33 @@ private:
     const VXEntityPath &_path;
     const VXPredicate &_predicate;
     const Operator _comparison;
+    const bool _mustHold;
 };
 
+// Whether a path to many values may equal it: another list, or none, as where the path ends before it.
+bool mayBeMany(const VXExpression &expression)
+{
+    return expression.kind() == Kind::Variable || expression.kind() == Kind::Aggregate ||
+           (expression.kind() == Kind::Constant && (VXIsNone(expression.value()) || isList(expression.value())));
+}
+
 // What is wrong with a comparison whatever the types are; null for nothing.
-QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath, const VXEntityPath &rightPath)
+QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath, const VXEntityPath &rightPath,
+                      bool mustHold)
 {
     const Operator comparison = predicate.comparisonOperator();
     const VXExpression &right = predicate.right();
     const bool isConstant = right.kind() == Kind::Constant;
     const bool isLeftList = leftPath.isToMany && predicate.modifier() == Modifier::Direct;
-    // A list may equal another one, and is none where the path ends before it.
-    const bool canEqual = (comparison == Operator::Equal || comparison == Operator::NotEqual) && isConstant &&
-                          (VXIsNone(right.value()) || isList(right.value()));
-    const bool isLeftMistaken = isLeftList && !rightPath.isToMany && comparison != Operator::Contains && !canEqual;
-    if (isLeftMistaken || (rightPath.isToMany && !isLeftList && comparison != Operator::In))
+    const bool isEquality = comparison == Operator::Equal || comparison == Operator::NotEqual;
+    const bool isLeftMistaken =
+        isLeftList && !rightPath.isToMany && comparison != Operator::Contains && !(isEquality && mayBeMany(right));
+    const bool isRightMistaken =
+        rightPath.isToMany && !isLeftList && comparison != Operator::In && !(isEquality && mayBeMany(predicate.left()));
+    if (isLeftMistaken || isRightMistaken)
         return u"\"%1\" leads to many values: write it first, after ANY, ALL or NONE"_s.arg(
             (isLeftMistaken ? predicate.left() : right).keys().join(u'.'));
-    const bool isHeld = predicate.modifier() == Modifier::Direct || predicate.modifier() == Modifier::Any;
-    if (isHeld && isConstant && VXIsNone(right.value()) && (isOrdering(comparison) || isTextOperator(comparison)) &&
+    if (mustHold && isConstant && VXIsNone(right.value()) && (isOrdering(comparison) || isTextOperator(comparison)) &&
         !(isLeftList && comparison == Operator::Contains))
         return u"%1 never holds: no value is neither less nor greater, and no part of a text"_s.arg(
             predicate.predicateFormat());
@@ -188,7 +197,8 @@ QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath
     const QVariantList bounds = isList(right.value()) ? right.value().toList() : QVariantList();
     if (bounds.size() + right.elements().size() != 2)
         return u"BETWEEN takes two values, as {1, 2}: %1 is something else"_s.arg(right.format());
-    const bool isReversed = !bounds.isEmpty() && bounds[0].typeId() != QMetaType::QString && // texts may be converted
+    const bool isReversed = mustHold && !bounds.isEmpty() &&
+                            bounds[0].typeId() != QMetaType::QString && // texts may be converted
                             VXCompareValues(bounds[0], bounds[1]) > 0;
     return isReversed ? u"BETWEEN takes the lesser value first: %1 never holds"_s.arg(right.format()) : QString();
 }
@@ -205,24 +215,53 @@ std::optional<VXEntityPath> pathOf(const VXExpression &expression, const VXEntit
 }
 
 std::optional<VXPredicate> comparisonFor(const VXPredicate &predicate, const VXEntityDescription &entity,
-                                         QString *problem)
+                                         bool isNegated, QString *problem)
 {
+    // ALL holds for no values at all; NONE and NOT hold for what there cannot be.
+    const bool mustHold =
+        !isNegated && (predicate.modifier() == Modifier::Direct || predicate.modifier() == Modifier::Any);
     const std::optional<VXEntityPath> leftPath = pathOf(predicate.left(), entity, problem);
     const std::optional<VXEntityPath> rightPath = leftPath ? pathOf(predicate.right(), entity, problem) : std::nullopt;
     if (!rightPath)
         return std::nullopt;
-    if (const QString mistake = problemOfForm(predicate, *leftPath, *rightPath); !mistake.isNull()) {
+    if (const QString mistake = problemOfForm(predicate, *leftPath, *rightPath, mustHold); !mistake.isNull()) {
         *problem = mistake;
         return std::nullopt;
     }
     const Operator comparison = predicate.comparisonOperator();
-    const Side ofLeft(predicate.left().keys(), *leftPath, predicate, comparison);
-    const Side ofRight(predicate.right().keys(), *rightPath, predicate, VXMirrored(comparison));
+    const Side ofLeft(predicate.left().keys(), *leftPath, predicate, comparison, mustHold);
+    const Side ofRight(predicate.right().keys(), *rightPath, predicate, VXMirrored(comparison), mustHold);
     const std::optional<VXExpression> right = ofLeft.fit(predicate.right(), problem);
     const std::optional<VXExpression> left = right ? ofRight.fit(predicate.left(), problem) : std::nullopt;
     if (!left)
         return std::nullopt;
     return VXPredicate::comparison(*left, comparison, *right, predicate.options(), predicate.modifier());
+}
+
+std::optional<VXPredicate> predicateFor(const VXPredicate &predicate, const VXEntityDescription &entity, bool isNegated,
+                                        QString *problem)
+{
+    using PredicateKind = VXPredicate::Kind;
+    if (predicate.kind() == PredicateKind::Comparison)
+        return comparisonFor(predicate, entity, isNegated, problem);
+    const bool arePartsNegated = isNegated != (predicate.kind() == PredicateKind::Not);
+    QList<VXPredicate> parts;
+    for (const VXPredicate &part : predicate.subpredicates()) {
+        const std::optional<VXPredicate> made = predicateFor(part, entity, arePartsNegated, problem);
+        if (!made)
+            return std::nullopt;
+        parts.append(*made);
+    }
+    switch (predicate.kind()) {
+    case PredicateKind::And:
+        return VXPredicate::allOf(parts);
+    case PredicateKind::Or:
+        return VXPredicate::anyOf(parts);
+    case PredicateKind::Not:
+        return VXPredicate::negationOf(parts.constFirst());
+    default:
+        return predicate;
+    }
 }
 
 } // namespace
@@ -273,24 +312,5 @@ QString VXSortProblem(const QList<VXSortDescriptor> &order, const VXEntityDescri
 std::optional<VXPredicate> VXPredicateForEntity(const VXPredicate &predicate, const VXEntityDescription &entity,
                                                 QString *problem)
 {
-    using PredicateKind = VXPredicate::Kind;
-    if (predicate.kind() == PredicateKind::Comparison)
-        return comparisonFor(predicate, entity, problem);
-    QList<VXPredicate> parts;
-    for (const VXPredicate &part : predicate.subpredicates()) {
-        const std::optional<VXPredicate> made = VXPredicateForEntity(part, entity, problem);
-        if (!made)
-            return std::nullopt;
-        parts.append(*made);
-    }
-    switch (predicate.kind()) {
-    case PredicateKind::And:
-        return VXPredicate::allOf(parts);
-    case PredicateKind::Or:
-        return VXPredicate::anyOf(parts);
-    case PredicateKind::Not:
-        return VXPredicate::negationOf(parts.constFirst());
-    default:
-        return predicate;
-    }
+    return predicateFor(predicate, entity, false, problem);
 }

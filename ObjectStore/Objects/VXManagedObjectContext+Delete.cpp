@@ -2,6 +2,8 @@
 
 #include "VXException.h"
 
+#include <unordered_map>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -23,33 +25,52 @@ bool concernsOthers(const VXManagedObject &deleted, const VXRelationshipDescript
     return deleted.isInserted() || !isLeft;
 }
 
+QList<VXManagedObjectPtr> ledBy(const VXManagedObject &object, const VXRelationshipDescription &relationship)
+{
+    const int index = relationship.index();
+    return relationship.isToMany() ? object.relatedObjects(index) : QList{object.related(index)};
+}
+
 } // namespace
 
-// Iterative, since chains of cascades may be long.
+// Whole or not at all: whatever the delete rules are about is read, and held, before the first of them is applied. Iterative,
+// since chains of cascades may be long.
 void VXManagedObjectContext::deleteObject(const VXManagedObjectPtr &object)
 {
     VXAssert(object && object->_context == this, u"an object can be deleted in its own context only"_s);
+    std::unordered_map<const VXManagedObject *, std::vector<Led>> read;
     QList<ObjectPtr> doomed{object};
     while (!doomed.isEmpty()) {
         const ObjectPtr next = doomed.takeLast();
-        if (next->_context == nullptr || next->isDeleted())
+        if (!next || next->_context == nullptr || next->isDeleted() || read.contains(next.get()))
             continue;
         VXError error;
         if (next->isFault() && !readFault(*next, &error)) {
             if (error)
-                noteLostChange(*next, error);
-            else // it is gone already
-                forget(next);
+                return noteLostChange(*next, error);
+            forget(next); // it is gone already
             continue;
         }
-        const std::optional<std::vector<Led>> led = readLed(next);
+        std::optional<std::vector<Led>> led = readLed(next);
         if (!led)
+            return;
+        for (const Led &each : *led) {
+            if (isCascade(each.relationship))
+                doomed.append(each.others);
+        }
+        read.emplace(next.get(), *std::move(led));
+    }
+    doomed = {object};
+    while (!doomed.isEmpty()) {
+        const ObjectPtr next = doomed.takeLast();
+        const auto led = read.find(next.get());
+        if (led == read.end() || next->_context == nullptr || next->isDeleted())
             continue;
         const bool isNew = next->isInserted();
         if (!isNew)
             setState(*next, State::Deleted);
-        for (const Led &each : *led)
-            applyDeleteRule(next, each, doomed);
+        for (const Led &each : led->second) // what it leads to by now: others may be deleted already
+            applyDeleteRule(next, {each.relationship, ledBy(*next, each.relationship)}, doomed);
         if (isNew) {
             noteForObservers(*next);
             forget(next);
@@ -65,9 +86,7 @@ std::optional<std::vector<VXManagedObjectContext::Led>> VXManagedObjectContext::
             continue;
         if (!object->canReadRelated(*relationship))
             return std::nullopt;
-        const int index = relationship->index();
-        const Led led{*relationship,
-                      relationship->isToMany() ? object->relatedObjects(index) : QList{object->related(index)}};
+        const Led led{*relationship, ledBy(*object, *relationship)};
         const bool areChanged = isCascade(*relationship) || !relationship->inverse()->isToMany();
         if (areChanged && !canReadToChange(led.others, *object))
             return std::nullopt;

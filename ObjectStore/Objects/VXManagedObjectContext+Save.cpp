@@ -77,40 +77,34 @@ void VXManagedObjectContext::Save::callWillSave()
     }
 }
 
-// What has changed since they were last taken is asked before the save, and validated. A hook that validates may change the
-// context itself, or save it: then all are validated again. After some rounds what hooks still change is saved as it is, and
-// what they still make is left to the next save.
+// What has changed since they were last taken is asked before the save, and validated. Observers and hooks that validate may
+// change the context themselves, or save it: then what is new is asked too, and all are validated again.
 bool VXManagedObjectContext::Save::takeChanges(VXError *error)
 {
     constexpr int mostRounds = 10;
-    for (int round = 0; round < mostRounds && _taken != _context._changeCount; ++round) {
+    for (int round = 0; _taken != _context._changeCount; ++round) {
+        if (round == mostRounds) {
+            VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::Validation, u"The objects cannot be saved."_s,
+                                                 u"Hooks or observers change the objects without end."_s));
+            return false;
+        }
         callWillSave();
+        const quint64 asked = _context._changeCount;
         _context.processPendingChanges();
         if (const VXError lost = std::exchange(_context._lostChange, {})) {
             VXSetError(error, lost);
             return false;
         }
-        _taken = _context._changeCount;
+        if (_context._changeCount != asked)
+            continue;
+        _taken = asked;
         _inserted = _context._inserted.objects();
         _updated = _context._updated.objects();
         _deleted = _context._deleted.objects();
         if (!validate(error))
             return false;
     }
-    if (_taken != _context._changeCount)
-        leaveOutForgotten();
     return true;
-}
-
-void VXManagedObjectContext::Save::leaveOutForgotten()
-{
-    const auto leaveOut = [this](QList<ObjectPtr> *objects, VXManagedObject::State state) {
-        objects->removeIf(
-            [&](const ObjectPtr &object) { return object->_context != &_context || object->_state != state; });
-    };
-    leaveOut(&_inserted, State::Inserted);
-    leaveOut(&_updated, State::Updated);
-    leaveOut(&_deleted, State::Deleted);
 }
 
 bool VXManagedObjectContext::Save::validate(VXError *error) const

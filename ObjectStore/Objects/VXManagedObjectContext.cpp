@@ -195,6 +195,7 @@ void VXManagedObjectContext::noteLostChange(const VXManagedObject &object, const
     const QString reason = u"%1 cannot be changed or deleted, as it cannot be read: %2"_s.arg(
         object.objectID().uriRepresentation().toString(), problem.description());
     VXReportDiagnostic(3, reason);
+    ++_changeCount; // so that a save whose hook wanted it looks
     if (!_lostChange)
         _lostChange = {
             problem.domain(), problem.code(),

@@ -44,7 +44,6 @@ private:
     void callWillSave();
     bool takeChanges(VXError *error);
     bool validate(VXError *error) const;
-    void leaveOutForgotten();
     bool build(VXError *error);
     Part *partFor(const ObjectID &objectID, VXError *error);
     static VXStoreRow::Ptr rowOf(const VXManagedObject &object);

@@ -1,5 +1,7 @@
 #include "VXPersistentStore.h"
 
+#include "VXPropertyList.h"
+
 #include <QtCore/QSet>
 #include <QtCore/QUuid>
 
@@ -22,6 +24,15 @@ QVariantMap hashesOf(const VXManagedObjectModel &model)
     for (auto hash = model.entityVersionHashes().cbegin(); hash != model.entityVersionHashes().cend(); ++hash)
         hashes.insert(hash.key(), hash.value());
     return hashes;
+}
+
+// By what a file would hold: 1, 1.0 and true differ.
+bool isStoredAlike(const QVariant &a, const QVariant &b)
+{
+    const auto stored = [](const QVariant &value) {
+        return VXPropertyList::toData(value, VXPropertyList::Format::Binary);
+    };
+    return a.isValid() == b.isValid() && stored(a) == stored(b);
 }
 
 /** The open stores of this process. */
@@ -103,7 +114,7 @@ void VXPersistentStore::noteChanges(const QVariantMap &changes)
     const QVariantMap present = changedMetadata(_storedMetadata, _unsavedMetadata);
     const QVariantMap wanted = withOwnEntries(changedMetadata(present, changes));
     for (const QString &key : changes.keys()) {
-        if (wanted.value(key) != present.value(key))
+        if (!isStoredAlike(wanted.value(key), present.value(key)))
             _unsavedMetadata.insert(key, wanted.value(key));
     }
 }

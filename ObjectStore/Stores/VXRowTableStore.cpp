@@ -1,5 +1,6 @@
 #include "VXRowTableStore.h"
 
+#include "VXPropertyList.h"
 #include "VXRowFetch.h"
 
 using namespace Qt::StringLiterals;
@@ -153,6 +154,10 @@ qint64 VXRowTableStore::takeNumbers(const VXEntityDescription &root, qint64 coun
 std::unique_ptr<VXStoreTransaction> VXRowTableStore::save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                           VXError *error)
 {
+    // What no file could hold is refused here too.
+    if (request.metadata &&
+        VXPropertyList::toData(changedMetadata({}, *request.metadata), VXPropertyList::Format::Binary, error).isNull())
+        return nullptr;
     return saveInTurn(waitForTurn(), request, conflicts, error);
 }
 

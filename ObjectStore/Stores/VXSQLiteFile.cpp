@@ -116,7 +116,8 @@ bool removeLogs(const QString &path, VXError *error)
         const bool isOurs = isLog(log);
         if (isOurs && (::unlink(name.constData()) == 0 || errno == ENOENT))
             continue;
-        const QString reason = isOurs ? qt_error_string() : u"it is no log of SQLite"_s;
+        const QString reason =
+            isOurs ? qt_error_string() : u"it is no log of SQLite, or what a crash left of one; move it away"_s;
         VXSetError(error, VXStoreWriteError(path, u"\"%1\", which lies there already, cannot be removed: %2"_s.arg(
                                                       QFileInfo(log).fileName(), reason)));
         return false;

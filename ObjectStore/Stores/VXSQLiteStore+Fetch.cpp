@@ -85,10 +85,10 @@ QString columns(const VXSQLiteRowLayout &layout, Wanted wanted)
                                    : u"COUNT(*)"_s;
 }
 
-// Whether SQLite may have to sort the rows; if it does not decide everything, the caller sorts.
-bool isOrdered(const VXFetchRequest &request, bool isExact)
+// Whether SQLite may have to sort the rows; if it does not decide everything, only by number: the caller sorts those.
+bool isOrdered(const VXFetchRequest &request)
 {
-    return isExact && (!request.sortDescriptors.isEmpty() || request.isCut());
+    return !request.sortDescriptors.isEmpty() || request.isCut();
 }
 
 // Whether an index has the rows in their order, so that the first ones are found without sorting all.
@@ -141,8 +141,7 @@ VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request, VXSQLit
         if (values && made.isExact && made.values.size() == values->size())
             _queries.keep(request, wanted, made.sql, *values, made.values);
     }
-    made.handsOver =
-        wanted == Wanted::Rows && layout(request.entity()).canHandOver() && !isOrdered(request, made.isExact);
+    made.handsOver = wanted == Wanted::Rows && layout(request.entity()).canHandOver() && !isOrdered(request);
     if (made.isExact && wanted != Wanted::Count && request.isCut())
         made.values.append({request.limit > 0 ? qlonglong(request.limit) : -1LL, qlonglong(request.offset)});
     return made;
@@ -165,19 +164,21 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
         conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));
     made.values = predicate.values();
     const VXSQLiteRowLayout &rows = layout(request.entity());
-    made.handsOver = wanted == Wanted::Rows && rows.canHandOver() && !isOrdered(request, made.isExact);
+    made.handsOver = wanted == Wanted::Rows && rows.canHandOver() && !isOrdered(request);
     made.sql = u"SELECT %1 FROM %2 t0"_s.arg(made.handsOver ? rows.handedColumns(int(made.values.size()) + 1)
                                                             : columns(rows, wanted),
                                              VXSQLiteSchema::table(request.entity()));
     if (!conditions.isEmpty())
         made.sql += " WHERE "_L1 + conditions.join(" AND "_L1);
-    if (!made.isExact || wanted == Wanted::Count)
+    if (wanted == Wanted::Count)
         return made;
-    if (isOrdered(request, made.isExact)) { // the number comes last, so that pages of a result never overlap
+    if (!made.isExact)
+        terms.clear();
+    if (isOrdered(request)) { // the number comes last, so that pages of a result never overlap
         terms.append(u"t0.Z_PK"_s);
         made.sql += " ORDER BY "_L1 + terms.join(", "_L1);
     }
-    if (request.isCut()) {
+    if (made.isExact && request.isCut()) {
         const qsizetype next = made.values.size() + 1;
         made.sql += u" LIMIT ?%1 OFFSET ?%2"_s.arg(next).arg(next + 1);
     }

@@ -84,12 +84,13 @@ public:
         const std::optional<QList<Span>> spans = findSpans();
         bool isDone = spans && add(u"t0.%1 IS NULL"_s.arg(_column), u"t0.Z_PK"_s, {});
         const QString order = u"t0.%1 COLLATE VXTEXT, t0.Z_PK"_s.arg(_column);
-        for (qsizetype at = 0; isDone && at < spans->size() && room() > 0; ++at) {
+        for (qsizetype at = 0; isDone && at < spans->size(); ++at) {
             const Span &span = spans->at(at);
-            const bool isLast = span.behind.isNull();
-            isDone = add((isLast ? u"t0.%1 >= ?2"_s : u"t0.%1 >= ?2 AND t0.%1 < ?3"_s).arg(_column), order, span);
+            const QString end = span.behind.isNull() ? u"X''"_s : u"?3"_s;
+            isDone = add(u"t0.%1 >= ?2 AND t0.%1 < %2"_s.arg(_column, end), order, span);
         }
-        if (!isDone)
+        if (!isDone ||
+            !add(u"t0.%1 >= X''"_s.arg(_column), order, {})) // data, which another program may have put there
             return std::nullopt;
         return _found.mid(std::min(_request.offset, _found.size()));
     }
@@ -97,11 +98,12 @@ public:
 private:
     qsizetype room() const { return _request.offset + _request.limit - _found.size(); }
 
-    // In the order of texts, whose first unit decides before all else.
+    // In the order of texts, whose first unit decides before all else. All texts are less than any data.
     std::optional<QList<Span>> findSpans()
     {
         VXSQLiteStatement statement = _connection.statement(
-            u"SELECT t0.%1 FROM %2 t0 WHERE t0.%1 >= ?1 ORDER BY t0.%1 LIMIT 1"_s.arg(_column, _table), nullptr);
+            u"SELECT t0.%1 FROM %2 t0 WHERE t0.%1 >= ?1 AND t0.%1 < X'' ORDER BY t0.%1 LIMIT 1"_s.arg(_column, _table),
+            nullptr);
         QList<Span> spans;
         for (QString from = u""_s; statement && !from.isNull(); from = spans.constLast().behind) {
             statement.bindText(1, from);
@@ -110,7 +112,10 @@ private:
                 break;
             if (at == Step::Failed)
                 return std::nullopt;
-            spans.append(Span::with(statement.value(0).text()));
+            const QStringView text = statement.value(0).text();
+            if (text.isEmpty() && !from.isEmpty()) // half a unit, as in a damaged file: the search would begin again
+                return std::nullopt;
+            spans.append(Span::with(text));
             statement.reset();
         }
         if (!statement)
@@ -121,6 +126,8 @@ private:
 
     bool add(const QString &condition, const QString &order, const Span &span)
     {
+        if (room() == 0)
+            return true;
         // All are of one entity: to read it from the table would take longer than all else.
         const QString sql = u"SELECT t0.Z_PK, %1 FROM %2 t0 WHERE %3 ORDER BY %4 LIMIT ?1"_s.arg(
             QString::number(_store._schema.entityNumber(_request.entity())), _table, condition, order);

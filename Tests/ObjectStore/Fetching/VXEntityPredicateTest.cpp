@@ -59,6 +59,10 @@ TEST_F(VXEntityPredicateTest, TextsAreReadAsWhatTheyAreComparedWith)
          u"caller.calls == NULL AND caller.calls.number CONTAINS \"5\""_s},
         {u"number MATCHES $X AND '5' IN caller.calls.number"_s,
          u"number MATCHES $X AND \"5\" IN caller.calls.number"_s},
+        {u"{1, '2'} == caller.calls.day AND caller.calls.day == $X AND caller.calls.day != {1, $Y}"_s,
+         u"{1, 2} == caller.calls.day AND caller.calls.day == $X AND caller.calls.day != {1, $Y}"_s},
+        {u"NOT day == 70000 AND NONE caller.calls.day BETWEEN {5, 1}"_s,
+         u"NOT day == 70000 AND NONE caller.calls.day BETWEEN {5, 1}"_s},
         {u"TRUEPREDICATE"_s, u"TRUEPREDICATE"_s},
     };
     for (const auto &[text, expected] : rows)

@@ -158,6 +158,13 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
         {"to-many, its objects", Call::Row,
          [](const Object &person) { person->setValueForKey(QVariantList(), u"calls"_s); }},
         {"deletion, objects of a cascade", Call::Row, [this](const Object &person) { here->deleteObject(person); }},
+        {"deletion, what its cascade leads to", Call::None,
+         [this](const Object &person) {
+             for (const VXRelationshipDescription *const each : person->entity().relationships())
+                 static_cast<void>(person->valueForKey(each->name()));
+             broken->failing = Call::Related;
+             here->deleteObject(person);
+         }},
         {"one taken out", Call::Row,
          [&](const Object &person) { person->removeRelated(calls, here->objectWithID(call->objectID())); }},
         {"pair", Call::Row,
@@ -182,12 +189,25 @@ TEST_P(VXContextFailureTest, ARelationshipThatCannotBeReadStaysAsItIs)
         error = {};
         EXPECT_FALSE(here->save(&error));
         EXPECT_TRUE(error.localizedRecoverySuggestion().contains(u"broken"_s)) << error.description().toStdString();
+        EXPECT_FALSE(here->hasChanges());
         EXPECT_TRUE(here->save(&error)) << error.description().toStdString();
         other.reset();
         EXPECT_EQ(all(u"Person"_s, u"friends.@count == 1"_s), u"Jane Zoë"_s);
         EXPECT_EQ(all(u"Call"_s, u"caller.name == 'Jane'"_s), u"c"_s);
         EXPECT_EQ(all(u"Passport"_s, u"holder.name == 'Zoë'"_s), u"p"_s);
     }
+}
+
+TEST_P(VXContextFailureTest, AChangeLostDuringASaveFailsThatOne)
+{
+    here->existingObjectWithID(jane->objectID())->setValueForKey(7, u"age"_s);
+    QObject observer;
+    const auto change = [this](const VXNotification &) { here->deleteObject(here->objectWithID(call->objectID())); };
+    VXNotificationCenter::defaultCenter().addObserver(&observer, VXManagedObjectContextWillSaveNotification, change,
+                                                      QVariant::fromValue(here.get()));
+    broken->failing = Call::Row;
+    EXPECT_FALSE(here->save(&error));
+    EXPECT_TRUE(error.localizedRecoverySuggestion().contains(u"broken"_s)) << error.description().toStdString();
 }
 
 // The store that was saved keeps it; saving again saves the rest, and nothing twice.

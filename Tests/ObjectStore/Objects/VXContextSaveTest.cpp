@@ -1,5 +1,7 @@
 #include "VXContextTest.h"
 
+#include <QtCore/QPoint>
+
 #include <array>
 
 using namespace Qt::StringLiterals;
@@ -175,6 +177,12 @@ TEST_P(VXContextSaveTest, MetadataIsSavedWithTheObjects)
     EXPECT_FALSE(context.hasChanges());
     save();
     EXPECT_FALSE(store->unsavedMetadata());
+    for (const QVariant &value : QVariantList{QPoint(), 1, true, 1.0, u"me"_s}) {
+        metadata.insert(u"owner"_s, value);
+        store->setMetadata(metadata);
+        EXPECT_TRUE(store->unsavedMetadata()) << value.typeName();
+        EXPECT_EQ(context.save(&error), value.typeId() != QMetaType::QPoint) << "which no property list holds";
+    }
     if (GetParam() == VXStoreType::InMemory)
         return;
     const QVariantMap read = VXPersistentStoreCoordinator::metadataForPersistentStore(GetParam(), path(u"store"_s));

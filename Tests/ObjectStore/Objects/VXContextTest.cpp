@@ -26,7 +26,9 @@ entity Person: Named (TestPerson) {
 }
 entity Employee: Person { attribute salary: double optional; }
 entity Phone: Named { relationship owner: Person optional inverse phones; }
-entity Call: Named { relationship caller: Person inverse calls; }
+entity Call: Named { relationship caller: Person inverse calls;
+                     relationship notes: Note[] optional inverse call delete cascade; }
+entity Note: Named { relationship call: Call optional inverse notes; }
 entity Group: Named { relationship members: Person[] optional inverse groups delete deny; }
 entity Passport: Named { relationship holder: Person optional inverse passport; }
 )";

@@ -187,25 +187,30 @@ TEST_P(VXManagedObjectTest, WhatAnObserverOfASaveChangesIsAskedAndValidated)
         void willSave() override { hookCalls.append(valueForKey(u"name"_s).toString()); }
     };
     VXManagedObjectClass::registerClass<Asked>(u"TestPerson"_s);
-    hookCalls.clear();
-    const Object jane = person(u"Jane"_s);
-    save();
-    jane->setValueForKey(1, u"age"_s);
-    QObject observer;
-    VXNotificationCenter::defaultCenter().addObserver(
-        &observer, VXManagedObjectContextWillSaveNotification,
-        [&](const VXNotification &) {
+    for (const VXNotificationName &heard :
+         {VXManagedObjectContextWillSaveNotification, VXManagedObjectContextObjectsDidChangeNotification}) {
+        hookCalls.clear();
+        const Object jane = person(u"Jane"_s);
+        save();
+        jane->setValueForKey(1, u"age"_s);
+        QObject observer;
+        bool isChanged = false;
+        const auto change = [&](const VXNotification &) {
+            if (std::exchange(isChanged, true))
+                return;
             person(u"late"_s);
             jane->setValueForKey({}, u"name"_s);
-        },
-        QVariant::fromValue(&context));
-    EXPECT_FALSE(context.save(&error));
+        };
+        VXNotificationCenter::defaultCenter().addObserver(&observer, heard, change, QVariant::fromValue(&context));
+        EXPECT_FALSE(context.save(&error));
+        EXPECT_EQ(hookCalls, (QStringList{u"Jane"_s, u"Jane"_s, u"late"_s}));
+        EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::MissingMandatoryProperty));
+        context.rollback();
+    }
     VXManagedObjectClass::removeClass(u"TestPerson"_s);
-    EXPECT_EQ(hookCalls, (QStringList{u"Jane"_s, u"Jane"_s, u"late"_s}));
-    EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::MissingMandatoryProperty));
 }
 
-TEST_P(VXManagedObjectTest, AHookThatReplacesObjectsWithoutEndLeavesNoneBehind)
+TEST_P(VXManagedObjectTest, AHookThatReplacesObjectsWithoutEndFailsTheSave)
 {
     class Replacing : public VXManagedObject
     {
@@ -218,8 +223,9 @@ TEST_P(VXManagedObjectTest, AHookThatReplacesObjectsWithoutEndLeavesNoneBehind)
     };
     VXManagedObjectClass::registerClass<Replacing>(u"TestPerson"_s);
     person(u"first"_s);
-    save();
+    EXPECT_FALSE(context.save(&error));
     VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_EQ(error.code(), int(VXObjectStoreErrorCode::Validation));
     EXPECT_EQ(context.insertedObjects().size(), 1);
     EXPECT_TRUE(fetch(other, request(u"Person"_s)).isEmpty());
 }

@@ -119,6 +119,7 @@ TEST_F(VXSQLiteStoreTest, TheFirstObjectsByAnIndexedTextAreThoseOfTheWholeOrder)
         saver.add(u"Note"_s, {{u"text"_s, value}, {u"plain"_s, value}});
     }
     ASSERT_TRUE(saver.saveAndCommit());
+    runSQL("UPDATE VX_NOTE SET text = x'6100', plain = x'6100' WHERE Z_PK IN (3, 9)"); // data come last
     VXFetchRequest request(*store->model().entityForName(u"Note"_s));
     const auto numbers = [&](const QString &key, qsizetype offset, qsizetype limit) {
         request.sortDescriptors = {{.key = key}};

@@ -322,6 +322,7 @@ TEST_P(VXStoreFileTest, WhatADeathLeftDoesNotMatter)
     for (const QString &name : {u"b-journal"_s, u"b-wal"_s, u"b-shm"_s}) {
         writeFile(name, "Dear diary");
         EXPECT_EQ(bool(open(u"b"_s)), GetParam() == VXStoreType::XML) << "it is the user's";
+        EXPECT_EQ(error.localizedRecoverySuggestion().endsWith(u"move it away"_s), GetParam() != VXStoreType::XML);
         EXPECT_EQ(readFile(path(name)), "Dear diary");
         QFile::remove(path(name));
     }
