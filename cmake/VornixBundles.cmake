@@ -48,7 +48,7 @@ function(vornix_place_program program bundle)
   set(contents "${bundle}/Contents")
   set_target_properties(${program} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${VORNIX_BUNDLES_BUILD_DIR}/${contents}/Linux"
-    INSTALL_RPATH "$ORIGIN/../../../.." BUILD_WITH_INSTALL_RPATH ON)
+    INSTALL_RPATH "$ORIGIN/../../../..")
   file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
   file(CREATE_LINK "../lib/vornix/${contents}/Linux/${program}" "${PROJECT_BINARY_DIR}/bin/${program}" SYMBOLIC)
   install(TARGETS ${program} RUNTIME DESTINATION "${VORNIX_BUNDLES_INSTALL_DIR}/${contents}/Linux")

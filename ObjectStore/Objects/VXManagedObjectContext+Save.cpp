@@ -84,6 +84,10 @@ bool VXManagedObjectContext::Save::takeChanges(VXError *error)
     constexpr int mostRounds = 10;
     for (int round = 0; _taken != _context._changeCount; ++round) {
         if (round == mostRounds) {
+            if (areTakenStill()) { // only values change each time, as a date does
+                _taken = _context._changeCount;
+                return true;
+            }
             VXSetError(error, VXObjectStoreError(VXObjectStoreErrorCode::Validation, u"The objects cannot be saved."_s,
                                                  u"Hooks or observers change the objects without end."_s));
             return false;
@@ -105,6 +109,12 @@ bool VXManagedObjectContext::Save::takeChanges(VXError *error)
             return false;
     }
     return true;
+}
+
+bool VXManagedObjectContext::Save::areTakenStill() const
+{
+    return _inserted == _context._inserted.objects() && _updated == _context._updated.objects() &&
+           _deleted == _context._deleted.objects();
 }
 
 bool VXManagedObjectContext::Save::validate(VXError *error) const

@@ -43,6 +43,7 @@ private:
     // -- Preparing
     void callWillSave();
     bool takeChanges(VXError *error);
+    bool areTakenStill() const;
     bool validate(VXError *error) const;
     bool build(VXError *error);
     Part *partFor(const ObjectID &objectID, VXError *error);

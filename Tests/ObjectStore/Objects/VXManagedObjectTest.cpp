@@ -230,6 +230,24 @@ TEST_P(VXManagedObjectTest, AHookThatReplacesObjectsWithoutEndFailsTheSave)
     EXPECT_TRUE(fetch(other, request(u"Person"_s)).isEmpty());
 }
 
+TEST_P(VXManagedObjectTest, AHookThatSetsAnotherValueEachTimeLetsTheSavePass)
+{
+    class Counting : public VXManagedObject
+    {
+        bool validateForInsert(VXError *) const override
+        {
+            const_cast<Counting *>(this)->setValueForKey(valueForKey(u"age"_s).toInt() + 1, u"age"_s);
+            return true;
+        }
+    };
+    VXManagedObjectClass::registerClass<Counting>(u"TestPerson"_s);
+    const Object jane = person(u"Jane"_s);
+    save();
+    VXManagedObjectClass::removeClass(u"TestPerson"_s);
+    EXPECT_FALSE(context.hasChanges());
+    EXPECT_EQ(fetch(other, request(u"Person"_s)).first()->valueForKey(u"age"_s), jane->valueForKey(u"age"_s));
+}
+
 TEST_P(VXManagedObjectTest, AHookIsNotAskedOfWhatAnotherOneDeleted)
 {
     class Deleting : public VXManagedObject
