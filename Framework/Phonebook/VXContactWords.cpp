@@ -57,11 +57,14 @@ void appendWords(QStringList &words, QStringView token)
     }
 }
 
-// The number as dialled from abroad, at home, and as compared; and the rest from each of its parts on.
+// The number as dialled from abroad, at home, and as compared; and the rest from each of its parts on. None of a text that nobody
+// can dial, as there would be ever more of them.
 QStringList wordsOfNumber(const QString &written)
 {
     const QString number = VXWrittenNumber::in(written).number;
     const QString digits = digitsIn(number);
+    if (digits.size() > longestWord)
+        return {};
     QStringList words{digits, VXPhoneNumberLookUpString(number)};
     const QString access = VXPhoneNumberInternationalAccessCode(digits);
     if (number.trimmed().startsWith(u'+'))

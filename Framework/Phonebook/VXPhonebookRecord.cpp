@@ -75,7 +75,7 @@ struct Party
 {
     explicit Party(const QString &item) : written(item)
     {
-        if (!VXPhonebookStringSplit(VXPhonebookStringWithoutExtension(item), &name, &address, &type) && name.isEmpty())
+        if (!VXPhonebookStringSplit(VXPhonebookStringWithPause(item), &name, &address, &type) && name.isEmpty())
             name = item;
     }
     QString title() const { return !name.isEmpty() ? name : address.contains(u'@') ? address : written; }
@@ -91,7 +91,7 @@ QStringList addressesIn(const QStringList &items, bool (*isValid)(QStringView))
     QStringList addresses;
     for (const QString &item : items) {
         QString value;
-        if (VXPhonebookStringSplit(item, nullptr, &value) && isValid(value))
+        if (VXPhonebookStringSplit(VXPhonebookStringWithPause(item), nullptr, &value) && isValid(value))
             addresses.append(value);
     }
     return addresses;

@@ -5,6 +5,7 @@
 #include "VXSearchEntries.h"
 #include "VXSearchQuery.h"
 #include "VXSQLiteConnection.h"
+#include "VXWrittenNumber.h"
 
 #include <algorithm>
 #include <utility>
@@ -60,7 +61,9 @@ QString VXPartyNames::nameOf(const VXFoundParty &party)
         if (const QString name = contactOf(party); !name.isEmpty())
             return name;
     }
-    return !party.name.isEmpty() ? party.name : isNumber ? VXFormatPhoneNumber(party.address) : party.address;
+    if (!party.name.isEmpty() || !isNumber)
+        return party.name.isEmpty() ? party.address : party.name;
+    return VXFormatPhoneNumber(VXWrittenNumber::in(party.address).number);
 }
 
 void VXPartyNames::nameParties(VXFoundObject *object)

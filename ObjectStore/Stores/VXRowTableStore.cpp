@@ -154,8 +154,8 @@ qint64 VXRowTableStore::takeNumbers(const VXEntityDescription &root, qint64 coun
 std::unique_ptr<VXStoreTransaction> VXRowTableStore::save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                           VXError *error)
 {
-    // What no file could hold is refused here too.
-    if (request.metadata &&
+    // What no file could hold is refused without one too.
+    if (request.metadata && type() == VXStoreType::InMemory &&
         VXPropertyList::toData(changedMetadata({}, *request.metadata), VXPropertyList::Format::Binary, error).isNull())
         return nullptr;
     return saveInTurn(waitForTurn(), request, conflicts, error);

@@ -94,6 +94,9 @@ TEST_F(HostSearchTest, FindsWhatCommandsSaved)
         EXPECT_THAT(runHost(arguments).output, HasSubstr("Al Ext")) << arguments.join(u' ').toStdString();
     runHost("phonebook add 'Mary Ext' --number '+1 212 555 0150 x7' --number '+1 212 555 0150 x8'");
     EXPECT_THAT(runHost("phonebook lookup '+1 212 555 0150 x77'").output, HasSubstr("Al Ext"));
+    runHost("post incoming_call --subtype ended --object '{\"from\": \"+1 212 555 0150 x7\", \"call_id\": \"3\"}'");
+    EXPECT_THAT(runHost("search mary --kind call").output, HasSubstr("Mary Ext"));
+    EXPECT_THAT(runHost("search 2125550150 --kind call").output, HasSubstr("Mary Ext"));
     runHost("phonebook edit 'Mary Ext' --drop '+1 212 555 0150 ext. 8'");
     EXPECT_THAT(runHost("phonebook show 'Mary Ext'").output, AllOf(HasSubstr("x7"), Not(HasSubstr("x8"))));
     runHost("phonebook delete 'Zoë Müller'");

@@ -1,5 +1,6 @@
 #include "VXPhoneNumber.h"
 #include "VXAddressScore.h"
+#include "VXContactWords.h"
 #include "VXConversationKey.h"
 #include "VXCountryCodes.h"
 #include "VXPhonebookString.h"
@@ -182,6 +183,15 @@ TEST(VXPhoneNumberTest, anExtensionTellsContactsApartThatHaveTheSameNumber)
     // What was recorded keeps its conversation, and is found by either.
     EXPECT_EQ(VXConversationKey(u"+12125550150p5"_s), u"21255501505"_s);
     EXPECT_EQ(VXConversationKeysOf(u"A <+12125550150p5>"_s), (QStringList{u"21255501505"_s, u"2125550150"_s}));
+}
+
+TEST(VXPhoneNumberTest, whatNobodyCanDialHasNoWords)
+{
+    const auto count = [](const QString &number) {
+        return VXContactWords::wordsOf(number, VXContactWords::Kind::Number).size();
+    };
+    EXPECT_GT(count(u"+1 212 555 0150"_s), 2);
+    EXPECT_EQ(count(u"12345"_s + u"p1"_s.repeated(1000)), 0) << "or they would grow by the square of its length";
 }
 
 TEST(VXPhoneNumberTest, accessCodes)

@@ -109,7 +109,7 @@ TEST_F(VXAndroidPhoneTest, ReadsAgainWhatGrewAfterItWasRead)
         }
         return QVariantList();
     });
-    for (const qulonglong count : {1, 0}) {
+    for (const qulonglong count : {1ULL, 0ULL}) {
         before = count;
         isFirst = true;
         const VXDeviceAction::Ptr read = perform(u"read_messages"_s);

@@ -482,14 +482,6 @@ TEST_F(VXDifficultPhoneTest, QuittingBreaksASyncOffBetweenSlices)
     });
 }
 
-TEST_F(VXDifficultPhoneTest, DisablingBreaksASyncOffBetweenSlices)
-{
-    isBrokenOff([](const VXDeviceAction &action) {
-        manager().disablePluginProxy(plugin(u"com.halvern.VNX2.plugin.phonebook"_s));
-        EXPECT_FALSE(action.isExecuting());
-    });
-}
-
 // As when its plugin is disabled.
 TEST_F(VXDifficultPhoneTest, ADriverThatEndsBreaksASyncOffBetweenSlices)
 {
