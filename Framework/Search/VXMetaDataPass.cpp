@@ -28,6 +28,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::milliseconds turnPoll = 200ms; // while another process works on the folder
+constexpr int mostPolls = 25;                         // for others, for whom users wait: those wait two seconds
 constexpr int betweenLooks = 100;                     // objects, until it looks whether somebody waits
 
 } // namespace
@@ -211,9 +212,12 @@ bool VXMetaDataSync::Pass::waitForTurn(Wait longestWait)
     std::optional<VXFileLock> waiting;
     if (longestWait)
         waiting.emplace(_sync._mirror.folder().waitingPath(), turnPoll, VXFileLock::Mode::Shared);
-    while (_sync.isRunning() && (isUserWaiting(turnPoll) || !takeTurn(left()))) {
-        if (left() == 0ms)
+    for (int polls = 0; _sync.isRunning();) {
+        const bool isToWait = isUserWaiting(turnPoll);
+        if ((!isToWait && takeTurn(left())) || left() == 0ms)
             break;
+        if (isToWait && ++polls >= mostPolls)
+            _givesWay = false; // who waits so long has been stopped, as by Ctrl+Z
     }
     return _turn != nullptr;
 }
