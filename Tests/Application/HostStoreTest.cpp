@@ -94,7 +94,8 @@ TEST_F(HostStoreTest, ObjectsAreInsertedListedChangedAndDeleted)
                                                          "{\"a\":[1,{\"$date\":\"2026-01-01T00:00:00Z\"…  Person/p1\n");
         EXPECT_EQ(outputOf({"list", store, "Person", "--sort", "name:desc"}),
                   "OBJECT     name  spouse\nPerson/p2  a b   Person/p1\nPerson/p1  Jane  Person/p2\n");
-        const QJsonArray calls = jsonOf({"list", store, "Record", "--where", "date == NULL OR TRUEPREDICATE"}).toArray();
+        const QJsonArray calls =
+            jsonOf({"list", store, "Record", "--where", "date == NULL OR TRUEPREDICATE"}).toArray();
         ASSERT_EQ(calls.size(), 1);
         EXPECT_EQ(calls[0][u"caller"_s], jane);
         EXPECT_EQ(calls[0][u"tags"_s], 1);
