@@ -28,6 +28,7 @@ namespace {
 const QString indexSuffix = u"index"_s;
 const QString passSuffix = u".pass"_s;
 const QString laterSuffix = u"later"_s;
+const QString wordName = u"last-save"_s;
 
 // Notes are kept beside the mirror; where that cannot be written, beside the stores, which were writable for the save.
 QStringList folders()
@@ -284,17 +285,23 @@ QByteArray VXMetaDataDebt::lastWord()
     QByteArray dates;
     for (const QString &folder : folders()) {
         struct stat status = {};
-        if (::stat(QFile::encodeName(folder).constData(), &status) == 0)
+        if (::stat(QFile::encodeName(folder + u'/' + wordName).constData(), &status) == 0)
             dates += QByteArray::number(qint64(status.st_mtim.tv_sec)) + '.' +
                      QByteArray::number(qint64(status.st_mtim.tv_nsec)) + ' ';
     }
     return dates;
 }
 
+// Fails where nothing was ever noted.
 void VXMetaDataDebt::leaveWord()
 {
-    for (const QString &folder : folders())
-        ::utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), nullptr, 0); // fails where nothing was ever saved
+    for (const QString &folder : folders()) {
+        const QByteArray path = QFile::encodeName(folder + u'/' + wordName);
+        if (QFileInfo(folder).isSymLink()) // not ours
+            continue;
+        if (::utimensat(AT_FDCWD, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT)
+            VXFileDescriptor(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    }
 }
 
 bool VXMetaDataDebt::isAnyOfAll()

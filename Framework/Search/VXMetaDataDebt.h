@@ -63,9 +63,9 @@ public:
     bool isAny() const;
     /** Identifiers of the syncs for which anything is noted. */
     static QStringList identifiersOfAll();
-    /** Another text after each note and removal of one, and each leaveWord(), by whatever process. */
+    /** Another text after each leaveWord(), by whatever process. */
     static QByteArray lastWord();
-    /** Says that this process saves what no note is for, as it is not mirrored. */
+    /** Says that this process saves, whether or not that is noted too. */
     static void leaveWord();
     /** Whether anything is owed for any sync: by any process, or by this one. */
     static bool isAnyOfAll();

@@ -70,8 +70,7 @@ void VXMetaDataSync::markDebt(const VXNotification &notification, const ObjectID
         _debt.markAll();
     else if (isAny)
         _debt.mark(changed);
-    else
-        VXMetaDataDebt::leaveWord();
+    VXMetaDataDebt::leaveWord();
 }
 
 void VXMetaDataSync::contextDidSaveNotification(const VXNotification &notification)
