@@ -91,7 +91,7 @@ QStringList addressesIn(const QStringList &items, bool (*isValid)(QStringView))
     QStringList addresses;
     for (const QString &item : items) {
         QString value;
-        if (VXPhonebookStringSplit(VXPhonebookStringWithPause(item), nullptr, &value) && isValid(value))
+        if (VXPhonebookStringSplit(item, nullptr, &value) && isValid(value))
             addresses.append(value);
     }
     return addresses;

@@ -38,25 +38,25 @@ QStringList folders()
             files.pathToUserVNXApplicationSupportFolder() + "/.search-due"_L1};
 }
 
+// Of these, those that are not ours are left out: what is behind a symbolic link.
+QStringList ownFolders()
+{
+    QStringList own = folders();
+    own.removeIf([](const QString &folder) { return QFileInfo(folder).isSymLink(); });
+    return own;
+}
+
 bool isDebt(const QString &name)
 {
     static const QRegularExpression debt(u"^.+@(index|(later|[0-9a-f]{16})(\\.[0-9a-f]{16}-[0-9]+)?(\\.pass)?)\\z"_s);
     return debt.match(name).hasMatch();
 }
 
-// Whether this note is in the folder; folders with many are not listed for one.
-bool isThere(const QString &folder, const QString &name)
-{
-    return !QFileInfo(folder).isSymLink() && QFileInfo(folder + u'/' + name).isFile();
-}
-
-// The paths of the notes. Other files, and anything behind a symbolic link, are not ours.
+// The paths of the notes. Other files are not ours.
 QStringList debts(const QString &pattern)
 {
     QStringList paths;
-    for (const QString &folder : folders()) {
-        if (QFileInfo(folder).isSymLink())
-            continue;
+    for (const QString &folder : ownFolders()) {
         for (const QString &name : QDir(folder).entryList({pattern}, QDir::Files, QDir::Unsorted)) {
             if (isDebt(name))
                 paths.append(folder + u'/' + name);
@@ -172,8 +172,9 @@ void VXMetaDataDebt::markAll() const
 
 bool VXMetaDataDebt::isMarked() const
 {
-    const QStringList all = folders();
-    return std::ranges::any_of(all, [name = ownName()](const QString &folder) { return isThere(folder, name); });
+    const QStringList own = ownFolders(); // those with many notes are not listed for one
+    return std::ranges::any_of(
+        own, [name = ownName()](const QString &folder) { return QFileInfo(folder + u'/' + name).isFile(); });
 }
 
 void VXMetaDataDebt::settleOwn() const
@@ -283,7 +284,7 @@ QStringList VXMetaDataDebt::identifiersOfAll()
 QByteArray VXMetaDataDebt::lastWord()
 {
     QByteArray dates;
-    for (const QString &folder : folders()) {
+    for (const QString &folder : ownFolders()) {
         struct stat status = {};
         if (::stat(QFile::encodeName(folder + u'/' + wordName).constData(), &status) == 0)
             dates += QByteArray::number(qint64(status.st_mtim.tv_sec)) + '.' +
@@ -295,10 +296,8 @@ QByteArray VXMetaDataDebt::lastWord()
 // Fails where nothing was ever noted.
 void VXMetaDataDebt::leaveWord()
 {
-    for (const QString &folder : folders()) {
+    for (const QString &folder : ownFolders()) {
         const QByteArray path = QFile::encodeName(folder + u'/' + wordName);
-        if (QFileInfo(folder).isSymLink()) // not ours
-            continue;
         if (::utimensat(AT_FDCWD, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT)
             VXFileDescriptor(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     }

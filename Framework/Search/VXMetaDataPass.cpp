@@ -264,9 +264,9 @@ bool VXMetaDataSync::Pass::work()
     qint64 fileCount = 0;
     if (!makeWayForStore() || !synchronizeObjects(*entity) || !removeOrphans(&fileCount))
         return false;
+    // The files that were removed, or are of an earlier program, have to be written again.
     if (!_sync._mirror.indexer().settle(fileCount) || _sync._mirror.indexer().foundOutdated())
-        _sync.setNeedsUpdate(
-            true); // the files that were removed, or are of an earlier program, have to be written again
+        _sync.setNeedsUpdate(true);
     return _sync._mirror.isWhole();
 }
 

@@ -61,9 +61,9 @@ QString VXPartyNames::nameOf(const VXFoundParty &party)
         if (const QString name = contactOf(party); !name.isEmpty())
             return name;
     }
-    if (!party.name.isEmpty() || !isNumber)
-        return party.name.isEmpty() ? party.address : party.name;
-    return VXFormatPhoneNumber(VXWrittenNumber::in(party.address).number);
+    if (!party.name.isEmpty())
+        return party.name;
+    return isNumber ? VXFormatPhoneNumber(VXWrittenNumber::in(party.address).number) : party.address;
 }
 
 void VXPartyNames::nameParties(VXFoundObject *object)

@@ -52,7 +52,9 @@ QString wordsOf(const QVariantMap &values)
 
 QStringList addressesOf(const QVariantMap &values)
 {
-    QStringList keys = values.value(numbersKey).toStringList() + values.value(emailsKey).toStringList();
+    QStringList keys = values.value(numbersKey).toStringList() + values.value(emailsKey).toStringList() +
+                       values.value(partyAddressesKey).toStringList(); // also numbers with an extension
+    keys.removeDuplicates();                                           // most stand in both
     std::ranges::transform(keys, keys.begin(), VXSearchEntries::keyOf);
     keys.removeAll(QString());
     keys.removeDuplicates();
