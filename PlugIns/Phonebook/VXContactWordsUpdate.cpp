@@ -1,9 +1,14 @@
 #include "VXContactWordsUpdate.h"
 
 #include "VXContactWords.h"
+#include "VXFileManager.h"
+#include "VXFileStamp.h"
+#include "VXFolders.h"
 #include "VXLog.h"
 #include "VXManagedObjectContext.h"
 #include "VXPhonebookEntities.h"
+
+#include <QtCore/QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -17,6 +22,48 @@ VXPredicate isOfThisGeneration(const QString &keyPath, VXPredicate::Modifier mod
     return VXPredicate::comparison(VXExpression::keyPath(keyPath), VXPredicate::Operator::Equal,
                                    VXExpression::constant(VXContactWords::keyOfGeneration()), {}, modifier);
 }
+
+/** How the data file was when all contacts in it were found to be of this generation. Lost with the other caches, it is made anew. */
+class Finding
+{
+public:
+    explicit Finding(const QString &dataPath) : _now(stampOf(dataPath)) {}
+
+    bool isKnown() const
+    {
+        QFile file(path());
+        return !_now.isEmpty() && file.open(QFile::ReadOnly) && file.readAll() == _now;
+    }
+
+    void keep() const
+    {
+        if (_now.isEmpty() || !VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserCachedDataFolder()))
+            return;
+        QFile file(path());
+        if (file.open(QFile::WriteOnly)) // what is not written whole is no stamp
+            file.write(_now);
+    }
+
+private:
+    static QString path() { return VXFileManager::defaultManager().pathToUserCachedDataFolder() + "/contact-words"_L1; }
+
+    // Empty while there is a log: who saves into that leaves the file as it is.
+    static QByteArray stampOf(const QString &dataPath)
+    {
+        const VXFileStamp file = VXFileStamp::ofPath(dataPath);
+        if (!file.exists() || VXFileStamp::ofPath(dataPath + "-wal"_L1).size > 0)
+            return {};
+        return u"%1 %2 %3 %4 %5 %6\n"_s.arg(VXContactWords::generation)
+            .arg(file.device)
+            .arg(file.inode)
+            .arg(file.size)
+            .arg(file.seconds)
+            .arg(file.nanoseconds)
+            .toLatin1();
+    }
+
+    const QByteArray _now;
+};
 
 // Counted by index. Also what an earlier program saved after this one had made all anew.
 bool areAllOfThisGeneration(const VXPersistentStoreCoordinator::Ptr &coordinator)
@@ -61,8 +108,11 @@ void VXUpdateContactWords(const VXPersistentStoreCoordinator::Ptr &coordinator)
     if (stores.size() != 1)
         return;
     const bool isNoted = stores.first()->metadata().value(generationKey).toInt() >= VXContactWords::generation;
-    if (isNoted && areAllOfThisGeneration(coordinator))
+    const Finding finding(stores.first()->path()); // before they are counted, as others may save meanwhile
+    if (isNoted && finding.isKnown())
         return;
+    if (isNoted && areAllOfThisGeneration(coordinator))
+        return finding.keep();
     VXError error;
     bool isDone = updateOthers(coordinator, &error);
     if (isDone && !isNoted) { // otherwise an earlier program makes all anew, in its way
