@@ -44,11 +44,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <malloc.h>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <sys/mman.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -106,6 +108,18 @@ void takeMemoryInLargePieces()
     std::free(block);
 #endif
 #endif
+}
+
+// Before its first text Qt has fontconfig read dozens of files. What is read here it finds there. The library is one of Qt's, which has
+// loaded it, or does without.
+void readFonts()
+{
+    void *const library = ::dlopen("libfontconfig.so.1", RTLD_LAZY | RTLD_NOLOAD);
+    if (library == nullptr)
+        return;
+    if (auto *const read = reinterpret_cast<int (*)()>(::dlsym(library, "FcInit")))
+        read();
+    ::dlclose(library);
 }
 
 // If Qt finds no screen, it ends the program as if it had crashed. That is misleading, so whoever started it is told
@@ -274,7 +288,9 @@ int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     application.setDidFinishLaunching(false);
+    std::jthread fonts(readFonts); // the environment changes no more
     manager.startup();
+    fonts.join(); // or both would read them
     application.setDidFinishLaunching(true);
     // A store that could not be opened: the user was told.
     const int status = application.isTerminating() ? 1 : runWindow(options, instance, crash);
