@@ -81,10 +81,12 @@ void *VXBundle::codeHandle(VXError *error)
         VXSetError(error, loadError(u"The bundle names no code."_s, _path));
         return nullptr;
     }
-    // The loader itself ensures that code is loaded only once, even by concurrent calls.
+    // The loader itself ensures that code is loaded only once, even by concurrent calls. What comes with the program was linked with
+    // all that it calls, and calls little of that at the start; what others have built may lack something, and that is told here.
     const bool isProgram = isRunningProgram(path);
+    const int binding = path.startsWith(mainBundle()->bundlePath() + u'/') ? RTLD_LAZY : RTLD_NOW;
     void *const handle =
-        ::dlopen(isProgram ? nullptr : QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+        ::dlopen(isProgram ? nullptr : QFile::encodeName(path).constData(), binding | RTLD_LOCAL | RTLD_NODELETE);
     if (handle == nullptr) {
         VXSetError(error, loadError(loaderReason(), path));
         return nullptr;
