@@ -1,6 +1,7 @@
 #include "VXSQLiteStore.h"
 
 #include "VXFolders.h"
+#include "VXSQLiteLastLook.h"
 #include "VXStoreErrors.h"
 
 #include <algorithm>
@@ -42,9 +43,7 @@ void VXSQLiteStore::close()
 
 QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)
 {
-    const std::unique_ptr<VXSQLiteConnection> connection =
-        VXSQLiteFile::openForReading(path, VXStoreOptions().busyTimeout, nullptr, error);
-    return connection ? VXSQLiteFile::readMetadata(*connection, path, error).value_or(QVariantMap()) : QVariantMap();
+    return VXSQLiteLastLook::shared().look(path, VXStoreOptions().busyTimeout, error).value_or(QVariantMap());
 }
 
 bool VXSQLiteStore::open(VXError *error)
@@ -68,13 +67,18 @@ bool VXSQLiteStore::open(VXError *error)
     return true;
 }
 
-// Checks the file without changing it. Only a suitable one is then opened for writing.
+// Checks the file without changing it. Only a suitable one is then opened for writing, and the writer looks again at what may have
+// changed meanwhile; so it is enough here what somebody has just found.
 std::optional<VXSQLiteFile::Contents> VXSQLiteStore::openExisting(VXError *error)
 {
-    const std::unique_ptr<VXSQLiteConnection> connection =
-        VXSQLiteFile::openForReading(path(), _options.busyTimeout, &_executions, error);
     std::optional<VXSQLiteFile::Contents> contents =
-        connection ? VXSQLiteFile::read(*connection, path(), error) : std::nullopt;
+        _options.isReadOnly ? std::nullopt : VXSQLiteLastLook::shared().take(path());
+    if (!contents) {
+        const std::unique_ptr<VXSQLiteConnection> connection =
+            VXSQLiteFile::openForReading(path(), _options.busyTimeout, &_executions, error);
+        if (connection)
+            contents = VXSQLiteFile::read(*connection, path(), error);
+    }
     if (!contents || !isUsable(*contents, error))
         return std::nullopt;
     if (_options.isReadOnly && !isComplete(*contents)) {

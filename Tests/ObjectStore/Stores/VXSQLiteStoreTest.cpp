@@ -206,13 +206,19 @@ TEST_F(VXSQLiteStoreTest, ModelsThatDifferAreRefusedAndAdditionsMade)
         saver.change(worker, {{u"spouse"_s, QVariant::fromValue(spouse)}});
         ASSERT_TRUE(saver.saveAndCommit()) << saver.error.description().toStdString();
     }
-    const auto store = openWithModel(larger);
+    auto store = openWithModel(larger);
     ASSERT_TRUE(store) << error.description().toStdString();
     EXPECT_EQ(rowCount(*store, u"Party"_s), 3);
     EXPECT_EQ(rowCount(*store, u"Note"_s), 1);
     EXPECT_EQ(store->check(), QStringList());
     EXPECT_FALSE(open()); // the smaller model does not know them all
     EXPECT_EQ(error.code(), int(Code::StoreIncompatibleModel));
+    store.reset();
+    const QByteArray after = readFile(path(u"a.sqlite"_s));
+    writeFile(u"a.sqlite"_s, before);
+    EXPECT_FALSE(Coordinator::metadataForPersistentStore(VXStoreType::SQLite, path(u"a.sqlite"_s)).isEmpty());
+    writeFile(u"a.sqlite"_s, after);
+    EXPECT_FALSE(open()); // what was found before says nothing of the file as it is now
 }
 
 // More than SQLite hands to a function.
