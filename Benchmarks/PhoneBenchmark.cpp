@@ -1,7 +1,7 @@
 // Contacts and messages of a phone, read and synchronised over a message bus, beside a bare client that asks the same daemon
 // for the same and throws it away. "held" is the longest time, in milliseconds, that the main thread worked and its event loop did
 // not come round; "grown" how much larger the process was at its largest, in megabytes. BenchmarkPhone plays the daemon; with
-// VORNIX_LYING_PHONE=lies, for a run by hand, its messages say of themselves what cannot be.
+// VORNIX_LYING_PHONE=lies, for a run by hand, its messages say of themselves what cannot be, and VORNIX_PHONE_MESSAGES is how many.
 
 #include "VXAndroidPhone.h"
 #include "VXConnectNames.h"
@@ -30,7 +30,9 @@ using namespace VXConnectNames;
 namespace {
 
 constexpr int contactCount = 10'000;
-constexpr int messageCount = 100'000;
+const int messageCount = qEnvironmentVariableIsSet("VORNIX_PHONE_MESSAGES")
+                              ? qEnvironmentVariableIntValue("VORNIX_PHONE_MESSAGES")
+                              : 100'000;
 const QString phoneID = u"phone"_s;
 
 void check(bool isTrue, const char *what)

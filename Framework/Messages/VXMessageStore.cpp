@@ -305,6 +305,10 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMe
                                   equals(u"date"_s, noneOr(record.date))};
     if (folder)
         conditions.append(equals(folderKey, QVariant::fromValue(folder)));
+    // Where a phone gives all its messages one date, those of other texts are many.
+    conditions.append(equals(u"direction"_s, static_cast<int>(record.direction)));
+    conditions.append(record.text.isEmpty() ? VXPredicate::anyOf({equals(u"text"_s, u""_s), equals(u"text"_s, {})})
+                                            : equals(u"text"_s, record.text));
     request.predicate = VXPredicate::allOf(conditions);
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)

@@ -38,6 +38,7 @@ bool isWordPart(QChar character)
 QString digitsIn(QStringView text)
 {
     QString digits;
+    digits.reserve(text.size());
     for (const QChar character : text) {
         if (character.isDigit())
             digits += character;
@@ -86,15 +87,18 @@ QStringList wordsOfNumber(const QString &written)
 
 void insertKeys(QSet<QByteArray> &keys, const QString &text, VXContactWords::Kind kind)
 {
+    if (text.isEmpty()) // as most are
+        return;
+    const char ending[] = {endOfWord, static_cast<char>(kind)};
     for (const QString &word : VXContactWords::wordsOf(text, kind)) {
         if (keys.size() < mostKeys)
-            keys.insert(word.toUtf8() + endOfWord + static_cast<char>(kind));
+            keys.insert(word.toUtf8().append(ending, sizeof ending));
     }
 }
 
 QString text(const VXManagedObject &object, const QString &key)
 {
-    return object.attribute(object.entity().propertyForName(key)->index()).toString();
+    return object.text(object.entity().propertyForName(key)->index()).toString();
 }
 
 // Without its addresses, which lie in other objects.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <span>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -14,7 +15,7 @@ using Step = VXSQLiteStatement::Step;
 
 namespace {
 
-using Changes = std::span<const VXRowChange>;
+using Changes = std::span<const VXRowChange *const>;
 
 // Rows inserted per statement, for which SQLite opens the table and its indexes only once. More gain little.
 constexpr size_t rowsAtOnce = 8;
@@ -24,15 +25,30 @@ bool isInsertion(const VXRowChange &change)
     return change.row && !change.base && !change.overwrites;
 }
 
-// The first changes that a single statement can carry out; mostly one.
-Changes firstOf(const Changes &changes)
+// What is inserted, by entity: objects of several, such as persons with their numbers, are mostly made in turn.
+std::vector<const VXRowChange *> insertionsOf(const VXSaveRequest &request)
 {
-    const auto isLikeFirst = [&](const VXRowChange &change) {
-        return isInsertion(change) && &change.objectID.entity() == &changes.front().objectID.entity();
+    std::vector<const VXRowChange *> made;
+    made.reserve(size_t(request.changes.size()));
+    for (const VXRowChange &change : request.changes) {
+        if (isInsertion(change))
+            made.push_back(&change);
+    }
+    const auto entity = [](const VXRowChange *change) { return change->objectID.entity().number(); };
+    if (!std::ranges::is_sorted(made, {}, entity))
+        std::ranges::stable_sort(made, {}, entity);
+    return made;
+}
+
+// The first insertions that a single statement can carry out.
+Changes firstOf(const Changes &insertions)
+{
+    const auto isLikeFirst = [&](const VXRowChange *change) {
+        return &change->objectID.entity() == &insertions.front()->objectID.entity();
     };
-    const bool areSeveral =
-        changes.size() >= rowsAtOnce && std::all_of(changes.begin(), changes.begin() + rowsAtOnce, isLikeFirst);
-    return changes.first(areSeveral ? rowsAtOnce : 1);
+    const bool areSeveral = insertions.size() >= rowsAtOnce &&
+                            std::all_of(insertions.begin(), insertions.begin() + rowsAtOnce, isLikeFirst);
+    return insertions.first(areSeveral ? rowsAtOnce : 1);
 }
 
 } // namespace
@@ -106,15 +122,22 @@ public:
         const qsizetype conflictCount = _conflicts->size();
         VXSaveReferences concerned;
         bool hasDeletions = false;
-        for (Changes rest(request.changes.data(), size_t(request.changes.size())); !rest.empty();) {
+        const std::vector<const VXRowChange *> insertions = insertionsOf(request);
+        for (Changes rest(insertions); !rest.empty();) {
             const Changes changes = firstOf(rest);
-            const VXRowChange &change = changes.front();
-            if (change.row && !(isInsertion(change) ? insert(changes) : update(change)))
+            if (!insert(changes))
                 return false;
-            for (const VXRowChange &each : changes)
-                concerned.add(each);
-            hasDeletions = hasDeletions || !change.row;
+            for (const VXRowChange *const each : changes)
+                concerned.add(*each);
             rest = rest.subspan(changes.size());
+        }
+        for (const VXRowChange &change : request.changes) {
+            if (isInsertion(change))
+                continue;
+            if (change.row && !update(change))
+                return false;
+            concerned.add(change);
+            hasDeletions = hasDeletions || !change.row;
         }
         concerned.complete(request);
         for (const VXLinkChange &change : request.links) {
@@ -184,15 +207,15 @@ private:
 // For one entity. If it fails, the whole transaction does.
 bool VXSQLiteStore::Saver::insert(const Changes &changes)
 {
-    const VXEntityDescription &entity = changes.front().objectID.entity();
+    const VXEntityDescription &entity = changes.front()->objectID.entity();
     const VXSQLiteRowLayout &layout = _store.layout(entity);
     VXSQLiteStatement *const statement = statementFor(_insertions, entity, {int(changes.size())},
                                                       [&] { return layout.insertion(qsizetype(changes.size())); });
     if (statement == nullptr)
         return false;
     qsizetype place = 0;
-    for (const VXRowChange &change : changes) {
-        if (!layout.bindInsertion(*statement, place++, change.objectID, *change.row, _error))
+    for (const VXRowChange *const change : changes) {
+        if (!layout.bindInsertion(*statement, place++, change->objectID, *change->row, _error))
             return false;
     }
     if (statement->run())
@@ -234,7 +257,8 @@ bool VXSQLiteStore::Saver::update(const VXRowChange &change)
         return false;
     if (_connection.changes() > 0)
         return true;
-    return change.overwrites ? insert(Changes(&change, 1)) : noteConflict(change.objectID);
+    const VXRowChange *const whole = &change;
+    return change.overwrites ? insert(Changes(&whole, 1)) : noteConflict(change.objectID);
 }
 
 bool VXSQLiteStore::Saver::removeAll(const QList<VXRowChange> &changes)

@@ -50,6 +50,15 @@ quint32 VXPropertyListBinaryWriter::add(const QVariant &value)
 
 quint32 VXPropertyListBinaryWriter::add(const QString &text)
 {
+    for (const quint32 first : _firstTexts) {
+        if (*_objects[first].text == text)
+            return first;
+    }
+    if (_firstTexts.size() < mostFirstTexts) {
+        _firstTexts.push_back(quint32(_objects.size()));
+        _objects.push_back({.text = &text});
+        return _firstTexts.back();
+    }
     quint32 &known = _texts[text];
     if (known == 0) {
         _objects.push_back({.text = &text});

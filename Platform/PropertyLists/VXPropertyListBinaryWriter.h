@@ -18,7 +18,8 @@ public:
     /** `value` must outlive the writer. */
     explicit VXPropertyListBinaryWriter(const QVariant &value)
     {
-        _texts.reserve(32); // enough for most
+        _objects.reserve(usualCount);
+        _firstTexts.reserve(mostFirstTexts);
         add(value);
     }
 
@@ -56,9 +57,13 @@ private:
     void writeNumber(quint64 number, int size);
     void writeBytes(QByteArrayView bytes);
 
+    static constexpr size_t usualCount = 32;     // of objects
+    static constexpr size_t mostFirstTexts = 24; // enough for most
+
     std::vector<Object> _objects; // the first is the outermost
     std::vector<quint32> _references;
-    QHash<QStringView, quint32> _texts; // numbers counted from 1
+    std::vector<quint32> _firstTexts;   // numbers of the first texts: comparing these few takes less than hashing them
+    QHash<QStringView, quint32> _texts; // of all further ones; counted from 1
     std::deque<QVariantMap> _sorted;    // sorted copies of unordered dictionaries
     char *_at = nullptr;                // the write position
 };

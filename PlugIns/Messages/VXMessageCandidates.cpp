@@ -9,6 +9,50 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr qsizetype numbersAtOnce = 1000;
+
+VXPredicate isOneOf(const QString &key, const QVariantList &values)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(key), VXPredicate::Operator::In,
+                                   VXExpression::constant(values));
+}
+
+VXFetchRequest requestFor(const VXPredicate &condition, const VXManagedObjectContext &context)
+{
+    VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(VXMessageStore::entityName));
+    request.predicate = condition;
+    return request;
+}
+
+/** Texts, each once, perhaps with none among them. */
+class Values
+{
+public:
+    void add(const QString &text)
+    {
+        _hasNone = _hasNone || text.isNull();
+        if (!text.isNull() && !_known.contains(text)) {
+            _known.insert(text);
+            _texts.append(text);
+        }
+    }
+    /** One of these holds for whatever has one of the texts. */
+    QList<VXPredicate> conditions(const QString &key) const
+    {
+        QList<VXPredicate> made;
+        if (!_texts.isEmpty())
+            made.append(isOneOf(key, _texts));
+        if (_hasNone)
+            made.append(*VXPredicate::predicateWithFormat(u"%K == NULL"_s, {key}));
+        return made;
+    }
+
+private:
+    QSet<QString> _known;
+    QVariantList _texts;
+    bool _hasNone = false;
+};
+
 QString keyOfParts(int direction, const QString &conversation, const QString &text)
 {
     return QString::number(direction) + conversation + u'\n' + text;
@@ -22,62 +66,68 @@ VXMessageCandidates::Subject::Subject(const VXMessageRecord &message)
 {
 }
 
-// Each fetch reads a range of an index. Unknown dates, here or there, are rare.
-bool VXMessageCandidates::read(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
+// Nothing is stored at the place of a new message.
+bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
 {
-    QVariantList conversations;
-    QSet<QString> known;
+    QVariantList urls;
+    for (const Subject &subject : subjects) {
+        if (!subject.record.url.isNull())
+            urls.append(subject.record.url);
+    }
+    return urls.isEmpty() || fetch(isOneOf(u"url"_s, urls), context, error);
+}
+
+// Each look-up goes through a range of an index, for numbers alone. Unknown dates, here or there, are rare with an honest phone;
+// another may have all its messages of one date.
+bool VXMessageCandidates::read(const QList<Subject> &subjects, const NumberCheck &isAnother,
+                               VXManagedObjectContext &context, VXError *error)
+{
+    Values conversations;
+    Values texts;
     bool hasUndated = false;
-    bool hasNobody = false;
     QDateTime first;
     QDateTime last;
     for (const Subject &subject : subjects) {
         const QDateTime &date = subject.record.date;
-        hasNobody = hasNobody || subject.conversation.isNull();
-        if (!subject.conversation.isNull() && !known.contains(subject.conversation)) {
-            known.insert(subject.conversation);
-            conversations.append(subject.conversation);
-        }
+        conversations.add(subject.conversation);
+        texts.add(subject.record.text);
+        if (subject.record.text.isEmpty())
+            texts.add({}); // which is the same
         hasUndated = hasUndated || !date.isValid();
         if (date.isValid() && (!first.isValid() || date < first))
             first = date;
         if (date.isValid() && (!last.isValid() || date > last))
             last = date;
     }
-    const auto read = [&](const QString &condition, const QVariantList &arguments) {
-        return (conversations.isEmpty() || fetch("conversation IN %@ AND "_L1 + condition,
-                                                 QVariantList{QVariant(conversations)} + arguments, context, error)) &&
-               (!hasNobody || fetch("conversation == NULL AND "_L1 + condition, arguments, context, error));
+    QVariantList others;
+    const auto look = [&](const QString &condition, const QVariantList &arguments = {}) {
+        return std::ranges::all_of(conversations.conditions(u"conversation"_s), [&](const VXPredicate &isOfThose) {
+            VXFetchRequest request = requestFor(
+                VXPredicate::allOf({isOfThose, *VXPredicate::predicateWithFormat(condition, arguments)}), context);
+            request.includesPropertyValues = false;
+            request.batchSize = numbersAtOnce;
+            const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+            for (qsizetype index = 0; found && index < found->size(); ++index) {
+                if (const VXManagedObjectID objectID = found->at(index)->objectID(); !isAnother(objectID.number()))
+                    others.append(QVariant::fromValue(objectID));
+            }
+            return found.has_value();
+        });
     };
     const qint64 span = VXMessageMatch::spanOf(VXMessageMatch::Rule::SentHere);
-    return (!first.isValid() ||
-            read(u"date >= %@ AND date <= %@"_s, {first.toUTC().addMSecs(-span), last.toUTC().addMSecs(span)})) &&
-           read(u"date == NULL"_s, {}) && (!hasUndated || read(u"state == 2 AND url == NULL"_s, {})) &&
-           readAtPlaces(subjects, context, error);
+    if ((first.isValid() &&
+         !look(u"date >= %@ AND date <= %@"_s, {first.toUTC().addMSecs(-span), last.toUTC().addMSecs(span)})) ||
+        !look(u"date == NULL"_s) || (hasUndated && !look(u"state == 2 AND url == NULL"_s)))
+        return false;
+    const VXPredicate isOther =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(others));
+    return others.isEmpty() ||
+           fetch(VXPredicate::allOf({isOther, VXPredicate::anyOf(texts.conditions(u"text"_s))}), context, error);
 }
 
-// Nothing is stored at the place of a new message. In other cases the date was unknown, or the message was saved
-// without its conversation.
-bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error)
+bool VXMessageCandidates::fetch(const VXPredicate &condition, VXManagedObjectContext &context, VXError *error)
 {
-    QVariantList urls;
-    for (const Subject &subject : subjects) {
-        const auto [first, last] = _known.equal_range(subject.key);
-        const auto isThere = [&](const Known &known) {
-            return known.url == subject.record.url && VXMessageMatch::isNear(subject.record.date, known.date);
-        };
-        if (!subject.record.url.isNull() && std::none_of(first, last, isThere))
-            urls.append(subject.record.url);
-    }
-    return urls.isEmpty() || fetch(u"url IN %@"_s, {QVariant(urls)}, context, error);
-}
-
-bool VXMessageCandidates::fetch(const QString &condition, const QVariantList &arguments,
-                                VXManagedObjectContext &context, VXError *error)
-{
-    VXFetchRequest request(*context.persistentStoreCoordinator()->model().entityForName(VXMessageStore::entityName));
-    request.predicate = *VXPredicate::predicateWithFormat(condition, arguments);
-    const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
+    const std::optional<VXFetchResult> found = context.executeFetchRequest(requestFor(condition, context), error);
     if (!found)
         return false;
     for (const VXManagedObjectPtr &message : *found) {

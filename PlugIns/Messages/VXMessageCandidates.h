@@ -30,10 +30,15 @@ public:
         QString key;          // the same for messages that are alike (VXMessageMatch::isAlike)
     };
     using Check = std::function<bool(const Known &known)>;
+    using NumberCheck = std::function<bool(qint64 number)>;
 
-    /** The fewer conversations there are, and the less time lies between the first and the last message, the less is
-     *  read. False, with an error, if the store cannot be read. */
-    [[nodiscard]] bool read(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
+    /** Reads what lies at the places of the messages. False, with an error, if the store cannot be read. */
+    [[nodiscard]] bool readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
+    /** Reads what else they may be, without those that the check tells to be another for certain, by their number: of these
+     *  there may be many of one party and date. The fewer conversations there are, and the less time lies between the first
+     *  and the last message, the less is looked at. False, with an error, if the store cannot be read. */
+    [[nodiscard]] bool read(const QList<Subject> &subjects, const NumberCheck &isAnother,
+                            VXManagedObjectContext &context, VXError *error);
 
     /** Adds a new message. */
     void add(const VXManagedObjectPtr &message, const Subject &subject);
@@ -44,9 +49,7 @@ public:
     VXManagedObjectPtr nearest(const Subject &subject, VXMessageMatch::Rule rule, const Check &mayBe) const;
 
 private:
-    bool readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
-    bool fetch(const QString &condition, const QVariantList &arguments, VXManagedObjectContext &context,
-               VXError *error);
+    bool fetch(const VXPredicate &condition, VXManagedObjectContext &context, VXError *error);
     QString conversationOf(const QString &party);
 
     QMultiHash<QString, Known> _known; // by key

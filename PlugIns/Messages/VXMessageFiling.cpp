@@ -222,7 +222,12 @@ bool VXMessageFiling::fileSlice(const QList<Item> &slice, Round round, Step &ste
     QList<VXMessageCandidates::Subject> messages;
     for (const Item &item : slice)
         messages.append(item.message);
-    if (!step.candidates.read(messages, step.context, error))
+    const auto isMet = [this](qint64 number) { return _met.contains(number); };
+    if (!step.candidates.readAtPlaces(messages, step.context, error))
+        return false;
+    if (round != Round::SentHere)
+        messages.removeIf([&](const auto &message) { return bool(findAtPlace(message, step)); });
+    if (!messages.isEmpty() && !step.candidates.read(messages, isMet, step.context, error))
         return false;
     for (const Item &item : slice) {
         const bool waits = round == Round::AtOnce && _perhapsSent->mayBeCopy(item.message.record);
@@ -242,8 +247,7 @@ VXManagedObjectPtr VXMessageFiling::find(const Item &item, Round round, const St
 {
     if (round == Round::SentHere)
         return findSentHere(item, step);
-    const Message same = step.candidates.atPlaceOf(
-        item.message, [&](const auto &known) { return folderOf(known.message) == step.folder; });
+    const Message same = findAtPlace(item.message, step);
     if (same || round == Round::AtOnce)
         return same;
     if (const Message written = findWritten(item, step))
@@ -255,6 +259,12 @@ VXManagedObjectPtr VXMessageFiling::find(const Item &item, Round round, const St
     return moved ? moved : step.candidates.nearest(item.message, Rule::SameDate, [&](const auto &known) {
         return isElsewhere(known);
     });
+}
+
+VXManagedObjectPtr VXMessageFiling::findAtPlace(const VXMessageCandidates::Subject &message, const Step &step)
+{
+    return step.candidates.atPlaceOf(message,
+                                     [&](const auto &known) { return folderOf(known.message) == step.folder; });
 }
 
 // Phones may give it a date of their own.

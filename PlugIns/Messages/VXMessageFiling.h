@@ -88,6 +88,7 @@ private:
     static void sortByDate(QList<Item> &items);
 
     Message find(const Item &item, Round round, const Step &step) const;
+    static Message findAtPlace(const VXMessageCandidates::Subject &message, const Step &step);
     Message findWritten(const Item &item, const Step &step) const;
     Message findSentHere(const Item &item, const Step &step) const;
     bool mayBeAnother(const Item &item, const Step &step) const;

@@ -10,8 +10,10 @@
 #include "VXEventManager.h"
 #include "VXStoreWorkLock.h"
 #include "VXTestSQL.h"
+#include "VXUserDefaults.h"
 
 #include <QtCore/QRandomGenerator>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
 
@@ -234,6 +236,32 @@ TEST_F(VXMessageSyncTest, HoweverAPhoneLiesALaterReadingFilesNothingAgain)
         EXPECT_EQ(sync(), u"0 0"_s);
         EXPECT_EQ(stored().size(), count);
     }
+}
+
+// Rather than once for each portion.
+TEST_F(VXMessageSyncTest, MessagesThatAreAllOfOneDateAreReadOnce)
+{
+    constexpr int count = 1000;
+    for (int index = 0; index < count; ++index)
+        put(u"+49170"_s, QString::number(index % 7), index % 2 == 0 ? -1 : 0, QString::number(index));
+    phone->portion = 50;
+    VXUserDefaults::standardUserDefaults().setObject(true, u"debug.SQL"_s);
+    static const QRegularExpression reading(
+        uR"(rows (\d+), .*VX_ROW.* FROM "VX_VXMessage" t0 WHERE .*"(url|text|conversation)\b)"_s);
+    for (const auto &[expected, mostRows] : {std::pair(u"1000 0"_s, 0), {u"0 0"_s, count}}) {
+        const VXDiagnosticRecorder told;
+        EXPECT_EQ(sync(), expected);
+        int rows = 0;
+        for (const QString &line : told.texts())
+            rows += reading.match(line).captured(1).toInt();
+        EXPECT_LE(rows, mostRows);
+    }
+    const VXDiagnosticRecorder told;
+    VXMessageRecord news(phone->items.last());
+    news.text = u"news"_s;
+    VXManagedObjectContext context(store->coordinator());
+    EXPECT_TRUE(store->findMessages(news, {}, context)->isEmpty()); // as for each message that an event tells of
+    EXPECT_EQ(told.texts().filter(reading).filter(u"rows 0,"_s).size(), 1);
 }
 
 TEST_F(VXMessageSyncTest, WhatWasFiledBeforeAPhoneIsGoneStays)
