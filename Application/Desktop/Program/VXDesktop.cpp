@@ -37,6 +37,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QThreadPool>
 #include <QtCore/QTimer>
+#include <QtGui/QFontDatabase>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
@@ -188,6 +189,12 @@ void prepare()
     static_cast<void>(VXThemeManager::sharedThemeManager());
 }
 
+// The first text needs the list of all fonts, which takes as long as loading the plugins: it is read beside that.
+void readFontsMeanwhile()
+{
+    QThreadPool::globalInstance()->start([] { static_cast<void>(QFontDatabase::families()); });
+}
+
 void follow(VXDesktopInstance &instance, VXMainWindow &window)
 {
     QObject::connect(&instance, &VXDesktopInstance::wantsActivation, &window, &VXMainWindow::activate);
@@ -319,6 +326,7 @@ int VXDesktop::run(int argc, char **argv)
         VXBundle::setPreferredLanguages({options.language});
         QLocale::setDefault(QLocale(options.language));
     }
+    readFontsMeanwhile();
     prepare();
     QApplication::setWindowIcon(QIcon(VXBundle::mainBundle()->pathForResource(u"Vornix"_s, u"svg"_s)));
     QApplication::setQuitOnLastWindowClosed(false);
