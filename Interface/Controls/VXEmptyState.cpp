@@ -19,15 +19,53 @@ constexpr int sideMargin = 20;
 } // namespace
 
 VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QString &text, QWidget *parent)
-    : QWidget(parent), _picture(new QLabel), _title(new VXTextLabel({}, VXTextLabel::Role::Title)),
-      _text(new VXTextLabel({}, VXTextLabel::Role::Secondary)), _button(new QPushButton),
-      _secondButton(new QPushButton), _buttons(new QBoxLayout(QBoxLayout::LeftToRight))
+    : QWidget(parent)
 {
+    setContents(symbol, title, text);
+}
+
+VXEmptyState::~VXEmptyState() = default;
+
+void VXEmptyState::setTexts(const QString &title, const QString &text)
+{
+    _contents.title = title;
+    _contents.text = text;
+    setAccessibleName(title);
+    setAccessibleDescription(text);
+    fill();
+}
+
+void VXEmptyState::setContents(const QString &symbol, const QString &title, const QString &text, const QString &action,
+                               const QString &secondAction)
+{
+    _contents.symbol = symbol;
+    _contents.action = action;
+    _contents.secondAction = secondAction;
+    updateSymbol();
+    setTexts(title, text);
+}
+
+void VXEmptyState::setActionTitle(const QString &title)
+{
+    _contents.action = title;
+    fill();
+}
+
+void VXEmptyState::make()
+{
+    if (_picture != nullptr)
+        return;
+    _picture = new QLabel;
+    _title = new VXTextLabel({}, VXTextLabel::Role::Title);
+    _text = new VXTextLabel({}, VXTextLabel::Role::Secondary);
     for (VXTextLabel *const label : {_title, _text})
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    _button = new QPushButton;
     _button->setDefault(true);
+    _secondButton = new QPushButton;
     connect(_button, &QPushButton::clicked, this, &VXEmptyState::actionWanted);
     connect(_secondButton, &QPushButton::clicked, this, &VXEmptyState::secondActionWanted);
+    _buttons = new QBoxLayout(QBoxLayout::LeftToRight);
     _buttons->addWidget(_button);
     _buttons->addWidget(_secondButton);
     auto *const column = new QVBoxLayout(this);
@@ -41,44 +79,48 @@ VXEmptyState::VXEmptyState(const QString &symbol, const QString &title, const QS
     column->addLayout(_buttons);
     column->setAlignment(_buttons, Qt::AlignHCenter);
     column->addStretch(3);
-    setContents(symbol, title, text);
-}
-
-VXEmptyState::~VXEmptyState() = default;
-
-void VXEmptyState::setTexts(const QString &title, const QString &text)
-{
-    _title->setText(title);
-    _text->setText(text);
-    _text->setVisible(!text.isEmpty());
-    setAccessibleName(title);
-    setAccessibleDescription(text);
-}
-
-void VXEmptyState::setContents(const QString &symbol, const QString &title, const QString &text, const QString &action,
-                               const QString &secondAction)
-{
-    _symbol = symbol;
     updateSymbol();
-    setTexts(title, text);
-    setActionTitle(action);
-    _secondButton->setText(secondAction);
-    _secondButton->setVisible(!secondAction.isEmpty());
-    place();
+    fill();
 }
 
-void VXEmptyState::setActionTitle(const QString &title)
+void VXEmptyState::fill()
 {
-    _button->setText(title);
-    _button->setVisible(!title.isEmpty());
+    if (_picture == nullptr)
+        return;
+    _title->setText(_contents.title);
+    _text->setText(_contents.text);
+    _text->setVisible(!_contents.text.isEmpty());
+    _button->setText(_contents.action);
+    _button->setVisible(!_contents.action.isEmpty());
+    _secondButton->setText(_contents.secondAction);
+    _secondButton->setVisible(!_contents.secondAction.isEmpty());
+    place();
 }
 
 void VXEmptyState::updateSymbol()
 {
+    if (_picture == nullptr)
+        return;
     const QSize size(symbolSize, symbolSize);
-    _picture->setPixmap(_symbol.isEmpty()
-                            ? QPixmap()
-                            : VXSymbol::named(_symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
+    _picture->setPixmap(
+        _contents.symbol.isEmpty()
+            ? QPixmap()
+            : VXSymbol::named(_contents.symbol, VXSymbol::Tone::Quiet).pixmap(size, devicePixelRatioF()));
+}
+
+void VXEmptyState::setVisible(bool visible)
+{
+    if (visible)
+        make();
+    QWidget::setVisible(visible);
+}
+
+// What is shown together with its parent is only polished beforehand; so is what stays hidden in it.
+bool VXEmptyState::event(QEvent *event)
+{
+    if (event->type() == QEvent::Polish && !(isHidden() && testAttribute(Qt::WA_WState_ExplicitShowHide)))
+        make();
+    return QWidget::event(event);
 }
 
 void VXEmptyState::changeEvent(QEvent *event)
@@ -103,5 +145,6 @@ void VXEmptyState::place()
 void VXEmptyState::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    place();
+    if (_picture != nullptr)
+        place();
 }

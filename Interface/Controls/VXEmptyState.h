@@ -11,7 +11,7 @@ class VXTextLabel;
 
 /**
  * Shown in place of missing contents: a drawing, a text about what belongs there, and up to two buttons for a first
- * step. Main thread only.
+ * step. What is in it is made when it is first shown, since most are never seen. Main thread only.
  */
 class VX_INTERFACE_EXPORT VXEmptyState : public QWidget
 {
@@ -31,23 +31,37 @@ public:
     /** Sets the title of the first button, which Return presses. */
     void setActionTitle(const QString &title);
 
+    void setVisible(bool visible) override;
+
 Q_SIGNALS:
     void actionWanted();
     void secondActionWanted();
 
 protected:
+    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    struct Contents
+    {
+        QString symbol;
+        QString title;
+        QString text;
+        QString action;
+        QString secondAction;
+    };
+
+    void make();
+    void fill();
     void updateSymbol();
     void place();
 
-    QString _symbol;
-    QLabel *const _picture;
-    VXTextLabel *const _title;
-    VXTextLabel *const _text;
-    QPushButton *const _button;
-    QPushButton *const _secondButton;
-    QBoxLayout *const _buttons;
+    Contents _contents;
+    QLabel *_picture = nullptr; // it and the others are null until they are made
+    VXTextLabel *_title = nullptr;
+    VXTextLabel *_text = nullptr;
+    QPushButton *_button = nullptr;
+    QPushButton *_secondButton = nullptr;
+    QBoxLayout *_buttons = nullptr;
 };

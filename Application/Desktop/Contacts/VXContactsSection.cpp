@@ -51,7 +51,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
       _coordinator(VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s)),
       _model(new VXStoreListModel(this)), _pane(new VXListPane(VXText("Search contacts"), VXText("Contacts"), this)),
       _group(new QComboBox(this)), _detail(new QStackedWidget(this)), _card(new VXContactCard(this)),
-      _form(new VXContactForm(this)), _nothing(new VXEmptyState(this))
+      _nothing(new VXEmptyState(this))
 {
     _group->setAccessibleName(VXText("Group"));
     _pane->secondRow()->addWidget(_group, 1);
@@ -59,8 +59,10 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     _pane->list()->setSelectionMode(QListView::ExtendedSelection); // for merging
     _nothing->setContents(u"person"_s, VXText("No contact chosen"),
                           VXText("Choose one from the list, or make a new one."));
-    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _card, _form})
-        _detail->addWidget(page);
+    _detail->addWidget(_card); // first, and thereby shown: most often it is what comes
+    _detail->addWidget(_nothing);
+    if (!_coordinator)
+        _detail->setCurrentWidget(_nothing);
     showBeside(_pane, _detail);
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
@@ -82,13 +84,6 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     connect(_card, &VXContactCard::wantsEdit, this, &VXContactsSection::edit);
     connect(_card, &VXContactCard::wantsCall, this, &VXSection::wantsCall);
     connect(_card, &VXContactCard::wantsMessage, this, [this](const QString &party) { Q_EMIT wantsMessage({party}); });
-    connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
-    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
-    connect(_form, &VXContactForm::didChange, this, &VXContactsSection::keepDraft);
-    connect(_form, &VXContactForm::cancelled, this, [this] {
-        stopEditing();
-        showCard();
-    });
     if (!_coordinator)
         return;
     _watch = std::make_unique<VXStoreWatch>(_coordinator);
@@ -216,12 +211,29 @@ void VXContactsSection::edit()
     }
 }
 
+// Many a session edits nothing.
+void VXContactsSection::makeForm()
+{
+    if (_form != nullptr)
+        return;
+    _form = new VXContactForm(this);
+    _detail->addWidget(_form);
+    connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
+    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
+    connect(_form, &VXContactForm::didChange, this, &VXContactsSection::keepDraft);
+    connect(_form, &VXContactForm::cancelled, this, [this] {
+        stopEditing();
+        showCard();
+    });
+}
+
 void VXContactsSection::startEditing(const VXContactRecord &contact)
 {
     _edited = contact;
     QStringList groups;
     for (int i = 1; i < _group->count(); ++i)
         groups.append(_group->itemText(i));
+    makeForm();
     _detail->setCurrentWidget(_form);
     _form->setContact(contact, groups);
 }

@@ -59,6 +59,7 @@ private:
     void show(const VXManagedObjectID &person);
     void showInList(const VXManagedObjectID &person);
     void showCard();
+    void makeForm();
     void startEditing(const VXContactRecord &contact);
     void stopEditing();
     void keepDraft();
@@ -77,8 +78,8 @@ private:
     QComboBox *_group;
     QStackedWidget *_detail;
     VXContactCard *_card;
-    VXContactForm *_form;
-    QPointer<VXSheet> _sheet; // asks whether to merge
+    VXContactForm *_form = nullptr; // made when first needed
+    QPointer<VXSheet> _sheet;       // asks whether to merge
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXBackgroundReader<VXContactGroups> _groups;

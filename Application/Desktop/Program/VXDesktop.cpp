@@ -37,6 +37,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QThreadPool>
 #include <QtCore/QTimer>
+#include <QtGui/QFontDatabase>
 #include <QtGui/QIcon>
 #include <QtWidgets/QApplication>
 
@@ -44,13 +45,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <malloc.h>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <sys/mman.h>
-#include <thread>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -108,18 +107,6 @@ void takeMemoryInLargePieces()
     std::free(block);
 #endif
 #endif
-}
-
-// Before its first text Qt has fontconfig read dozens of files. What is read here it finds there. The library is one of Qt's, which has
-// loaded it, or does without.
-void readFonts()
-{
-    void *const library = ::dlopen("libfontconfig.so.1", RTLD_LAZY | RTLD_NOLOAD);
-    if (library == nullptr)
-        return;
-    if (auto *const read = reinterpret_cast<int (*)()>(::dlsym(library, "FcInit")))
-        read();
-    ::dlclose(library);
 }
 
 // If Qt finds no screen, it ends the program as if it had crashed. That is misleading, so whoever started it is told
@@ -200,6 +187,13 @@ void prepare()
         VXWorkInBackground<std::optional<VXError>>(qApp, VXText("Exporting"), work, done);
     });
     static_cast<void>(VXThemeManager::sharedThemeManager());
+}
+
+// The first text needs the list of all fonts, which takes as long as loading the plugins: it is read beside that. The environment,
+// where fontconfig looks, changes no more.
+void readFontsMeanwhile()
+{
+    QThreadPool::globalInstance()->start([] { static_cast<void>(QFontDatabase::families()); });
 }
 
 void follow(VXDesktopInstance &instance, VXMainWindow &window)
@@ -288,9 +282,7 @@ int runAmongPlugins(const Options &options, VXDesktopInstance &instance)
     VXApplication &application = VXApplication::sharedApplication();
     VXPluginManager &manager = VXPluginManager::sharedPluginManager();
     application.setDidFinishLaunching(false);
-    std::jthread fonts(readFonts); // the environment changes no more
     manager.startup();
-    fonts.join(); // or both would read them
     application.setDidFinishLaunching(true);
     // A store that could not be opened: the user was told.
     const int status = application.isTerminating() ? 1 : runWindow(options, instance, crash);
@@ -335,6 +327,7 @@ int VXDesktop::run(int argc, char **argv)
         VXBundle::setPreferredLanguages({options.language});
         QLocale::setDefault(QLocale(options.language));
     }
+    readFontsMeanwhile();
     prepare();
     QApplication::setWindowIcon(QIcon(VXBundle::mainBundle()->pathForResource(u"Vornix"_s, u"svg"_s)));
     QApplication::setQuitOnLastWindowClosed(false);

@@ -10,10 +10,17 @@
 
 using namespace Qt::StringLiterals;
 
-VXSection::VXSection(const Info &info, QWidget *parent) : QWidget(parent), _info(info), _notices(new VXNoticeBar(this))
+VXSection::VXSection(const Info &info, QWidget *parent) : QWidget(parent), _info(info)
 {
     setObjectName(info.key);
     setAccessibleName(info.title);
+}
+
+VXNoticeBar &VXSection::notices()
+{
+    if (_notices == nullptr)
+        _notices = new VXNoticeBar(this);
+    return *_notices;
 }
 
 void VXSection::setBadge(int count)

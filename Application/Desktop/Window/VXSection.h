@@ -52,7 +52,8 @@ public:
     /** Goes back to where the user came from; false if there was nothing to leave. */
     virtual bool leave() { return false; }
 
-    VXNoticeBar &notices() { return *_notices; }
+    /** Made when first asked for. */
+    VXNoticeBar &notices();
 
 Q_SIGNALS:
     void badgeDidChange();
@@ -76,7 +77,7 @@ private:
     const Info _info;
     int _badge = 0;
     QUndoStack _undoStack;
-    VXNoticeBar *_notices;
+    VXNoticeBar *_notices = nullptr; // made when there is something to tell
 };
 
 /** A line between parts that are beside or below each other. */
