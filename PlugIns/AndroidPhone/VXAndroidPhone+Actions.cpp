@@ -145,11 +145,14 @@ void VXAndroidPhone::fetchContacts(VXBusErrand &errand, const std::shared_ptr<Co
 {
     const auto read = [this, &errand, reading] { readPortion(errand, reading); };
     reading->deadline.setRemainingTime(contactsLimit);
-    beginContacts(errand, reading, contactsLimit, read);
+    beginContacts(errand, reading, contactsLimit);
     errand.call({.path = VXConnectNames::path(_phone, u"contacts"_s),
                  .interface = VXConnectNames::contacts,
                  .method = u"synchronizeRemoteWithLocal"_s},
-                [read](const QVariantList &) { read(); });
+                [reading, read](const QVariantList &) {
+                    reading->areAllThere = false; // what it told before its answer is of another request
+                    read();
+                });
 }
 
 // What has arrived is read while the daemon writes the rest.

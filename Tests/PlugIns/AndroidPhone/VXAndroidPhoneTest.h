@@ -120,6 +120,14 @@ protected:
             writeFile(QStringLiteral(".local/share/kpeoplevcard/kdeconnect-abc/%1.vcf").arg(index),
                       "BEGIN:VCARD\nFN:Jane\nTEL:1\nEND:VCARD\n");
     }
+    /** The daemon tells so, after its answer to what it is asked now. */
+    void areThere()
+    {
+        QTimer::singleShot(0, mock.get(), [this] {
+            mock->emitSignal(VXConnectNames::path(id, QStringLiteral("contacts")), VXConnectNames::contacts,
+                             QStringLiteral("localCacheSynchronized"), {QStringList()});
+        });
+    }
     static QVariantMap hello()
     {
         return {{QStringLiteral("number"), QStringLiteral("+49 170")},

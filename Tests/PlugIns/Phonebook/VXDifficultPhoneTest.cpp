@@ -12,6 +12,7 @@
 #include "VXPhonebookTest.h"
 
 #include <QtCore/QMap>
+#include <QtCore/QThreadPool>
 
 using namespace Qt::StringLiterals;
 using testing::ElementsAre;
@@ -116,7 +117,17 @@ protected:
         phone->offerActions();
         VXDevicePlugin::addDevice(held);
     }
-    ~VXDifficultPhoneTest() override { VXDevicePlugin::removeDeviceAtURL(url); }
+    ~VXDifficultPhoneTest() override
+    {
+        // A sync that outlasted its test would go on with what is about to go.
+        for (const VXDeviceAction::Ptr &action : {begun, phone->silent}) {
+            if (action && action->isExecuting())
+                action->cancel();
+        }
+        QThreadPool::globalInstance()->waitForDone();
+        static_cast<void>(VXRunUntil([this] { return !begun || !begun->isExecuting(); }));
+        VXDevicePlugin::removeDeviceAtURL(url);
+    }
 
     void add(const QString &firstName, const QString &lastName, const QString &number)
     {
@@ -131,9 +142,9 @@ protected:
         ASSERT_TRUE(context.save());
     }
 
-    VXDeviceAction::Ptr begin() const
+    VXDeviceAction::Ptr begin()
     {
-        const auto action = VXDeviceAction::actionWithName(u"sync_contacts"_s);
+        const auto action = begun = VXDeviceAction::actionWithName(u"sync_contacts"_s);
         action->setObject(QVariantMap{{u"addsAll"_s, addsAll}});
         action->executeWithDevice(held, [](VXDeviceAction *) {});
         return action;
@@ -220,6 +231,7 @@ protected:
     QStringList problems;
     int refused = 0; // again
     QString error;
+    VXDeviceAction::Ptr begun = {}; // the last sync
 
 private:
     VXFetchRequest request(const QString &entity, const QString &key, const QString &value) const
