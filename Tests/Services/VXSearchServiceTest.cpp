@@ -104,6 +104,8 @@ TEST_F(VXSearchServiceTest, AnswersGnome)
     EXPECT_EQ(opened[0], u"vxbook://store/vxperson/p1"_s);
     EXPECT_EQ(VXFoundObject::wordsInURL(QUrl(opened[1])), u"jane & joe 50%+"_s);
     EXPECT_EQ(opened[2], QString());
+    for (const char *const other : {"vxbook://store?words=a", "vxbook://search/a?words=a", "x://search?words=a"})
+        EXPECT_EQ(VXFoundObject::wordsInURL(QUrl(QLatin1StringView(other))), QString());
 }
 
 TEST_F(VXSearchServiceTest, AnswersKRunner)

@@ -149,6 +149,7 @@ TEST_F(VXPhonebookStringTest, splitting)
     for (const auto &[text, expected] : table)
         EXPECT_EQ(split(text), expected) << text.toStdString();
     EXPECT_TRUE(VXPhonebookStringSplit(u"Jane <555>"_s));
+    EXPECT_TRUE(VXPhonebookStringSplitAsWritten(u"jane@example.org"_s, nullptr, nullptr, nullptr));
     EXPECT_EQ(recorder.messages(), QStringList());
 }
 

@@ -195,8 +195,15 @@ TEST_F(VXWebConnectionTest, NothingIsSentTwiceOverAKeptConnection)
 {
     EXPECT_EQ(post(u"/once"_s)->data(), "first");
     EXPECT_EQ(post(u"/once"_s)->data(), "first"); // over another one
+    const auto connection = VXWebConnection::create();
+    connection->setUsesOwnConnection(true);
+    connection->setFormFields({{.name = u"a"_s, .text = u"1"_s, .filePath = {}}});
+    connection->setDelegate(delegate);
+    connection->requestURL(server.url(u"/once"_s));
+    ASSERT_TRUE(told(3));
+    EXPECT_EQ(connection->data(), "first");
     EXPECT_EQ(post(u"/once"_s, {{u"a"_s, 1}})->error().code(), VXURLErrorConnectionLost);
-    EXPECT_EQ(server.requests().size(), 3);
+    EXPECT_EQ(server.requests().size(), 4);
 }
 
 TEST_F(VXWebConnectionTest, ASilentServerEndsWithTheTimeOut)
@@ -221,6 +228,9 @@ TEST_F(VXWebConnectionTest, WhatIsOnItsWayIsNoSilence)
     connection->requestURL(server.url(u"/sip"_s));
     ASSERT_TRUE(told());
     EXPECT_GT(connection->data().toInt(), 3 << 20) << connection->error().description().toStdString();
+    connection->requestURL(server.url(u"/early"_s));
+    ASSERT_TRUE(told(2));
+    EXPECT_FALSE(connection->didSendRequest());
 }
 
 // Also one for longer than any clock counts, and what a redirect announces is not waited for.
@@ -258,9 +268,11 @@ TEST_F(VXWebConnectionTest, FollowsRedirectsWithAWarning)
     VXWebServer other;
     const QString away = encoded(other.url(u"/form"_s).toString());
     other.stop();
-    const VXWebConnection::Ptr lost = post(u"/answer?status=308 There&header=Location: "_s + away, {{u"a"_s, u"1"_s}});
-    EXPECT_EQ(lost->error().code(), VXURLErrorCannotConnectToHost);
-    EXPECT_FALSE(lost->didSendRequest());
+    for (const QVariantMap &form : {QVariantMap{{u"a"_s, u"1"_s}}, QVariantMap()}) {
+        const VXWebConnection::Ptr lost = post(u"/answer?status=308 There&header=Location: "_s + away, form);
+        EXPECT_EQ(lost->error().code(), VXURLErrorCannotConnectToHost);
+        EXPECT_FALSE(lost->didSendRequest());
+    }
     // Whatever becomes of the connection.
     const VXWebConnection::Ptr apart =
         post(u"/answer?status=307 Again&header=Location: /form&hangup="_s, {{u"a"_s, u"1"_s}});

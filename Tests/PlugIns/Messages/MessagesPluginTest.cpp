@@ -208,7 +208,11 @@ TEST_F(MessagesPluginTest, LongMessagesAppearWhenTheyAreWhole)
     arrive(partOf(bob, 7, 2, 2, u"b"_s));
     arrive(partOf(jane, 7, 1, 2, u"y"_s));
     arrive(partOf(jane, 8, 1, 1000, u"all"_s)); // no message has so many
-    EXPECT_THAT(shownIn(VXInboxFolder), testing::UnorderedElementsAre(u"1 abc"_s, u"1 Bb"_s, u"1 yz"_s, u"1 all"_s));
+    QVariantMap complete = partOf(jane, 9, 1, 2, u"complete"_s);
+    complete[u"isComplete"_s] = true;
+    arrive(complete);
+    EXPECT_THAT(shownIn(VXInboxFolder),
+                testing::UnorderedElementsAre(u"1 abc"_s, u"1 Bb"_s, u"1 yz"_s, u"1 all"_s, u"1 complete"_s));
     VXManagedObjectContext context(store->coordinator());
     VXMessageRecord whole(partOf(jane, 7, 1, 3, u"abc"_s));
     const auto found = store->findMessages(whole, {}, context);

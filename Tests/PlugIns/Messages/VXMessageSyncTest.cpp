@@ -100,7 +100,12 @@ protected:
     QString sync()
     {
         const auto action = begin();
+        double most = 0;
+        const QObject listener;
+        QObject::connect(action.get(), &VXDeviceAction::progressDidChange, &listener,
+                         [&] { most = std::max(most, action->progressValue()); });
         EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
+        EXPECT_EQ(most, 0) << "nothing is carried out there";
         const QVariantMap result = action->result().toMap();
         return u"%1 %2 %3"_s.arg(result.value(u"added"_s).toInt())
             .arg(result.value(u"changed"_s).toInt())

@@ -445,6 +445,14 @@ TEST_F(VXDifficultPhoneTest, AnotherPhoneAtTheSameURLDeletesAndChangesNothingOfT
     }
 }
 
+TEST_F(VXDifficultPhoneTest, ContactsOfOneNameMayChangePlaces)
+{
+    phone->contacts = {{1, card(u"Ann"_s, {u"555 0100"_s})}, {2, card(u"Ann"_s, {u"555 0101"_s})}};
+    EXPECT_EQ(sync(), u"2 0 0 0"_s);
+    std::swap(phone->contacts[1], phone->contacts[2]);
+    EXPECT_EQ(sync(), u"0 0 0 0"_s);
+}
+
 // Each slice is saved by itself: one who lies on the phone twice is met across them, and what is broken off goes on where it ended.
 TEST_F(VXDifficultPhoneTest, MoreContactsThanASliceHolds)
 {

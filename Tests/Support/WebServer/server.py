@@ -64,6 +64,8 @@ class Handler(socketserver.StreamRequestHandler):
         length = int(self.head.get("Content-Length", 0))
         self.received = 0
         keep = url.path not in ("/upload", "/sip")
+        if url.path == "/early":  # hangs up before it has read the body
+            return False
         if url.path == "/sip":  # of what is on its way
             self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 16)
         parts = []
