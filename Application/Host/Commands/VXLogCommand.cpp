@@ -156,7 +156,7 @@ VXHostCommand VXLogCommand()
                 "level and message.\n"
                 "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
             .options = {{u"follow"_s, {}, u"Go on showing what is logged"_s},
-                        {u"last"_s, u"N"_s, u"Only the last N entries, of those that there are"_s},
+                        {u"last"_s, u"N"_s, u"Only the last N entries"_s},
                         {u"level"_s, u"L"_s, u"Only entries as severe as L or more: 0 to 7, or fatal to debug"_s}},
             .run = runLog};
 }
