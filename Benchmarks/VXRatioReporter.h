@@ -14,6 +14,8 @@ public:
     VXRatioReporter();
     void ReportRuns(const std::vector<Run> &runs) override;
     void Finalize() override;
+    /** Whether a ratio exceeds what is allowed; after the last run. */
+    bool isAnyMissed() const { return _isAnyMissed; }
 
 private:
     struct Times
@@ -23,7 +25,9 @@ private:
         double allowed = 0;               // 0: nothing stated
     };
     QMap<QString, Times> _groups;
+    bool _isAnyMissed = false;
 };
 
-/** Runs those that the arguments choose, each several times; after the application object is made. */
+/** Runs those that the arguments choose, each several times; after the application object is made. Returns the exit status:
+ *  1 if one exceeds what is allowed. */
 int VXRunBenchmarks(int argc, char **argv);

@@ -18,11 +18,6 @@ QVariant noneOr(const QString &text)
     return text.isNull() ? QVariant() : QVariant(text);
 }
 
-VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
-}
-
 bool isSamePhone(const QString &a, const QString &b)
 {
     return a.isEmpty() || b.isEmpty() || a == b;
@@ -35,9 +30,10 @@ std::optional<VXManagedObjectPtr> VXCallStore::find(const VXCallRecord &record, 
 {
     const QDateTime start = record.start();
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    request.predicate = VXPredicate::allOf({compare(u"date"_s, Operator::GreaterOrEqual, start.addSecs(-nearness)),
-                                            compare(u"date"_s, Operator::LessOrEqual, start.addSecs(nearness)),
-                                            compare(u"direction"_s, Operator::Equal, int(record.direction))});
+    request.predicate =
+        VXPredicate::allOf({VXPredicate::comparison(u"date"_s, Operator::GreaterOrEqual, start.addSecs(-nearness)),
+                            VXPredicate::comparison(u"date"_s, Operator::LessOrEqual, start.addSecs(nearness)),
+                            VXPredicate::comparison(u"direction"_s, Operator::Equal, int(record.direction))});
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)
         return std::nullopt;
@@ -59,8 +55,9 @@ std::optional<VXManagedObjectPtr> VXCallStore::find(const QString &deviceURL, co
                                                     VXManagedObjectContext &context, VXError *error) const
 {
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    request.predicate = VXPredicate::allOf(
-        {compare(u"call_id"_s, Operator::Equal, callID), compare(u"device_url"_s, Operator::Equal, noneOr(deviceURL))});
+    request.predicate =
+        VXPredicate::allOf({VXPredicate::comparison(u"call_id"_s, Operator::Equal, callID),
+                            VXPredicate::comparison(u"device_url"_s, Operator::Equal, noneOr(deviceURL))});
     request.limit = 1;
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     return found ? std::optional(found->first()) : std::nullopt;

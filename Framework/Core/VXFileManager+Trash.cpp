@@ -1,5 +1,6 @@
 #include "VXFileManager.h"
 
+#include "VXFileDescriptor.h"
 #include "VXMethodLog.h"
 
 #include <QtCore/QDir>
@@ -44,12 +45,11 @@ QByteArray trashInfo(const QString &originalPath)
 int writeNewFile(const QString &path, const QByteArray &contents)
 {
     const QByteArray name = QFile::encodeName(path);
-    const int descriptor = ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor < 0)
+    VXFileDescriptor file(::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!file.isOpen())
         return errno;
-    const ssize_t written = ::write(descriptor, contents.constData(), static_cast<size_t>(contents.size()));
-    int error = written == contents.size() ? 0 : (written < 0 ? errno : ENOSPC);
-    if (::close(descriptor) != 0 && error == 0)
+    int error = file.writeAll(contents) ? 0 : errno;
+    if (!file.close() && error == 0)
         error = errno;
     if (error != 0)
         ::unlink(name.constData());

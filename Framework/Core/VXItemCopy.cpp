@@ -1,5 +1,7 @@
 #include "VXItemCopy.h"
 
+#include "VXFileDescriptor.h"
+
 #include <QtCore/QScopeGuard>
 
 #include <algorithm>
@@ -62,12 +64,8 @@ std::error_code copyBytes(int source, int copy, off_t start, off_t end)
             return systemError();
         if (length == 0)
             return {}; // the source was truncated meanwhile
-        for (ssize_t done = 0; done < length;) {
-            const ssize_t written = ::pwrite(copy, &buffer[size_t(done)], size_t(length - done), start + done);
-            if (written < 0 && errno != EINTR)
-                return systemError();
-            done += std::max<ssize_t>(written, 0);
-        }
+        if (!VXWriteAllAt(copy, start, {buffer.data(), length}))
+            return systemError();
         start += length;
     }
     return {};

@@ -107,6 +107,16 @@ CoordinatorPtr VXDataManager::sharedCoordinatorForDataStore(const QString &store
     return wasAsked ? found : nullptr;
 }
 
+CoordinatorPtr VXDataManager::findCoordinatorForDataStore(const QString &storeName, QString *problem)
+{
+    if (findPluginForDataStore(storeName) == nullptr)
+        return nullptr;
+    const CoordinatorPtr coordinator = sharedCoordinatorForDataStore(storeName);
+    if (!coordinator && problem != nullptr)
+        *problem = VXLocalizedString(u"The store \"%1\" cannot be used; the log tells why."_s).arg(storeName);
+    return coordinator;
+}
+
 // On the main thread, which plugins belong to.
 CoordinatorPtr VXDataManager::findCoordinator(const QString &storeName, VXError *error)
 {

@@ -57,6 +57,11 @@ public:
      */
     VXPersistentStoreCoordinator::Ptr sharedCoordinatorForDataStore(const QString &storeName, VXError *error = nullptr);
     /**
+     * The same for callers that do not know whether there is such a store: null, without logging, unless exactly one
+     * enabled plugin declares it. `problem`, if given, is set when there is one and it cannot be used. Main thread only.
+     */
+    VXPersistentStoreCoordinator::Ptr findCoordinatorForDataStore(const QString &storeName, QString *problem = nullptr);
+    /**
      * The coordinator of a store that was handed out before or that a loaded plugin has open. Null, without logging,
      * for any other store, including one that is just being opened. Any thread; does not block.
      */

@@ -30,11 +30,6 @@ namespace {
 
 constexpr const char *operation = "postEventWithName:subtype:object:";
 
-QVariantMap postedEvents(const VXBundle &bundle)
-{
-    return bundle.infoDictionary().value(u"VXPostsEvents"_s).toMap();
-}
-
 // An address that identifies the object in a trace.
 const void *addressOf(const QVariant &object)
 {
@@ -51,6 +46,11 @@ QString addressText(const QVariant &object)
 }
 
 } // namespace
+
+QVariantMap VXPostedEvents(const VXBundle &bundle)
+{
+    return bundle.infoDictionary().value(u"VXPostsEvents"_s).toMap();
+}
 
 VXEventManager &VXEventManager::sharedEventManager()
 {
@@ -157,12 +157,8 @@ void VXEventManager::run(const VXEvent &event, VXEventRecord *record, std::vecto
 void VXEventManager::announce(const VXEvent &event) const
 {
     VXNotificationCenter &center = VXNotificationCenter::defaultCenter();
-    if (!center.hasObservers(VXEventManagerWillPostEventNotification))
-        return;
-    QVariantMap userInfo{{u"event_name"_s, event.name}};
-    if (!event.subtype.isNull())
-        userInfo.insert(u"event_message"_s, event.subtype);
-    center.postNotificationName(VXEventManagerWillPostEventNotification, event.object, userInfo);
+    if (center.hasObservers(VXEventManagerWillPostEventNotification))
+        center.postNotificationName(VXEventManagerWillPostEventNotification, event.object, event.announcement());
 }
 
 // On the main thread, which plugins belong to, the store is opened if need be; on other threads a store that is not
@@ -173,12 +169,11 @@ VXPersistentStoreCoordinator::Ptr VXEventManager::triggersCoordinator(QString *p
     if (_hasTriggersStore || !VXMainThread::isCurrent()) {
         if (VXPersistentStoreCoordinator::Ptr open = data.openCoordinatorForDataStore(VXTrigger::storeName))
             return open;
-    } else if (data.findPluginForDataStore(VXTrigger::storeName) != nullptr) {
-        VXPersistentStoreCoordinator::Ptr coordinator = data.sharedCoordinatorForDataStore(VXTrigger::storeName);
+    } else {
+        VXPersistentStoreCoordinator::Ptr coordinator = data.findCoordinatorForDataStore(VXTrigger::storeName, problem);
         _hasTriggersStore = coordinator != nullptr; // a store that was handed out once stays available
-        if (!coordinator)
-            *problem = u"The store \"triggers\" cannot be used; the log tells why."_s;
-        return coordinator;
+        if (coordinator || !problem->isNull())
+            return coordinator;
     }
     if (!_saidThatStoreIsMissing.exchange(true))
         VXLogMethod(VXLogWarning, operation,
@@ -209,7 +204,7 @@ QVariantMap VXEventManager::events() const
 {
     QVariantMap events;
     for (const VXBundle::Ptr &bundle : _eventPostingBundles())
-        events.insert(postedEvents(*bundle));
+        events.insert(VXPostedEvents(*bundle));
     return events;
 }
 
@@ -217,7 +212,7 @@ VXBundle::Ptr VXEventManager::bundleForEventName(const QString &name) const
 {
     const QList<VXBundle::Ptr> bundles = _eventPostingBundles();
     const auto found = std::ranges::find_if(
-        bundles, [&](const VXBundle::Ptr &bundle) { return postedEvents(*bundle).contains(name); });
+        bundles, [&](const VXBundle::Ptr &bundle) { return VXPostedEvents(*bundle).contains(name); });
     return found == bundles.end() ? nullptr : *found;
 }
 
@@ -231,6 +226,6 @@ VXPluginProxy *VXEventManager::pluginForEventName(const QString &name) const
 {
     const QList<VXPluginProxy *> plugins = VXPluginManager::sharedPluginManager().eventPostingPlugins();
     const auto found = std::ranges::find_if(
-        plugins, [&](const VXPluginProxy *plugin) { return postedEvents(*plugin->bundle()).contains(name); });
+        plugins, [&](const VXPluginProxy *plugin) { return VXPostedEvents(*plugin->bundle()).contains(name); });
     return found == plugins.end() ? nullptr : *found;
 }

@@ -31,6 +31,9 @@ VX_EXPORT extern const VXNotificationName VXEventManagerWillPostEventNotificatio
  */
 VX_EXPORT extern const QString VXSingletonEventTimeoutDelayDefaultKey;
 
+/** What the bundle lists under "VXPostsEvents": by event name, what is said of it. Empty for none. */
+[[nodiscard]] VX_EXPORT QVariantMap VXPostedEvents(const VXBundle &bundle);
+
 /**
  * Announces events, looks up the user's triggers for them in the store "triggers", and runs the reactors of those
  * triggers whose filters accept the event's object. Nothing is cached between events: changed triggers take effect with

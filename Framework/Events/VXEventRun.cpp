@@ -300,7 +300,7 @@ QString VXEventRun::displayName(const VXTriggerRecord &trigger) const
     if (!trigger.name.isEmpty())
         return trigger.name;
     for (const VXBundle::Ptr &bundle : VXReactorRegistry::shared().eventPostingBundles()) {
-        if (bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap().contains(_event.name))
+        if (VXPostedEvents(*bundle).contains(_event.name))
             return bundle->localizedStringForKey(_event.name, _event.name, u"Event"_s);
     }
     return _event.name;

@@ -27,11 +27,8 @@ VXReactionOutcome VXReactionScope::deferOutcome()
 
 void VXReactionScope::noteError(const VXError &error)
 {
-    if (innermost == nullptr)
-        return;
-    const QString suggestion = error.localizedRecoverySuggestion();
-    innermost->_problems.append(suggestion.isEmpty() ? error.localizedDescription()
-                                                     : error.localizedDescription() + u' ' + suggestion);
+    if (innermost != nullptr)
+        innermost->_problems.append(error.localizedText());
 }
 
 void VXReactionScope::noteRemark(const QString &remark)

@@ -65,7 +65,7 @@ QList<VXBundle::Ptr> VXReactorRegistry::eventPostingBundles() const
 void VXReactorRegistry::pluginDidLoad(const VXPlugin *plugin)
 {
     const VXBundle::Ptr bundle = plugin != nullptr ? plugin->bundle() : nullptr;
-    const bool posts = bundle && bundle->infoDictionary().contains(u"VXPostsEvents"_s);
+    const bool posts = bundle && !VXPostedEvents(*bundle).isEmpty();
     if (posts || dynamic_cast<const VXReactorPlugin *>(plugin) != nullptr)
         takeSnapshot();
 }

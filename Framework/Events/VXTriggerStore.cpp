@@ -52,10 +52,8 @@ QString problemOfFilter(const QString &text)
 {
     VXError error;
     const std::optional<VXPredicate> predicate = VXPredicate::predicateWithFormat(text, {}, &error);
-    if (!predicate) {
-        const QString suggestion = error.localizedRecoverySuggestion();
-        return error.localizedDescription() + (suggestion.isNull() ? QString() : u' ' + suggestion);
-    }
+    if (!predicate)
+        return error.localizedText();
     const QStringList variables = predicate->variables();
     return variables.isEmpty()
                ? QString()
@@ -66,13 +64,11 @@ QString problemOfFilter(const QString &text)
 
 std::unique_ptr<VXTriggerStore> VXTriggerStore::open(VXError *error)
 {
+    QString problem;
     VXDataManager &data = VXDataManager::sharedDataManager();
-    const bool isThere = data.findPluginForDataStore(VXTrigger::storeName) != nullptr;
-    const auto coordinator = isThere ? data.sharedCoordinatorForDataStore(VXTrigger::storeName) : nullptr;
-    if (coordinator)
+    if (const auto coordinator = data.findCoordinatorForDataStore(VXTrigger::storeName, &problem))
         return std::make_unique<VXTriggerStore>(coordinator);
-    refuse(error, isThere ? VXLocalizedString(u"The store \"triggers\" cannot be used; the log tells why."_s)
-                          : VXLocalizedString(u"No enabled plugin has the store \"triggers\"."_s));
+    refuse(error, !problem.isNull() ? problem : VXLocalizedString(u"No enabled plugin has the store \"triggers\"."_s));
     return nullptr;
 }
 

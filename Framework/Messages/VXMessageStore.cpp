@@ -27,11 +27,6 @@ namespace {
 const QString folderKey = u"folder"_s;
 const QString smartEntity = u"VXSmartDeviceFolder"_s;
 
-VXPredicate equals(const QString &key, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
-}
-
 Folder folderOf(const Folder &object, const QString &key)
 {
     return object->valueForKey(key).value<Folder>();
@@ -72,8 +67,9 @@ bool isOfItsOwn(const Folder &smart)
 std::optional<VXPredicate> conditionOf(const Folder &folder, VXError *error)
 {
     if (folder->entity().name() != smartEntity)
-        return equals(folderKey, QVariant::fromValue(folder));
-    const VXPredicate isThere = equals(folderKey, QVariant::fromValue(folderOf(folder, u"deviceFolder"_s)));
+        return VXPredicate::comparison(folderKey, Operator::Equal, QVariant::fromValue(folder));
+    const VXPredicate isThere =
+        VXPredicate::comparison(folderKey, Operator::Equal, QVariant::fromValue(folderOf(folder, u"deviceFolder"_s)));
     const VXManagedObjectPtr filter = folderOf(folder, u"filter"_s);
     const auto *const conditions = dynamic_cast<const VXSmartFilter *>(filter.get());
     const std::optional<VXPredicate> predicate = conditions ? conditions->predicate(error) : VXPredicate();
@@ -253,13 +249,14 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::newestOfConversations(c
 {
     QList<VXPredicate> conditions;
     for (const QString &conversation : conversations)
-        conditions.append(equals(u"conversation"_s, noneOr(conversation)));
+        conditions.append(VXPredicate::comparison(u"conversation"_s, Operator::Equal, noneOr(conversation)));
     return newest(conditions, limit, context, error);
 }
 
 VXFetchRequest VXMessageStore::messagesOfConversation(const QString &conversation) const
 {
-    return newestFirst(*_coordinator, equals(u"conversation"_s, noneOr(conversation)));
+    return newestFirst(*_coordinator,
+                       VXPredicate::comparison(u"conversation"_s, Operator::Equal, noneOr(conversation)));
 }
 
 VXFetchRequest VXMessageStore::messagesOfConversations(const QStringList &conversations) const
@@ -301,14 +298,15 @@ std::optional<QList<VXManagedObjectPtr>> VXMessageStore::findMessages(const VXMe
                                                                       VXError *error) const
 {
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    QList<VXPredicate> conditions{equals(u"conversation"_s, noneOr(VXConversationKey(record.otherParty()))),
-                                  equals(u"date"_s, noneOr(record.date))};
+    QList<VXPredicate> conditions{
+        VXPredicate::comparison(u"conversation"_s, Operator::Equal, noneOr(VXConversationKey(record.otherParty()))),
+        VXPredicate::comparison(u"date"_s, Operator::Equal, noneOr(record.date))};
     if (folder)
-        conditions.append(equals(folderKey, QVariant::fromValue(folder)));
+        conditions.append(VXPredicate::comparison(folderKey, Operator::Equal, QVariant::fromValue(folder)));
     // Where a phone gives all its messages one date, those of other texts are many.
-    conditions.append(equals(u"direction"_s, static_cast<int>(record.direction)));
-    conditions.append(record.text.isEmpty() ? VXPredicate::anyOf({equals(u"text"_s, u""_s), equals(u"text"_s, {})})
-                                            : equals(u"text"_s, record.text));
+    const auto hasText = [](const QVariant &text) { return VXPredicate::comparison(u"text"_s, Operator::Equal, text); };
+    conditions.append(VXPredicate::comparison(u"direction"_s, Operator::Equal, static_cast<int>(record.direction)));
+    conditions.append(record.text.isEmpty() ? VXPredicate::anyOf({hasText(u""_s), hasText({})}) : hasText(record.text));
     request.predicate = VXPredicate::allOf(conditions);
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)

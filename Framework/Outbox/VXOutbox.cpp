@@ -43,11 +43,6 @@ QVariantMap payloadOf(const QVariantMap &stored)
     return encoded.isValid() ? QCborValue::fromCbor(encoded.toByteArray()).toVariant().toMap() : stored;
 }
 
-VXPredicate equals(const QString &key, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), Operator::Equal, VXExpression::constant(value));
-}
-
 VXOutboxEntry entryWithoutPayload(const VXManagedObject &object)
 {
     return {.number = object.objectID().number(),
@@ -175,7 +170,7 @@ std::optional<QList<VXOutboxEntry>> VXOutbox::entries(const QString &kind, VXErr
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
     if (!kind.isNull())
-        request.predicate = equals(u"kind"_s, kind);
+        request.predicate = VXPredicate::comparison(u"kind"_s, Operator::Equal, kind);
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)
         return std::nullopt;
@@ -203,7 +198,7 @@ std::optional<QStringList> VXOutbox::kindsBeingSent(VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    request.predicate = equals(u"state"_s, static_cast<int>(VXOutboxState::Sending));
+    request.predicate = VXPredicate::comparison(u"state"_s, Operator::Equal, static_cast<int>(VXOutboxState::Sending));
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)
         return std::nullopt;
@@ -383,9 +378,10 @@ bool VXOutbox::forgetSentBefore(const QDateTime &time, VXError *error) const
 {
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request(*_coordinator->model().entityForName(entityName));
-    request.predicate = VXPredicate::allOf({equals(u"state"_s, static_cast<int>(VXOutboxState::Sent)),
-                                            VXPredicate::comparison(VXExpression::keyPath(u"finishedDate"_s),
-                                                                    Operator::Less, VXExpression::constant(time))});
+    request.predicate =
+        VXPredicate::allOf({VXPredicate::comparison(u"state"_s, Operator::Equal, static_cast<int>(VXOutboxState::Sent)),
+                            VXPredicate::comparison(VXExpression::keyPath(u"finishedDate"_s), Operator::Less,
+                                                    VXExpression::constant(time))});
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     if (!found)
         return false;

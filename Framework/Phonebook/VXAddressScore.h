@@ -21,7 +21,7 @@ struct VX_EXPORT VXAddressTraits
 /**
  * How well an address that a contact has answers a look-up, of several with the same look-up string. The highest is the best; of
  * equal ones that of the contact added first. Preferred are, in this order, those with the name, the same country, the same extension or none, and
- * the type, and then those of whom more is known (VXPhonebookEntry::informativeValue); a number of another country comes last. Look-ups in the store and names of what a
+ * the type, and then those about whom more is known (VXPhonebookEntry::informativeValue); a number of another country comes last. Look-ups in the store and names of what a
  * search finds both go by it. Appends to `reasons`, if given, what contributes, in the user's language.
  */
 [[nodiscard]] VX_EXPORT double VXAddressScore(const VXAddressTraits &lookedUp, const VXAddressTraits &kept,

@@ -42,11 +42,6 @@ const QString uidKey = u"uid"_s;
 const QStringList agreementKeys{u"here"_s, u"there"_s};
 const QStringList placeKeys = agreementKeys + QStringList{deviceKey, locationKey, phoneKey};
 
-VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
-}
-
 VXFetchRequest requestFor(const VXManagedObjectContext &context, const QString &entity)
 {
     return VXFetchRequest(*context.persistentStoreCoordinator()->model().entityForName(entity));
@@ -71,7 +66,7 @@ std::optional<VXFetchResult> changeSets(VXManagedObjectContext &context, VXError
 VXManagedObjectPtr objectOf(VXManagedObjectContext &context, qint64 number, VXError *error = nullptr)
 {
     VXFetchRequest request = requestFor(context, setEntity);
-    request.predicate = compare(numberKey, Operator::Equal, number);
+    request.predicate = VXPredicate::comparison(numberKey, Operator::Equal, number);
     const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
     return found ? found->first() : VXManagedObjectPtr();
 }
@@ -241,7 +236,7 @@ private:
     bool readFreePlaces(VXManagedObjectContext &context, const QVariantList &locations, VXError *error)
     {
         VXFetchRequest request = requestFor(context, placeEntity);
-        request.predicate = compare(locationKey, Operator::In, locations);
+        request.predicate = VXPredicate::comparison(locationKey, Operator::In, locations);
         const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
         if (!found)
             return false;
@@ -395,7 +390,7 @@ bool VXContactHistory::undoChanges(VXContactUndo &undo, bool isDryRun, VXError *
         return false;
     VXManagedObjectContext context(_coordinator);
     VXFetchRequest request = requestFor(context, changeEntity);
-    request.predicate = compare(u"changeSet.number"_s, Operator::Equal, undo.changeSet.number);
+    request.predicate = VXPredicate::comparison(u"changeSet.number"_s, Operator::Equal, undo.changeSet.number);
     const std::optional<VXFetchResult> changes = context.executeFetchRequest(request, error);
     IdentityGiver identities;
     if (!changes || (!isDryRun && !identities.prepare(context, *changes, error)))
@@ -434,7 +429,7 @@ bool VXContactHistory::removeMade(VXContactUndo &undo, bool isDryRun, VXError *e
             return false;
         VXManagedObjectContext context(_coordinator);
         VXFetchRequest request = requestFor(context, u"VXPerson"_s);
-        request.predicate = compare(u"importNumber"_s, Operator::Equal, undo.changeSet.number);
+        request.predicate = VXPredicate::comparison(u"importNumber"_s, Operator::Equal, undo.changeSet.number);
         if (!isDryRun) {
             request.limit = portion;
             request.prefetchedRelationships = {u"numbers"_s, u"emails"_s, u"urls"_s,  u"addresses"_s,

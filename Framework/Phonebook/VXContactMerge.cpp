@@ -2,6 +2,7 @@
 
 #include "VXContactName.h"
 #include "VXContactWriter.h"
+#include "VXContainer.h"
 #include "VXPhonebookString.h"
 #include "VXPhoneNumber.h"
 
@@ -25,11 +26,6 @@ const QString typeKey = u"type"_s;
 const QString labelKey = u"label"_s;
 const QString firstNameKey = u"firstName"_s;
 const std::array furtherNameKeys{u"lastName"_s, u"middleName"_s, u"namePrefix"_s, u"nameSuffix"_s};
-
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList;
-}
 
 QString textOf(const QVariant &value)
 {
@@ -163,7 +159,7 @@ private:
             const QVariant old = before.value(key);
             const QVariant news = after.value(key);
             const QVariant mine = onto.value(key);
-            if (isList(old) || isList(news)) {
+            if (VXIsList(old) || VXIsList(news)) {
                 Conflicts ofElements;
                 const QVariantList list =
                     mergedList(old.toList(), news.toList(), ontoBefore.value(key).toList(), mine.toList(), ofElements);

@@ -4,6 +4,7 @@
 #include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXFileManager.h"
+#include "VXFolders.h"
 #include "VXFramework.h"
 #include "VXNotificationQueue.h"
 #include "VXPluginGuard.h"

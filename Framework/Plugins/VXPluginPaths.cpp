@@ -1,6 +1,7 @@
 #include "VXPluginPaths.h"
 
 #include "VXFileDescriptor.h"
+#include "VXFolders.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -27,11 +28,6 @@ QString placeOf(const QString &path)
 }
 
 } // namespace
-
-QString VXStandardizedPath(const QString &path)
-{
-    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-}
 
 QString VXRealPath(const QString &path)
 {

@@ -26,10 +26,8 @@ public:
 
     /** 0 while there is no error. */
     int scriptErrorNumber() const { return _scriptErrorNumber; }
-    void setScriptErrorNumber(int number) { _scriptErrorNumber = number; }
     /** Null while there is no error. */
     QString scriptErrorString() const { return _scriptErrorString; }
-    void setScriptErrorString(const QString &text) { _scriptErrorString = text; }
 
 private:
     const QVariant _directParameter;

@@ -22,12 +22,6 @@ namespace {
 
 constexpr qint64 longestFeed = 1 << 20;
 
-QString textOf(const VXError &error)
-{
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
-}
-
 // Whether what the server offers is refused; otherwise it was not available, or could not be saved.
 bool isOfTheServer(const VXError &error)
 {
@@ -102,7 +96,7 @@ void VXPluginUpdate::requestDidComplete(VXWebRequest *)
     if (_isCancelled)
         end(State::Cancelled);
     else if (error)
-        refuse(textOf(error), isOfTheServer(error) ? State::Refused : State::Failed);
+        refuse(error.localizedText(), isOfTheServer(error) ? State::Refused : State::Failed);
     else if (response.statusCode != 200)
         refuse(u"%1: %2 %3"_s.arg(response.url.toDisplayString()).arg(response.statusCode).arg(response.statusText()),
                State::Failed);
@@ -119,7 +113,7 @@ void VXPluginUpdate::checkFeed()
     VXError error;
     const auto feed = VXPluginFeed::fromData(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray(), &error);
     if (!feed)
-        return refuse(textOf(error));
+        return refuse(error.localizedText());
     if (feed->signature.isEmpty())
         return refuse(VXLocalizedString(u"The update feed is not signed."_s));
     if (!feed->isSignedBy(_key))
@@ -150,7 +144,7 @@ void VXPluginUpdate::checkArchive()
     VXError error;
     const std::optional<QByteArray> hash = VXHashOfFile(path, &error);
     if (!hash)
-        return refuse(textOf(error));
+        return refuse(error.localizedText());
     if (*hash != _feed.sha256)
         return refuse(VXLocalizedString(u"The download is not what the update feed describes: its SHA-256 differs."_s));
     const QString folder = folderToUnpackInto(*_download);
@@ -166,7 +160,7 @@ void VXPluginUpdate::unzipDidComplete(VXZipFile *file)
     if (_isCancelled)
         return end(State::Cancelled);
     if (const VXError error = file->error())
-        return refuse(textOf(error));
+        return refuse(error.localizedText());
     const QStringList bundles = VXPluginScanner::pluginPathsInFolder(folderToUnpackInto(*_download));
     if (bundles.size() != 1)
         return refuse(VXLocalizedString(u"The download holds %1 plugins, not one."_s).arg(bundles.size()));
@@ -185,7 +179,7 @@ void VXPluginUpdate::install(const QString &bundlePath)
     VXError error;
     switch (VXPluginManager::sharedPluginManager().installBundleAtPath(bundlePath, &error)) {
     case VXPluginInstallResult::Failed:
-        return refuse(textOf(error));
+        return refuse(error.localizedText());
     case VXPluginInstallResult::Installed:
         return end(State::Installed);
     case VXPluginInstallResult::InstalledForNextStart:

@@ -26,10 +26,6 @@ public:
     /** The transfer fails after so many seconds without a byte sent or received; 0 for no limit. */
     float timeoutInterval() const { return _timeoutInterval; }
 
-    /** "POST" by default. */
-    QByteArray httpMethod() const { return _httpMethod; }
-    void setHTTPMethod(const QByteArray &method) { _httpMethod = method; }
-
     /** Replaces a field of that name. */
     void setHeaderField(const QByteArray &name, const QByteArray &value);
     const QList<std::pair<QByteArray, QByteArray>> &headerFields() const { return _headerFields; }
@@ -49,7 +45,6 @@ public:
 private:
     QUrl _url;
     float _timeoutInterval;
-    QByteArray _httpMethod{"POST"};
     QList<std::pair<QByteArray, QByteArray>> _headerFields;
     std::shared_ptr<VXMultipartBody> _body;
     bool _usesOwnConnection = false;

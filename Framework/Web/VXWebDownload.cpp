@@ -1,6 +1,7 @@
 #include "VXWebDownload.h"
 
 #include "VXErrorDomain.h"
+#include "VXFileDescriptor.h"
 #include "VXFileManager.h"
 #include "VXURLError.h"
 
@@ -142,17 +143,10 @@ VXError VXWebDownload::didReceiveResponse(const VXWebResponse &response)
 
 VXError VXWebDownload::didReceiveData(QByteArrayView bytes)
 {
-    while (!bytes.isEmpty()) {
-        const ssize_t count = ::write(_descriptor, bytes.data(), static_cast<size_t>(bytes.size()));
-        if (count < 0 && errno != EINTR)
-            return writeError(errno);
-        if (count < 0)
-            continue;
-        bytes = bytes.sliced(count);
-        const VXMutexLocker lock(_dataLock);
-        _bytesReceived += count;
-    }
+    if (!VXWriteAll(_descriptor, bytes))
+        return writeError(errno);
     const VXMutexLocker lock(_dataLock);
+    _bytesReceived += bytes.size();
     if (_downloadResponse.expectedContentLength != -1)
         _bytesTotal = _downloadResponse.expectedContentLength;
     if (const VXActivity::Ptr shown = activity()) {

@@ -152,8 +152,6 @@ void VXWebTransfer::Exchange::setOptions(bool isPost, bool isFresh)
         _curl.easySetOption(_easy, CURLOPT_PREREQDATA, this);
         _curl.easySetOption(_easy, CURLOPT_READFUNCTION, &callback<&Exchange::send>);
         _curl.easySetOption(_easy, CURLOPT_READDATA, this);
-        if (const QByteArray method = _transfer._request.httpMethod(); method != "POST")
-            _curl.easySetOption(_easy, CURLOPT_CUSTOMREQUEST, method.constData());
     }
     _curl.easySetOption(_easy, CURLOPT_HTTPHEADER, _headers.get());
     setSecurityOptions();

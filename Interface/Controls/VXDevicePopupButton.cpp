@@ -57,11 +57,7 @@ void VXDevicePopupButton::activate(int index)
     const QList<VXDevicePopup::Item> items = _popup->items();
     if (index < 0 || index >= items.size())
         return;
-    const VXDevicePopup::Item item = items.at(index);
-    if (item.url.isEmpty() && _handlesAdding)
-        Q_EMIT addPhoneWanted();
-    else
-        _popup->activateItem(item);
+    _popup->activateItem(VXDevicePopup::Item(items.at(index)));
 }
 
 // If there is nothing to choose, the button adds a phone at once.

@@ -24,12 +24,6 @@ public:
 Q_SIGNALS:
     /** Null when there is no device. */
     void selectedURLDidChange(const QUrl &url);
-    /** Replaces the pop-up's action when the user wants to add a phone; see `setHandlesAdding`. */
-    void addPhoneWanted();
-
-public:
-    /** With true, `addPhoneWanted` is emitted instead, for a program with an assistant of its own. */
-    void setHandlesAdding(bool flag) { _handlesAdding = flag; }
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -42,5 +36,4 @@ private:
     void refreshMarks();
 
     VXDevicePopup *const _popup;
-    bool _handlesAdding = false;
 };

@@ -9,6 +9,12 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+constexpr int mainColumn = 0; // is never hidden
+
+} // namespace
+
 VXTableHeader::VXTableHeader(QWidget *parent) : QHeaderView(Qt::Horizontal, parent)
 {
     setSectionsMovable(true);
@@ -52,8 +58,8 @@ void VXTableHeader::restore()
     // A state of other columns is useless.
     if (kept.value(u"columns"_s).toStringList() == columnTitles())
         restoreState(kept.value(u"state"_s).toByteArray());
-    if (isSectionHidden(_mainColumn))
-        showSection(_mainColumn);
+    if (isSectionHidden(mainColumn))
+        showSection(mainColumn);
 }
 
 QVariant VXTableHeader::state() const
@@ -93,7 +99,7 @@ void VXTableHeader::fill(QMenu &menu)
         QAction *const action = menu.addAction(titles.at(column));
         action->setCheckable(true);
         action->setChecked(!isSectionHidden(column));
-        action->setEnabled(column != _mainColumn);
+        action->setEnabled(column != mainColumn);
         connect(action, &QAction::toggled, this, [this, column](bool isShown) {
             setSectionHidden(column, !isShown);
             changed();

@@ -25,8 +25,6 @@ public:
     void setAutosaveName(const QString &name);
     /** Restores the standard. */
     void resetColumns();
-    /** Sets the column that is never hidden; the first one by default. */
-    void setMainColumn(int column) { _mainColumn = column; }
 
     /** Opens the menu of columns at the beginning of the header. */
     void showColumnMenu();
@@ -46,6 +44,5 @@ private:
 
     VXSavedState *_state = nullptr;
     QByteArray _standard;
-    int _mainColumn = 0;
     bool _isRestoring = false;
 };

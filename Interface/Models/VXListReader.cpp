@@ -12,11 +12,6 @@ using Operator = VXPredicate::Operator;
 
 constexpr qsizetype mostFound = 20'000; // at a time
 
-VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
-}
-
 // Texts are ordered by a collation that the store's indexes lack.
 bool isSeekable(const VXAttributeDescription *attribute)
 {
@@ -77,7 +72,8 @@ bool VXListReader::canSeek(VXManagedObjectContext &context)
         return false;
     const QList<VXSortDescriptor> &order = _query.request->sortDescriptors;
     VXFetchRequest none = *_query.request;
-    none.predicate = VXPredicate::allOf({none.predicate, compare(order.constFirst().key, Operator::Equal, {})});
+    none.predicate =
+        VXPredicate::allOf({none.predicate, VXPredicate::comparison(order.constFirst().key, Operator::Equal, {})});
     none.sortDescriptors.clear();
     return context.countForFetchRequest(none) == 0;
 }
@@ -97,7 +93,8 @@ VXFetchRequest VXListReader::requestForPage(qsizetype index) const
     request.offset = start->skipped;
     request.predicate = VXPredicate::allOf(
         {request.predicate,
-         compare(order.key, order.isAscending ? Operator::GreaterOrEqual : Operator::LessOrEqual, start->value)});
+         VXPredicate::comparison(order.key, order.isAscending ? Operator::GreaterOrEqual : Operator::LessOrEqual,
+                                 start->value)});
     return request;
 }
 

@@ -1,5 +1,6 @@
 #include "VXEntityPredicate.h"
 
+#include "VXContainer.h"
 #include "VXNone.h"
 #include "VXNumber.h"
 #include "VXNumberRange.h"
@@ -14,11 +15,6 @@ using Modifier = VXPredicate::Modifier;
 using Operator = VXPredicate::Operator;
 
 namespace {
-
-bool isList(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QVariantList;
-}
 
 bool isTextOperator(Operator comparison)
 {
@@ -94,8 +90,9 @@ public:
     {
         if (expression.kind() != Kind::Constant || _path.leadsInside)
             return expression;
-        const std::optional<QVariant> made = isList(expression.value()) ? fitEach(expression.value().toList(), problem)
-                                                                        : fit(expression.value(), problem);
+        const std::optional<QVariant> made = VXIsList(expression.value())
+                                                 ? fitEach(expression.value().toList(), problem)
+                                                 : fit(expression.value(), problem);
         return made && canHold(*made, problem) ? std::optional(VXExpression::constant(*made)) : std::nullopt;
     }
 
@@ -165,7 +162,7 @@ private:
 bool mayBeMany(const VXExpression &expression)
 {
     return expression.kind() == Kind::Variable || expression.kind() == Kind::Aggregate ||
-           (expression.kind() == Kind::Constant && (VXIsNone(expression.value()) || isList(expression.value())));
+           (expression.kind() == Kind::Constant && (VXIsNone(expression.value()) || VXIsList(expression.value())));
 }
 
 // What is wrong with a comparison whatever the types are; null for nothing.
@@ -194,7 +191,7 @@ QString problemOfForm(const VXPredicate &predicate, const VXEntityPath &leftPath
     }
     if (comparison != Operator::Between || (!isConstant && right.kind() != Kind::Aggregate))
         return {};
-    const QVariantList bounds = isList(right.value()) ? right.value().toList() : QVariantList();
+    const QVariantList bounds = VXIsList(right.value()) ? right.value().toList() : QVariantList();
     if (bounds.size() + right.elements().size() != 2)
         return u"BETWEEN takes two values, as {1, 2}: %1 is something else"_s.arg(right.format());
     const bool isReversed = mustHold && !bounds.isEmpty() &&

@@ -52,7 +52,7 @@ private:
 };
 
 /**
- * Finds the fetch templates of a model that are no predicates, name unknown keys or can never match, which is told else by who
- * uses them, or by nobody. In the order of definition. Reentrant.
+ * Finds the fetch templates of a model that are no predicates, name unknown keys or can never match, which otherwise only
+ * shows when they are used. In the order of definition. Reentrant.
  */
 [[nodiscard]] VX_STORE_EXPORT QList<VXModelProblem> VXCheckFetchTemplates(const VXManagedObjectModel &model);

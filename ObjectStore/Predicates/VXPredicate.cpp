@@ -145,6 +145,11 @@ VXPredicate VXPredicate::negationOf(const VXPredicate &predicate)
     return compound(Kind::Not, {predicate});
 }
 
+VXPredicate VXPredicate::comparison(const QString &keyPath, Operator comparison, const QVariant &value)
+{
+    return VXPredicate::comparison(VXExpression::keyPath(keyPath), comparison, VXExpression::constant(value));
+}
+
 VXPredicate VXPredicate::comparison(const VXExpression &left, Operator comparison, const VXExpression &right,
                                     VXTextOptions options, Modifier modifier)
 {

@@ -56,6 +56,8 @@ public:
     static VXPredicate allOf(const QList<VXPredicate> &predicates);
     static VXPredicate anyOf(const QList<VXPredicate> &predicates);
     static VXPredicate negationOf(const VXPredicate &predicate);
+    /** The value at a key path beside a constant. */
+    static VXPredicate comparison(const QString &keyPath, Operator comparison, const QVariant &value);
     static VXPredicate comparison(const VXExpression &left, Operator comparison, const VXExpression &right,
                                   VXTextOptions options = {}, Modifier modifier = Modifier::Direct);
 

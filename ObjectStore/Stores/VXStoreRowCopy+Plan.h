@@ -1,8 +1,8 @@
 #pragma once
 
+#include "VXEntityRowPlan.h"
 #include "VXSQLiteStore.h"
 #include "VXStoreRowCopy.h"
-#include "VXStoreRowCopyPlan.h"
 
 #include <optional>
 #include <vector>

@@ -1,6 +1,7 @@
 #include "VXBundle.h"
 
 #include "VXDiagnostics.h"
+#include "VXFolders.h"
 #include "VXPropertyList.h"
 
 #include <QtCore/QDir>
@@ -24,11 +25,6 @@ Registry &registry()
 {
     static auto *const shared = new Registry; // never freed: bundles may outlive static objects
     return *shared;
-}
-
-QString cleanPath(const QString &path)
-{
-    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
 }
 
 QString contentsFolder(const QString &path)
@@ -95,7 +91,7 @@ VXBundle::Ptr VXBundle::bundleAt(const QString &path, bool reportMissingInfo)
 
 VXBundle::Ptr VXBundle::bundleWithPath(const QString &path)
 {
-    return path.isEmpty() ? nullptr : bundleAt(cleanPath(path), true);
+    return path.isEmpty() ? nullptr : bundleAt(VXStandardizedPath(path), true);
 }
 
 VXBundle::Ptr VXBundle::bundleWithIdentifier(const QString &identifier)
@@ -121,7 +117,7 @@ VXBundle::Ptr VXBundle::mainBundle()
     }
     const QDir folder = QFileInfo(QFileInfo(u"/proc/self/exe"_s).canonicalFilePath()).dir();
     const bool isInBundle = folder.path().endsWith("/Contents/Linux"_L1);
-    const QString path = isInBundle ? cleanPath(folder.path() + "/../.."_L1) : folder.path();
+    const QString path = isInBundle ? VXStandardizedPath(folder.path() + "/../.."_L1) : folder.path();
     Ptr found = bundleAt(path, isInBundle);
     if (!found) // the folder no longer exists
         found = Ptr(new VXBundle(path));

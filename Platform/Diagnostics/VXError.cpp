@@ -65,6 +65,12 @@ QString VXError::localizedRecoverySuggestion() const
     return _data ? _data->userInfo.value(VXLocalizedRecoverySuggestionKey).toString() : QString();
 }
 
+QString VXError::localizedText() const
+{
+    const QString suggestion = localizedRecoverySuggestion();
+    return suggestion.isEmpty() ? localizedDescription() : localizedDescription() + u' ' + suggestion;
+}
+
 QString VXError::filePath() const
 {
     if (!_data)

@@ -55,6 +55,8 @@ public:
     QString localizedDescription() const;
     /** What the user might do about it; null when nothing is suggested. */
     QString localizedRecoverySuggestion() const;
+    /** Both for the user, as one text. */
+    QString localizedText() const;
     /** The path of the file concerned; null for none. */
     QString filePath() const;
 

@@ -18,7 +18,6 @@ public:
 
     /** Bit N lets priority N pass; initially all pass. */
     void setFilterMask(unsigned mask) { _filterMask = mask; }
-    unsigned filterMask() const { return _filterMask; }
 
     /** Sends the text unchanged. Priorities are those of RFC 5424, 0 to 7. */
     void log(unsigned priority, const QString &text);

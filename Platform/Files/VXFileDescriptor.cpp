@@ -23,6 +23,21 @@ bool writeInSteps(QByteArrayView bytes, const Write &write)
 
 } // namespace
 
+bool VXWriteAll(int descriptor, QByteArrayView bytes)
+{
+    return writeInSteps(bytes, [descriptor](QByteArrayView rest) {
+        return ::write(descriptor, rest.data(), static_cast<size_t>(rest.size()));
+    });
+}
+
+bool VXWriteAllAt(int descriptor, qint64 offset, QByteArrayView bytes)
+{
+    const char *const start = bytes.data();
+    return writeInSteps(bytes, [descriptor, offset, start](QByteArrayView rest) {
+        return ::pwrite(descriptor, rest.data(), static_cast<size_t>(rest.size()), offset + (rest.data() - start));
+    });
+}
+
 VXFileDescriptor &VXFileDescriptor::operator=(VXFileDescriptor &&other) noexcept
 {
     if (this != &other) {
@@ -35,18 +50,4 @@ VXFileDescriptor &VXFileDescriptor::operator=(VXFileDescriptor &&other) noexcept
 bool VXFileDescriptor::close()
 {
     return _number < 0 || ::close(std::exchange(_number, -1)) == 0;
-}
-
-bool VXFileDescriptor::writeAll(QByteArrayView bytes) const
-{
-    return writeInSteps(
-        bytes, [this](QByteArrayView rest) { return ::write(_number, rest.data(), static_cast<size_t>(rest.size())); });
-}
-
-bool VXFileDescriptor::writeAllAt(qint64 offset, QByteArrayView bytes) const
-{
-    const char *const start = bytes.data();
-    return writeInSteps(bytes, [this, offset, start](QByteArrayView rest) {
-        return ::pwrite(_number, rest.data(), static_cast<size_t>(rest.size()), offset + (rest.data() - start));
-    });
 }

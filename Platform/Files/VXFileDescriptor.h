@@ -6,6 +6,11 @@
 
 #include <utility>
 
+/** Writes all bytes. False, with errno set, on failure; some bytes may have been written. */
+[[nodiscard]] VX_PLATFORM_EXPORT bool VXWriteAll(int descriptor, QByteArrayView bytes);
+/** The same from an offset on, without moving the file position. */
+[[nodiscard]] VX_PLATFORM_EXPORT bool VXWriteAllAt(int descriptor, qint64 offset, QByteArrayView bytes);
+
 /** A file descriptor that is closed with this object. One thread at a time. */
 class VX_PLATFORM_EXPORT VXFileDescriptor
 {
@@ -24,10 +29,11 @@ public:
     /** False, with errno set, when the file system reports an earlier failure; the file is closed in any case. */
     bool close();
 
-    /** Writes all bytes. False, with errno set, on failure; some bytes may have been written. */
-    [[nodiscard]] bool writeAll(QByteArrayView bytes) const;
-    /** The same from an offset on, without moving the file position. */
-    [[nodiscard]] bool writeAllAt(qint64 offset, QByteArrayView bytes) const;
+    [[nodiscard]] bool writeAll(QByteArrayView bytes) const { return VXWriteAll(_number, bytes); }
+    [[nodiscard]] bool writeAllAt(qint64 offset, QByteArrayView bytes) const
+    {
+        return VXWriteAllAt(_number, offset, bytes);
+    }
 
 private:
     int _number;

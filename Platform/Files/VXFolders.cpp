@@ -110,6 +110,11 @@ bool VXExistsAtPath(const QString &path)
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
 }
 
+QString VXStandardizedPath(const QString &path)
+{
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
 QString VXExpandTilde(const QString &path)
 {
     if (!path.startsWith(u'~'))

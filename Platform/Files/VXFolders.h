@@ -39,6 +39,9 @@ VX_PLATFORM_EXPORT bool VXMakePrivateFolder(const QString &path, QString *reason
 /** Whether anything is at the path, including a dangling link. */
 [[nodiscard]] VX_PLATFORM_EXPORT bool VXExistsAtPath(const QString &path);
 
+/** The absolute path without ".", ".." and double slashes; links are not resolved. The path need not exist. */
+[[nodiscard]] VX_PLATFORM_EXPORT QString VXStandardizedPath(const QString &path);
+
 /**
  * Replaces "~" or "~NAME" at the start of a path by the home folder of the user, or of that user; unchanged if there is
  * no such user.

@@ -101,7 +101,6 @@ VXAlertResult VXScriptedUserInterface::showAlert(const VXAlert &alert)
 
 VXPanelResult VXScriptedUserInterface::showOpenPanel(const VXOpenPanel &panel)
 {
-    _openPanels.push_back(panel);
     const auto answer = takeAnswer(_openAnswers, "open panel"_L1, panel.message);
     const QString path = absolutePath(answer.choice, panel.directory);
     VXAssert(path.isNull() || panel.canChoose(path), u"Not to be chosen: %1"_s.arg(path));

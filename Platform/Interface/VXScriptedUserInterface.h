@@ -39,7 +39,6 @@ public:
     void cancelNextProgressWindow() { ++_cancels; }
 
     const std::vector<VXAlert> &alerts() const { return _alerts; }
-    const std::vector<VXOpenPanel> &openPanels() const { return _openPanels; }
     const std::vector<VXSavePanel> &savePanels() const { return _savePanels; }
     const std::vector<VXError> &errors() const { return _errors; }
     const std::vector<std::shared_ptr<ProgressRecord>> &progressWindows() const { return _progressWindows; }
@@ -70,7 +69,6 @@ private:
     std::size_t _cancels = 0;
 
     std::vector<VXAlert> _alerts;
-    std::vector<VXOpenPanel> _openPanels;
     std::vector<VXSavePanel> _savePanels;
     std::vector<VXError> _errors;
     std::vector<std::shared_ptr<ProgressRecord>> _progressWindows;

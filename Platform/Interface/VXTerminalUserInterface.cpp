@@ -1,5 +1,6 @@
 #include "VXTerminalUserInterface.h"
 
+#include "VXFolders.h"
 #include "VXModalSession.h"
 #include "VXTerminalOutput.h"
 #include "VXTerminalProgressWindow.h"
@@ -32,11 +33,11 @@ QString checkBoxText(const QString &title, bool isChecked)
     return title.isNull() ? QString() : (isChecked ? ", and: "_L1 : ", and not: "_L1) + title;
 }
 
-// The path that the user typed: "~/" means home, relative paths start at the panel's folder.
+// The path that the user typed: "~" means home, relative paths start at the panel's folder.
 QString typedPath(const QString &text, const QString &directory)
 {
-    const QString path = text.startsWith("~/"_L1) ? QDir::homePath() + text.sliced(1) : text;
-    return QDir::cleanPath(QDir(directory.isNull() ? QDir::currentPath() : directory).absoluteFilePath(path));
+    const QDir folder(directory.isNull() ? QDir::currentPath() : directory);
+    return QDir::cleanPath(folder.absoluteFilePath(VXExpandTilde(text)));
 }
 
 } // namespace

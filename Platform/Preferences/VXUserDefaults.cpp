@@ -152,11 +152,6 @@ qint64 VXUserDefaults::integerForKey(const QString &key) const
     return objectForKey(key).toLongLong();
 }
 
-double VXUserDefaults::doubleForKey(const QString &key) const
-{
-    return objectForKey(key).toDouble();
-}
-
 void VXUserDefaults::setObject(const QVariant &value, const QString &key)
 {
     const QVariant stored = VXIsNone(value) ? QVariant() : value;

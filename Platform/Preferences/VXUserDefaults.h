@@ -54,7 +54,6 @@ public:
     /** The same rule for a value of any domain. */
     static bool boolFromValue(const QVariant &value);
     qint64 integerForKey(const QString &key) const;
-    double doubleForKey(const QString &key) const;
 
     /** Stores a property-list value; none (invalid or null) removes the key. A value that no property list can
      *  hold fails an assertion. */

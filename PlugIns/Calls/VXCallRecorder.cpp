@@ -2,6 +2,7 @@
 
 #include "VXCoreDataSaveError.h"
 #include "VXDataManager.h"
+#include "VXEvent.h"
 #include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
 #include "VXStoreWorkLock.h"
@@ -75,10 +76,10 @@ VXCallRecorder::VXCallRecorder(const VXPersistentStoreCoordinator::Ptr &coordina
 
 std::optional<VXCallNews> VXCallRecorder::newsOf(const VXNotification &notification) const
 {
-    const QString event = notification.userInfo.value(u"event_name"_s).toString();
-    const QString state = notification.userInfo.value(u"event_message"_s).toString();
-    const bool isIncoming = event == "incoming_call"_L1;
-    if (!isIncoming && event != "outgoing_call"_L1)
+    const VXEvent event = VXEvent::fromNotification(notification);
+    const QString state = event.subtype;
+    const bool isIncoming = event.name == "incoming_call"_L1;
+    if (!isIncoming && event.name != "outgoing_call"_L1)
         return std::nullopt;
     if (state != "ringing"_L1 && state != "connected"_L1 && state != "ended"_L1)
         return std::nullopt;

@@ -3,6 +3,7 @@
 #include "MessageDataConstants.h"
 #include "VXCoreDataSaveError.h"
 #include "VXDataManager.h"
+#include "VXEvent.h"
 #include "VXKeyValueCoding.h"
 #include "VXMethodLog.h"
 #include "VXStoreWorkLock.h"
@@ -40,8 +41,7 @@ void announceSave()
 
 std::optional<VXMessageNews> VXMessageRecorder::newsOf(const VXNotification &notification) const
 {
-    if (notification.userInfo.value(u"event_name"_s).toString() != eventName ||
-        !VXMessageRecord::isMessage(notification.object))
+    if (VXEvent::fromNotification(notification).name != eventName || !VXMessageRecord::isMessage(notification.object))
         return std::nullopt;
     const auto object = notification.object.value<VXManagedObjectPtr>();
     const VXStoreIdentity *const store = object ? object->objectID().store() : nullptr;

@@ -1,5 +1,7 @@
 #include "VXCommand.h"
 
+#include "VXFileDescriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -22,26 +24,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto grace = 2s; // between asking the program to end and killing it
 constexpr qsizetype longestTail = 4096;
-
-class Descriptor
-{
-public:
-    explicit Descriptor(int number = -1) : _number(number) {}
-    ~Descriptor() { reset(); }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    int get() const { return _number; }
-    void reset(int number = -1)
-    {
-        if (_number >= 0)
-            ::close(_number);
-        _number = number;
-    }
-
-private:
-    int _number;
-};
 
 std::vector<char *> pointers(const QList<QByteArray> &texts)
 {
@@ -68,17 +50,17 @@ private:
     bool readErrors();
 
     pid_t _process = 0;
-    Descriptor _input;  // all of the input, as a file, so that nobody has to feed the program
-    Descriptor _errors; // what it writes to standard error
-    Descriptor _handle; // readable once it has ended
+    VXFileDescriptor _input;  // all of the input, as a file, so that nobody has to feed the program
+    VXFileDescriptor _errors; // what it writes to standard error
+    VXFileDescriptor _handle; // readable once it has ended
     VXCommandOutcome _outcome;
 };
 
 bool Run::makeInput(const QByteArray &input)
 {
-    _input.reset(::memfd_create("event", MFD_CLOEXEC));
+    _input = VXFileDescriptor(::memfd_create("event", MFD_CLOEXEC));
     const auto size = static_cast<size_t>(input.size());
-    return _input.get() >= 0 && ::pwrite(_input.get(), input.constData(), size, 0) == input.size();
+    return _input.isOpen() && ::pwrite(_input.number(), input.constData(), size, 0) == input.size();
 }
 
 int Run::start(const VXCommand &command)
@@ -86,12 +68,13 @@ int Run::start(const VXCommand &command)
     std::array<int, 2> pipe{-1, -1};
     if (!makeInput(command.input) || ::pipe2(pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0)
         return errno;
-    _errors.reset(pipe[0]);
-    const Descriptor writingEnd(pipe[1]);
+    _errors = VXFileDescriptor(pipe[0]);
+    const VXFileDescriptor writingEnd(pipe[1]);
     ::fcntl(pipe[1], F_SETFL, 0); // the program's end blocks, as programs expect
     if (const int problem = spawn(command, pipe[1]))
         return problem;
-    _handle.reset(static_cast<int>(::syscall(SYS_pidfd_open, _process, 0))); // glibc 2.36 declares it for C only
+    _handle =
+        VXFileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, _process, 0))); // glibc 2.36 declares it for C only
     return 0;
 }
 
@@ -101,7 +84,7 @@ int Run::spawn(const VXCommand &command, int errors)
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_init(&files);
     posix_spawnattr_init(&attributes);
-    posix_spawn_file_actions_adddup2(&files, _input.get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&files, _input.number(), STDIN_FILENO);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&files, errors, STDERR_FILENO);
     posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
@@ -127,7 +110,7 @@ bool Run::readErrors()
 {
     std::array<char, 4096> buffer{};
     while (true) {
-        const ssize_t count = ::read(_errors.get(), buffer.data(), buffer.size());
+        const ssize_t count = ::read(_errors.number(), buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
@@ -142,7 +125,7 @@ bool Run::readErrors()
 // False if the program was still running at the deadline, or if it was to be stopped.
 bool Run::wait(Clock::time_point deadline, int stop)
 {
-    std::array<pollfd, 3> sources{pollfd{_handle.get(), POLLIN, 0}, pollfd{_errors.get(), POLLIN, 0},
+    std::array<pollfd, 3> sources{pollfd{_handle.number(), POLLIN, 0}, pollfd{_errors.number(), POLLIN, 0},
                                   pollfd{stop, POLLIN, 0}};
     while (true) {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
@@ -164,12 +147,12 @@ bool Run::wait(Clock::time_point deadline, int stop)
 
 void Run::waitUntilEnd(Clock::time_point deadline, int stop)
 {
-    if (_handle.get() >= 0 && wait(deadline, stop))
+    if (_handle.isOpen() && wait(deadline, stop))
         return;
     // The process identifier belongs to the program until it is reaped, and likewise that of the group.
     _outcome.isTimedOut = !_outcome.isStopped;
     ::kill(-_process, SIGTERM);
-    if (_handle.get() >= 0)
+    if (_handle.isOpen())
         wait(Clock::now() + grace);
     ::kill(-_process, SIGKILL);
 }

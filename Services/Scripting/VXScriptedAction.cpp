@@ -18,12 +18,6 @@ using namespace std::chrono_literals;
 constexpr auto progressInterval = 50ms;
 constexpr auto keptAfterEnd = 60s; // for who asks late
 
-QString textOfError(const VXError &error)
-{
-    const QString suggestion = error.localizedRecoverySuggestion();
-    return suggestion.isEmpty() ? error.localizedDescription() : error.localizedDescription() + u' ' + suggestion;
-}
-
 } // namespace
 
 VXScriptedAction::VXScriptedAction(VXScriptingCalls &calls, const VXDeviceAction::Ptr &action,
@@ -71,7 +65,7 @@ QString VXScriptedAction::failure() const
     if (_action->isCancelled())
         return u"%1 was cancelled"_s.arg(_action->actionName());
     const VXError error = _action->error();
-    return error.isNull() ? u""_s : textOfError(error);
+    return error.isNull() ? u""_s : error.localizedText();
 }
 
 QDBusVariant VXScriptedAction::result() const

@@ -2,6 +2,7 @@
 
 #include "VXDBusValue.h"
 #include "VXErrorDomain.h"
+#include "VXEvent.h"
 #include "VXEventHistory.h"
 #include "VXEventManager.h"
 #include "VXScriptingCalls.h"
@@ -80,10 +81,10 @@ void VXEventsAdaptor::tell(const VXNotification &notification)
     VXEventRecord record;
     record.setObject(notification.object);
     const QVariantMap object = VXCarriedByDBus(record.object).toMap();
-    const QString event = notification.userInfo.value(u"event_name"_s).toString();
-    const QString subtype = notification.userInfo.value(u"event_message"_s).toString();
+    const VXEvent event = VXEvent::fromNotification(notification);
     QMetaObject::invokeMethod(
-        this, [this, event, subtype, object] { Q_EMIT Posted(event, subtype, object); }, Qt::QueuedConnection);
+        this, [this, name = event.name, subtype = event.subtype, object] { Q_EMIT Posted(name, subtype, object); },
+        Qt::QueuedConnection);
 }
 
 void VXEventsAdaptor::List(const QDBusMessage &call, QVariantMap &names)

@@ -184,7 +184,7 @@ TEST_F(HostDevicesTest, MistakesChangeNothing)
         {"info 'no url'", "1 vornix: there is no device \"no url\""},
         {{"actions", url, url}, "2 vornix: actions takes no \"vxdevice:"},
         {{"default", url}, "2 vornix: default needs --key to keep DEVICE under"},
-        {{"do", url, "echo", "--timeout", "-1"}, "2 vornix: --timeout takes a number of seconds"},
+        {{"do", url, "echo", "--timeout", "-1"}, "2 vornix: --timeout: \"-1\" is no number of seconds"},
         {{"do", url, "echo", "--object", "{"}, "2 vornix: the object is no JSON: "},
         {{"do", url, "fly"}, "1 vornix: there is no action \"fly\""},
         {{"do", url, "fail", "--object", "\"no paper\""}, "1 vornix: no paper"},

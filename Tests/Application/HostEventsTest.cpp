@@ -227,7 +227,7 @@ TEST_F(HostEventsTest, TellsWhatIsWrongWithTheCommandLine)
         {"post ping --object-uri x-coredata://a/B/p1", 1, "no store has an object"},
         {"history replay nothing", 1, "no event \"nothing\""},
         {"history --last many", 2, "--last: \"many\" is no number"},
-        {"history --last 0", 2, "--last needs a number, at least 1"},
+        {"history --last 0", 2, "--last: \"0\" is no number from 1 to"},
         {"export test.good triggers VXTrigger", 2, "--to FILE"},
         {u"export test.good triggers --to x"_s.split(u' '), 2, "needs STORE and ENTITY, or --from"},
         {u"export test.good triggers VXTrigger --from x --to x"_s.split(u' '), 2, "takes the place of STORE"},

@@ -21,19 +21,14 @@ using Operator = VXPredicate::Operator;
 constexpr qsizetype portion = 200;
 constexpr qint64 tellingTime = 30; // ms between reports
 
-VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
-}
-
 VXPredicate isAmong(const QString &key, const QSet<QString> &texts)
 {
-    return compare(key, Operator::In, QVariantList(texts.cbegin(), texts.cend()));
+    return VXPredicate::comparison(key, Operator::In, QVariantList(texts.cbegin(), texts.cend()));
 }
 
 VXPredicate isShown()
 {
-    return compare(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove));
+    return VXPredicate::comparison(u"pending"_s, Operator::NotEqual, int(VXPendingChange::Remove));
 }
 
 QDateTime dateOf(const VXManagedObjectPtr &message)
@@ -117,7 +112,7 @@ QList<VXPredicate> VXConversationReader::conditionsFor(const Wanted &wanted, VXM
     }
     QList<VXPredicate> conditions;
     for (const VXManagedObjectPtr &folder : foldersOfConversations(context))
-        conditions.append(compare(u"folder"_s, Operator::Equal, QVariant::fromValue(folder)));
+        conditions.append(VXPredicate::comparison(u"folder"_s, Operator::Equal, QVariant::fromValue(folder)));
     return conditions;
 }
 
@@ -150,7 +145,8 @@ bool VXConversationReader::addFolder(const VXManagedObjectPtr &folder, qsizetype
     QSet<QString> known;
     while (known.size() < count) {
         VXFetchRequest request(*_store.coordinator()->model().entityForName(VXMessageStore::entityName));
-        QList<VXPredicate> conditions{compare(u"folder"_s, Operator::Equal, QVariant::fromValue(folder)), isShown()};
+        QList<VXPredicate> conditions{
+            VXPredicate::comparison(u"folder"_s, Operator::Equal, QVariant::fromValue(folder)), isShown()};
         if (!known.isEmpty())
             conditions.append(VXPredicate::negationOf(isAmong(u"conversation"_s, known)));
         request.predicate = VXPredicate::allOf(conditions);
@@ -179,9 +175,9 @@ QList<VXListRow> VXConversationReader::withUnread(QList<VXListRow> rows, VXManag
     for (const VXListRow &row : std::as_const(rows))
         conversations.insert(conversationOf(row));
     VXFetchRequest request(*_store.coordinator()->model().entityForName(VXMessageStore::entityName));
-    request.predicate =
-        VXPredicate::allOf({isAmong(u"conversation"_s, conversations),
-                            compare(u"state"_s, Operator::Equal, int(VXMessageRecord::State::Unread)), isShown()});
+    request.predicate = VXPredicate::allOf(
+        {isAmong(u"conversation"_s, conversations),
+         VXPredicate::comparison(u"state"_s, Operator::Equal, int(VXMessageRecord::State::Unread)), isShown()});
     const auto found = context.executeFetchRequest(request);
     if (!found)
         return rows;

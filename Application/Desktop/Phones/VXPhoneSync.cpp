@@ -60,11 +60,8 @@ void VXPhoneSync::run(bool acceptsDeletions)
 void VXPhoneSync::concluded()
 {
     const VXDeviceAction::Ptr action = _action;
-    if (const VXError error = action->error(); !error.isNull() && !action->isCancelled()) {
-        const QString suggestion = error.localizedRecoverySuggestion();
-        _problems.append(suggestion.isEmpty() ? error.localizedDescription()
-                                              : error.localizedDescription() + u' ' + suggestion);
-    }
+    if (const VXError error = action->error(); !error.isNull() && !action->isCancelled())
+        _problems.append(error.localizedText());
     const QString question = action->result().toMap().value(u"question"_s).toString();
     if (!question.isEmpty() && !_isStopped) {
         VXAlert alert;

@@ -20,19 +20,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
-
 std::array<char, 1200> notePath{}; // of what a folder may be, and the name
 int noteFile = -1;
-
-void setCrashHandler(void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_ONSTACK | SA_NODEFER | static_cast<int>(SA_RESETHAND);
-    for (const int signal : crashSignals)
-        ::sigaction(signal, &action, nullptr);
-}
 
 void write(int file, std::string_view text)
 {
@@ -43,7 +32,7 @@ void write(int file, std::string_view text)
 // a note all the same. The signal's own action follows.
 void leaveNote(int signal)
 {
-    setCrashHandler(SIG_DFL);
+    VXSetCrashHandler(SIG_DFL);
     if (VXPluginMarker::lastWords()[0] == '\0')
         noteFile = ::open(notePath.data(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
     write(STDERR_FILENO, "vornix-desktop: the program crashed");
@@ -73,5 +62,5 @@ VXCrashNote::VXCrashNote()
     std::ranges::copy(path, notePath.begin());
     VXPrepareStackWalk();
     VXGiveSignalStack();
-    setCrashHandler(leaveNote);
+    VXSetCrashHandler(leaveNote);
 }

@@ -3,6 +3,7 @@
 #include "VXAvatar.h"
 #include "VXDesktopText.h"
 #include "VXDeviceTransformer.h"
+#include "VXEvent.h"
 #include "VXEventManager.h"
 #include "VXMainThread.h"
 #include "VXMainWindow.h"
@@ -68,9 +69,8 @@ VXNewsNotices::VXNewsNotices(VXMainWindow &window, const QDBusConnection &bus) :
 {
     VXNotificationCenter::defaultCenter().addObserver(
         this, VXEventManagerWillPostEventNotification, [self = QPointer(this)](const VXNotification &told) {
-            News news{told.userInfo.value(u"event_name"_s).toString(),
-                      told.userInfo.value(u"event_message"_s).toString(),
-                      {}};
+            const VXEvent event = VXEvent::fromNotification(told);
+            News news{event.name, event.subtype, {}};
             if (news.event == "incoming_call"_L1)
                 news.object = VXCallRecord(told.object).map();
             else if (news.event == "new_message"_L1 && VXMessageRecord::isMessage(told.object))

@@ -22,9 +22,7 @@ public:
     QListView *list() const { return _list; }
     VXSearchField *search() const { return _search; }
     VXEmptyState *placeholder() const { return _empty; }
-    /** Beside the search field. */
-    QBoxLayout *topRow() const { return _topRow; }
-    /** Below it, for chips. */
+    /** Below the search field, for chips. */
     QBoxLayout *secondRow() const { return _secondRow; }
     /** Shows each row of the model as a row drawn by VXRowDelegate. */
     void setModel(QAbstractItemModel *model);

@@ -121,11 +121,7 @@ int runLog(VXHostContext &context)
     const auto level = levelText.isNull() ? LogFilter::everything : VXLogLevelFromText(levelText);
     if (!level || (!levelText.isNull() && *level > VXLogDebug))
         return output.failUsage(u"--level must be a number from 0 to 7 or a name from fatal to debug"_s, usage);
-    bool isNumber = true;
-    const QString lastText = options.value(u"last"_s);
-    const qsizetype last = lastText.isNull() ? LogFilter::unlimited : lastText.toLongLong(&isNumber);
-    if (!isNumber || last < 1)
-        return output.failUsage(u"--last must be a number from 1 on"_s, usage);
+    const qsizetype last = options.isSet(u"last"_s) ? options.value(u"last"_s).toLongLong() : LogFilter::unlimited;
     const QString folder = VXFileManager::defaultManager().pathToUserVNXLogsFolder();
     if (folder.isNull())
         return output.fail(u"there is no logs folder"_s);
@@ -147,16 +143,16 @@ int runLog(VXHostContext &context)
 
 VXHostCommand VXLogCommand()
 {
-    return {.name = u"log"_s,
-            .summary = u"Show the log"_s,
-            .details =
-                u"Shows error.log of the logs folder. An entry keeps the lines that continue it, which begin with a "
-                "tab; control characters are shown, not obeyed. With --json "
-                "the answer is an array of objects with date (ISO 8601, with the offset from UTC), process, thread, "
-                "level and message.\n"
-                "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
-            .options = {{u"follow"_s, {}, u"Go on showing what is logged"_s},
-                        {u"last"_s, u"N"_s, u"Only the last N entries, of those that there are"_s},
-                        {u"level"_s, u"L"_s, u"Only entries as severe as L or more: 0 to 7, or fatal to debug"_s}},
-            .run = runLog};
+    return {
+        .name = u"log"_s,
+        .summary = u"Show the log"_s,
+        .details = u"Shows error.log of the logs folder. An entry keeps the lines that continue it, which begin with a "
+                   "tab; control characters are shown, not obeyed. With --json "
+                   "the answer is an array of objects with date (ISO 8601, with the offset from UTC), process, thread, "
+                   "level and message.\n"
+                   "With --follow it goes on until it is interrupted, across the log's rotation too."_s,
+        .options = {{u"follow"_s, {}, u"Go on showing what is logged"_s},
+                    {.name = u"last"_s, .placeholder = u"N"_s, .summary = u"Only the last N entries"_s, .minimum = 1},
+                    {u"level"_s, u"L"_s, u"Only entries as severe as L or more: 0 to 7, or fatal to debug"_s}},
+        .run = runLog};
 }

@@ -383,7 +383,7 @@ VXHostCommand VXPluginsCommand()
             .details =
                 u"\"list\" shows every plugin and its state, parts of a plugin below it. \"info ID\" tells all about "
                 "one, also why this copy was chosen and which others were passed over. \"enable ID\" and \"disable "
-                "ID\" hold for coming starts too. \"install PATH\" moves a bundle into the user's plugin folder; "
+                "ID\" also apply to later starts. \"install PATH\" moves a bundle into the user's plugin folder; "
                 "where another copy is in use, that waits for the next start. \"remove ID\" moves it to the trash. "
                 "\"retry ID\" loads a plugin that was "
                 "left out because the program ended while it was loading. \"check PATH\" tells an author what is wrong "

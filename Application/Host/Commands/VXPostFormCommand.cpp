@@ -175,10 +175,7 @@ int runPostForm(VXHostContext &context)
     const auto fields = formFields(options, &reason);
     if (!fields)
         return context.output.failUsage(reason, usage);
-    bool isNumber = true;
-    const float timeout = options.isSet(u"timeout"_s) ? options.value(u"timeout"_s).toFloat(&isNumber) : 30;
-    if (!isNumber || !(timeout >= 0))
-        return context.output.failUsage(u"--timeout needs a number of seconds"_s, usage);
+    const float timeout = options.isSet(u"timeout"_s) ? options.value(u"timeout"_s).toFloat() : 30;
     return options.isSet(u"download"_s) ? post<VXWebDownload>(context, url, *fields, timeout)
                                         : post<VXWebConnection>(context, url, *fields, timeout);
 }

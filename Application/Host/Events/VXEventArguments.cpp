@@ -58,7 +58,7 @@ void VXNoteUnlistedEvent(VXHostContext &context, const QString &event)
 void VXNoteUnlistedSubtype(VXHostContext &context, const QString &event, const QString &subtype)
 {
     const VXBundle::Ptr bundle = VXEventManager::sharedEventManager().bundleForEventName(event);
-    const QVariantMap events = bundle ? bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap() : QVariantMap();
+    const QVariantMap events = bundle ? VXPostedEvents(*bundle) : QVariantMap();
     const QStringList known = events.value(event).toMap().value(u"subtypes"_s).toStringList();
     if (known.isEmpty() || known.contains(subtype))
         return;

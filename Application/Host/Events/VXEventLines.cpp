@@ -1,5 +1,6 @@
 #include "VXEventLines.h"
 
+#include "VXEvent.h"
 #include "VXEventManager.h"
 #include "VXHostOutput.h"
 #include "VXKeyValueCoding.h"
@@ -15,10 +16,9 @@ namespace {
 QString lineOf(const VXNotification &notification)
 {
     const QString time = QTime::currentTime().toString(u"HH:mm:ss"_s);
-    const QString subtype = notification.userInfo.value(u"event_message"_s).toString();
-    const QString title =
-        notification.userInfo.value(u"event_name"_s).toString() + (subtype.isNull() ? QString() : "::"_L1 + subtype);
-    const QString who = VXValueForKey(VXObjectWithContact(notification.object), u"who"_s).toString();
+    const VXEvent event = VXEvent::fromNotification(notification);
+    const QString title = event.name + (event.subtype.isNull() ? QString() : "::"_L1 + event.subtype);
+    const QString who = VXValueForKey(VXObjectWithContact(event.object), u"who"_s).toString();
     return time + "  "_L1 + title + (who.isEmpty() ? QString() : "  "_L1 + who);
 }
 

@@ -37,7 +37,7 @@ int listEvents(VXHostContext &context)
 VXHostCommand VXEventsCommand()
 {
     return {.name = u"events"_s,
-            .summary = u"Show the events that there are"_s,
+            .summary = u"List the events"_s,
             .details = u"Events are what triggers listen to: their names, as people read them, and the bundles that "
                        "say they post them."_s,
             .run = [](VXHostContext &context) {

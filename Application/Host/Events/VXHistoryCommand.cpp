@@ -39,10 +39,7 @@ QString textWithReasons(const QList<VXEventRecord> &records)
 int list(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    bool isNumber = true;
-    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt(&isNumber) : INT_MAX;
-    if (!isNumber || most < 1)
-        return context.output.failUsage(u"--last needs a number, at least 1"_s, VXHostUsage(options));
+    const int most = options.isSet(u"last"_s) ? options.value(u"last"_s).toInt() : INT_MAX;
     QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
     records.removeIf([&](const VXEventRecord &record) {
         return (options.isSet(u"event"_s) && record.name != options.value(u"event"_s)) ||
@@ -113,7 +110,11 @@ VXHostCommand VXHistoryCommand()
             "same object; the end of the ID is enough. The user default \"events.history\" turns the history off."_s,
         .options = {{u"event"_s, u"EVENT"_s, u"Only events of that name"_s, {}, {u"list"_s}},
                     {u"failures"_s, {}, u"Only those in which something failed"_s, {}, {u"list"_s}},
-                    {u"last"_s, u"N"_s, u"Only the last N"_s, {}, {u"list"_s}},
+                    {.name = u"last"_s,
+                     .placeholder = u"N"_s,
+                     .summary = u"Only the last N"_s,
+                     .verbs = {u"list"_s},
+                     .minimum = 1},
                     {u"why"_s, {}, u"Tell why each trigger did or did not run"_s, {}, {u"list"_s}}},
         .verbs = {{u"list"_s}, {u"replay"_s, u"ID"_s, 1, 1}},
         .run = [](VXHostContext &context) {

@@ -19,13 +19,17 @@ struct VXHostOption
     QString placeholder; // for its value, such as "DIR"; null for a switch
     QString summary;
     QStringList choices = {}; // the values it takes; empty: any
-    QStringList verbs = {};   // the names of the verbs it goes with; empty: any
+    QStringList verbs = {};   // the names of the verbs it goes with, "" for the one without a name; empty: any
     bool mayRepeat = false;   // if it has a value
     QString valueKind = {};   // what its values name, for completion: a kind of VXWordsOfKind
     bool mayBeEmpty = false;  // whether its value may be empty
+    double minimum = 0;       // of a value that is a number (N, SECONDS)
 };
 
-/** The first operand of a command, which says what it should do, and the operands after it. */
+/**
+ * The first operand of a command, which says what it should do, and the operands after it. One without a name, the last
+ * in the list, is meant by all operands that are those of no other.
+ */
 struct VXHostVerb
 {
     static constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
@@ -69,11 +73,14 @@ struct VXHostCommand
     bool needsVerb = false;        // otherwise the first one is used if none is named
     bool isHidden = false;
 
+    bool hasNamelessVerb() const { return !verbs.isEmpty() && verbs.constLast().name.isEmpty(); }
     QStringList verbNames() const
     {
         QStringList names;
-        for (const VXHostVerb &verb : verbs)
-            names.append(verb.name);
+        for (const VXHostVerb &verb : verbs) {
+            if (!verb.name.isEmpty())
+                names.append(verb.name);
+        }
         return names;
     }
     /** Returns the exit status, one of VXHostOutput's. */

@@ -90,13 +90,24 @@ QString operandCases(const VXHostCommand &command)
                      text);
 }
 
+// The verbs that an option does not go with.
+QStringList verbsWithout(const VXHostCommand &command, const VXHostOption &option)
+{
+    QStringList names = command.verbNames();
+    names.removeIf([&](const QString &name) { return option.verbs.contains(name); });
+    return names;
+}
+
 QString commandCase(const VXHostCommand &command, const QStringList &commandNames)
 {
     const QStringList first = command.synopsis == "[COMMAND]"_L1 ? commandNames : command.verbNames();
     QString text = u"        %1)\n"_s.arg(command.name);
     for (const VXHostOption &option : command.options) {
+        const QString others = verbsWithout(command, option).join(u' ');
         const QString condition =
-            u"[[ $operands -eq 0 || ' %1 ' == *\" ${given[0]} \"* ]] && "_s.arg(option.verbs.join(u' '));
+            option.verbs.contains(QString())
+                ? u"[[ $operands -eq 0 || ' %1 ' != *\" ${given[0]} \"* ]] && "_s.arg(others)
+                : u"[[ $operands -eq 0 || ' %1 ' == *\" ${given[0]} \"* ]] && "_s.arg(option.verbs.join(u' '));
         text += u"            %1options=\"$options --%2\"\n"_s.arg(option.verbs.isEmpty() ? QString() : condition,
                                                                    option.name);
     }
@@ -251,9 +262,13 @@ QString fishCommand(const VXHostCommand &command)
     for (const VXHostVerb &verb : command.verbs)
         addOperands(verb.name, verb.operandKinds);
     addOperands({}, command.operandKinds);
-    for (const VXHostOption &option : command.options)
-        text += fishOption(option,
-                           u" -n '__vornix_command %1'"_s.arg((QStringList{command.name} + option.verbs).join(u' ')));
+    for (const VXHostOption &option : command.options) {
+        QString condition = "__vornix_command "_L1 + (QStringList{command.name} + option.verbs).join(u' ');
+        if (option.verbs.contains(QString()))
+            condition = u"__vornix_command %1; and not __vornix_command %1 %2"_s.arg(
+                command.name, verbsWithout(command, option).join(u' '));
+        text += fishOption(option, u" -n '%1'"_s.arg(condition));
+    }
     return text;
 }
 

@@ -82,7 +82,7 @@ QString operandsText(const VXHostCommand &command)
 
 QString VXHostOptionSummary(const VXHostOption &option)
 {
-    const QString verbs = option.verbs.isEmpty() ? QString() : option.verbs.join(", "_L1) + ": "_L1;
+    const QString verbs = option.verbs.join(u""_s).isEmpty() ? QString() : option.verbs.join(", "_L1) + ": "_L1;
     const QString choices = option.choices.isEmpty() ? QString() : " ("_L1 + option.choices.join(", "_L1) + u')';
     return verbs + option.summary + choices;
 }
@@ -92,7 +92,9 @@ QStringList VXHostVerbLines(const VXHostCommand &command)
     QStringList lines;
     for (const VXHostVerb &verb : command.verbs) {
         const bool isStandard = lines.isEmpty() && !command.needsVerb;
-        const QString words = verb.operands.isNull() ? verb.name : verb.name + u' ' + verb.operands;
+        const QString words = verb.operands.isNull() ? verb.name
+                              : verb.name.isEmpty()  ? verb.operands
+                                                     : verb.name + u' ' + verb.operands;
         lines.append(command.name + u' ' + (isStandard ? u'[' + words + u']' : words));
     }
     return lines;
@@ -125,7 +127,8 @@ QString VXHostUsage(const VXHostCommand *command, const QString &verb)
 
 QString VXHostUsage(const VXHostOptions &options)
 {
-    return VXHostUsage(options.command(), options.operand(0));
+    const VXHostCommand *const command = options.command();
+    return VXHostUsage(command, command != nullptr && command->hasNamelessVerb() ? options.verb() : options.operand(0));
 }
 
 QString VXHostOverview(const VXHostCommandTable &commands)

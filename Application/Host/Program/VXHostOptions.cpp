@@ -91,7 +91,11 @@ QString VXHostOptions::verb() const
 {
     if (_command == nullptr || _command->verbs.isEmpty())
         return {};
-    return _operands.value(0, _command->needsVerb ? QString() : _command->verbs.constFirst().name);
+    const QString name = _operands.value(0, _command->needsVerb ? QString() : _command->verbs.constFirst().name);
+    if (!_command->hasNamelessVerb())
+        return name;
+    const auto named = std::ranges::find(_command->verbs, name, &VXHostVerb::name);
+    return named != _command->verbs.end() && _operands.size() - 1 <= named->maximum ? name : QString();
 }
 
 void VXHostOptions::checkVerb()
@@ -106,7 +110,7 @@ void VXHostOptions::checkVerb()
     const QString name = verb();
     const auto found = std::ranges::find(verbs, name, &VXHostVerb::name);
     if (found != verbs.end())
-        return checkOperands(*found, _operands.mid(1));
+        return checkOperands(*found, found->name.isEmpty() ? _operands : _operands.mid(1));
     const QStringList names = _command->verbNames();
     fail(name.isNull() ? u"%1 needs one of %2"_s.arg(_command->name, names.join(", "_L1))
                        : u"\"%1\" is none of %2"_s.arg(name, names.join(", "_L1)) + VXDidYouMean(name, names));
@@ -114,13 +118,14 @@ void VXHostOptions::checkVerb()
 
 void VXHostOptions::checkOperands(const VXHostVerb &verb, const QStringList &operands)
 {
+    const QString name = verb.name.isEmpty() ? _command->name : verb.name;
     const QStringList filled = operands.first(std::min(operands.size(), verb.minimum - (verb.mayEndEmpty ? 1 : 0)));
     if (operands.size() < verb.minimum || filled.contains(u""_s))
-        fail(u"%1 needs %2"_s.arg(verb.name, verb.operands));
+        fail(u"%1 needs %2"_s.arg(name, verb.operands));
     else if (operands.size() > verb.maximum)
-        fail(verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(verb.name)
+        fail(verb.maximum == 0 ? u"%1 takes nothing more"_s.arg(name)
                                : u"%1 takes no \"%2\"; several words go between quotation marks"_s.arg(
-                                     verb.name, operands.at(verb.maximum)));
+                                     name, operands.at(verb.maximum)));
 }
 
 void VXHostOptions::checkOptions()
@@ -128,7 +133,7 @@ void VXHostOptions::checkOptions()
     const QString name = verb();
     for (const VXHostOption &option : _command->options) {
         if (isSet(option.name) && !option.verbs.isEmpty() && !option.verbs.contains(name))
-            fail(u"--%1 does not go with %2"_s.arg(option.name, name));
+            fail(u"--%1 does not go with %2"_s.arg(option.name, name.isEmpty() ? _command->name : name));
     }
 }
 

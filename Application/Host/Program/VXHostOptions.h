@@ -27,7 +27,8 @@ public:
     const QStringList &operands() const { return _operands; }
     /** Null if there are fewer. */
     QString operand(qsizetype index) const { return _operands.value(index); }
-    /** The first operand, or the default verb if there is none; null for a command without verbs. */
+    /** The first operand, or the default verb if there is none; null for a command without verbs, and for operands of
+     *  its nameless verb. */
     QString verb() const;
     /** That verb in the table from which the command's verbs were made. */
     template <class Verbs>

@@ -1,6 +1,7 @@
 #include "VXHostOutput.h"
 
 #include "VXException.h"
+#include "VXFileDescriptor.h"
 #include "VXHostJSON.h"
 #include "VXShownText.h"
 #include "VXVisibleText.h"
@@ -22,16 +23,7 @@ constexpr qsizetype bufferSize = 64 * 1024;
 // Returns 0, or the error number of the write that failed.
 int writeFully(int descriptor, const QByteArray &bytes)
 {
-    qsizetype done = 0;
-    while (done < bytes.size()) {
-        const ssize_t written =
-            ::write(descriptor, bytes.constData() + done, static_cast<std::size_t>(bytes.size() - done));
-        if (written >= 0)
-            done += written;
-        else if (errno != EINTR)
-            return errno;
-    }
-    return 0;
+    return VXWriteAll(descriptor, bytes) ? 0 : errno;
 }
 
 // One of our sentences in the user's language.

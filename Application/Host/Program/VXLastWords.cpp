@@ -23,7 +23,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr unsigned longestSaving = 10; // seconds
-constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 constexpr std::array requestSignals{SIGINT, SIGTERM, SIGHUP};
 
 /** Text made inside a signal handler: without allocation, and truncated if it gets too long. Written as it grows. */
@@ -83,7 +82,7 @@ VXLastWords::VXLastWords(VXHostOutput &output) : _output(output), _process(::get
     _current = this;
     [[maybe_unused]] static const int registered = std::atexit(atExit) + std::at_quick_exit(atExit);
     VXGiveSignalStack();
-    setCrashHandler(tellOfCrash);
+    VXSetCrashHandler(tellOfCrash);
     setRequestHandler();
 }
 
@@ -93,20 +92,11 @@ VXLastWords::~VXLastWords()
     _current = nullptr;
 }
 
-void VXLastWords::setCrashHandler(void (*handler)(int))
-{
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_ONSTACK | SA_NODEFER | static_cast<int>(SA_RESETHAND);
-    for (const int signal : crashSignals)
-        ::sigaction(signal, &action, nullptr);
-}
-
 // These two call only functions that are allowed inside a signal handler. Walking the stack may itself crash if the
 // stack was overwritten: then the second one continues.
 void VXLastWords::tellOfCrash(int signal)
 {
-    setCrashHandler(finishCrash);
+    VXSetCrashHandler(finishCrash);
     crashText.add("vornix: the program crashed");
     if (const std::string_view worker = VXPluginMarker::lastWords(); !worker.empty()) {
         crashText.add(" while the plugin ");
@@ -122,7 +112,7 @@ void VXLastWords::tellOfCrash(int signal)
 // The signal's own action follows.
 void VXLastWords::finishCrash(int signal)
 {
-    setCrashHandler(SIG_DFL);
+    VXSetCrashHandler(SIG_DFL);
     if (const VXLastWords *const lastWords = _current)
         lastWords->_output.answerCrash(crashText.text().substr(std::string_view("vornix: ").size()));
     crashText.add("\n");

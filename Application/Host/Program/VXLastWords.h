@@ -34,7 +34,6 @@ private:
     static QString textOfExit();
     static void tellOfCrash(int signal);
     static void finishCrash(int signal);
-    static void setCrashHandler(void (*handler)(int));
     [[noreturn]] void tellOfExit();
 
     static std::atomic<VXLastWords *> _current;

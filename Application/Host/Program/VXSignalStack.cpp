@@ -1,5 +1,6 @@
 #include "VXSignalStack.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <dlfcn.h>
@@ -11,6 +12,7 @@
 namespace {
 
 constexpr size_t stackSize = 64 * 1024;
+constexpr std::array crashSignals{SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
 
 /** A thread's stack for signal handlers; freed with the thread. */
 class SignalStack
@@ -40,6 +42,15 @@ private:
 void VXGiveSignalStack()
 {
     [[maybe_unused]] thread_local const SignalStack stack;
+}
+
+void VXSetCrashHandler(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_ONSTACK | SA_NODEFER | static_cast<int>(SA_RESETHAND);
+    for (const int signal : crashSignals)
+        ::sigaction(signal, &action, nullptr);
 }
 
 #if defined(__has_feature)

@@ -7,3 +7,6 @@
  * thread has to do without.
  */
 void VXGiveSignalStack();
+
+/** Has the signals of a crash handled on that stack, once: during the handler they have their own action again. */
+void VXSetCrashHandler(void (*handler)(int));

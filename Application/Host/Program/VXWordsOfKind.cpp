@@ -3,6 +3,7 @@
 #include "VXDevicePlugin.h"
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
+#include "VXEventManager.h"
 #include "VXMessageStore.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPluginManager.h"
@@ -109,7 +110,7 @@ QStringList eventNames(const Question &question)
 {
     QStringList names;
     for (const VXPluginProxy *const plugin : question.manager.eventPostingPlugins())
-        names += plugin->bundle()->infoDictionary().value(u"VXPostsEvents"_s).toMap().keys();
+        names += VXPostedEvents(*plugin->bundle()).keys();
     return names;
 }
 

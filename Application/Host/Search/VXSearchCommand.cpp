@@ -1,7 +1,6 @@
 #include "VXErrorText.h"
 #include "VXFileLock.h"
 #include "VXHostCommands.h"
-#include "VXHostHelp.h"
 #include "VXHostOptions.h"
 #include "VXHostOutput.h"
 #include "VXLimitOption.h"
@@ -101,24 +100,11 @@ int update(VXHostContext &context)
 int runSearch(VXHostContext &context)
 {
     const VXHostOptions &options = context.options;
-    const QString usage = VXHostUsage(options.command());
-    const QStringList verbs = options.operands().size() == 1 ? options.operands() : QStringList();
-    const bool isCheck = verbs == QStringList{u"check"_s};
-    const bool isUpdate = verbs == QStringList{u"update"_s};
-    const std::pair<QString, bool> goesWith[] = {{u"repair"_s, isCheck},
-                                                 {u"background"_s, isUpdate},
-                                                 {u"kind"_s, !isCheck && !isUpdate},
-                                                 {u"trash"_s, !isCheck && !isUpdate},
-                                                 {u"limit"_s, !isCheck && !isUpdate}};
-    for (const auto &[option, isMeant] : goesWith) {
-        if (options.isSet(option) && !isMeant)
-            return context.output.failUsage(u"--%1 does not go with that"_s.arg(option), usage);
-    }
     if (VXFailIfNothingIsSearched(context))
         return VXHostOutput::Failed;
-    if (isCheck)
+    if (options.verb() == "check"_L1)
         return VXRunWithPlugins(context, [&](VXPluginManager &) { return VXCheckSearch(context); });
-    if (isUpdate)
+    if (options.verb() == "update"_L1)
         return update(context);
     return findInStep(context, options.operands().join(u' '), VXLimitOption(options, usualLimit));
 }
@@ -127,10 +113,10 @@ int runSearch(VXHostContext &context)
 
 VXHostCommand VXSearchCommand()
 {
+    const QStringList words{u""_s}; // the verb without a name
     return {
         .name = u"search"_s,
         .summary = u"Find contacts, messages and calls"_s,
-        .synopsis = u"WORD..."_s,
         .details =
             u"Finds what has a word beginning with each WORD, letters with and without accents being the same and "
             u"\"ue\" meaning \"ü\" too, or "
@@ -146,19 +132,25 @@ VXHostCommand VXSearchCommand()
             "takes in what was saved, which otherwise happens by "
             "itself. "
             "To search for one of these words alone, put a blank behind it, in quotes."_s,
-        .options = {{.name = u"kind"_s,
-                     .placeholder = u"KIND"_s,
-                     .summary = u"Only of that kind"_s,
-                     .choices = {u"contact"_s, u"message"_s, u"call"_s}},
-                    {.name = u"trash"_s, .placeholder = {}, .summary = u"Also messages in the trash"_s},
-                    {.name = u"limit"_s,
-                     .placeholder = u"N"_s,
-                     .summary = u"Show so many at most; 0: all (50 without)"_s},
-                    {.name = u"repair"_s, .placeholder = {}, .summary = u"Put right what differs (check)"_s},
-                    {.name = u"background"_s,
-                     .placeholder = {},
-                     .summary = u"At a lower priority, and only if it is due (update)"_s}},
-        .minimumOperands = 1,
-        .maximumOperands = 100,
+        .options =
+            {{.name = u"kind"_s,
+              .placeholder = u"KIND"_s,
+              .summary = u"Only of that kind"_s,
+              .choices = {u"contact"_s, u"message"_s, u"call"_s},
+              .verbs = words},
+             {.name = u"trash"_s, .placeholder = {}, .summary = u"Also messages in the trash"_s, .verbs = words},
+             {.name = u"limit"_s,
+              .placeholder = u"N"_s,
+              .summary = u"Show so many at most; 0: all (50 without)"_s,
+              .verbs = words},
+             {.name = u"repair"_s, .placeholder = {}, .summary = u"Put right what differs"_s, .verbs = {u"check"_s}},
+             {.name = u"background"_s,
+              .placeholder = {},
+              .summary = u"At a lower priority, and only if it is due"_s,
+              .verbs = {u"update"_s}}},
+        .verbs = {{.name = u"check"_s},
+                  {.name = u"update"_s},
+                  {.name = {}, .operands = u"WORD..."_s, .minimum = 1, .maximum = 100}},
+        .needsVerb = true,
         .run = runSearch};
 }

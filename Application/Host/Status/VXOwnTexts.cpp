@@ -1,6 +1,7 @@
 #include "VXOwnTexts.h"
 
 #include "VXBundle.h"
+#include "VXEventManager.h"
 #include "VXFramework.h"
 #include "VXPluginManager.h"
 #include "VXStringsTable.h"
@@ -121,7 +122,7 @@ VXOwnTexts VXOwnTexts::ofThisProgram(const VXPluginManager &manager)
             continue; // somebody else's
         texts.addCode(bundle->executablePath());
         texts.addText(plugin->identifier());
-        for (const QString &event : bundle->infoDictionary().value(u"VXPostsEvents"_s).toMap().keys())
+        for (const QString &event : VXPostedEvents(*bundle).keys())
             texts.addText(event);
     }
     for (const QString &bundle : bundles) {

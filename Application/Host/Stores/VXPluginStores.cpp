@@ -35,7 +35,7 @@ VXPersistentStoreCoordinator::Ptr VXStoreForName(const QString &name, QString *p
                                                                                         names.join(", "_L1));
         return nullptr;
     }
-    auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(name);
+    auto coordinator = VXDataManager::sharedDataManager().findCoordinatorForDataStore(name);
     if (!coordinator)
         *problem = VXStoreOutOfUse(name);
     return coordinator;

@@ -18,11 +18,6 @@ namespace {
 constexpr qsizetype smallestPage = 20; // words
 constexpr qsizetype largestPage = 1000;
 
-VXPredicate compare(const QString &key, Operator comparison, const QVariant &value)
-{
-    return VXPredicate::comparison(VXExpression::keyPath(key), comparison, VXExpression::constant(value));
-}
-
 // The first data after everything with that beginning: no byte of UTF-8 is 0xff.
 QByteArray endOfBeginning(QByteArray beginning)
 {
@@ -294,7 +289,8 @@ bool VXContactCompletion::noteNamed(QList<Match> *matches, const QStringList &ot
     const VXEntityDescription &entity =
         *_context.persistentStoreCoordinator()->model().entityForName(u"VXSearchWord"_s);
     VXFetchRequest request(entity);
-    request.predicate = VXPredicate::allOf({compare(u"person"_s, Operator::In, persons), VXPredicate::anyOf(any)});
+    request.predicate =
+        VXPredicate::allOf({VXPredicate::comparison(u"person"_s, Operator::In, persons), VXPredicate::anyOf(any)});
     request.includesPendingChanges = false;
     const std::optional<VXFetchResult> words = _context.executeFetchRequest(request, error);
     if (!words)
@@ -317,7 +313,7 @@ bool VXContactCompletion::readOwned(const QString &entityName, const QList<VXMan
         owners.append(QVariant::fromValue(each->objectID()));
     const VXEntityDescription &entity = *_context.persistentStoreCoordinator()->model().entityForName(entityName);
     VXFetchRequest request(entity);
-    request.predicate = compare(u"person"_s, Operator::In, owners);
+    request.predicate = VXPredicate::comparison(u"person"_s, Operator::In, owners);
     request.includesPendingChanges = false;
     request.prefetchedRelationships = {u"person"_s};
     const std::optional<VXFetchResult> found = _context.executeFetchRequest(request, error);

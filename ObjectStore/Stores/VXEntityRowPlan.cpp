@@ -1,4 +1,4 @@
-#include "VXStoreRowCopyPlan.h"
+#include "VXEntityRowPlan.h"
 
 #include "VXSQLiteUnfit.h"
 #include "VXSQLPredicate.h"
