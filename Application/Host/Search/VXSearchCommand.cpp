@@ -150,7 +150,7 @@ VXHostCommand VXSearchCommand()
               .verbs = {u"update"_s}}},
         .verbs = {{.name = u"check"_s},
                   {.name = u"update"_s},
-                  {.name = {}, .operands = u"WORD..."_s, .minimum = 1, .maximum = 100}},
+                  {.name = {}, .operands = u"WORD..."_s, .minimum = 1, .maximum = VXHostVerb::unlimited}},
         .needsVerb = true,
         .run = runSearch};
 }
