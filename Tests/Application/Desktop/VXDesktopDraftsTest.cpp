@@ -1,10 +1,14 @@
 #include "VXConversationView.h"
 #include "VXDesktopOpener.h"
 #include "VXDesktopTesting.h"
+#include "VXEmptyState.h"
+#include "VXListPane.h"
 #include "VXMainWindow.h"
 #include "VXPhonebookTokenField.h"
+#include "VXTriggerEditor.h"
 
 #include <QtTest/QTest>
+#include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
 
 using namespace Qt::StringLiterals;
@@ -26,6 +30,42 @@ protected:
             EXPECT_EQ(text.toPlainText(), typed);
         }
     };
+
+    struct Automations
+    {
+        VXMainWindow window;
+        VXSection &section = *window.section(u"automations"_s);
+        VXTriggerEditor &editor = *section.findChild<VXTriggerEditor *>();
+
+        Automations() { window.show(); }
+        QString name() const { return editor.draft().name; }
+        void type(const QString &text) { QTest::keyClicks(editor.findChild<QLineEdit *>(), text); }
+        void react(const QList<VXTriggerChange::Reaction> &reactions)
+        {
+            VXTriggerDraft draft = editor.draft();
+            draft.reactions = reactions;
+            editor.setDraft(draft);
+            Q_EMIT editor.didChange();
+        }
+    };
+
+    static QStringList stored()
+    {
+        QStringList all;
+        const auto store = VXTriggerStore::open();
+        const auto triggers = store->triggers();
+        for (const VXTrigger &each : *triggers)
+            all.append(each.title() + (each.isEnabled() ? u""_s : u" off"_s));
+        return all;
+    }
+    static void changeElsewhere(const QString &name, const VXTriggerChange &change)
+    {
+        const auto store = VXTriggerStore::open();
+        VXTrigger trigger = store->triggerWithID(name);
+        EXPECT_TRUE(store->change(trigger, change) && store->save());
+    }
+
+    const QList<VXTriggerChange::Reaction> notice{{u"com.halvern.VNX2.plugin.desktopnotification"_s, {}}};
 };
 
 TEST_F(VXDesktopDraftsTest, whatIsWrittenToOneNeverStandsUnderAnother)
@@ -79,4 +119,69 @@ TEST_F(VXDesktopDraftsTest, theTextOfALinkIsAddedToWhatIsTyped)
         messages.open(u"sms:"_s + number);
         EXPECT_EQ(messages.text.toPlainText(), u"typed\nStop"_s);
     }
+}
+
+TEST_F(VXDesktopDraftsTest, anAutomationThatLacksSomethingIsKept)
+{
+    {
+        Automations first;
+        first.section.makeNew();
+        first.type(u"Night"_s);
+        EXPECT_TRUE(first.section.commit());
+        first.section.makeNew();
+        EXPECT_EQ(first.name(), u"Night"_s);
+    }
+    {
+        Automations second;
+        EXPECT_EQ(second.name(), u"Night"_s);
+        second.react(notice);
+        EXPECT_EQ(stored(), QStringList{u"Night"_s});
+        second.section.makeNew();
+        EXPECT_EQ(second.name(), QString());
+    }
+    {
+        Automations third;
+        ASSERT_EQ(third.name(), u"Night"_s);
+        third.type(u"s"_s);
+        third.react({});
+        third.section.makeNew(); // leaves it
+        changeElsewhere(u"Night"_s, {.isEnabled = false});
+    }
+    Automations fourth;
+    EXPECT_EQ(fourth.name(), u"Nights"_s);
+    EXPECT_EQ(stored(), QStringList{u"Night off"_s});
+    fourth.react(notice);
+    EXPECT_EQ(stored(), QStringList{u"Nights off"_s});
+}
+
+TEST_F(VXDesktopDraftsTest, theEditorFollowsOthersAndWritesOnlyWhatWasChangedInIt)
+{
+    Automations automations;
+    Q_EMIT automations.section.findChild<VXListPane *>()->placeholder()->secondActionWanted();
+    EXPECT_EQ(stored(), QStringList{u"Tell me of missed calls"_s}); // what is offered to start with
+    automations.section.undoStack().undo();
+    for (const QString &name : {u"A"_s, u"B"_s}) {
+        automations.section.makeNew();
+        automations.type(name);
+        automations.react(notice);
+    }
+    changeElsewhere(u"B"_s, {.name = u"C"_s});
+    EXPECT_TRUE(VXRunUntil([&] { return automations.name() == "C"_L1; }));
+    automations.type(u"!"_s);
+    changeElsewhere(u"C"_s, {.isEnabled = false});
+    EXPECT_TRUE(automations.section.commit());
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C! off"_s}));
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C off"_s}));
+    VXListPane &pane = *automations.section.findChild<VXListPane *>();
+    pane.choose(0);
+    automations.type(u"a"_s);
+    pane.choose(1);
+    automations.type(u"c"_s);
+    automations.section.undoStack().undo(); // while what was typed in the other one is not written yet
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"Cc off"_s}));
+    EXPECT_EQ(automations.name(), u"A"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return automations.section.undoStack().index() == 3; }));
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C off"_s}));
 }
