@@ -6,6 +6,7 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QScopedValueRollback>
 
 #include <algorithm>
 
@@ -250,6 +251,7 @@ void VXStoreListModel::takeRefresh(const Refresh &refresh)
             _pages.insert(page.key(), new Page(*page));
     };
     const bool isFirst = std::exchange(_isReading, false);
+    const QScopedValueRollback following(_isFollowing, !isFirst);
     if (after > before) {
         beginInsertRows({}, at, at + after - before - 1);
         takePages();

@@ -39,6 +39,8 @@ public:
 
     /** True until the number of rows is known. */
     bool isReading() const { return _isReading; }
+    /** True while rows change since others have saved: nobody has chosen what becomes current then. */
+    bool isFollowing() const { return _isFollowing; }
     /** The row's ID; null while it is not read. */
     VXManagedObjectID objectIDAt(int row) const;
     /** The row of an object among those cached; -1 for none. */
@@ -76,6 +78,7 @@ private:
     const std::shared_ptr<std::atomic<quint64>> _generation = std::make_shared<std::atomic<quint64>>(0);
     qsizetype _count = 0;
     bool _isReading = false;
+    bool _isFollowing = false;
     bool _isRefreshing = false;
     bool _isRefreshDue = false;
     // Modified while data is requested.

@@ -27,6 +27,7 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
 
@@ -65,7 +66,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
     connect(_pane, &VXListPane::chosen, this, [this](int row) {
-        if (row >= 0)
+        if (row >= 0 && !(_edited && _model->isFollowing())) // a row that vanishes ends no editing
             show(_model->objectIDAt(row));
     });
     connect(_pane, &VXListPane::activated, this, &VXContactsSection::edit);
@@ -83,7 +84,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
     connect(_card, &VXContactCard::wantsCall, this, &VXSection::wantsCall);
     connect(_card, &VXContactCard::wantsMessage, this, [this](const QString &party) { Q_EMIT wantsMessage({party}); });
     connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
-    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
+    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::removeEdited);
     connect(_form, &VXContactForm::didChange, this, &VXContactsSection::keepDraft);
     connect(_form, &VXContactForm::cancelled, this, [this] {
         stopEditing();
@@ -169,8 +170,8 @@ std::optional<VXContactRecord> VXContactsSection::read(const VXManagedObjectID &
 
 void VXContactsSection::show(const VXManagedObjectID &person)
 {
-    if (_edited && !(person == _shown) && !endEditing())
-        return; // the form shows what is wrong
+    if (_edited && (person == _edited->person || !endEditing()))
+        return; // the form stays, or shows what is wrong
     _shown = person;
     showCard();
 }
@@ -204,21 +205,18 @@ void VXContactsSection::makeNew()
     VXContactRecord contact;
     if (_group->currentIndex() > 0)
         contact.groups.append(_group->currentText());
-    _isNew = true;
-    startEditing(contact);
+    startEditing({}, contact);
 }
 
 void VXContactsSection::edit()
 {
-    if (const auto contact = _edited ? std::nullopt : read(_shown)) {
-        _isNew = false;
-        startEditing(*contact);
-    }
+    if (const auto contact = _edited ? std::nullopt : read(_shown))
+        startEditing({_shown, contact}, *contact);
 }
 
-void VXContactsSection::startEditing(const VXContactRecord &contact)
+void VXContactsSection::startEditing(const Edited &edited, const VXContactRecord &contact)
 {
-    _edited = contact;
+    _edited = edited;
     QStringList groups;
     for (int i = 1; i < _group->count(); ++i)
         groups.append(_group->itemText(i));
@@ -235,8 +233,8 @@ void VXContactsSection::stopEditing()
 void VXContactsSection::keepDraft()
 {
     QVariantMap draft{{draftContactKey, _form->contact().map()}};
-    if (!_isNew)
-        draft.insert(draftPersonKey, _shown.uriRepresentation().toString());
+    if (_edited && _edited->before)
+        draft.insert(draftPersonKey, _edited->person.uriRepresentation().toString());
     VXUserDefaults::standardUserDefaults().setObject(draft, draftKey);
 }
 
@@ -248,12 +246,8 @@ void VXContactsSection::restoreDraft()
         return;
     const VXManagedObjectID person =
         objectAtURI(_coordinator, QUrl(draft.value(draftPersonKey).toString()), u"VXPerson");
-    const std::optional<VXContactRecord> before = read(person);
     _shown = person;
-    _isNew = !before;
-    startEditing(VXContactRecord(draft.value(draftContactKey)));
-    if (before)
-        _edited = before;
+    startEditing({person, read(person)}, VXContactRecord(draft.value(draftContactKey)));
     notices().showDone(VXText("What you were changing when Vornix ended is here again."));
 }
 
@@ -265,10 +259,15 @@ bool VXContactsSection::endEditing()
         return false;
     const VXContactRecord after = VXStorableContact(_form->contact());
     const bool isNothing = after.displayName().isEmpty();
-    if (isNothing || (!_isNew && VXIsSameContact(*_edited, after)))
+    const QScopedValueRollback ending(_isEnding, true);
+    if (!isNothing && !(_edited->before && VXIsSameContact(*_edited->before, after))) {
+        if (!push(_edited->person, _edited->before, after))
+            return false; // what was typed stays in the form
+    } else {
+        if (!read(_shown)) // deleted by others meanwhile
+            _shown = _model->objectIDAt(_pane->list()->currentIndex().row());
         showCard();
-    else if (!push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : _edited, after))
-        return false; // what was typed stays in the form
+    }
     stopEditing();
     _pane->list()->setFocus();
     return true;
@@ -293,18 +292,55 @@ void VXContactsSection::editDone(const VXManagedObjectID &person, const VXError 
         return;
     }
     notices().hide();
+    showOutcome(person);
+}
+
+// What is undone while another contact is edited changes the store as another program would: the form stays.
+void VXContactsSection::showOutcome(const VXManagedObjectID &person)
+{
+    if (_edited && !_isEnding)
+        return;
     _shown = person;
     showCard();
 }
 
 void VXContactsSection::remove()
 {
-    QList<VXManagedObjectID> persons = chosen();
-    if (_edited || persons.size() < 2)
-        persons = {_shown};
+    if (_edited)
+        return removeEdited();
+    const QList<VXManagedObjectID> persons = chosen();
+    remove(persons.size() < 2 ? QList{_shown} : persons);
+}
+
+// What was typed is saved first, so that undoing brings it back. Of a new contact there is nothing else.
+void VXContactsSection::removeEdited()
+{
+    if (!_edited)
+        return;
+    const Edited edited = *_edited;
+    const VXContactRecord typed = _form->contact();
+    if (read(edited.person)) {
+        if (_form->problem().isNull() && !endEditing())
+            return;
+        stopEditing();
+        return remove(QList{edited.person});
+    }
     stopEditing();
+    showCard();
+    _pane->list()->setFocus();
+    if (!typed.displayName().isEmpty())
+        notices().showDone(VXText("“%1” was discarded.").arg(typed.displayName()), VXText("Undo"), [this, typed] {
+            if (_edited && !endEditing())
+                return;
+            startEditing({}, typed);
+            keepDraft();
+        });
+}
+
+void VXContactsSection::remove(const QList<VXManagedObjectID> &persons)
+{
     QStringList names;
-    for (const VXManagedObjectID &person : std::as_const(persons)) {
+    for (const VXManagedObjectID &person : persons) {
         const auto contact = read(person);
         if (!contact)
             continue;
@@ -359,8 +395,7 @@ void VXContactsSection::merge(const QList<VXManagedObjectID> &persons, const QSt
         _coordinator, persons, name, [this, name](const VXManagedObjectID &person, const VXError &error) {
             if (!error.isNull())
                 return notices().showProblem(VXText("Not merged: %1").arg(error.localizedDescription()));
-            _shown = person;
-            showCard();
+            showOutcome(person);
             if (person.isNull())
                 return notices().showDone(VXText("The contacts are apart again."));
             notices().showDone(VXText("Merged into “%1”.").arg(name), VXText("Undo"), [this] { undoStack().undo(); });
@@ -412,8 +447,7 @@ void VXContactsSection::showContact(const QString &phonebookString)
     if (VXPhonebookStringSplitAsWritten(phonebookString, &name, &value, &type))
         (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
     contact.firstName = name;
-    _isNew = true;
-    startEditing(contact);
+    startEditing({}, contact);
 }
 
 // -- Files
