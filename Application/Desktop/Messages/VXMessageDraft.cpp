@@ -49,10 +49,13 @@ VXMessageDraft VXMessageDraft::read(const QString &key)
 
 void VXMessageDraft::keep(const QString &key) const
 {
-    QVariant kept;
+    QVariantMap values;
+    if (!text.isEmpty())
+        values.insert(textKey, text);
     if (!receivers.isEmpty())
-        kept = QVariantMap{{textKey, text}, {receiversKey, receivers}};
-    else if (!text.isEmpty())
-        kept = text;
+        values.insert(receiversKey, receivers);
+    QVariant kept;
+    if (!values.isEmpty()) // the text alone, as it has always been kept for conversations
+        kept = receivers.isEmpty() ? QVariant(text) : QVariant(values);
     VXUserDefaults::standardUserDefaults().setObject(kept, key);
 }
