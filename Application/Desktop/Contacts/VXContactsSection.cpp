@@ -10,6 +10,7 @@
 #include "VXContactRow.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
+#include "VXDesktopOpener.h"
 #include "VXDesktopText.h"
 #include "VXEmailAddress.h"
 #include "VXEmptyState.h"
@@ -26,7 +27,6 @@
 #include "VXStoreWatch.h"
 #include "VXUserDefaults.h"
 
-#include <QtCore/QFileInfo>
 #include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
@@ -468,9 +468,7 @@ void VXContactsSection::importItems()
 {
     VXOpenPanel panel;
     panel.message = VXText("Import contacts from a vCard file");
-    panel.shouldShowFilename = [](const QString &path) {
-        return QFileInfo(path).suffix().compare("vcf"_L1, Qt::CaseInsensitive) == 0;
-    };
+    panel.shouldShowFilename = &VXDesktopOpener::isCard;
     const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
     if (!chosen.path.isNull())
         importFiles({chosen.path});
