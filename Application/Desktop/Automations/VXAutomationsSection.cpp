@@ -1,12 +1,12 @@
 #include "VXAutomationsSection.h"
 
 #include "VXDataManager.h"
-#include "VXDateText.h"
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXEmptyState.h"
 #include "VXEventHistory.h"
 #include "VXEventManager.h"
+#include "VXEventPage.h"
 #include "VXHistoryText.h"
 #include "VXListPane.h"
 #include "VXNoticeBar.h"
@@ -14,19 +14,14 @@
 #include "VXSearchField.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
-#include "VXSymbol.h"
-#include "VXTextLabel.h"
 #include "VXTriggerRow.h"
-#include "VXTriggerTrial.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QScopedValueRollback>
 #include <QtGui/QShortcut>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QButtonGroup>
-#include <QtWidgets/QFrame>
 #include <QtWidgets/QPushButton>
-#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QStackedWidget>
 
 #include <algorithm>
@@ -36,7 +31,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostTrials = 12;
 constexpr int mostEvents = 500;
 
 // The object with which an event was posted; invalid if it was not kept.
@@ -48,19 +42,6 @@ QVariant objectOf(const VXEventRecord &record)
 QString identifierAt(const QModelIndex &index)
 {
     return index.data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
-}
-
-VXTrigger triggerIn(const VXTriggerStore &store, const QString &shortID)
-{
-    return shortID.isNull() || VXUnsavedTrigger::isNew(shortID) ? VXTrigger() : store.triggerWithID(shortID);
-}
-
-// None if it is not there.
-std::optional<VXTriggerDraft> storedTrigger(const QString &shortID)
-{
-    const auto store = VXTriggerStore::open();
-    const VXTrigger trigger = store ? triggerIn(*store, shortID) : VXTrigger();
-    return trigger.isNull() ? std::nullopt : std::optional(VXTriggerDraft::of(trigger));
 }
 
 } // namespace
@@ -109,34 +90,11 @@ VXSection::Info VXAutomationsSection::info()
 VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     : VXSection(info(), parent), _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)),
       _chips(new QButtonGroup(this)), _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)),
-      _editor(new VXTriggerEditor(this)), _nothing(new VXEmptyState(this)),
-      _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
-      _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
-      _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
-      _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))
+      _editor(new VXTriggerEditor(this)), _nothing(new VXEmptyState(this)), _eventPage(new VXEventPage(this))
 {
     makeChips();
     _pane->setModel(_model);
-    auto *const card = new QFrame;
-    card->setProperty("vxSurface", u"card"_s);
-    auto *const why = new QVBoxLayout(card);
-    why->setContentsMargins(18, 14, 18, 14);
-    why->addWidget(_eventWhy);
-    _eventWhy->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    auto *const event = new QWidget;
-    auto *const eventColumn = new QVBoxLayout(event);
-    eventColumn->setContentsMargins(28, 20, 28, 24);
-    eventColumn->setSpacing(10);
-    eventColumn->addWidget(_eventTitle);
-    eventColumn->addWidget(_eventDate);
-    eventColumn->addWidget(card);
-    eventColumn->addWidget(_again, 0, Qt::AlignLeading);
-    eventColumn->addStretch();
-    auto *const eventPage = new QScrollArea;
-    eventPage->setWidgetResizable(true);
-    eventPage->setFrameShape(QFrame::NoFrame);
-    eventPage->setWidget(event);
-    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, eventPage})
+    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, _eventPage})
         _detail->addWidget(page);
     showBeside(_pane, _detail);
 
@@ -153,7 +111,7 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     });
     connect(_editor, &VXTriggerEditor::didChange, this, &VXAutomationsSection::take);
     connect(_editor, &VXTriggerEditor::wantsTrials, this, &VXAutomationsSection::showTrials);
-    connect(_again, &QPushButton::clicked, this, &VXAutomationsSection::replay);
+    connect(_eventPage, &VXEventPage::wantsReplay, this, &VXAutomationsSection::replay);
     const auto onKeys = [this](const QKeySequence &keys, QWidget *where, Qt::ShortcutContext context,
                                const std::function<void()> &perform) {
         auto *const shortcut = new QShortcut(keys, where);
@@ -303,7 +261,7 @@ void VXAutomationsSection::show(int row)
 void VXAutomationsSection::showTrigger(const QString &shortID)
 {
     const auto store = VXTriggerStore::open();
-    const VXTrigger trigger = store ? triggerIn(*store, shortID) : VXTrigger();
+    const VXTrigger trigger = store ? VXTriggerWithID(*store, shortID) : VXTrigger();
     const auto unsaved = shortID.isNull() ? std::nullopt : VXUnsavedTrigger::read(shortID);
     if (trigger.isNull() && !unsaved) {
         _isNew = _isUnsaved = false;
@@ -337,7 +295,7 @@ void VXAutomationsSection::followOthers()
 {
     if (_isNew || _isUnsaved || _editor->draft() != _began)
         return;
-    if (const auto now = storedTrigger(_shownTrigger); now && *now != _stored)
+    if (const auto now = VXTriggerDraft::stored(_shownTrigger); now && *now != _stored)
         showTrigger(_shownTrigger);
 }
 
@@ -348,7 +306,7 @@ std::optional<QString> VXAutomationsSection::write(const QString &shortID, const
 {
     VXError error;
     const auto store = VXTriggerStore::open(&error);
-    VXTrigger trigger = store ? triggerIn(*store, shortID) : VXTrigger();
+    VXTrigger trigger = store ? VXTriggerWithID(*store, shortID) : VXTrigger();
     bool isDone = store != nullptr;
     if (isDone && !to && !trigger.isNull())
         store->remove(trigger);
@@ -399,7 +357,7 @@ void VXAutomationsSection::take()
 
 bool VXAutomationsSection::save(const VXTriggerDraft &draft)
 {
-    const auto present = storedTrigger(_shownTrigger);
+    const auto present = VXTriggerDraft::stored(_shownTrigger);
     const auto written = write(_shownTrigger, _began, draft);
     if (!written)
         return false;
@@ -408,7 +366,7 @@ bool VXAutomationsSection::save(const VXTriggerDraft &draft)
     _shownTrigger = *written;
     _isNew = _isUnsaved = false;
     const bool isOfOthersToo = present && *present != _stored;
-    _stored = storedTrigger(_shownTrigger).value_or(draft);
+    _stored = VXTriggerDraft::stored(_shownTrigger).value_or(draft);
     _began = draft;
     if (isOfOthersToo)
         showTrigger(_shownTrigger);
@@ -456,7 +414,7 @@ void VXAutomationsSection::remove()
     _editor->flush();
     const QString shortID = _shownTrigger;
     const auto unsaved = VXUnsavedTrigger::read(shortID);
-    const auto stored = storedTrigger(shortID);
+    const auto stored = VXTriggerDraft::stored(shortID);
     if (stored && !write(shortID, stored, std::nullopt))
         return;
     VXUnsavedTrigger::drop(shortID);
@@ -518,21 +476,10 @@ void VXAutomationsSection::showTrials()
     if (!commit())
         return;
     const auto store = VXTriggerStore::open();
-    const VXTrigger trigger = store ? triggerIn(*store, _shownTrigger) : VXTrigger();
+    const VXTrigger trigger = store ? VXTriggerWithID(*store, _shownTrigger) : VXTrigger();
     if (trigger.isNull())
         return;
-    const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
-    QStringList lines;
-    for (auto record = records.crbegin(); record != records.crend() && lines.size() < mostTrials; ++record) {
-        if (record->name != trigger.eventName() || record->object.isEmpty())
-            continue;
-        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectOf(*record));
-        const QString who = VXTitleOfEvent(*record) + (record->who.isEmpty() ? QString() : u" · "_s + record->who);
-        lines.append(u"%1  %2, %3"_s.arg(trial.passes ? u"✓"_s : u"✗"_s, VXTextOfDate(record->date), who) +
-                     (trial.passes              ? QString()
-                      : trial.problem.isEmpty() ? u": "_s + VXText("does not fit")
-                                                : u": "_s + trial.problem));
-    }
+    const QStringList lines = VXLinesOfTrials(trigger);
     _editor->setTrials(lines.isEmpty() ? QStringList{VXText("There was no such event yet.")} : lines);
 }
 
@@ -541,15 +488,9 @@ void VXAutomationsSection::showTrials()
 void VXAutomationsSection::showRecord(const QString &identifier)
 {
     _event = VXEventHistory::sharedEventHistory().recordWithIdentifier(identifier);
-    _detail->setCurrentIndex(_event ? 2 : 0);
-    if (!_event)
-        return;
-    _eventTitle->setText(VXTitleOfEvent(*_event));
-    QStringList about{VXTextOfDate(_event->date), _event->who};
-    about.removeAll(QString());
-    _eventDate->setText(about.join(u" · "_s));
-    _eventWhy->setText(VXWhyOfEvent(*_event).join(u'\n'));
-    _again->setVisible(!_event->object.isEmpty());
+    if (_event)
+        _eventPage->setEvent(*_event);
+    _detail->setCurrentWidget(_event ? static_cast<QWidget *>(_eventPage) : _nothing);
 }
 
 void VXAutomationsSection::replay()

@@ -10,12 +10,11 @@
 
 class QButtonGroup;
 class QFileSystemWatcher;
-class QPushButton;
 class QStackedWidget;
 class VXEmptyState;
+class VXEventPage;
 class VXListPane;
 class VXStoreWatch;
-class VXTextLabel;
 
 /**
  * What the user wants to happen when something else happens: automations with their editor, and the history that
@@ -67,10 +66,7 @@ private:
     QStackedWidget *_detail;
     VXTriggerEditor *_editor;
     VXEmptyState *_nothing;
-    VXTextLabel *_eventTitle;
-    VXTextLabel *_eventDate;
-    VXTextLabel *_eventWhy;
-    QPushButton *_again;
+    VXEventPage *_eventPage;
     std::unique_ptr<VXStoreWatch> _watch;
     QString _shownTrigger;   // short ID, that of VXUnsavedTrigger for a new one; null for none
     bool _isNew = false;     // it is not stored

@@ -71,6 +71,18 @@ VXTriggerDraft VXTriggerDraft::of(const VXTrigger &trigger)
     return draft;
 }
 
+VXTrigger VXTriggerWithID(const VXTriggerStore &store, const QString &shortID)
+{
+    return shortID.isNull() || VXUnsavedTrigger::isNew(shortID) ? VXTrigger() : store.triggerWithID(shortID);
+}
+
+std::optional<VXTriggerDraft> VXTriggerDraft::stored(const QString &shortID)
+{
+    const auto store = VXTriggerStore::open();
+    const VXTrigger trigger = store ? VXTriggerWithID(*store, shortID) : VXTrigger();
+    return trigger.isNull() ? std::nullopt : std::optional(of(trigger));
+}
+
 bool VXTriggerDraft::operator==(const VXTriggerDraft &other) const
 {
     return name == other.name && event == other.event && filter == other.filter && isEnabled == other.isEnabled &&

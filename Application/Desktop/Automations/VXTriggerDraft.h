@@ -14,6 +14,8 @@ struct VXTriggerDraft
     QList<VXTriggerChange::Reaction> reactions = {};
 
     static VXTriggerDraft of(const VXTrigger &trigger);
+    /** None if it is not stored. Main thread. */
+    static std::optional<VXTriggerDraft> stored(const QString &shortID);
     bool operator==(const VXTriggerDraft &other) const;
     /** For a new trigger. */
     VXTriggerChange change() const;
@@ -22,6 +24,9 @@ struct VXTriggerDraft
     /** `now` with what differs here from `before`. */
     VXTriggerDraft appliedTo(const VXTriggerDraft &now, const VXTriggerDraft &before) const;
 };
+
+/** Null for an ID of one that is not stored. */
+[[nodiscard]] VXTrigger VXTriggerWithID(const VXTriggerStore &store, const QString &shortID);
 
 /** Changes to a trigger that cannot be stored yet, as the preferences keep them. Main thread. */
 struct VXUnsavedTrigger
