@@ -8,6 +8,7 @@
 #include "VXContactMergeEdit.h"
 #include "VXContactMergeView.h"
 #include "VXContactRow.h"
+#include "VXContactsRemoval.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
 #include "VXDesktopOpener.h"
@@ -34,6 +35,8 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qsizetype askedFrom = 20; // more contacts than a list shows at a time
 
 // The contents of the form, and the contact they belong to, restored after a sudden end.
 const QString draftKey = u"desktop.draft.contact"_s;
@@ -66,6 +69,7 @@ VXContactsSection::VXContactsSection(QWidget *parent)
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
     connect(_pane, &VXListPane::chosen, this, [this](int row) {
+        _shownRow = std::max(0, row);
         if (row >= 0 && !(_edited && _model->isFollowing())) // a row that vanishes ends no editing
             show(_model->objectIDAt(row));
     });
@@ -152,8 +156,9 @@ void VXContactsSection::listWasRead()
         showCard();
     } else if (!_edited) {
         const int row = _shown.isNull() ? -1 : _model->rowOfObject(_shown);
-        if (row >= 0 || !_pane->list()->currentIndex().isValid())
-            _pane->choose(std::max(0, row));
+        const bool isKept = row >= 0 || (_model->isFollowing() && read(_shown)); // perhaps far away
+        if (row >= 0 || !(isKept || _pane->list()->currentIndex().isValid()))
+            _pane->choose(row >= 0 ? row : _model->isFollowing() ? std::min(_shownRow, count - 1) : 0);
     }
 }
 
@@ -308,8 +313,11 @@ void VXContactsSection::remove()
 {
     if (_edited)
         return removeEdited();
-    const QList<VXManagedObjectID> persons = chosen();
-    remove(persons.size() < 2 ? QList{_shown} : persons);
+    const auto persons = chosen();
+    if (persons && persons->size() > 1)
+        removeAll(*persons);
+    else if (persons)
+        remove(_shown);
 }
 
 // What was typed is saved first, so that undoing brings it back. Of a new contact there is nothing else.
@@ -323,7 +331,7 @@ void VXContactsSection::removeEdited()
         if (_form->problem().isNull() && !endEditing())
             return;
         stopEditing();
-        return remove(QList{edited.person});
+        return remove(edited.person);
     }
     stopEditing();
     showCard();
@@ -337,43 +345,58 @@ void VXContactsSection::removeEdited()
         });
 }
 
-void VXContactsSection::remove(const QList<VXManagedObjectID> &persons)
+void VXContactsSection::remove(const VXManagedObjectID &person)
 {
-    QStringList names;
-    for (const VXManagedObjectID &person : persons) {
-        const auto contact = read(person);
-        if (!contact)
-            continue;
-        if (names.isEmpty())
-            undoStack().beginMacro(VXText("deleting %1").arg(contact->displayName()));
-        names.append(contact->displayName());
-        push(person, contact, std::nullopt);
-    }
-    if (!names.isEmpty())
-        undoStack().endMacro();
-    if (names.isEmpty() || (notices().isProblem() && notices().isVisible()))
-        return;
-    notices().showDone(names.size() == 1 ? VXText("“%1” was deleted.").arg(names.constFirst())
-                                         : VXText("%1 contact was deleted.", "%1 contacts were deleted.", names.size()),
-                       VXText("Undo"), [this] { undoStack().undo(); });
+    const auto contact = read(person);
+    if (contact && push(person, contact, std::nullopt))
+        notices().showDone(VXText("“%1” was deleted.").arg(contact->displayName()), VXText("Undo"),
+                           [this] { undoStack().undo(); });
 }
 
-QList<VXManagedObjectID> VXContactsSection::chosen() const
+void VXContactsSection::removeAll(const QList<VXManagedObjectID> &persons)
 {
-    QList<VXManagedObjectID> persons;
-    for (const QModelIndex &index : _pane->list()->selectionModel()->selectedRows()) {
-        if (const VXManagedObjectID person = _model->objectIDAt(index.row()); !person.isNull())
-            persons.append(person);
+    if (persons.size() > askedFrom) {
+        VXAlert alert;
+        alert.message = VXText("Delete %1 contacts?").arg(persons.size());
+        alert.informativeText = VXText("They can be brought back until Vornix is closed.");
+        alert.defaultButton = VXText("Delete");
+        alert.alternateButton = VXText("Cancel");
+        if (VXApplication::sharedApplication().userInterface().runAlert(alert).button != VXAlertButton::Default)
+            return;
     }
+    auto *const removal = new VXContactsRemoval(_coordinator, persons, [this](const VXError &error) {
+        if (!error.isNull())
+            return notices().showProblem(
+                VXText("The contact could not be saved: %1").arg(error.localizedDescription()));
+        notices().hide();
+        showOutcome({});
+    });
+    undoStack().push(removal);
+    if (undoStack().index() > 0 && undoStack().command(undoStack().index() - 1) == removal) // it was written
+        notices().showDone(VXText("%1 contact was deleted.", "%1 contacts were deleted.", removal->count()),
+                           VXText("Undo"), [this] { undoStack().undo(); });
+}
+
+// None, with a message to the user, if it cannot be told what stands in the selected rows.
+std::optional<QList<VXManagedObjectID>> VXContactsSection::chosen()
+{
+    VXError error;
+    auto persons = _model->objectIDsOf(_pane->list()->selectionModel()->selectedRows(), &error);
+    if (!persons)
+        notices().showProblem(error.isNull() ? VXText("The list has just changed. Please try again.")
+                                             : error.localizedDescription());
     return persons;
 }
 
 // Shown before it is done: the names do not tell what will remain of each contact.
 void VXContactsSection::merge()
 {
-    const QList<VXManagedObjectID> persons = chosen();
     if (!_coordinator || _sheet || (_edited && !endEditing()))
         return;
+    const auto selected = chosen();
+    if (!selected)
+        return;
+    const QList<VXManagedObjectID> &persons = *selected;
     if (persons.size() < 2) {
         notices().showDone(VXText("Choose two contacts or more, with Ctrl or Shift, to make one of them."));
         return;

@@ -75,8 +75,9 @@ private:
               const std::optional<VXContactRecord> &after);
     void editDone(const VXManagedObjectID &person, const VXError &error);
     void showOutcome(const VXManagedObjectID &person);
-    void remove(const QList<VXManagedObjectID> &persons);
-    QList<VXManagedObjectID> chosen() const;
+    void remove(const VXManagedObjectID &person);
+    std::optional<QList<VXManagedObjectID>> chosen();
+    void removeAll(const QList<VXManagedObjectID> &persons);
     void merge(const QList<VXManagedObjectID> &persons, const QString &name);
     std::optional<VXContactRecord> read(const VXManagedObjectID &person) const;
 
@@ -91,7 +92,8 @@ private:
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXBackgroundReader<VXContactGroups> _groups;
-    VXManagedObjectID _shown;  // on the card; while another one is edited, it waits behind the form
+    VXManagedObjectID _shown; // on the card; while another one is edited, it waits behind the form
+    int _shownRow = 0;
     VXManagedObjectID _onCard; // the contact the card was made from
     VXContactRecord _cardContact;
     std::optional<Edited> _edited; // while the form is shown
