@@ -133,6 +133,24 @@ std::optional<QList<VXManagedObjectPtr>> VXListReader::objectsOfPage(qsizetype i
     return found ? std::optional(QList<VXManagedObjectPtr>(found->begin(), found->end())) : std::nullopt;
 }
 
+std::optional<QList<VXManagedObjectID>> VXListReader::objectIDs(qsizetype limit, VXError *error) const
+{
+    VXFetchRequest request = *_query.request;
+    request.limit = limit;
+    request.offset = request.batchSize = 0;
+    request.includesPendingChanges = request.includesPropertyValues = false;
+    request.prefetchedRelationships.clear();
+    VXManagedObjectContext context(_query.coordinator);
+    const auto found = context.executeFetchRequest(request, error);
+    if (!found)
+        return std::nullopt;
+    QList<VXManagedObjectID> ids;
+    ids.reserve(found->size());
+    for (const VXManagedObjectPtr &object : *found)
+        ids.append(object->objectID());
+    return ids;
+}
+
 std::optional<QList<VXListRow>> VXListReader::page(qsizetype index, VXError *error)
 {
     VXManagedObjectContext context(_query.coordinator);

@@ -31,6 +31,8 @@ public:
     std::optional<qsizetype> count(VXError *error);
     /** The rows of a page; fewer than `pageSize` only at the end. */
     std::optional<QList<VXListRow>> page(qsizetype index, VXError *error);
+    /** The IDs of the first so many rows (0: of all) in order. None, with an error, on failure. Needs no begin(). */
+    std::optional<QList<VXManagedObjectID>> objectIDs(qsizetype limit, VXError *error) const;
 
 private:
     /** Where a page begins: so many rows after the first one with the value. */

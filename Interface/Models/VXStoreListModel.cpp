@@ -6,6 +6,7 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QScopedValueRollback>
 
 #include <algorithm>
 
@@ -15,15 +16,30 @@ namespace {
 
 constexpr qsizetype pageSize = VXListReader::pageSize;
 constexpr qsizetype keptPages = 64;
-constexpr qsizetype refreshedPages = 3; // around those that are shown; of a new query the first one
+constexpr qsizetype mostOrdered = 20'000; // rows among which those selected are found again
+constexpr qsizetype refreshedPages = 3;   // around those that are shown; of a new query the first one
 
 } // namespace
 
-/** The result of a refresh: the number of rows, and the pages around those shown. */
+/** The result of a refresh: the number of rows, and the pages around those shown; the order of the first rows if some
+ *  selected ones are elsewhere. */
 struct VXStoreListModel::Refresh
 {
     qsizetype count = 0;
     QMap<qsizetype, Page> pages = {};
+    QList<VXManagedObjectID> order = {};
+
+    QHash<VXManagedObjectID, int> places() const
+    {
+        QHash<VXManagedObjectID, int> places;
+        for (qsizetype row = 0; row < order.size(); ++row)
+            places.insert(order[row], static_cast<int>(row));
+        for (auto page = pages.cbegin(); page != pages.cend(); ++page) {
+            for (qsizetype place = 0; place < page->size(); ++place)
+                places.insert(page->at(place).objectID, static_cast<int>(page.key() * pageSize + place));
+        }
+        return places;
+    }
 };
 
 VXStoreListModel::VXStoreListModel(QObject *parent) : QAbstractListModel(parent), _pages(keptPages)
@@ -52,7 +68,9 @@ void VXStoreListModel::setQuery(const VXListQuery &query)
     VXAssert(!query.coordinator || (query.request && query.makeRow), u"A list needs a request, and makes rows."_s);
     beginResetModel();
     dropReader();
+    _query = query;
     _pages.clear();
+    _held.clear();
     _askedFor.clear();
     _count = 0;
     _lastShown = 0;
@@ -144,7 +162,36 @@ void VXStoreListModel::multiData(const QModelIndex &index, QModelRoleDataSpan ro
 VXManagedObjectID VXStoreListModel::objectIDAt(int row) const
 {
     const VXListRow *const found = rowAt(row);
-    return found == nullptr ? VXManagedObjectID() : found->objectID;
+    return found == nullptr ? _held.value(row) : found->objectID;
+}
+
+std::optional<QList<VXManagedObjectID>> VXStoreListModel::objectIDsOf(const QModelIndexList &rows, VXError *error) const
+{
+    QList<VXManagedObjectID> ids;
+    for (const QModelIndex &each : rows)
+        ids.append(objectIDAt(each.row()));
+    if (std::ranges::none_of(ids, &VXManagedObjectID::isNull))
+        return ids;
+    const auto all = VXListReader(_query).objectIDs(0, error);
+    if (!all || all->size() != _count)
+        return std::nullopt;
+    for (const auto &[row, objectID] : knownObjects().asKeyValueRange()) {
+        if (!(all->value(row) == objectID))
+            return std::nullopt;
+    }
+    for (qsizetype i = 0; i < ids.size(); ++i)
+        ids[i] = all->value(rows[i].row());
+    return ids;
+}
+
+QHash<int, VXManagedObjectID> VXStoreListModel::knownObjects() const
+{
+    QHash<int, VXManagedObjectID> known = _held;
+    for (const qsizetype index : _pages.keys()) {
+        for (qsizetype place = 0; const VXListRow &row : *_pages.object(index))
+            known.insert(static_cast<int>(index * pageSize + place++), row.objectID);
+    }
+    return known;
 }
 
 int VXStoreListModel::rowOfObject(const VXManagedObjectID &objectID) const
@@ -189,8 +236,12 @@ void VXStoreListModel::refresh()
     _isRefreshing = true;
     const qsizetype first = std::max<qsizetype>(0, _lastShown - refreshedPages / 2);
     const qsizetype pages = _isReading ? 1 : refreshedPages;
-    const auto work = [first, pages](VXListReader &reader, const auto &isWanted,
-                                     VXError *error) -> std::optional<Refresh> {
+    QSet<VXManagedObjectID> held;
+    for (const QModelIndex &each : persistentIndexList())
+        held.insert(objectIDAt(each.row()));
+    held.remove({});
+    const auto work = [first, pages, held](VXListReader &reader, const auto &isWanted,
+                                           VXError *error) -> std::optional<Refresh> {
         if (!reader.begin(error))
             return std::nullopt;
         Refresh found;
@@ -211,6 +262,13 @@ void VXStoreListModel::refresh()
         if (!count)
             return std::nullopt;
         found.count = std::max(*count, end);
+        const auto places = found.places();
+        if (std::ranges::all_of(held, [&places](const auto &each) { return places.contains(each); }))
+            return found;
+        auto order = reader.objectIDs(mostOrdered, error);
+        if (!order)
+            return std::nullopt;
+        found.order = std::move(*order);
         return found;
     };
     read(work, [](VXStoreListModel &model, const std::optional<Refresh> &found) {
@@ -222,53 +280,75 @@ void VXStoreListModel::refresh()
     });
 }
 
+void VXStoreListModel::takePages(const Refresh &refresh)
+{
+    _pages.clear();
+    _held.clear();
+    _askedFor.clear();
+    for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page)
+        _pages.insert(page.key(), new Page(*page));
+}
+
+// Selected rows follow their objects. One whose object is not known, or not found, is left without selection: it might be
+// another one's by now.
 void VXStoreListModel::takeRefresh(const Refresh &refresh)
 {
-    QHash<VXManagedObjectID, int> places;
+    const QHash<VXManagedObjectID, int> places = refresh.places();
+    const QHash<int, VXManagedObjectID> known = knownObjects();
     int changed = -1; // the first row with another object
-    for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page) {
-        for (qsizetype place = 0; place < page->size(); ++place) {
+    for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend() && changed < 0; ++page) {
+        for (qsizetype place = 0; place < page->size() && changed < 0; ++place) {
             const int row = static_cast<int>(page.key() * pageSize + place);
-            places.insert(page->at(place).objectID, row);
-            const VXListRow *const before = rowAt(row);
-            if (changed < 0 && (before == nullptr || !(before->objectID == page->at(place).objectID)))
+            if (!(known.value(row) == page->at(place).objectID))
                 changed = row;
         }
     }
-    QList<std::pair<QPersistentModelIndex, VXManagedObjectID>> held;
-    for (const QModelIndex &each : persistentIndexList())
-        held.append({each, objectIDAt(each.row())});
-
     const int before = static_cast<int>(_count);
     const int after = static_cast<int>(refresh.count);
     const int at = std::min(changed < 0 ? before : changed, std::min(before, after));
-    const auto takePages = [&] {
-        _count = refresh.count;
-        _pages.clear();
-        _askedFor.clear();
-        for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page)
-            _pages.insert(page.key(), new Page(*page));
-    };
     const bool isFirst = std::exchange(_isReading, false);
-    if (after > before) {
-        beginInsertRows({}, at, at + after - before - 1);
-        takePages();
-        endInsertRows();
-    } else if (after < before) {
-        beginRemoveRows({}, at, at + before - after - 1);
-        takePages();
+    const QScopedValueRollback following(_isFollowing, !isFirst);
+
+    // Rows known to be gone are removed where they were, so that a view goes on to the next one; else at the end.
+    int gone = 0;
+    while (at + gone < before && gone < before - after && known.contains(at + gone) &&
+           !places.contains(known.value(at + gone)))
+        ++gone;
+    const bool isRemovedHere = gone > 0 && gone == before - after;
+    if (isRemovedHere) {
+        beginRemoveRows({}, at, at + gone - 1);
+        _count = after;
+        takePages(refresh);
         endRemoveRows();
-    } else {
-        takePages();
+    } else if (after > before) {
+        beginInsertRows({}, before, after - 1);
+        _count = after;
+        takePages(refresh);
+        endInsertRows();
     }
-    if (!isFirst && changed >= 0) {
+    const auto objectBefore = [&](int row) { return known.value(isRemovedHere && row >= at ? row + gone : row); };
+    const bool isSame =
+        changed < 0 && before == after && std::ranges::all_of(persistentIndexList(), [&](const auto &each) {
+            const VXManagedObjectID objectID = objectBefore(each.row());
+            return objectID.isNull() || places.value(objectID, -1) == each.row();
+        });
+    if (!isSame)
         Q_EMIT layoutAboutToBeChanged();
-        for (const auto &[now, objectID] : std::as_const(held)) {
-            const auto place = places.constFind(objectID);
-            if (now.isValid() && !objectID.isNull() && place != places.cend())
-                changePersistentIndex(now, index(*place));
-        }
+    takePages(refresh);
+    for (const QModelIndex &each : persistentIndexList()) {
+        const VXManagedObjectID objectID = objectBefore(each.row());
+        const int row = objectID.isNull() ? -1 : places.value(objectID, -1);
+        if (row >= 0 && rowAt(row) == nullptr)
+            _held.insert(row, objectID);
+        if (!isSame)
+            changePersistentIndex(each, row < 0 ? QModelIndex() : index(row));
+    }
+    if (!isSame)
         Q_EMIT layoutChanged();
+    if (after < _count) {
+        beginRemoveRows({}, after, static_cast<int>(_count) - 1);
+        _count = after;
+        endRemoveRows();
     }
     if (_count > 0)
         Q_EMIT dataChanged(index(0), index(static_cast<int>(_count) - 1));

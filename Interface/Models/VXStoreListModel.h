@@ -6,6 +6,7 @@
 
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QCache>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 
@@ -18,7 +19,8 @@ class VXStoreWatch;
 /**
  * A list of stored objects of any length: it counts them, and reads those that are shown, 200 at a time, on a thread of
  * its own; the 64 pages shown last are cached. It follows saves of other threads and processes: a selected row remains
- * selected if it is among the rows then read, wherever it has moved. Main thread.
+ * selected, wherever it has moved, if it was read, and is then among the rows shown or the first 20,000; otherwise it leaves
+ * the selection. Main thread.
  */
 class VX_INTERFACE_EXPORT VXStoreListModel : public QAbstractListModel
 {
@@ -39,8 +41,13 @@ public:
 
     /** True until the number of rows is known. */
     bool isReading() const { return _isReading; }
+    /** True while rows change since others have saved: nobody has chosen what becomes current then. */
+    bool isFollowing() const { return _isFollowing; }
     /** The row's ID; null while it is not read. */
     VXManagedObjectID objectIDAt(int row) const;
+    /** The IDs of rows, read at once where they are not known. None when that fails, with an error, or when the store has
+     *  changed since the list was read, without. */
+    std::optional<QList<VXManagedObjectID>> objectIDsOf(const QModelIndexList &rows, VXError *error = nullptr) const;
     /** The row of an object among those cached; -1 for none. */
     int rowOfObject(const VXManagedObjectID &objectID) const;
     /** The number of cached pages. */
@@ -60,6 +67,8 @@ private:
     struct Refresh;
 
     const VXListRow *rowAt(int row) const;
+    QHash<int, VXManagedObjectID> knownObjects() const;
+    void takePages(const Refresh &refresh);
     QVariant value(const VXListRow *row, int role) const;
     void askForPage(qsizetype index) const;
     void takePage(qsizetype index, const Page &rows);
@@ -70,12 +79,15 @@ private:
     void read(Work work, Take take) const;
 
     QThread _thread;
+    VXListQuery _query;
     VXListReader *_reader = nullptr; // lives, and is deleted, on _thread
     std::unique_ptr<VXStoreWatch> _watch;
     // counts queries
     const std::shared_ptr<std::atomic<quint64>> _generation = std::make_shared<std::atomic<quint64>>(0);
     qsizetype _count = 0;
+    QHash<int, VXManagedObjectID> _held; // objects of rows that are selected and in no page
     bool _isReading = false;
+    bool _isFollowing = false;
     bool _isRefreshing = false;
     bool _isRefreshDue = false;
     // Modified while data is requested.

@@ -1,37 +1,36 @@
 #include "VXAutomationsSection.h"
 
 #include "VXDataManager.h"
-#include "VXDateText.h"
 #include "VXDesktopText.h"
 #include "VXDesktopWork.h"
 #include "VXEmptyState.h"
 #include "VXEventHistory.h"
 #include "VXEventManager.h"
+#include "VXEventPage.h"
 #include "VXHistoryText.h"
 #include "VXListPane.h"
 #include "VXNoticeBar.h"
-#include "VXReactionEditor.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
-#include "VXSymbol.h"
-#include "VXTextLabel.h"
-#include "VXTriggerTrial.h"
+#include "VXTriggerRow.h"
+#include "VXUserDefaults.h"
 
+#include <QtCore/QScopedValueRollback>
 #include <QtGui/QShortcut>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QButtonGroup>
-#include <QtWidgets/QFrame>
 #include <QtWidgets/QPushButton>
-#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QStackedWidget>
+
+#include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int mostTrials = 12;
 constexpr int mostEvents = 500;
 
 // The object with which an event was posted; invalid if it was not kept.
@@ -40,31 +39,9 @@ QVariant objectOf(const VXEventRecord &record)
     return record.object.isEmpty() ? QVariant() : QVariant(record.object);
 }
 
-VXListRow rowOf(const VXTrigger &trigger)
+QString identifierAt(const QModelIndex &index)
 {
-    const QString event = VXEventManager::sharedEventManager().localizedNameForEventName(trigger.eventName());
-    QStringList reactors;
-    QString problem;
-    for (const VXReaction &reaction : trigger.reactions()) {
-        for (const auto &[identifier, name] : VXUsableReactors()) {
-            if (identifier == reaction.bundleIdentifier())
-                reactors.append(name);
-        }
-        if (problem.isNull())
-            problem = reaction.problem();
-    }
-    VXRowContents contents;
-    contents.title = trigger.title();
-    contents.detail = QStringList{event.isEmpty() ? trigger.eventName() : event, reactors.join(", "_L1)}.join(u" → "_s);
-    contents.icon = u"bolt"_s;
-    contents.isQuiet = !trigger.isEnabled();
-    contents.iconTone = !problem.isNull()     ? VXRowContents::Tone::Warning
-                        : trigger.isEnabled() ? VXRowContents::Tone::Accent
-                                              : VXRowContents::Tone::Plain;
-    contents.when = trigger.isEnabled() ? QString() : VXText("Off");
-    contents.data = trigger.shortID();
-    return {.text = QStringList{contents.title, contents.detail, contents.when}.join(", "_L1),
-            .value = QVariant::fromValue(contents)};
+    return index.data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
 }
 
 } // namespace
@@ -80,17 +57,19 @@ public:
         const QString name = (after ? *after : *before).name;
         setText(VXText("changing “%1”").arg(name));
     }
-    void undo() override { write(_before); }
+    void undo() override { write(_after, _before); }
     void redo() override
     {
         if (std::exchange(_isDone, true))
-            write(_after);
+            write(_before, _after);
     }
 
 private:
-    void write(const std::optional<VXTriggerDraft> &draft)
+    void write(const std::optional<VXTriggerDraft> &from, const std::optional<VXTriggerDraft> &to)
     {
-        if (const auto written = _section.write(_shortID, draft ? &*draft : nullptr)) {
+        const QScopedValueRollback undoing(_section._isUndoing, true);
+        _section.commit(); // what is typed in this one or another
+        if (const auto written = _section.write(_shortID, from, to)) {
             _shortID = *written;
             _section.showTrigger(_shortID);
         }
@@ -111,34 +90,11 @@ VXSection::Info VXAutomationsSection::info()
 VXAutomationsSection::VXAutomationsSection(QWidget *parent)
     : VXSection(info(), parent), _pane(new VXListPane(VXText("Search automations"), VXText("Automations"), this)),
       _chips(new QButtonGroup(this)), _model(new QStandardItemModel(this)), _detail(new QStackedWidget(this)),
-      _editor(new VXTriggerEditor(this)), _nothing(new VXEmptyState(this)),
-      _eventTitle(new VXTextLabel({}, VXTextLabel::Role::Headline)),
-      _eventDate(new VXTextLabel({}, VXTextLabel::Role::Secondary)),
-      _eventWhy(new VXTextLabel({}, VXTextLabel::Role::Body)),
-      _again(new QPushButton(VXSymbol::named(u"play"_s), VXText("Run it again")))
+      _editor(new VXTriggerEditor(this)), _nothing(new VXEmptyState(this)), _eventPage(new VXEventPage(this))
 {
     makeChips();
     _pane->setModel(_model);
-    auto *const card = new QFrame;
-    card->setProperty("vxSurface", u"card"_s);
-    auto *const why = new QVBoxLayout(card);
-    why->setContentsMargins(18, 14, 18, 14);
-    why->addWidget(_eventWhy);
-    _eventWhy->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    auto *const event = new QWidget;
-    auto *const eventColumn = new QVBoxLayout(event);
-    eventColumn->setContentsMargins(28, 20, 28, 24);
-    eventColumn->setSpacing(10);
-    eventColumn->addWidget(_eventTitle);
-    eventColumn->addWidget(_eventDate);
-    eventColumn->addWidget(card);
-    eventColumn->addWidget(_again, 0, Qt::AlignLeading);
-    eventColumn->addStretch();
-    auto *const eventPage = new QScrollArea;
-    eventPage->setWidgetResizable(true);
-    eventPage->setFrameShape(QFrame::NoFrame);
-    eventPage->setWidget(event);
-    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, eventPage})
+    for (QWidget *const page : std::initializer_list<QWidget *>{_nothing, _editor, _eventPage})
         _detail->addWidget(page);
     showBeside(_pane, _detail);
 
@@ -151,11 +107,11 @@ VXAutomationsSection::VXAutomationsSection(QWidget *parent)
                    u"incoming_call"_s,
                    u"isMissed == TRUE"_s,
                    true,
-                   {{u"com.halvern.VNX2.DesktopNotification"_s, {}}}});
+                   {{u"com.halvern.VNX2.plugin.desktopnotification"_s, {}}}});
     });
     connect(_editor, &VXTriggerEditor::didChange, this, &VXAutomationsSection::take);
     connect(_editor, &VXTriggerEditor::wantsTrials, this, &VXAutomationsSection::showTrials);
-    connect(_again, &QPushButton::clicked, this, &VXAutomationsSection::replay);
+    connect(_eventPage, &VXEventPage::wantsReplay, this, &VXAutomationsSection::replay);
     const auto onKeys = [this](const QKeySequence &keys, QWidget *where, Qt::ShortcutContext context,
                                const std::function<void()> &perform) {
         auto *const shortcut = new QShortcut(keys, where);
@@ -209,8 +165,7 @@ bool VXAutomationsSection::showsHistory() const
 
 void VXAutomationsSection::update()
 {
-    QString chosen =
-        _pane->list()->currentIndex().data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    QString chosen = identifierAt(_pane->list()->currentIndex());
     if (!showsHistory() && !_shownTrigger.isNull())
         chosen = _shownTrigger; // a trigger that was just made is not in the list yet
     const QSignalBlocker blocker(_pane);
@@ -218,21 +173,20 @@ void VXAutomationsSection::update()
         updateHistory();
     else
         updateTriggers();
-    int row = 0;
-    for (int i = 0; i < _model->rowCount(); ++i) {
-        if (_model->item(i)->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString() == chosen)
-            row = i;
-    }
+    int row = _model->rowCount() - 1;
+    while (row >= 0 && identifierAt(_model->index(row, 0)) != chosen)
+        --row;
     _pane->setIsEmpty(_model->rowCount() == 0);
-    if (_model->rowCount() == 0 || (_isNew && !showsHistory())) {
-        if (!_isNew || showsHistory())
-            _detail->setCurrentIndex(0);
+    const bool isOnlyTyped = row < 0 && _isNew && !showsHistory(); // nothing in it yet that could be listed
+    if (isOnlyTyped || _model->rowCount() == 0) {
+        _detail->setCurrentWidget(isOnlyTyped ? static_cast<QWidget *>(_editor) : _nothing);
         return;
     }
-    _pane->choose(row);
-    const QString now = _model->item(row)->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
-    if (now != chosen || showsHistory() || now != _shownTrigger)
-        show(row);
+    _pane->choose(std::max(0, row));
+    if (row < 0 || showsHistory() || chosen != _shownTrigger || _detail->currentWidget() != _editor)
+        show(std::max(0, row));
+    else
+        followOthers();
 }
 
 namespace {
@@ -255,10 +209,15 @@ void fill(QStandardItemModel &model, const QList<VXListRow> &rows, const QString
 void VXAutomationsSection::updateTriggers()
 {
     QList<VXListRow> rows;
+    QStringList unsaved = VXUnsavedTrigger::identifiers();
     if (const auto store = VXTriggerStore::open()) {
-        for (const VXTrigger &trigger : store->triggers().value_or(QList<VXTrigger>()))
-            rows.append(rowOf(trigger));
+        for (const VXTrigger &trigger : store->triggers().value_or(QList<VXTrigger>())) {
+            rows.append(VXRowOfTrigger(trigger));
+            unsaved.removeAll(trigger.shortID());
+        }
     }
+    for (const QString &shortID : std::as_const(unsaved))
+        rows.prepend(VXRowOfUnsavedTrigger(shortID, VXUnsavedTrigger::read(shortID)->after));
     fill(*_model, rows, _pane->search()->searchText());
     if (rows.isEmpty()) {
         _pane->placeholder()->setContents(u"bolt"_s, VXText("No automations yet"),
@@ -287,7 +246,7 @@ void VXAutomationsSection::show(int row)
     const QStandardItem *const item = _model->item(row);
     if (item == nullptr)
         return;
-    const QString chosen = item->data(VXStoreListModel::ValueRole).value<VXRowContents>().data.toString();
+    const QString chosen = identifierAt(item->index());
     if (showsHistory()) {
         showRecord(chosen);
         return;
@@ -302,62 +261,115 @@ void VXAutomationsSection::show(int row)
 void VXAutomationsSection::showTrigger(const QString &shortID)
 {
     const auto store = VXTriggerStore::open();
-    const VXTrigger trigger = store && !shortID.isNull() ? store->triggerWithID(shortID) : VXTrigger();
-    _isNew = false;
-    _shownTrigger = trigger.isNull() ? QString() : shortID;
-    if (trigger.isNull()) {
+    const VXTrigger trigger = store ? VXTriggerWithID(*store, shortID) : VXTrigger();
+    const auto unsaved = shortID.isNull() ? std::nullopt : VXUnsavedTrigger::read(shortID);
+    if (trigger.isNull() && !unsaved) {
+        _isNew = _isUnsaved = false;
+        _shownTrigger.clear();
         _detail->setCurrentIndex(0);
         return;
     }
-    _before = VXTriggerDraft::of(trigger);
-    _editor->setDraft(_before);
+    begin(shortID, trigger.isNull(), trigger.isNull() ? unsaved->before : VXTriggerDraft::of(trigger));
     VXError error;
-    if (trigger.usesFilter() && !trigger.filter(&error))
+    if (!trigger.isNull() && trigger.usesFilter() && !trigger.filter(&error))
         _editor->setProblem(VXText("Its condition does not work: %1").arg(error.localizedDescription()));
+    if (!unsaved)
+        return;
+    _editor->setDraft(unsaved->after.appliedTo(_began, unsaved->before));
+    take();
+}
+
+void VXAutomationsSection::begin(const QString &shortID, bool isNew, const VXTriggerDraft &draft)
+{
+    _shownTrigger = shortID;
+    _isNew = isNew;
+    _isUnsaved = false;
+    _stored = draft;
+    _editor->setDraft(draft);
+    _began = _editor->draft();
     _detail->setCurrentWidget(_editor);
 }
 
-// A null draft removes it. @return the trigger's ID, null if it is gone; none, with a message to the user, if it was
-// refused.
-std::optional<QString> VXAutomationsSection::write(const QString &shortID, const VXTriggerDraft *draft)
+// What others change is shown, unless something is being typed.
+void VXAutomationsSection::followOthers()
+{
+    if (_isNew || _isUnsaved || _editor->draft() != _began)
+        return;
+    if (const auto now = VXTriggerDraft::stored(_shownTrigger); now && *now != _stored)
+        showTrigger(_shownTrigger);
+}
+
+// Writes only what differs, so that what others change stays; none removes it. @return the trigger's ID, null if it is
+// gone; none, with a message to the user, if it was refused.
+std::optional<QString> VXAutomationsSection::write(const QString &shortID, const std::optional<VXTriggerDraft> &from,
+                                                   const std::optional<VXTriggerDraft> &to)
 {
     VXError error;
     const auto store = VXTriggerStore::open(&error);
-    VXTrigger trigger = store && !shortID.isNull() ? store->triggerWithID(shortID) : VXTrigger();
+    VXTrigger trigger = store ? VXTriggerWithID(*store, shortID) : VXTrigger();
     bool isDone = store != nullptr;
-    if (isDone && draft == nullptr && !trigger.isNull())
+    if (isDone && !to && !trigger.isNull())
         store->remove(trigger);
-    else if (isDone && draft != nullptr && trigger.isNull())
-        isDone = !(trigger = store->add(draft->change(), &error)).isNull();
-    else if (isDone && draft != nullptr)
-        isDone = store->change(trigger, draft->change(), &error);
+    else if (isDone && to && trigger.isNull())
+        isDone = !(trigger = store->add(to->change(), &error)).isNull();
+    else if (isDone && to)
+        isDone = store->change(trigger, from ? to->changeSince(*from) : to->change(), &error);
     isDone = isDone && store->save(&error);
     const QString reason = error.localizedDescription() + u' ' + error.localizedRecoverySuggestion();
     _editor->setProblem(isDone ? QString() : VXText("Not saved yet: %1").arg(reason.trimmed()));
     if (!isDone)
         return std::nullopt;
-    return draft != nullptr ? trigger.shortID() : QString();
+    return to ? trigger.shortID() : QString();
 }
 
-// False, with a message in the editor, if it could not be written, for example because the disk is full.
-bool VXAutomationsSection::take()
+// A step of undo. Undo itself writes what is still being typed, which can only become a step of its own afterwards.
+void VXAutomationsSection::record(const QString &shortID, const std::optional<VXTriggerDraft> &before,
+                                  const VXTriggerDraft &after)
 {
+    const auto push = [this, shortID, before, after] { undoStack().push(new Edit(*this, shortID, before, after)); };
+    if (_isUndoing)
+        QMetaObject::invokeMethod(this, push, Qt::QueuedConnection);
+    else
+        push();
+}
+
+// Stores what is in the editor, or keeps it for later if it lacks something or the disk is full, with a message in the
+// editor.
+void VXAutomationsSection::take()
+{
+    if (_shownTrigger.isNull())
+        return;
     const VXTriggerDraft draft = _editor->draft();
-    _isUnsaved = false;
-    if (!_isNew && _shownTrigger.isNull())
-        return true;
-    if (draft.reactions.isEmpty()) {
-        _editor->setProblem(VXText("Not saved yet: say what shall happen."));
-        return true;
+    const bool isComplete = !draft.reactions.isEmpty();
+    if (draft == _began && !(_isNew && isComplete)) {
+        VXUnsavedTrigger::drop(_shownTrigger);
+        if (std::exchange(_isUnsaved, false))
+            _editor->setProblem({});
+    } else if (!isComplete || !save(draft)) {
+        if (!isComplete)
+            _editor->setProblem(VXText("Not saved yet: say what shall happen."));
+        VXUnsavedTrigger{_began, draft}.keep(_shownTrigger);
+        _isUnsaved = true;
     }
-    const auto written = write(_shownTrigger, &draft);
-    _isUnsaved = !written;
-    if (_isUnsaved)
+    if (_isNew)
+        QMetaObject::invokeMethod(this, &VXAutomationsSection::update, Qt::QueuedConnection); // to list it
+}
+
+bool VXAutomationsSection::save(const VXTriggerDraft &draft)
+{
+    const auto present = VXTriggerDraft::stored(_shownTrigger);
+    const auto written = write(_shownTrigger, _began, draft);
+    if (!written)
         return false;
-    undoStack().push(new Edit(*this, *written, _isNew ? std::nullopt : std::optional(_before), draft));
-    _isNew = false;
+    record(*written, present ? std::optional(_began) : std::nullopt, draft);
+    VXUnsavedTrigger::drop(_shownTrigger);
     _shownTrigger = *written;
-    _before = draft;
+    _isNew = _isUnsaved = false;
+    const bool isOfOthersToo = present && *present != _stored;
+    _stored = VXTriggerDraft::stored(_shownTrigger).value_or(draft);
+    _began = draft;
+    if (isOfOthersToo)
+        showTrigger(_shownTrigger);
     return true;
 }
 
@@ -367,19 +379,26 @@ void VXAutomationsSection::startFrom(const VXTriggerDraft &draft)
         _chips->button(0)->click();
     if (!commit())
         return;
-    _isNew = true;
-    _shownTrigger.clear();
     _pane->list()->setCurrentIndex({});
-    _editor->setDraft(draft);
-    _detail->setCurrentWidget(_editor);
-    if (!draft.reactions.isEmpty())
-        take();
+    begin(VXUnsavedTrigger::unusedID(), true, draft);
+    take();
     _editor->focusName();
 }
 
+// One that lacks something comes first.
 void VXAutomationsSection::makeNew()
 {
-    startFrom({{}, u"incoming_call"_s, {}, true, {}});
+    if (!commit())
+        return;
+    const QStringList unsaved = VXUnsavedTrigger::identifiers();
+    const auto begun = std::ranges::find_if(unsaved, &VXUnsavedTrigger::isNew);
+    if (begun == unsaved.end())
+        return startFrom({{}, u"incoming_call"_s, {}, true, {}});
+    if (showsHistory())
+        _chips->button(0)->click();
+    showTrigger(*begun);
+    update();
+    _editor->focusName();
 }
 
 void VXAutomationsSection::edit()
@@ -393,20 +412,52 @@ void VXAutomationsSection::remove()
     if (_shownTrigger.isNull() || showsHistory())
         return;
     _editor->flush();
-    const VXTriggerDraft draft = _before;
-    if (!write(_shownTrigger, nullptr))
+    const QString shortID = _shownTrigger;
+    const auto unsaved = VXUnsavedTrigger::read(shortID);
+    const auto stored = VXTriggerDraft::stored(shortID);
+    if (stored && !write(shortID, stored, std::nullopt))
         return;
+    VXUnsavedTrigger::drop(shortID);
     _shownTrigger.clear();
-    _isUnsaved = false;
-    undoStack().push(new Edit(*this, {}, draft, std::nullopt));
+    _isNew = _isUnsaved = false;
     update();
-    notices().showDone(VXText("“%1” was deleted.").arg(draft.name), VXText("Undo"), [this] { undoStack().undo(); });
+    if (stored)
+        undoStack().push(new Edit(*this, {}, stored, std::nullopt));
+    if (!stored && !unsaved)
+        return;
+    notices().showDone(VXText("“%1” was deleted.").arg(stored ? stored->name : unsaved->after.name), VXText("Undo"),
+                       [this, stored, unsaved, step = undoStack().index()] {
+                           if (!commit())
+                               return;
+                           if (stored && undoStack().index() == step)
+                               undoStack().undo();
+                           else
+                               bringBack(stored, unsaved);
+                       });
 }
 
+// After other changes, or what was never stored.
+void VXAutomationsSection::bringBack(const std::optional<VXTriggerDraft> &stored,
+                                     const std::optional<VXUnsavedTrigger> &unsaved)
+{
+    QString shortID = VXUnsavedTrigger::unusedID();
+    if (!stored) {
+        unsaved->keep(shortID);
+    } else if (const auto written = write({}, std::nullopt, stored)) {
+        shortID = *written;
+        record(shortID, std::nullopt, *stored);
+    }
+    showTrigger(shortID);
+    update();
+}
+
+// False, with a message in the editor, if it can neither be stored nor kept for later, as on a full disk.
 bool VXAutomationsSection::commit()
 {
     _editor->flush();
-    return !_isUnsaved || take();
+    if (_isUnsaved)
+        take();
+    return !_isUnsaved || VXUserDefaults::standardUserDefaults().synchronize();
 }
 
 void VXAutomationsSection::toggle(int row)
@@ -414,7 +465,7 @@ void VXAutomationsSection::toggle(int row)
     if (row < 0 || showsHistory() || _shownTrigger.isNull())
         return;
     _editor->flush();
-    VXTriggerDraft draft = _before;
+    VXTriggerDraft draft = _editor->draft();
     draft.isEnabled = !draft.isEnabled;
     _editor->setDraft(draft);
     take();
@@ -425,21 +476,10 @@ void VXAutomationsSection::showTrials()
     if (!commit())
         return;
     const auto store = VXTriggerStore::open();
-    const VXTrigger trigger = store && !_shownTrigger.isNull() ? store->triggerWithID(_shownTrigger) : VXTrigger();
+    const VXTrigger trigger = store ? VXTriggerWithID(*store, _shownTrigger) : VXTrigger();
     if (trigger.isNull())
         return;
-    const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
-    QStringList lines;
-    for (auto record = records.crbegin(); record != records.crend() && lines.size() < mostTrials; ++record) {
-        if (record->name != trigger.eventName() || record->object.isEmpty())
-            continue;
-        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectOf(*record));
-        const QString who = VXTitleOfEvent(*record) + (record->who.isEmpty() ? QString() : u" · "_s + record->who);
-        lines.append(u"%1  %2, %3"_s.arg(trial.passes ? u"✓"_s : u"✗"_s, VXTextOfDate(record->date), who) +
-                     (trial.passes              ? QString()
-                      : trial.problem.isEmpty() ? u": "_s + VXText("does not fit")
-                                                : u": "_s + trial.problem));
-    }
+    const QStringList lines = VXLinesOfTrials(trigger);
     _editor->setTrials(lines.isEmpty() ? QStringList{VXText("There was no such event yet.")} : lines);
 }
 
@@ -448,15 +488,9 @@ void VXAutomationsSection::showTrials()
 void VXAutomationsSection::showRecord(const QString &identifier)
 {
     _event = VXEventHistory::sharedEventHistory().recordWithIdentifier(identifier);
-    _detail->setCurrentIndex(_event ? 2 : 0);
-    if (!_event)
-        return;
-    _eventTitle->setText(VXTitleOfEvent(*_event));
-    QStringList about{VXTextOfDate(_event->date), _event->who};
-    about.removeAll(QString());
-    _eventDate->setText(about.join(u" · "_s));
-    _eventWhy->setText(VXWhyOfEvent(*_event).join(u'\n'));
-    _again->setVisible(!_event->object.isEmpty());
+    if (_event)
+        _eventPage->setEvent(*_event);
+    _detail->setCurrentWidget(_event ? static_cast<QWidget *>(_eventPage) : _nothing);
 }
 
 void VXAutomationsSection::replay()

@@ -10,12 +10,11 @@
 
 class QButtonGroup;
 class QFileSystemWatcher;
-class QPushButton;
 class QStackedWidget;
 class VXEmptyState;
+class VXEventPage;
 class VXListPane;
 class VXStoreWatch;
-class VXTextLabel;
 
 /**
  * What the user wants to happen when something else happens: automations with their editor, and the history that
@@ -47,8 +46,14 @@ private:
     void show(int row);
     void showTrigger(const QString &shortID);
     void showRecord(const QString &identifier);
-    bool take();
-    std::optional<QString> write(const QString &shortID, const VXTriggerDraft *draft);
+    void begin(const QString &shortID, bool isNew, const VXTriggerDraft &draft);
+    void followOthers();
+    void take();
+    bool save(const VXTriggerDraft &draft);
+    std::optional<QString> write(const QString &shortID, const std::optional<VXTriggerDraft> &from,
+                                 const std::optional<VXTriggerDraft> &to);
+    void record(const QString &shortID, const std::optional<VXTriggerDraft> &before, const VXTriggerDraft &after);
+    void bringBack(const std::optional<VXTriggerDraft> &stored, const std::optional<VXUnsavedTrigger> &unsaved);
     void showTrials();
     void startFrom(const VXTriggerDraft &draft);
     void toggle(int row);
@@ -61,14 +66,13 @@ private:
     QStackedWidget *_detail;
     VXTriggerEditor *_editor;
     VXEmptyState *_nothing;
-    VXTextLabel *_eventTitle;
-    VXTextLabel *_eventDate;
-    VXTextLabel *_eventWhy;
-    QPushButton *_again;
+    VXEventPage *_eventPage;
     std::unique_ptr<VXStoreWatch> _watch;
-    QString _shownTrigger; // short ID; null: a new one, or none
-    bool _isNew = false;
+    QString _shownTrigger;   // short ID, that of VXUnsavedTrigger for a new one; null for none
+    bool _isNew = false;     // it is not stored
     bool _isUnsaved = false; // the content of the editor could not be written
-    VXTriggerDraft _before;  // the shown one as it was
+    bool _isUndoing = false;
+    VXTriggerDraft _stored; // the shown one as the store had it when it was shown or last written
+    VXTriggerDraft _began;  // what the editor made of that: what differs was changed in it
     std::optional<VXEventRecord> _event;
 };

@@ -2,10 +2,12 @@
 
 #include "VXDateText.h"
 #include "VXDesktopText.h"
+#include "VXEventHistory.h"
 #include "VXEventManager.h"
 #include "VXMessageText.h"
 #include "VXPluginManager.h"
 #include "VXRowDelegate.h"
+#include "VXTriggerTrial.h"
 
 #include <algorithm>
 
@@ -15,6 +17,8 @@ using TriggerOutcome = VXTriggerRecord::Outcome;
 using ReactionOutcome = VXReactionRecord::Outcome;
 
 namespace {
+
+constexpr int mostTrials = 12;
 
 QString nameOfReactor(const QString &identifier)
 {
@@ -106,5 +110,22 @@ QStringList VXWhyOfEvent(const VXEventRecord &record)
         lines.append(VXText("%1 more did not run.", "%1 more did not run.", record.omittedTriggers));
     if (lines.isEmpty())
         lines.append(VXText("No automation listens to this event."));
+    return lines;
+}
+
+QStringList VXLinesOfTrials(const VXTrigger &trigger)
+{
+    const QList<VXEventRecord> records = VXEventHistory::sharedEventHistory().records();
+    QStringList lines;
+    for (auto record = records.crbegin(); record != records.crend() && lines.size() < mostTrials; ++record) {
+        if (record->name != trigger.eventName() || record->object.isEmpty())
+            continue;
+        const VXTriggerTrial trial = VXTriggerTrial::of(trigger, QVariant(record->object));
+        const QString who = VXTitleOfEvent(*record) + (record->who.isEmpty() ? QString() : u" · "_s + record->who);
+        lines.append(u"%1  %2, %3"_s.arg(trial.passes ? u"✓"_s : u"✗"_s, VXTextOfDate(record->date), who) +
+                     (trial.passes              ? QString()
+                      : trial.problem.isEmpty() ? u": "_s + VXText("does not fit")
+                                                : u": "_s + trial.problem));
+    }
     return lines;
 }

@@ -2,6 +2,7 @@
 
 #include "VXEventRecord.h"
 #include "VXListQuery.h"
+#include "VXTrigger.h"
 
 // The outcome of events, in words for the user.
 
@@ -11,3 +12,5 @@
 [[nodiscard]] QStringList VXWhyOfEvent(const VXEventRecord &record);
 /** "Incoming call, ended". */
 [[nodiscard]] QString VXTitleOfEvent(const VXEventRecord &record);
+/** What the trigger would have done with the last events of its kind, the newest first, a line for each. */
+[[nodiscard]] QStringList VXLinesOfTrials(const VXTrigger &trigger);

@@ -37,21 +37,6 @@ QList<std::pair<QString, QString>> namedEvents()
 
 } // namespace
 
-VXTriggerDraft VXTriggerDraft::of(const VXTrigger &trigger)
-{
-    VXTriggerDraft draft{trigger.userName(), trigger.eventName(), {}, trigger.isEnabled(), {}};
-    if (const auto filter = trigger.filter())
-        draft.filter = filter->predicateFormat();
-    for (const VXReaction &reaction : trigger.reactions())
-        draft.reactions.append({reaction.bundleIdentifier(), reaction.userOptions()});
-    return draft;
-}
-
-VXTriggerChange VXTriggerDraft::change() const
-{
-    return {.event = event, .name = name, .filter = filter, .isEnabled = isEnabled, .reactions = reactions};
-}
-
 VXTriggerEditor::VXTriggerEditor(QWidget *parent)
     : QScrollArea(parent), _name(new QLineEdit), _isEnabled(new QCheckBox(VXText("On"))), _event(new QComboBox),
       _filterPlace(new QVBoxLayout), _reactions(new QVBoxLayout),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VXTriggerStore.h"
+#include "VXTriggerDraft.h"
 
 #include <QtCore/QTimer>
 #include <QtWidgets/QScrollArea>
@@ -12,19 +12,6 @@ class QVBoxLayout;
 class VXFilterEditor;
 class VXReactionEditor;
 class VXTextLabel;
-
-/** A trigger while it is being edited. */
-struct VXTriggerDraft
-{
-    QString name = {};
-    QString event = {};
-    QString filter = {}; // in the form in which predicates are written; null for none
-    bool isEnabled = true;
-    QList<VXTriggerChange::Reaction> reactions = {};
-
-    static VXTriggerDraft of(const VXTrigger &trigger);
-    VXTriggerChange change() const;
-};
 
 /** Edits one automation: when, if, then. Changes are reported once typing pauses; nobody has to save. */
 class VXTriggerEditor : public QScrollArea

@@ -219,7 +219,7 @@ void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &ad
     row->addWidget(value, 1);
     row->addWidget(remove);
     list.rows->addWidget(widget);
-    list.edits.push_back({widget, value, type});
+    list.edits.push_back({widget, value, type, address});
     connect(value, &QLineEdit::returnPressed, this, &VXContactForm::done);
     connect(value, &QLineEdit::textEdited, this, &VXContactForm::didChange);
     connect(type, &QComboBox::activated, this, &VXContactForm::didChange);
@@ -239,10 +239,9 @@ VXContactRecord VXContactForm::contact() const
         Addresses addresses;
         for (const AddressRow &row : list->edits) {
             const QString value = row.value->text().trimmed();
-            const auto known = std::ranges::find(_contact.*list->field, value, &VXContactRecord::Address::value);
-            const QString label = known == (_contact.*list->field).cend() ? QString() : known->label;
-            if (!value.isEmpty())
-                addresses.append({value, row.type->currentData().toUInt(), label});
+            const unsigned type = row.type->currentData().toUInt();
+            if (!value.isEmpty()) // its own label names the kind that was there before
+                addresses.append({value, type, type == row.before.type ? row.before.label : QString()});
         }
         contact.*list->field = addresses;
     }
@@ -301,6 +300,16 @@ void VXContactForm::choosePicture()
     _contact.image = bytes;
     _avatar->setPerson(contact().displayName(), bytes);
     Q_EMIT didChange();
+}
+
+// The key is for what is typed; on a button or a list of kinds it must not delete the contact.
+bool VXContactForm::event(QEvent *event)
+{
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+        event->accept();
+        return true;
+    }
+    return QScrollArea::event(event);
 }
 
 void VXContactForm::keyPressEvent(QKeyEvent *event)

@@ -37,6 +37,7 @@ Q_SIGNALS:
     void wantsRemoval();
 
 protected:
+    bool event(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
@@ -45,6 +46,7 @@ private:
         QWidget *widget;
         QLineEdit *value;
         QComboBox *type;
+        VXContactRecord::Address before;
     };
     using Addresses = QList<VXContactRecord::Address>;
     struct AddressList

@@ -8,8 +8,10 @@
 #include "VXContactMergeEdit.h"
 #include "VXContactMergeView.h"
 #include "VXContactRow.h"
+#include "VXContactsRemoval.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
+#include "VXDesktopOpener.h"
 #include "VXDesktopText.h"
 #include "VXEmailAddress.h"
 #include "VXEmptyState.h"
@@ -26,13 +28,15 @@
 #include "VXStoreWatch.h"
 #include "VXUserDefaults.h"
 
-#include <QtCore/QFileInfo>
+#include <QtCore/QScopedValueRollback>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr qsizetype askedFrom = 20; // more contacts than a list shows at a time
 
 // The contents of the form, and the contact they belong to, restored after a sudden end.
 const QString draftKey = u"desktop.draft.contact"_s;
@@ -67,7 +71,8 @@ VXContactsSection::VXContactsSection(QWidget *parent)
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXContactsSection::showList);
     connect(_pane, &VXListPane::chosen, this, [this](int row) {
-        if (row >= 0)
+        _shownRow = std::max(0, row);
+        if (row >= 0 && !(_edited && _model->isFollowing())) // a row that vanishes ends no editing
             show(_model->objectIDAt(row));
     });
     connect(_pane, &VXListPane::activated, this, &VXContactsSection::edit);
@@ -146,8 +151,9 @@ void VXContactsSection::listWasRead()
         showCard();
     } else if (!_edited) {
         const int row = _shown.isNull() ? -1 : _model->rowOfObject(_shown);
-        if (row >= 0 || !_pane->list()->currentIndex().isValid())
-            _pane->choose(std::max(0, row));
+        const bool isKept = row >= 0 || (_model->isFollowing() && read(_shown)); // perhaps far away
+        if (row >= 0 || !(isKept || _pane->list()->currentIndex().isValid()))
+            _pane->choose(row >= 0 ? row : _model->isFollowing() ? std::min(_shownRow, count - 1) : 0);
     }
 }
 
@@ -164,8 +170,8 @@ std::optional<VXContactRecord> VXContactsSection::read(const VXManagedObjectID &
 
 void VXContactsSection::show(const VXManagedObjectID &person)
 {
-    if (_edited && !(person == _shown) && !endEditing())
-        return; // the form shows what is wrong
+    if (_edited && (person == _edited->person || !endEditing()))
+        return; // the form stays, or shows what is wrong
     _shown = person;
     showCard();
 }
@@ -199,16 +205,13 @@ void VXContactsSection::makeNew()
     VXContactRecord contact;
     if (_group->currentIndex() > 0)
         contact.groups.append(_group->currentText());
-    _isNew = true;
-    startEditing(contact);
+    startEditing({}, contact);
 }
 
 void VXContactsSection::edit()
 {
-    if (const auto contact = _edited ? std::nullopt : read(_shown)) {
-        _isNew = false;
-        startEditing(*contact);
-    }
+    if (const auto contact = _edited ? std::nullopt : read(_shown))
+        startEditing({_shown, contact}, *contact);
 }
 
 // Many a session edits nothing.
@@ -219,7 +222,7 @@ void VXContactsSection::makeForm()
     _form = new VXContactForm(this);
     _detail->addWidget(_form);
     connect(_form, &VXContactForm::done, this, &VXContactsSection::endEditing);
-    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::remove);
+    connect(_form, &VXContactForm::wantsRemoval, this, &VXContactsSection::removeEdited);
     connect(_form, &VXContactForm::didChange, this, &VXContactsSection::keepDraft);
     connect(_form, &VXContactForm::cancelled, this, [this] {
         stopEditing();
@@ -227,9 +230,9 @@ void VXContactsSection::makeForm()
     });
 }
 
-void VXContactsSection::startEditing(const VXContactRecord &contact)
+void VXContactsSection::startEditing(const Edited &edited, const VXContactRecord &contact)
 {
-    _edited = contact;
+    _edited = edited;
     QStringList groups;
     for (int i = 1; i < _group->count(); ++i)
         groups.append(_group->itemText(i));
@@ -247,8 +250,8 @@ void VXContactsSection::stopEditing()
 void VXContactsSection::keepDraft()
 {
     QVariantMap draft{{draftContactKey, _form->contact().map()}};
-    if (!_isNew)
-        draft.insert(draftPersonKey, _shown.uriRepresentation().toString());
+    if (_edited && _edited->before)
+        draft.insert(draftPersonKey, _edited->person.uriRepresentation().toString());
     VXUserDefaults::standardUserDefaults().setObject(draft, draftKey);
 }
 
@@ -260,12 +263,8 @@ void VXContactsSection::restoreDraft()
         return;
     const VXManagedObjectID person =
         objectAtURI(_coordinator, QUrl(draft.value(draftPersonKey).toString()), u"VXPerson");
-    const std::optional<VXContactRecord> before = read(person);
     _shown = person;
-    _isNew = !before;
-    startEditing(VXContactRecord(draft.value(draftContactKey)));
-    if (before)
-        _edited = before;
+    startEditing({person, read(person)}, VXContactRecord(draft.value(draftContactKey)));
     notices().showDone(VXText("What you were changing when Vornix ended is here again."));
 }
 
@@ -277,10 +276,15 @@ bool VXContactsSection::endEditing()
         return false;
     const VXContactRecord after = VXStorableContact(_form->contact());
     const bool isNothing = after.displayName().isEmpty();
-    if (isNothing || (!_isNew && VXIsSameContact(*_edited, after)))
+    const QScopedValueRollback ending(_isEnding, true);
+    if (!isNothing && !(_edited->before && VXIsSameContact(*_edited->before, after))) {
+        if (!push(_edited->person, _edited->before, after))
+            return false; // what was typed stays in the form
+    } else {
+        if (!read(_shown)) // deleted by others meanwhile
+            _shown = _model->objectIDAt(_pane->list()->currentIndex().row());
         showCard();
-    else if (!push(_isNew ? VXManagedObjectID() : _shown, _isNew ? std::nullopt : _edited, after))
-        return false; // what was typed stays in the form
+    }
     stopEditing();
     _pane->list()->setFocus();
     return true;
@@ -305,51 +309,106 @@ void VXContactsSection::editDone(const VXManagedObjectID &person, const VXError 
         return;
     }
     notices().hide();
+    showOutcome(person);
+}
+
+// What is undone while another contact is edited changes the store as another program would: the form stays.
+void VXContactsSection::showOutcome(const VXManagedObjectID &person)
+{
+    if (_edited && !_isEnding)
+        return;
     _shown = person;
     showCard();
 }
 
 void VXContactsSection::remove()
 {
-    QList<VXManagedObjectID> persons = chosen();
-    if (_edited || persons.size() < 2)
-        persons = {_shown};
-    stopEditing();
-    QStringList names;
-    for (const VXManagedObjectID &person : std::as_const(persons)) {
-        const auto contact = read(person);
-        if (!contact)
-            continue;
-        if (names.isEmpty())
-            undoStack().beginMacro(VXText("deleting %1").arg(contact->displayName()));
-        names.append(contact->displayName());
-        push(person, contact, std::nullopt);
-    }
-    if (!names.isEmpty())
-        undoStack().endMacro();
-    if (names.isEmpty() || (notices().isProblem() && notices().isVisible()))
-        return;
-    notices().showDone(names.size() == 1 ? VXText("“%1” was deleted.").arg(names.constFirst())
-                                         : VXText("%1 contact was deleted.", "%1 contacts were deleted.", names.size()),
-                       VXText("Undo"), [this] { undoStack().undo(); });
+    if (_edited)
+        return removeEdited();
+    const auto persons = chosen();
+    if (persons && persons->size() > 1)
+        removeAll(*persons);
+    else if (persons)
+        remove(_shown);
 }
 
-QList<VXManagedObjectID> VXContactsSection::chosen() const
+// What was typed is saved first, so that undoing brings it back. Of a new contact there is nothing else.
+void VXContactsSection::removeEdited()
 {
-    QList<VXManagedObjectID> persons;
-    for (const QModelIndex &index : _pane->list()->selectionModel()->selectedRows()) {
-        if (const VXManagedObjectID person = _model->objectIDAt(index.row()); !person.isNull())
-            persons.append(person);
+    if (!_edited)
+        return;
+    const Edited edited = *_edited;
+    const VXContactRecord typed = _form->contact();
+    if (read(edited.person)) {
+        if (_form->problem().isNull() && !endEditing())
+            return;
+        stopEditing();
+        return remove(edited.person);
     }
+    stopEditing();
+    showCard();
+    _pane->list()->setFocus();
+    if (!typed.displayName().isEmpty())
+        notices().showDone(VXText("“%1” was discarded.").arg(typed.displayName()), VXText("Undo"), [this, typed] {
+            if (_edited && !endEditing())
+                return;
+            startEditing({}, typed);
+            keepDraft();
+        });
+}
+
+void VXContactsSection::remove(const VXManagedObjectID &person)
+{
+    const auto contact = read(person);
+    if (contact && push(person, contact, std::nullopt))
+        notices().showDone(VXText("“%1” was deleted.").arg(contact->displayName()), VXText("Undo"),
+                           [this] { undoStack().undo(); });
+}
+
+void VXContactsSection::removeAll(const QList<VXManagedObjectID> &persons)
+{
+    if (persons.size() > askedFrom) {
+        VXAlert alert;
+        alert.message = VXText("Delete %1 contacts?").arg(persons.size());
+        alert.informativeText = VXText("They can be brought back until Vornix is closed.");
+        alert.defaultButton = VXText("Delete");
+        alert.alternateButton = VXText("Cancel");
+        if (VXApplication::sharedApplication().userInterface().runAlert(alert).button != VXAlertButton::Default)
+            return;
+    }
+    auto *const removal = new VXContactsRemoval(_coordinator, persons, [this](const VXError &error) {
+        if (!error.isNull())
+            return notices().showProblem(
+                VXText("The contact could not be saved: %1").arg(error.localizedDescription()));
+        notices().hide();
+        showOutcome({});
+    });
+    undoStack().push(removal);
+    if (undoStack().index() > 0 && undoStack().command(undoStack().index() - 1) == removal) // it was written
+        notices().showDone(VXText("%1 contact was deleted.", "%1 contacts were deleted.", removal->count()),
+                           VXText("Undo"), [this] { undoStack().undo(); });
+}
+
+// None, with a message to the user, if it cannot be told what stands in the selected rows.
+std::optional<QList<VXManagedObjectID>> VXContactsSection::chosen()
+{
+    VXError error;
+    auto persons = _model->objectIDsOf(_pane->list()->selectionModel()->selectedRows(), &error);
+    if (!persons)
+        notices().showProblem(error.isNull() ? VXText("The list has just changed. Please try again.")
+                                             : error.localizedDescription());
     return persons;
 }
 
 // Shown before it is done: the names do not tell what will remain of each contact.
 void VXContactsSection::merge()
 {
-    const QList<VXManagedObjectID> persons = chosen();
     if (!_coordinator || _sheet || (_edited && !endEditing()))
         return;
+    const auto selected = chosen();
+    if (!selected)
+        return;
+    const QList<VXManagedObjectID> &persons = *selected;
     if (persons.size() < 2) {
         notices().showDone(VXText("Choose two contacts or more, with Ctrl or Shift, to make one of them."));
         return;
@@ -371,8 +430,7 @@ void VXContactsSection::merge(const QList<VXManagedObjectID> &persons, const QSt
         _coordinator, persons, name, [this, name](const VXManagedObjectID &person, const VXError &error) {
             if (!error.isNull())
                 return notices().showProblem(VXText("Not merged: %1").arg(error.localizedDescription()));
-            _shown = person;
-            showCard();
+            showOutcome(person);
             if (person.isNull())
                 return notices().showDone(VXText("The contacts are apart again."));
             notices().showDone(VXText("Merged into “%1”.").arg(name), VXText("Undo"), [this] { undoStack().undo(); });
@@ -424,8 +482,7 @@ void VXContactsSection::showContact(const QString &phonebookString)
     if (VXPhonebookStringSplitAsWritten(phonebookString, &name, &value, &type))
         (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
     contact.firstName = name;
-    _isNew = true;
-    startEditing(contact);
+    startEditing({}, contact);
 }
 
 // -- Files
@@ -446,9 +503,7 @@ void VXContactsSection::importItems()
 {
     VXOpenPanel panel;
     panel.message = VXText("Import contacts from a vCard file");
-    panel.shouldShowFilename = [](const QString &path) {
-        return QFileInfo(path).suffix().compare("vcf"_L1, Qt::CaseInsensitive) == 0;
-    };
+    panel.shouldShowFilename = &VXDesktopOpener::isCard;
     const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
     if (!chosen.path.isNull())
         importFiles({chosen.path});

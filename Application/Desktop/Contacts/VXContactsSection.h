@@ -60,15 +60,25 @@ private:
     void showInList(const VXManagedObjectID &person);
     void showCard();
     void makeForm();
-    void startEditing(const VXContactRecord &contact);
+    /** What is edited; there is none "before" of a new contact. */
+    struct Edited
+    {
+        VXManagedObjectID person;
+        std::optional<VXContactRecord> before;
+    };
+    void startEditing(const Edited &edited, const VXContactRecord &contact);
     void stopEditing();
+    void removeEdited();
     void keepDraft();
     void restoreDraft();
     bool endEditing();
     bool push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
               const std::optional<VXContactRecord> &after);
     void editDone(const VXManagedObjectID &person, const VXError &error);
-    QList<VXManagedObjectID> chosen() const;
+    void showOutcome(const VXManagedObjectID &person);
+    void remove(const VXManagedObjectID &person);
+    std::optional<QList<VXManagedObjectID>> chosen();
+    void removeAll(const QList<VXManagedObjectID> &persons);
     void merge(const QList<VXManagedObjectID> &persons, const QString &name);
     std::optional<VXContactRecord> read(const VXManagedObjectID &person) const;
 
@@ -83,10 +93,11 @@ private:
     VXEmptyState *_nothing;
     std::unique_ptr<VXStoreWatch> _watch;
     VXBackgroundReader<VXContactGroups> _groups;
-    VXManagedObjectID _shown;
+    VXManagedObjectID _shown; // on the card; while another one is edited, it waits behind the form
+    int _shownRow = 0;
     VXManagedObjectID _onCard; // the contact the card was made from
     VXContactRecord _cardContact;
-    std::optional<VXContactRecord> _edited; // as it was before, while the form is shown
-    bool _isNew = false;
-    bool _isSaved = true; // the last edited contact was saved
+    std::optional<Edited> _edited; // while the form is shown
+    bool _isEnding = false;        // what is edited is being saved
+    bool _isSaved = true;          // the last edited contact was saved
 };

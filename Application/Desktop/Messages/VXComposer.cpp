@@ -79,6 +79,16 @@ void VXComposer::setText(const QString &text)
     update();
 }
 
+void VXComposer::addText(const QString &added)
+{
+    QTextCursor cursor(_edit->document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.beginEditBlock();
+    cursor.insertText(text().isEmpty() ? added : u'\n' + added);
+    cursor.endEditBlock();
+    _edit->setTextCursor(cursor);
+}
+
 void VXComposer::setObstacle(const QString &reason)
 {
     _obstacle = reason;

@@ -19,7 +19,10 @@ public:
     explicit VXComposer(QWidget *parent);
 
     QString text() const;
+    /** Replaces the text; cannot be undone. */
     void setText(const QString &text);
+    /** Adds to what is typed, on a line of its own, as a single step for undo. */
+    void addText(const QString &text);
     /** Why nothing can be sent at the moment, shown beside the button; null if sending is possible. */
     void setObstacle(const QString &reason);
     void focusText();

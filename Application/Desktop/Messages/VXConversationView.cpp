@@ -10,6 +10,7 @@
 #include "VXDevicePopupButton.h"
 #include "VXDeviceURL.h"
 #include "VXEmptyState.h"
+#include "VXMessageDraft.h"
 #include "VXOutgoingMessage.h"
 #include "VXPhonebookList.h"
 #include "VXPhonebookManager.h"
@@ -30,6 +31,8 @@
 #include <QtWidgets/QScrollBar>
 #include <QtWidgets/QStackedWidget>
 #include <QtWidgets/QToolButton>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -112,13 +115,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
                                                          phoneKey());
     });
     connect(_composer, &VXComposer::textDidChange, this, &VXConversationView::keepDraft);
-    connect(_to, &VXPhonebookTokenField::tokensDidChange, this, [this] {
-        updateObstacle();
-        QString key;
-        if (const QList<VXPhonebookToken> to = _to->phonebookTokens(); to.size() == 1)
-            key = VXConversationKey(to.constFirst().string);
-        _model->setConversations(key.isNull() ? QStringList() : QStringList{key});
-    });
+    connect(_to, &VXPhonebookTokenField::tokensDidChange, this, &VXConversationView::receiversDidChange);
     connect(_to, &VXPhonebookTokenField::addToContactsWanted, this, &VXConversationView::wantsContact);
     connect(call, &QToolButton::clicked, this, [this] {
         if (const QString number = VXDialledNumber(VXUnpackPhonebookStrings(_party, true).value(0)); !number.isEmpty())
@@ -137,6 +134,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
 
 void VXConversationView::setNone()
 {
+    finishTyping();
     _party.clear();
     _sought = {};
     _isNew = false;
@@ -144,23 +142,70 @@ void VXConversationView::setNone()
     _stack->setCurrentIndex(0);
 }
 
-QString VXConversationView::draftKey() const
-{
-    return u"desktop.draft."_s + (_isNew ? u"new"_s : VXConversationKey(_party));
-}
-
 // The unfinished text is there again, wherever the user has been meanwhile.
 void VXConversationView::keepDraft()
 {
-    const QString text = _composer->text();
-    VXUserDefaults::standardUserDefaults().setObject(text.isEmpty() ? QVariant() : QVariant(text), draftKey());
+    if (_draftKey.isNull())
+        return;
+    VXMessageDraft draft{.text = _composer->text()};
+    if (!_isOfParty) {
+        QStringList receivers;
+        for (const VXPhonebookToken &token : _to->phonebookTokens())
+            receivers.append(token.string);
+        draft.receivers = VXPackPhonebookStrings(receivers);
+    }
+    draft.keep(_draftKey);
+}
+
+// Of the same one the steps of undo stay.
+void VXConversationView::showDraft(const QString &key, const QString &text)
+{
+    if (std::exchange(_draftKey, key) != key || _composer->text() != text)
+        _composer->setText(text);
+}
+
+void VXConversationView::receiversDidChange()
+{
+    if (!_isNew)
+        return;
+    updateObstacle();
+    QString key;
+    if (const QList<VXPhonebookToken> to = _to->phonebookTokens(); to.size() == 1)
+        key = VXConversationKey(to.constFirst().string);
+    _model->setConversations(key.isNull() ? QStringList() : QStringList{key});
+    if (_draftKey.isNull())
+        return;
+    if (_isOfParty) { // it is to others from now on
+        VXMessageDraft().keep(_draftKey);
+        _draftKey = VXMessageDraft::unusedKey();
+        _isOfParty = false;
+    }
+    keepDraft();
+}
+
+void VXConversationView::finishTyping()
+{
+    if (_isNew)
+        _to->commit();
+}
+
+void VXConversationView::wasSent(const QStringList &failed)
+{
+    if (failed.isEmpty()) {
+        VXMessageDraft().keep(_draftKey);
+        _composer->setText({});
+    } else if (_isNew && failed != receivers()) {
+        _to->setPhonebookStrings(VXPackPhonebookStrings(failed));
+    }
 }
 
 void VXConversationView::setParty(const QString &party, const QStringList &conversations,
                                   const VXManagedObjectID &message)
 {
+    finishTyping();
     _party = party;
     _isNew = false;
+    _isOfParty = true;
     if (!message.isNull())
         _sought = message;
     _list->setFocusPolicy(Qt::StrongFocus);
@@ -176,7 +221,8 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
     _about->setText(shown == names ? QString() : shown);
     _about->setVisible(hasNumber && shown != names);
     _model->setConversations(conversations, message);
-    _composer->setText(VXUserDefaults::standardUserDefaults().stringForKey(draftKey()));
+    const QString key = VXMessageDraft::keyForParty(party);
+    showDraft(key, VXMessageDraft::read(key).text);
     choosePhone();
     updateObstacle();
     _stack->setCurrentIndex(1);
@@ -184,8 +230,13 @@ void VXConversationView::setParty(const QString &party, const QStringList &conve
         showSought();
 }
 
-void VXConversationView::startNew(const QStringList &phonebookStrings, const QString &text)
+void VXConversationView::startNew(const QStringList &phonebookStrings)
 {
+    finishTyping();
+    _isOfParty = phonebookStrings.size() == 1;
+    const QString given = VXPackPhonebookStrings(phonebookStrings);
+    const QString key = _isOfParty ? VXMessageDraft::keyForParty(given) : VXMessageDraft::keyForNew(given);
+    const VXMessageDraft draft = VXMessageDraft::read(key);
     _party.clear();
     _sought = {};
     _isNew = true;
@@ -193,12 +244,14 @@ void VXConversationView::startNew(const QStringList &phonebookStrings, const QSt
     _head->hide();
     _newHead->show();
     _model->setConversations({});
-    _to->setPhonebookStrings(VXPackPhonebookStrings(phonebookStrings));
+    const QString before = std::exchange(_draftKey, QString());
+    _to->setPhonebookStrings(given.isEmpty() ? draft.receivers : given);
+    _draftKey = before;
+    showDraft(key, draft.text);
     choosePhone();
-    _composer->setText(text.isEmpty() ? VXUserDefaults::standardUserDefaults().stringForKey(draftKey()) : text);
     updateObstacle();
     _stack->setCurrentIndex(1);
-    if (phonebookStrings.isEmpty())
+    if (phonebookStrings.isEmpty() && draft.receivers.isEmpty())
         _to->setFocus();
     else
         _composer->focusText();

@@ -29,14 +29,19 @@ public:
     /** `party`: phonebook strings of who that is; `conversations`: the keys of all messages with them. Shows the newest, or the
      *  given message, which is marked for a moment; with none what is shown of the same conversations stays where it is. */
     void setParty(const QString &party, const QStringList &conversations, const VXManagedObjectID &message = {});
-    /** A message to whoever is named then; none to begin with, or these. */
-    void startNew(const QStringList &phonebookStrings, const QString &text);
+    /** A message to these, with what was typed to them before; or, without any, the first new message that is not
+     *  finished, if there is one. */
+    void startNew(const QStringList &phonebookStrings);
     /** Shows that nothing is selected. */
     void setNone();
     bool isNew() const { return _isNew; }
     /** The phonebook strings of the recipients. */
     QStringList receivers() const;
     void focusText();
+    /** Takes what is being typed as a recipient as one. */
+    void finishTyping();
+    /** It has gone to all recipients but these: for them it stays. */
+    void wasSent(const QStringList &failed);
 
 Q_SIGNALS:
     /** `phone`: the one to send with; empty if there is none. */
@@ -60,7 +65,8 @@ private:
     void phonesDidChange();
     void choosePhone();
     QString phoneKey() const;
-    QString draftKey() const;
+    void receiversDidChange();
+    void showDraft(const QString &key, const QString &text);
     void keepDraft();
 
     VXConversationModel *_model;
@@ -76,6 +82,8 @@ private:
     VXComposer *_composer;
     VXEmptyState *_nothing;
     QString _party;
+    QString _draftKey;       // of what is typed; null while the recipients are being replaced
+    bool _isOfParty = false; // the draft is the one of the conversation with its only recipient
     bool _isNew = false;
     bool _isAtEnd = true;
     VXManagedObjectID _sought; // to be scrolled to once it is read

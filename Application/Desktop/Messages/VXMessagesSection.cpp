@@ -345,16 +345,21 @@ void VXMessagesSection::write(const QStringList &phonebookStrings, const QString
 {
     if (!_store)
         return;
-    if (phonebookStrings.size() == 1) {
-        if (chooseConversation(conversationsWith(phonebookStrings.constFirst()))) {
-            if (!text.isEmpty())
-                _view->composer().setText(text);
-            _view->focusText();
-            return;
-        }
+    if (phonebookStrings.size() == 1 && chooseConversation(conversationsWith(phonebookStrings.constFirst()))) {
+        _view->focusText();
+    } else {
+        _pane->list()->setCurrentIndex({});
+        _view->startNew(phonebookStrings);
     }
-    _pane->list()->setCurrentIndex({});
-    _view->startNew(phonebookStrings, text);
+    if (!text.isEmpty())
+        _view->composer().addText(text);
+}
+
+bool VXMessagesSection::commit()
+{
+    if (_view != nullptr)
+        _view->finishTyping();
+    return true;
 }
 
 void VXMessagesSection::send(const QStringList &receivers, const QString &text, const QUrl &device)
@@ -387,12 +392,11 @@ void VXMessagesSection::send(const QStringList &receivers, const QString &text, 
             reason = error.localizedDescription();
         }
     }
+    _view->wasSent(failed);
     if (!failed.isEmpty()) {
         notices().showProblem(VXText("Not sent to %1: %2").arg(VXWhoOf(failed.join(", "_L1)), reason));
         return;
     }
-    _view->composer().setText({});
-    Q_EMIT _view->composer().textDidChange();
     if (_view->isNew()) {
         _shownConversation = VXConversationKey(receivers.constFirst());
         _view->setParty(receivers.constFirst(), conversationsWith(receivers.constFirst()));

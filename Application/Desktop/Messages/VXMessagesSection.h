@@ -32,7 +32,7 @@ public:
     ~VXMessagesSection() override;
 
     /** Starts a message. If there is one recipient with whom messages have been exchanged, it is written in that
-     *  conversation. */
+     *  conversation. The text is added to what is typed there already. */
     void write(const QStringList &phonebookStrings, const QString &text = {});
 
     unsigned tasks() const override { return Find | New | Remove | Export | Import; }
@@ -41,6 +41,7 @@ public:
     void remove() override;
     void exportItems() override;
     void importItems() override;
+    bool commit() override;
     bool showObject(const QUrl &uri) override;
 
 protected:

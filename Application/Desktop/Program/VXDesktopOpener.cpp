@@ -14,6 +14,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QMimeDatabase>
 #include <QtCore/QUrl>
 #include <QtCore/QUrlQuery>
 
@@ -43,6 +44,12 @@ VXDesktopOpener::Message VXDesktopOpener::messageOf(const QString &url)
     }
     message.text = QUrlQuery(parsed).queryItemValue(u"body"_s, QUrl::FullyDecoded);
     return message;
+}
+
+// As file managers see it, which hand over what the program's desktop file names.
+bool VXDesktopOpener::isCard(const QString &path)
+{
+    return QMimeDatabase().mimeTypeForFile(path).inherits(u"text/vcard"_s);
 }
 
 void VXDesktopOpener::open(const QStringList &uris)
@@ -97,7 +104,7 @@ void VXDesktopOpener::openFile(const QString &named, QStringList &cards)
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (!QFileInfo::exists(path))
         fail(VXText("“%1” is not there.").arg(path), {});
-    else if (suffix == "vcf"_L1)
+    else if (isCard(path))
         cards.append(path);
     else if (suffix == "vxplugin"_L1)
         installPlugin(path);

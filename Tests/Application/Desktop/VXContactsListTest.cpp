@@ -1,12 +1,22 @@
 #include "DesktopTestsPaths.h"
+#include "VXContactForm.h"
 #include "VXContactRow.h"
 #include "VXDataManager.h"
+#include "VXDesktopTesting.h"
+#include "VXListPane.h"
+#include "VXMainWindow.h"
+#include "VXManagedObjectContext.h"
 #include "VXModelParser.h"
+#include "VXNoticeBar.h"
 #include "VXStoreListModel.h"
 #include "VXTesting.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
+#include <QtTest/QTest>
+#include <QtWidgets/QComboBox>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPushButton>
 
 using namespace Qt::StringLiterals;
 
@@ -67,4 +77,122 @@ TEST_F(VXContactsListTest, followsAnotherProcessAndFindsWhatIsTyped)
     EXPECT_TRUE(shows({u"Jane Doe, +1 555 0100"_s})) << rows().join(u'|').toStdString();
     runProgram({u"phonebook"_s, u"delete"_s, u"Jane Doe"_s});
     EXPECT_TRUE(shows({}));
+}
+
+/** The section, over three contacts. */
+class VXContactsSectionTest : public VXDesktopTest
+{
+protected:
+    VXContactsSectionTest()
+    {
+        for (const QString &name : names)
+            add(named(name));
+        window = std::make_unique<VXMainWindow>();
+        window->show();
+        window->activateWindow();
+        window->showSection(u"contacts"_s);
+        section = window->section(u"contacts"_s);
+        form = section->findChild<VXContactForm *>();
+        pane = section->findChild<VXListPane *>();
+        EXPECT_TRUE(VXRunUntil([&] { return textOf(2).startsWith(u"Cesar"_s) && window->isActiveWindow(); }));
+    }
+
+    static VXContactRecord named(const QString &name)
+    {
+        VXContactRecord contact;
+        contact.firstName = name;
+        contact.numbers = {{u"+1 555 010"_s + QString::number(name.size()), 0, u"Attic"_s}};
+        return contact;
+    }
+    QString textOf(int row) const { return pane->list()->model()->index(row, 0).data().toString(); }
+    void edit(int row, const QString &typed) const
+    {
+        pane->choose(row);
+        section->edit();
+        type(typed);
+    }
+    void makeNew() const
+    {
+        section->makeNew();
+        type(u"Zed"_s);
+    }
+    void type(const QString &typed) const { QTest::keyClicks(form->findChild<QLineEdit *>(), typed); }
+    void clickUndo() const
+    {
+        for (QPushButton *const each : section->notices().findChildren<QPushButton *>()) {
+            if (each->text() == "Undo"_L1)
+                each->click();
+        }
+    }
+
+    const QStringList names{u"Anna"_s, u"Berta"_s, u"Cesar"_s};
+    std::unique_ptr<VXMainWindow> window;
+    VXSection *section;
+    VXContactForm *form;
+    VXListPane *pane;
+};
+
+TEST_F(VXContactsSectionTest, onlyWhatTheUserMeansIsDeletedAndUndoBringsBackWhatWasTyped)
+{
+    makeNew();
+    QTest::keyClick(form->findChild<QComboBox *>(), Qt::Key_Delete);
+    EXPECT_TRUE(form->isVisible());
+    section->remove(); // by the menu
+    EXPECT_FALSE(form->isVisible());
+    EXPECT_EQ(namesOfContacts(), names);
+    clickUndo();
+    EXPECT_TRUE(form->isVisible());
+    EXPECT_TRUE(section->commit());
+    EXPECT_TRUE(namesOfContacts().contains(u"Zed"_s));
+    edit(1, u"x"_s);
+    section->remove();
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Cesar"_s, u"Zed"_s}));
+    clickUndo();
+    EXPECT_TRUE(namesOfContacts().join(u' ').contains(u"Bertax"_s)) << namesOfContacts().join(u' ').toStdString();
+}
+
+TEST_F(VXContactsSectionTest, undoLeavesTheContactAloneThatIsEdited)
+{
+    edit(0, u"2"_s);
+    EXPECT_TRUE(section->commit());
+    edit(1, u"3"_s);
+    section->undoStack().undo();
+    EXPECT_TRUE(form->isVisible());
+    pane->choose(2);
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Berta3"_s, u"Cesar"_s}));
+    EXPECT_FALSE(form->isVisible());
+}
+
+TEST_F(VXContactsSectionTest, aContactThatOthersDeleteWhileItIsEditedBecomesANewOne)
+{
+    edit(1, u"h"_s);
+    const auto removeBerta = [this](int rows) {
+        VXManagedObjectContext context(
+            VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"phonebook"_s));
+        context.deleteObject(context.objectWithID(
+            pane->list()->currentIndex().data(VXStoreListModel::ObjectIDRole).value<VXManagedObjectID>()));
+        EXPECT_TRUE(context.save());
+        EXPECT_TRUE(VXRunUntil([&] { return pane->list()->model()->rowCount() == rows; }));
+        EXPECT_TRUE(form->isVisible());
+        EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Cesar"_s}));
+    };
+    removeBerta(2);
+    EXPECT_TRUE(section->commit());
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Bertah"_s, u"Cesar"_s}));
+    ASSERT_TRUE(VXRunUntil([&] { return textOf(1).startsWith(u"Bertah"_s); }));
+    edit(1, {}); // nothing that would be lost
+    removeBerta(2);
+    EXPECT_TRUE(section->commit());
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Cesar"_s}));
+}
+
+TEST_F(VXContactsSectionTest, aLabelStaysWithItsNumberUntilAnotherKindIsChosen)
+{
+    edit(0, {});
+    const auto *const kind = form->findChild<QComboBox *>();
+    auto *const number = kind->parentWidget()->findChild<QLineEdit *>();
+    QTest::keyClicks(number, u"9"_s);
+    EXPECT_EQ(form->contact().numbers.constFirst().label, u"Attic"_s);
+    QTest::keyClick(const_cast<QComboBox *>(kind), Qt::Key_Home);
+    EXPECT_TRUE(form->contact().numbers.constFirst().label.isEmpty());
 }

@@ -2,6 +2,9 @@
 
 #include "VXTesting.h"
 
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
 using namespace Qt::StringLiterals;
 
 TEST(VXDesktopOpenerTest, messagesOfURLs)
@@ -23,5 +26,15 @@ TEST(VXDesktopOpenerTest, messagesOfURLs)
         const VXDesktopOpener::Message message = VXDesktopOpener::messageOf(row.url);
         EXPECT_EQ(message.numbers, row.numbers) << row.url.toStdString();
         EXPECT_EQ(message.text, row.text) << row.url.toStdString();
+    }
+}
+
+TEST(VXDesktopOpenerTest, cardsAreKnownByTheirType)
+{
+    const QTemporaryDir folder;
+    for (const QString &name : {u"a.vcf"_s, u"a.VCARD"_s, u"a.vct"_s, u"a.gcrd"_s, u"a.vxplugin"_s, u"a.txt"_s}) {
+        QFile file(folder.filePath(name));
+        EXPECT_TRUE(file.open(QFile::WriteOnly));
+        EXPECT_EQ(VXDesktopOpener::isCard(file.fileName()), !name.contains(u'x')) << name.toStdString();
     }
 }

@@ -163,6 +163,25 @@ TEST_F(VXStoreListModelTest, followsSavesHereAndElsewhere)
     EXPECT_EQ(model.objectIDAt(selection.currentIndex().row()), chosen);
 }
 
+// Whoever deletes what is selected must not delete another one, which has come to its row.
+TEST_F(VXStoreListModelTest, aSelectedRowFarFromThoseShownKeepsItsObject)
+{
+    add(1000);
+    show();
+    EXPECT_EQ(numberAt(0), 999);
+    QItemSelectionModel selection(&model);
+    selection.setCurrentIndex(model.index(3), QItemSelectionModel::SelectCurrent);
+    const VXManagedObjectID chosen = model.objectIDAt(3);
+    for (int count = 1000; count < 1002; ++count) {
+        EXPECT_EQ(numberAt(900), count - 901);
+        add(
+            1, [count](int) { return count; }, coordinator);
+        ASSERT_TRUE(VXRunUntil([&] { return model.rowCount() == count + 1; }));
+        EXPECT_EQ(model.objectIDsOf(selection.selectedRows()), QList{chosen});
+        EXPECT_EQ(selection.currentIndex().row(), count - 1000 + 4);
+    }
+}
+
 TEST_F(VXStoreListModelTest, anotherQueryTakesThePlaceOfTheFirst)
 {
     add(300);

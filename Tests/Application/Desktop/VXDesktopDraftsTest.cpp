@@ -1,0 +1,187 @@
+#include "VXConversationView.h"
+#include "VXDesktopOpener.h"
+#include "VXDesktopTesting.h"
+#include "VXEmptyState.h"
+#include "VXListPane.h"
+#include "VXMainWindow.h"
+#include "VXPhonebookTokenField.h"
+#include "VXTriggerEditor.h"
+
+#include <QtTest/QTest>
+#include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
+
+using namespace Qt::StringLiterals;
+
+/** What is typed and not yet done. A window that goes without being asked stands for a sudden end. */
+class VXDesktopDraftsTest : public VXDesktopTest
+{
+protected:
+    struct Messages
+    {
+        VXMainWindow &window;
+        VXConversationView &view = *window.section(u"messages"_s)->findChild<VXConversationView *>();
+        QPlainTextEdit &text = *view.findChild<QPlainTextEdit *>();
+
+        void open(const QString &uri) { VXDesktopOpener(window).open({uri}); }
+        void expect(const QString &receivers, const QString &typed)
+        {
+            EXPECT_EQ(view.receivers().join(u' '), receivers);
+            EXPECT_EQ(text.toPlainText(), typed);
+        }
+    };
+
+    struct Automations
+    {
+        VXMainWindow window;
+        VXSection &section = *window.section(u"automations"_s);
+        VXTriggerEditor &editor = *section.findChild<VXTriggerEditor *>();
+
+        Automations() { window.show(); }
+        QString name() const { return editor.draft().name; }
+        void type(const QString &text) { QTest::keyClicks(editor.findChild<QLineEdit *>(), text); }
+        void react(const QList<VXTriggerChange::Reaction> &reactions)
+        {
+            VXTriggerDraft draft = editor.draft();
+            draft.reactions = reactions;
+            editor.setDraft(draft);
+            Q_EMIT editor.didChange();
+        }
+    };
+
+    static QStringList stored()
+    {
+        QStringList all;
+        const auto store = VXTriggerStore::open();
+        const auto triggers = store->triggers();
+        for (const VXTrigger &each : *triggers)
+            all.append(each.title() + (each.isEnabled() ? u""_s : u" off"_s));
+        return all;
+    }
+    static void changeElsewhere(const QString &name, const VXTriggerChange &change)
+    {
+        const auto store = VXTriggerStore::open();
+        VXTrigger trigger = store->triggerWithID(name);
+        EXPECT_TRUE(store->change(trigger, change) && store->save());
+    }
+
+    const QList<VXTriggerChange::Reaction> notice{{u"com.halvern.VNX2.plugin.desktopnotification"_s, {}}};
+};
+
+TEST_F(VXDesktopDraftsTest, whatIsWrittenToOneNeverStandsUnderAnother)
+{
+    insert(u"messages"_s, u"VXMessage"_s, {{u"text"_s, u"Hi"_s}, {u"from"_s, u"<+15550199>"_s}, {u"direction"_s, 1}});
+    {
+        VXMainWindow window;
+        Messages messages{.window = window};
+        window.writeMessage({});
+        messages.view.findChild<VXPhonebookTokenField *>()->addAddresses({u"<+15550123>"_s});
+        QTest::keyClicks(&messages.text, u"see you"_s);
+        window.writeMessage({u"<+15550177>"_s});
+        messages.expect(u"<+15550177>"_s, {});
+        QTest::keyClicks(&messages.text, u"hello"_s);
+        window.writeMessage({});
+        messages.expect(u"<+15550123>"_s, u"see you"_s);
+        window.writeMessage({u"<+15550177>"_s});
+        messages.view.findChild<VXPhonebookTokenField *>()->setPhonebookStrings(u"<+15550188>"_s);
+        messages.expect(u"<+15550188>"_s, u"hello"_s);
+        window.writeMessage({u"<+15550177>"_s});
+        messages.expect(u"<+15550177>"_s, {});
+    }
+    VXMainWindow window;
+    Messages messages{.window = window};
+    window.writeMessage({});
+    messages.expect(u"<+15550123>"_s, u"see you"_s);
+    Q_EMIT messages.view.wantsSend({u"<+15550123>"_s, u"Nobody"_s}, u"see you"_s, QUrl(u"fixture://phone/1"_s));
+    messages.expect(u"Nobody"_s, u"see you"_s);
+    Q_EMIT messages.view.wantsSend({u"<+15550124>"_s}, u"see you"_s, QUrl(u"fixture://phone/1"_s));
+    window.writeMessage({});
+    messages.expect(u"<+15550188>"_s, u"hello"_s);
+}
+
+TEST_F(VXDesktopDraftsTest, theTextOfALinkIsAddedToWhatIsTyped)
+{
+    insert(u"messages"_s, u"VXMessage"_s, {{u"text"_s, u"Hi"_s}, {u"from"_s, u"<+15550199>"_s}, {u"direction"_s, 1}});
+    for (const QString &number : {u"+15550199"_s, u"+15550177"_s}) { // of a conversation, and of none
+        {
+            VXMainWindow window;
+            Messages messages{.window = window};
+            messages.open(u"sms:"_s + number);
+            QTest::keyClicks(&messages.text, u"typed"_s);
+            messages.open(u"sms:"_s + number + u"?body=Stop"_s);
+            EXPECT_EQ(messages.text.toPlainText(), u"typed\nStop"_s);
+            messages.text.undo();
+            EXPECT_EQ(messages.text.toPlainText(), u"typed"_s);
+            messages.text.redo();
+        }
+        VXMainWindow window;
+        Messages messages{.window = window};
+        messages.open(u"sms:"_s + number);
+        EXPECT_EQ(messages.text.toPlainText(), u"typed\nStop"_s);
+    }
+}
+
+TEST_F(VXDesktopDraftsTest, anAutomationThatLacksSomethingIsKept)
+{
+    {
+        Automations first;
+        first.section.makeNew();
+        first.type(u"Night"_s);
+        EXPECT_TRUE(first.section.commit());
+        first.section.makeNew();
+        EXPECT_EQ(first.name(), u"Night"_s);
+    }
+    {
+        Automations second;
+        EXPECT_EQ(second.name(), u"Night"_s);
+        second.react(notice);
+        EXPECT_EQ(stored(), QStringList{u"Night"_s});
+        second.section.makeNew();
+        EXPECT_EQ(second.name(), QString());
+    }
+    {
+        Automations third;
+        ASSERT_EQ(third.name(), u"Night"_s);
+        third.type(u"s"_s);
+        third.react({});
+        third.section.makeNew(); // leaves it
+        changeElsewhere(u"Night"_s, {.isEnabled = false});
+    }
+    Automations fourth;
+    EXPECT_EQ(fourth.name(), u"Nights"_s);
+    EXPECT_EQ(stored(), QStringList{u"Night off"_s});
+    fourth.react(notice);
+    EXPECT_EQ(stored(), QStringList{u"Nights off"_s});
+}
+
+TEST_F(VXDesktopDraftsTest, theEditorFollowsOthersAndWritesOnlyWhatWasChangedInIt)
+{
+    Automations automations;
+    Q_EMIT automations.section.findChild<VXListPane *>()->placeholder()->secondActionWanted();
+    EXPECT_EQ(stored(), QStringList{u"Tell me of missed calls"_s}); // what is offered to start with
+    automations.section.undoStack().undo();
+    for (const QString &name : {u"A"_s, u"B"_s}) {
+        automations.section.makeNew();
+        automations.type(name);
+        automations.react(notice);
+    }
+    changeElsewhere(u"B"_s, {.name = u"C"_s});
+    EXPECT_TRUE(VXRunUntil([&] { return automations.name() == "C"_L1; }));
+    automations.type(u"!"_s);
+    changeElsewhere(u"C"_s, {.isEnabled = false});
+    EXPECT_TRUE(automations.section.commit());
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C! off"_s}));
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C off"_s}));
+    VXListPane &pane = *automations.section.findChild<VXListPane *>();
+    pane.choose(0);
+    automations.type(u"a"_s);
+    pane.choose(1);
+    automations.type(u"c"_s);
+    automations.section.undoStack().undo(); // while what was typed in the other one is not written yet
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"Cc off"_s}));
+    EXPECT_EQ(automations.name(), u"A"_s);
+    EXPECT_TRUE(VXRunUntil([&] { return automations.section.undoStack().index() == 3; }));
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C off"_s}));
+}
