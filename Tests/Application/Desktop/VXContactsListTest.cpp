@@ -1,4 +1,5 @@
 #include "DesktopTestsPaths.h"
+#include "VXApplication.h"
 #include "VXContactForm.h"
 #include "VXContactRow.h"
 #include "VXDataManager.h"
@@ -8,6 +9,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXModelParser.h"
 #include "VXNoticeBar.h"
+#include "VXScriptedUserInterface.h"
 #include "VXStoreListModel.h"
 #include "VXTesting.h"
 
@@ -195,4 +197,21 @@ TEST_F(VXContactsSectionTest, aLabelStaysWithItsNumberUntilAnotherKindIsChosen)
     EXPECT_EQ(form->contact().numbers.constFirst().label, u"Attic"_s);
     QTest::keyClick(const_cast<QComboBox *>(kind), Qt::Key_Home);
     EXPECT_TRUE(form->contact().numbers.constFirst().label.isEmpty());
+}
+
+TEST_F(VXContactsSectionTest, allSelectedAreDeletedReadOrNot)
+{
+    QList<QVariantMap> more;
+    for (int i = 0; i < 300; ++i)
+        more.append({{u"firstName"_s, u"D%1"_s.arg(i, 4)}, {u"sort_name"_s, u"d%1"_s.arg(i, 4)}});
+    insertAll(u"phonebook"_s, u"VXPerson"_s, more);
+    ASSERT_TRUE(VXRunUntil([&] { return pane->list()->model()->rowCount() == 303; }));
+    auto user = std::make_unique<VXScriptedUserInterface>();
+    user->answerAlert(VXAlertButton::Default);
+    VXApplication::sharedApplication().setUserInterface(std::move(user));
+    pane->list()->selectAll();
+    section->remove();
+    EXPECT_EQ(namesOfContacts(), QStringList());
+    clickUndo();
+    EXPECT_EQ(namesOfContacts().size(), 303);
 }
