@@ -31,8 +31,8 @@ namespace {
 
 constexpr int contactCount = 10'000;
 const int messageCount = qEnvironmentVariableIsSet("VORNIX_PHONE_MESSAGES")
-                              ? qEnvironmentVariableIntValue("VORNIX_PHONE_MESSAGES")
-                              : 100'000;
+                             ? qEnvironmentVariableIntValue("VORNIX_PHONE_MESSAGES")
+                             : 100'000;
 const QString phoneID = u"phone"_s;
 
 void check(bool isTrue, const char *what)
