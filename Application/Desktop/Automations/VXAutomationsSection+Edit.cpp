@@ -1,6 +1,7 @@
 #include "VXAutomationsSection.h"
 
 #include "VXDesktopText.h"
+#include "VXHistoryText.h"
 #include "VXListPane.h"
 #include "VXNoticeBar.h"
 #include "VXTriggerEditor.h"

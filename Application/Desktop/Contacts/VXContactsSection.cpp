@@ -7,6 +7,7 @@
 #include "VXContactMergeView.h"
 #include "VXContactRow.h"
 #include "VXContactsRemoval.h"
+#include "VXContactWriter.h"
 #include "VXDataManager.h"
 #include "VXDesktopOpener.h"
 #include "VXDesktopText.h"
