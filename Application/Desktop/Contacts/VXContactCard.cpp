@@ -19,11 +19,16 @@
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QToolButton>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int widestCard = 620;
+constexpr qsizetype firstShown = 50; // of a list
+constexpr qsizetype nextShown = 200; // with each press
+constexpr qsizetype longestText = 4096;
 
 QFrame *makeCard(QVBoxLayout *&rows)
 {
@@ -54,14 +59,31 @@ QWidget *makeValue(const QString &title, const QString &value, const QList<QTool
     row->setContentsMargins(0, 5, 0, 5);
     auto *const column = new QVBoxLayout;
     column->setSpacing(1);
-    column->addWidget(new VXTextLabel(title, VXTextLabel::Role::Caption));
-    auto *const text = new VXTextLabel(value, VXTextLabel::Role::Body);
+    column->addWidget(new VXTextLabel(VXContactShownText(title), VXTextLabel::Role::Caption));
+    auto *const text = new VXTextLabel(VXContactShownText(value, longestText), VXTextLabel::Role::Body);
     text->setTextInteractionFlags(Qt::TextSelectableByMouse);
     column->addWidget(text);
     row->addLayout(column, 1);
     for (QToolButton *const button : buttons)
         row->addWidget(button);
     return widget;
+}
+
+/** Adds the rows [from, end) of `count`, and a button for the next ones: thousands at once would stop the window. */
+void addRows(QVBoxLayout *rows, qsizetype from, qsizetype end, qsizetype count,
+             const std::function<QWidget *(qsizetype)> &make)
+{
+    for (qsizetype i = from; i < std::min(end, count); ++i)
+        rows->addWidget(make(i));
+    if (end >= count)
+        return;
+    auto *const more = new QPushButton(VXText("Show more (%1 not shown)").arg(QLocale().toString(count - end)));
+    rows->addWidget(more, 0, Qt::AlignLeading);
+    QObject::connect(more, &QPushButton::clicked, more, [rows, end, count, make, more] {
+        more->hide();
+        more->deleteLater();
+        addRows(rows, end, end + nextShown, count, make);
+    });
 }
 
 QString postalText(const VXContactRecord::PostalAddress &address)
@@ -96,8 +118,8 @@ void VXContactCard::setContact(const VXContactRecord &contact)
     column->setContentsMargins(12, 20, 12, 24);
     column->setSpacing(14);
     column->addWidget(makeHead(contact));
-    for (QWidget *const card : {makeAddresses(contact, u"call"_s, contact.numbers, true),
-                                makeAddresses(contact, u"mail"_s, contact.emails, false), makeTexts(contact)}) {
+    for (QWidget *const card : {makeAddresses(contact, contact.numbers, true),
+                                makeAddresses(contact, contact.emails, false), makeTexts(contact)}) {
         if (card != nullptr)
             column->addWidget(card);
     }
@@ -116,19 +138,20 @@ QWidget *VXContactCard::makeHead(const VXContactRecord &contact)
     row->setContentsMargins(4, 0, 4, 0);
     row->setSpacing(18);
     auto *const avatar = new VXAvatar(88);
-    avatar->setPerson(contact.shownName(), contact.image);
+    avatar->setPerson(VXContactShownText(contact.shownName()), contact.image);
     row->addWidget(avatar);
     auto *const column = new QVBoxLayout;
     column->setSpacing(4);
     column->addStretch();
     const QString name = contact.shownName();
-    column->addWidget(new VXTextLabel(name.isEmpty() ? VXText("No name") : name, VXTextLabel::Role::Headline));
+    column->addWidget(
+        new VXTextLabel(name.isEmpty() ? VXText("No name") : VXContactShownText(name), VXTextLabel::Role::Headline));
     QStringList about{contact.jobTitle, contact.company == name ? QString() : contact.company};
     about.removeIf([](const QString &text) { return text.isEmpty(); });
     if (!contact.nickname.isEmpty() && contact.nickname != name)
-        about.prepend(u"“%1”"_s.arg(contact.nickname));
+        about.prepend(u"“%1”"_s.arg(VXContactShownText(contact.nickname)));
     if (!about.isEmpty())
-        column->addWidget(new VXTextLabel(about.join(u" · "_s), VXTextLabel::Role::Secondary));
+        column->addWidget(new VXTextLabel(VXContactShownText(about.join(u" · "_s)), VXTextLabel::Role::Secondary));
     auto *const buttons = new QHBoxLayout;
     if (!contact.numbers.isEmpty()) {
         const QString first = contact.numbers.constFirst().value;
@@ -151,34 +174,40 @@ QWidget *VXContactCard::makeHead(const VXContactRecord &contact)
     return head;
 }
 
-QWidget *VXContactCard::makeAddresses(const VXContactRecord &contact, const QString &,
-                                      const QList<VXContactRecord::Address> &addresses, bool areNumbers)
+QWidget *VXContactCard::makeAddresses(const VXContactRecord &contact, const QList<VXContactRecord::Address> &addresses,
+                                      bool areNumbers)
 {
     if (addresses.isEmpty())
         return nullptr;
     QVBoxLayout *rows = nullptr;
     QFrame *const card = makeCard(rows);
-    for (const VXContactRecord::Address &address : addresses) {
-        const QString value = address.value;
-        const QString title = address.label.isEmpty() ? VXContactTypeTitle(address.type) : address.label;
-        QList<QToolButton *> buttons;
-        if (areNumbers) {
-            const QString party = VXPhonebookStringJoin(contact.shownName(), value, address.type);
-            buttons << makeButton(u"message"_s, VXText("Write to %1").arg(value), [this, party] {
-                Q_EMIT wantsMessage(party);
-            }) << makeButton(u"call"_s, VXText("Call %1").arg(value), [this, value] { Q_EMIT wantsCall(value); });
-        } else {
-            buttons << makeButton(u"mail"_s, VXText("Write to %1").arg(value), [value] {
-                VXError error;
-                if (!VXApplication::sharedApplication().workspace().openURL(QUrl(u"mailto:"_s + value), &error))
-                    VXApplication::sharedApplication().presentError(error);
+    addRows(rows, 0, firstShown, addresses.size(),
+            [this, name = contact.shownName(), addresses, areNumbers](qsizetype i) {
+                return makeAddress(name, addresses[i], areNumbers);
             });
-        }
-        buttons << makeButton(u"copy"_s, VXText("Copy %1").arg(value),
-                              [value] { QApplication::clipboard()->setText(value); });
-        rows->addWidget(makeValue(title, areNumbers ? VXFormatPhoneNumber(value) : value, buttons));
-    }
     return card;
+}
+
+QWidget *VXContactCard::makeAddress(const QString &name, const VXContactRecord::Address &address, bool isNumber)
+{
+    const QString value = address.value;
+    const QString shown = VXContactShownText(value);
+    const QString title = address.label.isEmpty() ? VXContactTypeTitle(address.type) : address.label;
+    QList<QToolButton *> buttons;
+    if (isNumber) {
+        buttons << makeButton(u"message"_s, VXText("Write to %1").arg(shown), [this, name, value, type = address.type] {
+            Q_EMIT wantsMessage(VXPhonebookStringJoin(name, value, type));
+        }) << makeButton(u"call"_s, VXText("Call %1").arg(shown), [this, value] { Q_EMIT wantsCall(value); });
+    } else {
+        buttons << makeButton(u"mail"_s, VXText("Write to %1").arg(shown), [value] {
+            VXError error;
+            if (!VXApplication::sharedApplication().workspace().openURL(QUrl(u"mailto:"_s + value), &error))
+                VXApplication::sharedApplication().presentError(error);
+        });
+    }
+    buttons << makeButton(u"copy"_s, VXText("Copy %1").arg(shown),
+                          [value] { QApplication::clipboard()->setText(value); });
+    return makeValue(title, isNumber && shown == value ? VXFormatPhoneNumber(value) : shown, buttons);
 }
 
 QWidget *VXContactCard::makeTexts(const VXContactRecord &contact)
@@ -200,7 +229,7 @@ QWidget *VXContactCard::makeTexts(const VXContactRecord &contact)
         return nullptr;
     QVBoxLayout *rows = nullptr;
     QFrame *const card = makeCard(rows);
-    for (const auto &[title, text] : std::as_const(texts))
-        rows->addWidget(makeValue(title, text));
+    addRows(rows, 0, firstShown, texts.size(),
+            [texts](qsizetype i) { return makeValue(texts[i].first, texts[i].second); });
     return card;
 }

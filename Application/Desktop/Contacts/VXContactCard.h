@@ -4,6 +4,8 @@
 
 #include <QtWidgets/QScrollArea>
 
+#include <functional>
+
 class QVBoxLayout;
 
 /** Shows one contact: who it is, and each number and address with what can be done with it. */
@@ -22,7 +24,8 @@ Q_SIGNALS:
 
 private:
     QWidget *makeHead(const VXContactRecord &contact);
-    QWidget *makeAddresses(const VXContactRecord &contact, const QString &icon,
-                           const QList<VXContactRecord::Address> &addresses, bool areNumbers);
+    QWidget *makeAddresses(const VXContactRecord &contact, const QList<VXContactRecord::Address> &addresses,
+                           bool areNumbers);
+    QWidget *makeAddress(const QString &name, const VXContactRecord::Address &address, bool isNumber);
     QWidget *makeTexts(const VXContactRecord &contact);
 };

@@ -30,6 +30,13 @@ std::span<const unsigned> VXContactAddressTypes(QList<VXContactRecord::Address> 
     return list == &VXContactRecord::numbers ? std::span<const unsigned>(ofNumbers) : ofOthers;
 }
 
+QString VXContactShownText(const QString &text, qsizetype longest)
+{
+    if (text.size() <= longest)
+        return text;
+    return text.first(text[longest - 1].isHighSurrogate() ? longest - 1 : longest) + u'…';
+}
+
 QString VXContactTypeTitle(unsigned type)
 {
     const bool isHome = (type & VXPhonebookTypeHome) != 0;

@@ -18,5 +18,7 @@ struct VXContactField
 
 /** The types that can be selected for a number, address or page; masks of VXPhonebookType. */
 [[nodiscard]] std::span<const unsigned> VXContactAddressTypes(QList<VXContactRecord::Address> VXContactRecord::*list);
+/** The text for showing: what is longer than `longest` characters is cut and ends with an ellipsis. */
+[[nodiscard]] QString VXContactShownText(const QString &text, qsizetype longest = 256);
 /** "Mobile", "Work", "Home fax"; "Other" for none. */
 [[nodiscard]] QString VXContactTypeTitle(unsigned type);

@@ -33,7 +33,19 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int widestForm = 620;
+constexpr qsizetype mostRows = 200;     // of a list
+constexpr qsizetype longestLine = 4096; // that is edited
+constexpr qsizetype longestNote = 64 << 10;
 constexpr qint64 largestPicture = 64 << 20; // bytes
+
+/** For one line. A text that is too long for it is shown cut and cannot be changed. */
+QLineEdit *makeEdit(const QString &text)
+{
+    const bool isLong = text.size() > longestLine;
+    auto *const edit = new QLineEdit(isLong ? VXContactShownText(text) : text);
+    edit->setReadOnly(isLong);
+    return edit;
+}
 
 void setBad(QLineEdit *edit, bool isBad)
 {
@@ -95,11 +107,12 @@ void VXContactForm::setContact(const VXContactRecord &contact, const QStringList
     _birthday = new QLineEdit(contact.birthday.isValid() ? QLocale().toString(contact.birthday, QLocale::ShortFormat)
                                                          : QString());
     _birthday->setPlaceholderText(QLocale().dateFormat(QLocale::ShortFormat));
-    _groups = new QLineEdit(contact.groups.join(", "_L1));
+    _groups = makeEdit(contact.groups.join(", "_L1));
     _groups->setPlaceholderText(VXText("Family, Friends"));
     if (contact.groups.isEmpty())
         _groups->setCompleter(new QCompleter(groups, _groups));
-    _note = new QPlainTextEdit(contact.note);
+    _note = new QPlainTextEdit(VXContactShownText(contact.note, longestNote));
+    _note->setReadOnly(contact.note.size() > longestNote);
     _note->setTabChangesFocus(true);
     _note->setFixedHeight(fontMetrics().height() * 5);
     connect(_birthday, &QLineEdit::textEdited, this, &VXContactForm::didChange);
@@ -145,7 +158,7 @@ void VXContactForm::addHead(QVBoxLayout *column)
     row->setSpacing(18);
     auto *const picture = new QVBoxLayout;
     _avatar = new VXAvatar(88);
-    _avatar->setPerson(_contact.displayName(), _contact.image);
+    _avatar->setPerson(VXContactShownText(_contact.displayName()), _contact.image);
     auto *const change = new QPushButton(VXText("Picture…"));
     connect(change, &QPushButton::clicked, this, &VXContactForm::choosePicture);
     picture->addWidget(_avatar, 0, Qt::AlignHCenter);
@@ -155,10 +168,10 @@ void VXContactForm::addHead(QVBoxLayout *column)
     auto *const form = new QFormLayout;
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     for (const VXContactField &field : VXContactTextFields()) {
-        auto *const edit = new QLineEdit(_contact.*field.field);
+        auto *const edit = makeEdit(_contact.*field.field);
         form->addRow(VXText(field.title), edit);
         connect(edit, &QLineEdit::textEdited, this, [this] {
-            _avatar->setPerson(this->contact().displayName(), _contact.image);
+            _avatar->setPerson(VXContactShownText(this->contact().displayName()), _contact.image);
             Q_EMIT didChange();
         });
         connect(edit, &QLineEdit::returnPressed, this, &VXContactForm::done);
@@ -176,8 +189,14 @@ void VXContactForm::addAddresses(QVBoxLayout *column, const QString &title, cons
     column->addLayout(rows);
     _lists.push_back(std::make_unique<AddressList>(AddressList{field, rows}));
     AddressList &list = *_lists.back();
-    for (const VXContactRecord::Address &address : _contact.*field)
+    for (const VXContactRecord::Address &address :
+         (_contact.*field).first(std::min(mostRows, (_contact.*field).size())))
         addRow(list, address);
+    list.rest = (_contact.*field).mid(mostRows);
+    if (!list.rest.isEmpty())
+        column->addWidget(new VXTextLabel(VXText("%1 more is not shown here and stays as it is.",
+                                                 "%1 more are not shown here and stay as they are.", list.rest.size()),
+                                          VXTextLabel::Role::Secondary));
     if (field == &VXContactRecord::numbers && (_contact.*field).isEmpty())
         addRow(list, {{}, VXContactAddressTypes(field).front(), {}});
     auto *const button = new QToolButton;
@@ -204,7 +223,7 @@ void VXContactForm::addRow(AddressList &list, const VXContactRecord::Address &ad
         type->addItem(address.label.isEmpty() ? VXContactTypeTitle(address.type) : address.label, address.type);
     type->setCurrentIndex(type->findData(address.type));
     type->setMinimumWidth(fontMetrics().averageCharWidth() * 20);
-    auto *const value = new QLineEdit(address.value);
+    auto *const value = makeEdit(address.value);
     // Each has a name of its own, so that users who cannot see its position hear which one it is.
     value->setAccessibleName(u"%1 %2"_s
                                  .arg(list.field == &VXContactRecord::numbers  ? VXText("Number")
@@ -234,21 +253,24 @@ VXContactRecord VXContactForm::contact() const
 {
     VXContactRecord contact = _contact;
     for (size_t i = 0; i < _texts.size(); ++i)
-        contact.*VXContactTextFields()[i].field = _texts[i]->text().trimmed();
+        if (!_texts[i]->isReadOnly())
+            contact.*VXContactTextFields()[i].field = _texts[i]->text().trimmed();
     for (const auto &list : _lists) {
         Addresses addresses;
         for (const AddressRow &row : list->edits) {
-            const QString value = row.value->text().trimmed();
+            const QString value = row.value->isReadOnly() ? row.before.value : row.value->text().trimmed();
             const unsigned type = row.type->currentData().toUInt();
             if (!value.isEmpty()) // its own label names the kind that was there before
                 addresses.append({value, type, type == row.before.type ? row.before.label : QString()});
         }
-        contact.*list->field = addresses;
+        contact.*list->field = addresses + list->rest;
     }
     if (_birthday != nullptr) {
         contact.birthday = dateFrom(_birthday->text().trimmed());
-        contact.groups = groupsFrom(_groups->text());
-        contact.note = _note->toPlainText().trimmed();
+        if (!_groups->isReadOnly())
+            contact.groups = groupsFrom(_groups->text());
+        if (!_note->isReadOnly())
+            contact.note = _note->toPlainText().trimmed();
     }
     return contact;
 }
@@ -263,6 +285,8 @@ QString VXContactForm::problem()
     };
     for (const auto &list : _lists) {
         for (const AddressRow &row : list->edits) {
+            if (row.value->isReadOnly())
+                continue;
             const QString value = row.value->text().trimmed();
             if (list->field == &VXContactRecord::numbers)
                 check(row.value, value.isEmpty() || VXIsNumberAsWritten(value),
@@ -298,7 +322,7 @@ void VXContactForm::choosePicture()
         return;
     }
     _contact.image = bytes;
-    _avatar->setPerson(contact().displayName(), bytes);
+    _avatar->setPerson(VXContactShownText(contact().displayName()), bytes);
     Q_EMIT didChange();
 }
 

@@ -46,7 +46,7 @@ private:
         QWidget *widget;
         QLineEdit *value;
         QComboBox *type;
-        VXContactRecord::Address before;
+        VXContactRecord::Address before; // which stays if the value is too long to be edited
     };
     using Addresses = QList<VXContactRecord::Address>;
     struct AddressList
@@ -54,6 +54,7 @@ private:
         Addresses VXContactRecord::*field;
         QVBoxLayout *rows;
         std::vector<AddressRow> edits = {};
+        Addresses rest = {}; // stays as it is: so many rows would stop the window
     };
 
     void addHead(QVBoxLayout *column);

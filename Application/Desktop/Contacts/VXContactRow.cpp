@@ -1,6 +1,7 @@
 #include "VXContactRow.h"
 
 #include "VXAvatar.h"
+#include "VXContactFields.h"
 #include "VXContactWords.h"
 #include "VXDesktopText.h"
 #include "VXPhonebookEntry.h"
@@ -46,6 +47,8 @@ VXListRow rowOf(const VXManagedObjectPtr &person)
         contents.detail = address;
     else if (const QString company = person->valueForKey(u"company"_s).toString().trimmed(); company != name)
         contents.detail = company;
+    for (QString *const text : {&contents.title, &contents.person, &contents.detail})
+        *text = VXContactShownText(*text); // the whole would be measured each time it is painted
     QStringList spoken{contents.title, contents.detail};
     spoken.removeAll(QString());
     return {.text = spoken.join(", "_L1), .value = QVariant::fromValue(contents)};

@@ -1,5 +1,7 @@
 #include "DesktopTestsPaths.h"
 #include "VXApplication.h"
+
+#include "VXContactCard.h"
 #include "VXContactForm.h"
 #include "VXContactRow.h"
 #include "VXDataManager.h"
@@ -14,6 +16,7 @@
 #include "VXTesting.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QLocale>
 #include <QtCore/QProcess>
 #include <QtTest/QTest>
 #include <QtWidgets/QComboBox>
@@ -214,4 +217,30 @@ TEST_F(VXContactsSectionTest, allSelectedAreDeletedReadOrNot)
     EXPECT_EQ(namesOfContacts(), QStringList());
     clickUndo();
     EXPECT_EQ(namesOfContacts().size(), 303);
+}
+
+TEST_F(VXContactsSectionTest, aHugeContactIsShownInPartAndKeptWhole)
+{
+    VXContactRecord huge = named(QString(1 << 20, u'A'));
+    for (int i = 1; i < 10000; ++i)
+        huge.numbers.append({u"+1 555 %1"_s.arg(100000 + i), 0});
+    VXContactCard card(nullptr);
+    card.setContact(huge);
+    const auto few = card.findChildren<QWidget *>().size();
+    EXPECT_LT(few, 1000);
+    for (QPushButton *const each : card.findChildren<QPushButton *>()) {
+        if (each->text().contains(QLocale().toString(9950)))
+            each->click();
+    }
+    EXPECT_GT(card.findChildren<QWidget *>().size(), few + 200);
+    EXPECT_LT(card.findChildren<QWidget *>().size(), 3000);
+
+    form->setContact(huge, {});
+    EXPECT_LT(form->findChildren<QLineEdit *>().size(), 300);
+    type(u"B"_s); // into the name, which is too long to be changed
+    auto *const number = form->findChild<QComboBox *>()->parentWidget()->findChild<QLineEdit *>();
+    QTest::keyClicks(number, u"9"_s);
+    huge.numbers.front().value += u'9';
+    EXPECT_EQ(form->contact().map(), huge.map());
+    EXPECT_TRUE(form->problem().isNull());
 }
