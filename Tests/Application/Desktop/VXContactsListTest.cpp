@@ -1,6 +1,5 @@
 #include "DesktopTestsPaths.h"
 #include "VXApplication.h"
-
 #include "VXContactCard.h"
 #include "VXContactForm.h"
 #include "VXContactRow.h"
