@@ -1,5 +1,6 @@
 #include "VXContactWordsUpdate.h"
 
+#include "VXAtomicFile.h"
 #include "VXContactWords.h"
 #include "VXFileManager.h"
 #include "VXFileStamp.h"
@@ -32,16 +33,16 @@ public:
     bool isKnown() const
     {
         QFile file(path());
-        return !_now.isEmpty() && file.open(QFile::ReadOnly) && file.readAll() == _now;
+        return !_now.isEmpty() && file.open(QFile::ReadOnly) && file.read(_now.size() + 1) == _now;
     }
 
     void keep() const
     {
         if (_now.isEmpty() || !VXMakePrivateFolder(VXFileManager::defaultManager().pathToUserCachedDataFolder()))
             return;
-        QFile file(path());
-        if (file.open(QFile::WriteOnly)) // what is not written whole is no stamp
-            file.write(_now);
+        QString reason;
+        if (!VXAtomicFile::replace(path(), _now, &reason)) // they are counted again
+            VXLog::log(VXLogInfo, "What is known of the words of contacts was not kept: "_L1 + reason);
     }
 
 private:
