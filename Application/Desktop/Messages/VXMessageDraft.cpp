@@ -9,6 +9,7 @@ namespace {
 
 const QString partyPrefix = u"desktop.draft."_s;
 const QString newPrefix = u"desktop.drafts.message."_s;
+const QString formerKey = u"desktop.draft.new"_s; // of the only new message that earlier programs kept
 const QString textKey = u"text"_s;
 const QString receiversKey = u"receivers"_s;
 
@@ -21,6 +22,8 @@ QString VXMessageDraft::keyForParty(const QString &party)
 
 QString VXMessageDraft::keyForNew(const QString &receivers)
 {
+    if (receivers.isEmpty() && !read(formerKey).text.isEmpty())
+        return formerKey;
     const QString wanted = VXConversationKey(receivers);
     for (const QString &key : VXUserDefaults::standardUserDefaults().keysWithPrefix(newPrefix)) {
         if (receivers.isEmpty() || VXConversationKey(read(key).receivers) == wanted)
