@@ -40,9 +40,9 @@ VXError VXContactsRemoval::write(bool removes)
     }
     if (!context.save(&error))
         return error;
-    if (removes)
+    if (removes && !removed.isEmpty())
         _contacts = removed;
-    else
+    else if (!removes)
         _persons.clear();
     for (const VXManagedObjectPtr &each : std::as_const(made))
         _persons.append(each->objectID());
@@ -52,7 +52,7 @@ VXError VXContactsRemoval::write(bool removes)
 void VXContactsRemoval::redo()
 {
     const VXError error = write(true);
-    setObsolete(bool(error)); // nothing was done that could be undone
+    setObsolete(bool(error) || _contacts.isEmpty()); // nothing was done that could be undone
     _done(error);
 }
 

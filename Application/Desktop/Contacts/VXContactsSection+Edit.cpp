@@ -21,6 +21,7 @@ namespace {
 const QString draftKey = u"desktop.draft.contact"_s;
 const QString draftPersonKey = u"person"_s;
 const QString draftContactKey = u"contact"_s;
+const QString draftBeforeKey = u"before"_s;
 
 } // namespace
 
@@ -76,8 +77,10 @@ void VXContactsSection::stopEditing()
 void VXContactsSection::keepDraft()
 {
     QVariantMap draft{{draftContactKey, _form->contact().map()}};
-    if (_edited && _edited->before)
+    if (_edited && _edited->before) {
         draft.insert(draftPersonKey, _edited->person.uriRepresentation().toString());
+        draft.insert(draftBeforeKey, _edited->before->map()); // what differs was typed; the rest may change meanwhile
+    }
     VXUserDefaults::standardUserDefaults().setObject(draft, draftKey);
 }
 
@@ -90,7 +93,10 @@ void VXContactsSection::restoreDraft()
     const VXManagedObjectID person =
         objectAtURI(_coordinator, QUrl(draft.value(draftPersonKey).toString()), u"VXPerson");
     _shown = person;
-    startEditing({person, read(person)}, VXContactRecord(draft.value(draftContactKey)));
+    std::optional<VXContactRecord> before = read(person);
+    if (before && draft.contains(draftBeforeKey))
+        before = VXContactRecord(draft.value(draftBeforeKey));
+    startEditing({person, before}, VXContactRecord(draft.value(draftContactKey)));
     notices().showDone(VXText("What you were changing when Vornix ended is here again."));
 }
 

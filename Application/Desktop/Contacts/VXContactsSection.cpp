@@ -28,6 +28,8 @@
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -140,12 +142,23 @@ void VXContactsSection::listWasRead()
     if (count == 0 && !_edited) {
         _shown = {};
         showCard();
-    } else if (!_edited) {
+    } else if (!_edited && !showSelected()) {
         const int row = _shown.isNull() ? -1 : _model->rowOfObject(_shown);
         const bool isKept = row >= 0 || (_model->isFollowing() && read(_shown)); // perhaps far away
         if (row >= 0 || !(isKept || _pane->list()->currentIndex().isValid()))
             _pane->choose(row >= 0 ? row : _model->isFollowing() ? std::min(_shownRow, count - 1) : 0);
     }
+}
+
+// Where others removed the row that was shown, its neighbour is not chosen while more rows are. @return whether one of those is shown
+bool VXContactsSection::showSelected()
+{
+    const QModelIndexList rows = _pane->list()->selectionModel()->selectedRows();
+    if (!_model->isFollowing() || rows.isEmpty())
+        return false;
+    if (std::ranges::none_of(rows, [this](const auto &each) { return _model->objectIDAt(each.row()) == _shown; }))
+        show(_model->objectIDAt(rows.constFirst().row()));
+    return true;
 }
 
 // -- The chosen one
@@ -196,8 +209,8 @@ void VXContactsSection::remove()
     const auto persons = chosen();
     if (persons && persons->size() > 1)
         removeAll(*persons);
-    else if (persons)
-        remove(_shown);
+    else if (persons) // what is highlighted, which need not be what is shown
+        remove(persons->isEmpty() ? _shown : persons->constFirst());
 }
 
 void VXContactsSection::remove(const VXManagedObjectID &person)

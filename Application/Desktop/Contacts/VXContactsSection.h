@@ -56,6 +56,7 @@ private:
     void showList();
     void takeGroups(const VXContactGroups &groups);
     void listWasRead();
+    bool showSelected();
     void show(const VXManagedObjectID &person);
     void showInList(const VXManagedObjectID &person);
     void showCard();
