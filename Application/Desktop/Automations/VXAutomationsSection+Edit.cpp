@@ -1,6 +1,7 @@
 #include "VXAutomationsSection.h"
 
 #include "VXDesktopText.h"
+#include "VXEmptyState.h"
 #include "VXHistoryText.h"
 #include "VXListPane.h"
 #include "VXNoticeBar.h"
@@ -9,6 +10,7 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QScopedValueRollback>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QButtonGroup>
 #include <QtWidgets/QPushButton>
 #include <QtWidgets/QStackedWidget>
@@ -22,9 +24,9 @@ using namespace Qt::StringLiterals;
 class VXAutomationsSection::Edit : public QUndoCommand
 {
 public:
-    Edit(VXAutomationsSection &section, const QString &shortID, const std::optional<VXTriggerDraft> &before,
-         const std::optional<VXTriggerDraft> &after)
-        : _section(section), _shortID(shortID), _before(before), _after(after)
+    Edit(VXAutomationsSection &section, const std::shared_ptr<QString> &identity,
+         const std::optional<VXTriggerDraft> &before, const std::optional<VXTriggerDraft> &after)
+        : _section(section), _identity(identity), _before(before), _after(after)
     {
         const QString name = (after ? *after : *before).name;
         setText(VXText("changing “%1”").arg(name));
@@ -41,14 +43,14 @@ private:
     {
         const QScopedValueRollback undoing(_section._isUndoing, true);
         _section.commit(); // what is typed in this one or another
-        if (const auto written = _section.write(_shortID, from, to)) {
-            _shortID = *written;
-            _section.showTrigger(_shortID);
+        if (const auto written = _section.write(*_identity, from, to)) {
+            *_identity = *written;
+            _section.showTrigger(*written);
         }
     }
 
     VXAutomationsSection &_section;
-    QString _shortID;
+    const std::shared_ptr<QString> _identity; // that of all steps with the same trigger
     const std::optional<VXTriggerDraft> _before;
     const std::optional<VXTriggerDraft> _after;
     bool _isDone = false; // it has already been done when it is recorded
@@ -95,6 +97,25 @@ void VXAutomationsSection::followOthers()
         showTrigger(_shownTrigger);
 }
 
+bool VXAutomationsSection::isBeingEdited() const
+{
+    return !_shownTrigger.isNull() && !showsHistory() && _detail->currentWidget() == _editor &&
+           _editor->isAncestorOf(QApplication::focusWidget());
+}
+
+// The list does not show it any more: what is typed on must not go to another one. If others have removed it, what was
+// typed makes it anew.
+void VXAutomationsSection::keepEdited()
+{
+    _pane->list()->setCurrentIndex({});
+    if (_isUnsaved || VXTriggerDraft::stored(_shownTrigger))
+        return; // the search hides it
+    if (_editor->draft() != _began)
+        return take();
+    _shownTrigger.clear();
+    _detail->setCurrentWidget(_nothing);
+}
+
 // Writes only what differs, so that what others change stays; none removes it. @return the trigger's ID, null if it is
 // gone; none, with a message to the user, if it was refused.
 std::optional<QString> VXAutomationsSection::write(const QString &shortID, const std::optional<VXTriggerDraft> &from,
@@ -117,11 +138,20 @@ std::optional<QString> VXAutomationsSection::write(const QString &shortID, const
     return to ? trigger.shortID() : QString();
 }
 
+std::shared_ptr<QString> VXAutomationsSection::identityOf(const QString &shortID)
+{
+    const auto known =
+        std::ranges::find_if(_identities, [&](const std::shared_ptr<QString> &each) { return *each == shortID; });
+    return known != _identities.end() ? *known : _identities.emplaceBack(std::make_shared<QString>(shortID));
+}
+
 // A step of undo. Undo itself writes what is still being typed, which can only become a step of its own afterwards.
 void VXAutomationsSection::record(const QString &shortID, const std::optional<VXTriggerDraft> &before,
                                   const VXTriggerDraft &after)
 {
-    const auto push = [this, shortID, before, after] { undoStack().push(new Edit(*this, shortID, before, after)); };
+    const auto push = [this, identity = identityOf(shortID), before, after] {
+        undoStack().push(new Edit(*this, identity, before, after));
+    };
     if (_isUndoing)
         QMetaObject::invokeMethod(this, push, Qt::QueuedConnection);
     else
@@ -216,30 +246,33 @@ void VXAutomationsSection::remove()
     _shownTrigger.clear();
     _isNew = _isUnsaved = false;
     update();
+    const std::shared_ptr<QString> identity = identityOf(shortID);
+    identity->clear();
     if (stored)
-        undoStack().push(new Edit(*this, {}, stored, std::nullopt));
+        undoStack().push(new Edit(*this, identity, stored, std::nullopt));
     if (!stored && !unsaved)
         return;
     notices().showDone(VXText("“%1” was deleted.").arg(stored ? stored->name : unsaved->after.name), VXText("Undo"),
-                       [this, stored, unsaved, step = undoStack().index()] {
+                       [this, identity, stored, unsaved, step = undoStack().index()] {
                            if (!commit())
                                return;
                            if (stored && undoStack().index() == step)
                                undoStack().undo();
                            else
-                               bringBack(stored, unsaved);
+                               bringBack(identity, stored, unsaved);
                        });
 }
 
 // After other changes, or what was never stored.
-void VXAutomationsSection::bringBack(const std::optional<VXTriggerDraft> &stored,
+void VXAutomationsSection::bringBack(const std::shared_ptr<QString> &identity,
+                                     const std::optional<VXTriggerDraft> &stored,
                                      const std::optional<VXUnsavedTrigger> &unsaved)
 {
     QString shortID = VXUnsavedTrigger::unusedID();
     if (!stored) {
         unsaved->keep(shortID);
     } else if (const auto written = write({}, std::nullopt, stored)) {
-        shortID = *written;
+        shortID = *identity = *written;
         record(shortID, std::nullopt, *stored);
     }
     showTrigger(shortID);

@@ -144,6 +144,8 @@ void VXAutomationsSection::update()
         _detail->setCurrentWidget(isOnlyTyped ? static_cast<QWidget *>(_editor) : _nothing);
         return;
     }
+    if (row < 0 && isBeingEdited())
+        return keepEdited();
     _pane->choose(std::max(0, row));
     if (row < 0 || showsHistory() || chosen != _shownTrigger || _detail->currentWidget() != _editor)
         show(std::max(0, row));

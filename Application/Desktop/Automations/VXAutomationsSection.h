@@ -48,12 +48,16 @@ private:
     void showRecord(const QString &identifier);
     void begin(const QString &shortID, bool isNew, const VXTriggerDraft &draft);
     void followOthers();
+    bool isBeingEdited() const;
+    void keepEdited();
     void take();
     bool save(const VXTriggerDraft &draft);
     std::optional<QString> write(const QString &shortID, const std::optional<VXTriggerDraft> &from,
                                  const std::optional<VXTriggerDraft> &to);
+    std::shared_ptr<QString> identityOf(const QString &shortID);
     void record(const QString &shortID, const std::optional<VXTriggerDraft> &before, const VXTriggerDraft &after);
-    void bringBack(const std::optional<VXTriggerDraft> &stored, const std::optional<VXUnsavedTrigger> &unsaved);
+    void bringBack(const std::shared_ptr<QString> &identity, const std::optional<VXTriggerDraft> &stored,
+                   const std::optional<VXUnsavedTrigger> &unsaved);
     void showTrials();
     void startFrom(const VXTriggerDraft &draft);
     void toggle(int row);
@@ -74,5 +78,8 @@ private:
     bool _isUndoing = false;
     VXTriggerDraft _stored; // the shown one as the store had it when it was shown or last written
     VXTriggerDraft _began;  // what the editor made of that: what differs was changed in it
+    // The present short IDs of the triggers in steps of undo, null for one that is removed: it gets another ID when it is
+    // brought back.
+    QList<std::shared_ptr<QString>> _identities;
     std::optional<VXEventRecord> _event;
 };

@@ -9,6 +9,7 @@
 #include "VXTabOrder.h"
 #include "VXTextLabel.h"
 
+#include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QCheckBox>
 #include <QtWidgets/QComboBox>
@@ -178,6 +179,16 @@ void VXTriggerEditor::flush()
         return;
     _rest.stop();
     Q_EMIT didChange();
+}
+
+// The key is for what is typed; on a check box or a list of events it must not delete the automation.
+bool VXTriggerEditor::event(QEvent *event)
+{
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Delete) {
+        event->accept();
+        return true;
+    }
+    return QScrollArea::event(event);
 }
 
 void VXTriggerEditor::focusName()

@@ -35,6 +35,9 @@ Q_SIGNALS:
     void didChange();
     void wantsTrials();
 
+protected:
+    bool event(QEvent *event) override;
+
 private:
     void addReaction(const VXTriggerChange::Reaction &reaction);
     void showReactorMenu();

@@ -262,6 +262,11 @@ QStringList VXConversationView::receivers() const
     return _isNew ? VXUnpackPhonebookStrings(_to->phonebookStrings(), true) : QStringList{_party};
 }
 
+bool VXConversationView::isTyping() const
+{
+    return !_composer->text().isEmpty() && _composer->isAncestorOf(QApplication::focusWidget());
+}
+
 void VXConversationView::focusText()
 {
     _composer->focusText();

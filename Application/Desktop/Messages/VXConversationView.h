@@ -35,6 +35,8 @@ public:
     /** Shows that nothing is selected. */
     void setNone();
     bool isNew() const { return _isNew; }
+    /** Whether there is text that is being typed on. */
+    bool isTyping() const;
     /** The phonebook strings of the recipients. */
     QStringList receivers() const;
     void focusText();

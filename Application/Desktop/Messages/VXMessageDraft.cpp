@@ -52,13 +52,10 @@ VXMessageDraft VXMessageDraft::read(const QString &key)
 
 void VXMessageDraft::keep(const QString &key) const
 {
-    QVariantMap values;
-    if (!text.isEmpty())
-        values.insert(textKey, text);
-    if (!receivers.isEmpty())
-        values.insert(receiversKey, receivers);
     QVariant kept;
-    if (!values.isEmpty()) // the text alone, as it has always been kept for conversations
-        kept = receivers.isEmpty() ? QVariant(text) : QVariant(values);
+    if (!receivers.isEmpty())
+        kept = QVariantMap{{textKey, text}, {receiversKey, receivers}};
+    else if (!text.isEmpty()) // the text alone, as it has always been kept for conversations
+        kept = text;
     VXUserDefaults::standardUserDefaults().setObject(kept, key);
 }

@@ -95,7 +95,12 @@ VXMessagesSection::VXMessagesSection(QWidget *parent)
     showBeside(_pane, _view);
 
     connect(_pane, &VXListPane::searchDidChange, this, &VXMessagesSection::showFolder);
-    connect(_pane, &VXListPane::chosen, this, &VXMessagesSection::showRow);
+    connect(_pane, &VXListPane::chosen, this, [this](int row) {
+        if (!_pane->isChosenByRemoval() || !_view->isTyping())
+            return showRow(row);
+        QMetaObject::invokeMethod( // what is typed on would go to somebody else
+            this, [this] { _pane->list()->setCurrentIndex({}); }, Qt::QueuedConnection);
+    });
     connect(_pane, &VXListPane::activated, this, [this] {
         look();
         _view->focusText();
@@ -208,7 +213,7 @@ void VXMessagesSection::listWasRead(int count)
     else
         _pane->placeholder()->setContents(u"inbox"_s, VXText("This folder is empty"), {});
     _pane->setIsEmpty(count == 0 && (isSearched || !isReading));
-    if (count == 0 && !_view->isNew())
+    if (count == 0 && !_view->isNew() && !_view->isTyping())
         _view->setNone();
     _wasSearched = _wasSearched || isSearched;
     if (count == 0 || _view->isNew())
@@ -220,6 +225,8 @@ void VXMessagesSection::listWasRead(int count)
         return;
     }
     const int row = shownModel() == _conversations ? _conversations->rowOfConversation(_shownConversation) : 0;
+    if (_view->isTyping() && (row < 0 || shownModel() != _conversations))
+        return; // its conversation or message has been removed
     const QScopedValueRollback afterSearch(_isAfterSearch, wasSearched && !isSearched);
     _pane->choose(std::max(0, row));
 }

@@ -58,6 +58,9 @@ VXListPane::VXListPane(const QString &searchHint, const QString &listName, QWidg
 
 void VXListPane::setModel(QAbstractItemModel *model)
 {
+    // Told before the list, which then goes on to the neighbour.
+    connect(model, &QAbstractItemModel::rowsAboutToBeRemoved, this, &VXListPane::beginRemoval, Qt::UniqueConnection);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &VXListPane::endRemoval, Qt::UniqueConnection);
     _list->setModel(model);
     connect(_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex &now) { Q_EMIT chosen(now.row()); });

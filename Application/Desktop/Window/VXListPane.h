@@ -30,6 +30,8 @@ public:
     void setIsEmpty(bool flag);
     /** Selects a row as a click does; the first row if none is selected. */
     void choose(int row);
+    /** While `chosen` is emitted: whether the row is only the neighbour of one that the model is removing. */
+    bool isChosenByRemoval() const { return _isRemoving; }
 
 Q_SIGNALS:
     void searchDidChange(const QString &text);
@@ -38,10 +40,14 @@ Q_SIGNALS:
     void activated(int row);
 
 private:
+    void beginRemoval() { _isRemoving = true; }
+    void endRemoval() { _isRemoving = false; }
+
     VXSearchField *_search;
     QListView *_list;
     VXEmptyState *_empty;
     QStackedWidget *_stack;
     QBoxLayout *_topRow;
     QBoxLayout *_secondRow;
+    bool _isRemoving = false;
 };

@@ -1,14 +1,19 @@
 #include "VXConversationView.h"
+#include "VXDataManager.h"
 #include "VXDesktopOpener.h"
 #include "VXDesktopTesting.h"
 #include "VXEmptyState.h"
 #include "VXListPane.h"
 #include "VXMainWindow.h"
+#include "VXManagedObjectContext.h"
+#include "VXPersistentStoreCoordinator.h"
 #include "VXPhonebookTokenField.h"
 #include "VXTriggerEditor.h"
 
 #include <QtTest/QTest>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QListView>
 #include <QtWidgets/QPlainTextEdit>
 
 using namespace Qt::StringLiterals;
@@ -184,4 +189,62 @@ TEST_F(VXDesktopDraftsTest, theEditorFollowsOthersAndWritesOnlyWhatWasChangedInI
     EXPECT_TRUE(VXRunUntil([&] { return automations.section.undoStack().index() == 3; }));
     automations.section.undoStack().undo();
     EXPECT_EQ(stored(), (QStringList{u"A"_s, u"C off"_s}));
+}
+
+TEST_F(VXDesktopDraftsTest, whatIsTypedOnStaysWithWhatOthersHaveRemoved)
+{
+    for (const QString &number : {u"<+15550188>"_s, u"<+15550199>"_s})
+        insert(u"messages"_s, u"VXMessage"_s, {{u"text"_s, u"Hi"_s}, {u"from"_s, number}, {u"direction"_s, 1}});
+    VXMainWindow window;
+    window.show();
+    window.activateWindow();
+    Messages messages{.window = window};
+    const QAbstractItemModel &list = *window.section(u"messages"_s)->findChild<VXListPane *>()->list()->model();
+    ASSERT_TRUE(VXRunUntil([&] { return list.rowCount() == 2; }));
+    messages.open(u"sms:+15550199"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return messages.text.hasFocus(); }));
+    QTest::keyClicks(&messages.text, u"for"_s);
+    {
+        const auto coordinator = VXDataManager::sharedDataManager().sharedCoordinatorForDataStore(u"messages"_s);
+        VXManagedObjectContext context(coordinator);
+        VXFetchRequest request(*coordinator->model().entityForName(u"VXMessage"_s));
+        request.predicate = *VXPredicate::predicateWithFormat(u"conversation CONTAINS '0199'"_s);
+        const auto found = context.executeFetchRequest(request);
+        ASSERT_EQ(found->size(), 1);
+        context.deleteObject(found->first());
+        ASSERT_TRUE(context.save());
+    }
+    ASSERT_TRUE(VXRunUntil([&] { return list.rowCount() == 1; }));
+    QTest::keyClicks(&messages.text, u" you"_s);
+    messages.expect(u"<+15550199>"_s, u"for you"_s);
+}
+
+TEST_F(VXDesktopDraftsTest, anAutomationIsBroughtBackOnceAndNeverTakesTheNameOfAnother)
+{
+    Automations automations;
+    for (const QString &name : {u"A"_s, u"B"_s}) {
+        automations.section.makeNew();
+        automations.type(name);
+        automations.react(notice);
+    }
+    automations.type(u"2"_s);
+    automations.section.remove();
+    EXPECT_EQ(stored(), QStringList{u"A"_s});
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"B2"_s}));
+    automations.section.undoStack().undo();
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"B"_s}));
+
+    automations.window.activateWindow();
+    automations.window.showSection(u"automations"_s);
+    automations.section.edit();
+    ASSERT_TRUE(VXRunUntil([&] { return automations.editor.isAncestorOf(QApplication::focusWidget()); }));
+    ASSERT_EQ(automations.name(), u"B"_s);
+    const auto store = VXTriggerStore::open();
+    store->remove(store->triggerWithID(u"B"_s));
+    ASSERT_TRUE(store->save());
+    EXPECT_TRUE(VXRunUntil([&] { return !automations.editor.isVisible(); }));
+    QTest::keyClicks(QApplication::focusWidget(), u"x"_s);
+    EXPECT_TRUE(automations.section.commit());
+    EXPECT_EQ(stored(), QStringList{u"A"_s});
 }
