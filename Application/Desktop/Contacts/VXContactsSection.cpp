@@ -1,6 +1,7 @@
 #include "VXContactsSection.h"
 
 #include "VXApplication.h"
+#include "VXCardFile.h"
 #include "VXContactCard.h"
 #include "VXContactFiles.h"
 #include "VXContactMergeEdit.h"
@@ -9,7 +10,6 @@
 #include "VXContactsRemoval.h"
 #include "VXContactWriter.h"
 #include "VXDataManager.h"
-#include "VXDesktopOpener.h"
 #include "VXDesktopText.h"
 #include "VXEmailAddress.h"
 #include "VXEmptyState.h"
@@ -359,7 +359,7 @@ void VXContactsSection::importItems()
 {
     VXOpenPanel panel;
     panel.message = VXText("Import contacts from a vCard file");
-    panel.shouldShowFilename = &VXDesktopOpener::isCard;
+    panel.shouldShowFilename = &VXIsCardFile;
     const VXPanelResult chosen = VXApplication::sharedApplication().userInterface().runOpenPanel(panel);
     if (!chosen.path.isNull())
         importFiles({chosen.path});

@@ -2,15 +2,14 @@
 
 #include "VXApplication.h"
 #include "VXDataManager.h"
+#include "VXDesktopSettings.h"
 #include "VXDesktopText.h"
 #include "VXDevicePlugin.h"
 #include "VXDeviceTransformer.h"
 #include "VXDeviceURL.h"
-#include "VXNewsNotices.h"
 #include "VXPluginManager.h"
 #include "VXTextLabel.h"
 #include "VXThemeManager.h"
-#include "VXTray.h"
 #include "VXUserDefaults.h"
 
 #include <QtCore/QDirIterator>
@@ -21,6 +20,7 @@
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QFormLayout>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QSystemTrayIcon>
 
 using namespace Qt::StringLiterals;
 
@@ -107,11 +107,11 @@ QWidget *VXMakeGeneralPage()
     form->addRow(VXText("Appearance"), look);
     form->addRow(VXText("Names are shown as"), names);
     column->addLayout(form);
-    column->addWidget(makeSwitch(VXText("Tell of calls and messages that come in"), VXNewsNotices::tellsKey));
+    column->addWidget(makeSwitch(VXText("Tell of calls and messages that come in"), VXDesktopSettings::tellsNewsKey));
     QCheckBox *const keepsRunning =
-        makeSwitch(VXText("Keep running in the tray when the window is closed"), VXTray::keepsRunningKey);
+        makeSwitch(VXText("Keep running in the tray when the window is closed"), VXDesktopSettings::keepsRunningKey);
     column->addWidget(keepsRunning);
-    if (!VXTray::isThereOne()) {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         keepsRunning->setEnabled(false);
         addNote(column, VXText("This desktop has no tray."));
     }

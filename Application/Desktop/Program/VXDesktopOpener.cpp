@@ -1,6 +1,7 @@
 #include "VXDesktopOpener.h"
 
 #include "VXApplication.h"
+#include "VXCardFile.h"
 #include "VXDataPlugin.h"
 #include "VXDesktopText.h"
 #include "VXErrorDomain.h"
@@ -14,7 +15,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtCore/QMimeDatabase>
 #include <QtCore/QUrl>
 #include <QtCore/QUrlQuery>
 
@@ -44,12 +44,6 @@ VXDesktopOpener::Message VXDesktopOpener::messageOf(const QString &url)
     }
     message.text = QUrlQuery(parsed).queryItemValue(u"body"_s, QUrl::FullyDecoded);
     return message;
-}
-
-// As file managers see it, which hand over what the program's desktop file names.
-bool VXDesktopOpener::isCard(const QString &path)
-{
-    return QMimeDatabase().mimeTypeForFile(path).inherits(u"text/vcard"_s);
 }
 
 void VXDesktopOpener::open(const QStringList &uris)
@@ -104,7 +98,7 @@ void VXDesktopOpener::openFile(const QString &named, QStringList &cards)
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (!QFileInfo::exists(path))
         fail(VXText("“%1” is not there.").arg(path), {});
-    else if (isCard(path))
+    else if (VXIsCardFile(path))
         cards.append(path);
     else if (suffix == "vxplugin"_L1)
         installPlugin(path);

@@ -25,9 +25,6 @@ public:
     };
     [[nodiscard]] static Message messageOf(const QString &url);
 
-    /** Whether the file is a vCard, by its name, or by its contents if the name does not tell. */
-    [[nodiscard]] static bool isCard(const QString &path);
-
 private:
     void openOne(const QString &uri, QStringList &cards);
     void call(const QString &number);

@@ -1,6 +1,7 @@
 #include "VXNewsNotices.h"
 
 #include "VXAvatar.h"
+#include "VXDesktopSettings.h"
 #include "VXDesktopText.h"
 #include "VXDeviceTransformer.h"
 #include "VXEvent.h"
@@ -16,8 +17,6 @@
 #include "VXUserDefaults.h"
 
 using namespace Qt::StringLiterals;
-
-const QString VXNewsNotices::tellsKey = u"desktop.tells_news"_s;
 
 namespace {
 
@@ -88,7 +87,7 @@ VXNewsNotices::~VXNewsNotices() = default;
 
 void VXNewsNotices::tell(const News &news)
 {
-    if (!VXUserDefaults::standardUserDefaults().boolForKey(tellsKey))
+    if (!VXUserDefaults::standardUserDefaults().boolForKey(VXDesktopSettings::tellsNewsKey))
         return;
     if (news.event == "incoming_call"_L1)
         tellOfCall(VXCallRecord(news.object), news.step, news);

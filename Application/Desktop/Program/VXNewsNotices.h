@@ -21,9 +21,6 @@ class VXNewsNotices : public QObject
     Q_OBJECT
 
 public:
-    /** User default: whether anything is reported; true unless the user has changed it. */
-    static const QString tellsKey;
-
     /** Notifications are sent over that bus. */
     explicit VXNewsNotices(VXMainWindow &window, const QDBusConnection &bus = QDBusConnection::sessionBus());
     ~VXNewsNotices() override;

@@ -1,4 +1,5 @@
 #include "VXDesktopOpener.h"
+#include "VXCardFile.h"
 
 #include "VXTesting.h"
 
@@ -35,6 +36,6 @@ TEST(VXDesktopOpenerTest, cardsAreKnownByTheirType)
     for (const QString &name : {u"a.vcf"_s, u"a.VCARD"_s, u"a.vct"_s, u"a.gcrd"_s, u"a.vxplugin"_s, u"a.txt"_s}) {
         QFile file(folder.filePath(name));
         EXPECT_TRUE(file.open(QFile::WriteOnly));
-        EXPECT_EQ(VXDesktopOpener::isCard(file.fileName()), !name.contains(u'x')) << name.toStdString();
+        EXPECT_EQ(VXIsCardFile(file.fileName()), !name.contains(u'x')) << name.toStdString();
     }
 }

@@ -1,4 +1,5 @@
 #include "VXNewsNotices.h"
+#include "VXDesktopSettings.h"
 
 #include "VXBusMock.h"
 #include "VXDesktopTesting.h"
@@ -70,7 +71,7 @@ TEST_F(VXNewsNoticesTest, aCallThatRingsShowsWhoItIsUntilItEnds)
     EXPECT_FALSE(isOnScreen());
     call(u"ended"_s, {{u"isMissed"_s, false}});
 
-    VXUserDefaults::standardUserDefaults().setObject(false, VXNewsNotices::tellsKey);
+    VXUserDefaults::standardUserDefaults().setObject(false, VXDesktopSettings::tellsNewsKey);
     call(u"ringing"_s);
     EXPECT_FALSE(isOnScreen());
 }

@@ -15,13 +15,9 @@ class VXTray : public QObject
     Q_OBJECT
 
 public:
-    /** User default: closing the window keeps the program running in the tray. */
-    static const QString keepsRunningKey;
-
     explicit VXTray(VXMainWindow &window);
     ~VXTray() override;
 
-    static bool isThereOne();
     /** True if there is a tray, and the user wants the program to keep running there. */
     static bool keepsRunning();
 

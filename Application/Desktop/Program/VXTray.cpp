@@ -1,5 +1,6 @@
 #include "VXTray.h"
 
+#include "VXDesktopSettings.h"
 #include "VXDesktopText.h"
 #include "VXMainWindow.h"
 #include "VXUserDefaults.h"
@@ -9,8 +10,6 @@
 #include <QtWidgets/QSystemTrayIcon>
 
 using namespace Qt::StringLiterals;
-
-const QString VXTray::keepsRunningKey = u"desktop.keeps_running"_s;
 
 // A visible icon appears by itself once the session gets a tray.
 VXTray::VXTray(VXMainWindow &window)
@@ -36,14 +35,10 @@ VXTray::VXTray(VXMainWindow &window)
 
 VXTray::~VXTray() = default;
 
-bool VXTray::isThereOne()
-{
-    return QSystemTrayIcon::isSystemTrayAvailable();
-}
-
 bool VXTray::keepsRunning()
 {
-    return VXUserDefaults::standardUserDefaults().boolForKey(keepsRunningKey) && isThereOne();
+    return VXUserDefaults::standardUserDefaults().boolForKey(VXDesktopSettings::keepsRunningKey) &&
+           QSystemTrayIcon::isSystemTrayAvailable();
 }
 
 void VXTray::updateText()
