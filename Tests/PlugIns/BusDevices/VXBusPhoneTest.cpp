@@ -92,9 +92,10 @@ VXDeviceAction::Ptr VXBusPhoneTest::perform(const QString &name, const QVariant 
     return action;
 }
 
-bool VXBusPhoneTest::succeeds(const QString &name, const QVariant &object) const
+testing::AssertionResult VXBusPhoneTest::succeeds(const QString &name, const QVariant &object) const
 {
-    return perform(name, object)->error().isNull();
+    const VXError error = perform(name, object)->error();
+    return error.isNull() ? testing::AssertionSuccess() : testing::AssertionFailure() << error.localizedText().toStdString();
 }
 
 QString VXBusPhoneTest::fateOfSending(const QString &number, const QString &text) const

@@ -30,7 +30,7 @@ protected:
     bool until(const std::function<bool()> &isSo) const;
     /** Begins, and waits for the end. */
     VXDeviceAction::Ptr perform(const QString &name, const QVariant &object = {}) const;
-    bool succeeds(const QString &name, const QVariant &object = {}) const;
+    testing::AssertionResult succeeds(const QString &name, const QVariant &object = {}) const;
     /** The `failure` of sending, null for none; "sent" when it worked. */
     QString fateOfSending(const QString &number, const QString &text) const;
 

@@ -97,6 +97,17 @@ protected:
     {
         return VXRunUntil([this] { return phone->isConnected(); }) || isReached();
     }
+    /** Until then it makes emergency calls only. */
+    static bool isRegisteredInTheEnd()
+    {
+        constexpr int registered = 8; // MM_MODEM_STATE_REGISTERED
+        return VXRunUntil([] {
+            const QDBusMessage state = call(VXModemNames::service, VXModemNames::root + u"/Modem/0"_s,
+                                            u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                                            {VXModemNames::modem, u"State"_s});
+            return state.arguments().value(0).value<QDBusVariant>().variant().toInt() >= registered;
+        });
+    }
 };
 
 TEST_F(VXModemManagerTest, UsesAModemFromItsFindingToItsEnd)
@@ -150,6 +161,7 @@ TEST_F(VXModemManagerTest, MakesAndTakesCalls)
     EXPECT_EQ(events.last(), u"incoming_call ended +491705"_s);
 
     events.clear();
+    ASSERT_TRUE(isRegisteredInTheEnd());
     ASSERT_TRUE(succeeds(u"dial"_s, u"+49 171"_s));
     EXPECT_TRUE(obeyed("dialled +49171"));
     happen(u"taken"_s);
