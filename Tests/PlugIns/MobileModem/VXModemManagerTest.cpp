@@ -98,10 +98,10 @@ protected:
         return VXRunUntil([this] { return phone->isConnected(); }) || isReached();
     }
     /** Until then it makes emergency calls only. */
-    static bool isRegisteredInTheEnd()
+    bool isRegisteredInTheEnd() const
     {
         constexpr int registered = 8; // MM_MODEM_STATE_REGISTERED
-        return VXRunUntil([] {
+        return until([] {
             const QDBusMessage state = call(VXModemNames::service, VXModemNames::root + u"/Modem/0"_s,
                                             u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
                                             {VXModemNames::modem, u"State"_s});
