@@ -210,6 +210,13 @@ VXFilterVerdict applyFilter(const VXManagedObject &trigger, const QVariant &obje
 
 } // namespace
 
+QString VXProblemOfPatterns(const VXPredicate &predicate)
+{
+    return predicate.kind() == VXPredicate::Kind::Comparison
+               ? patternProblem(predicate)
+               : firstProblem(predicate.subpredicates(), VXProblemOfPatterns);
+}
+
 VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVariant &object)
 {
     try {

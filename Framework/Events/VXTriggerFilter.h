@@ -29,6 +29,9 @@ struct VXFilterVerdict
  */
 VX_EXPORT VXFilterVerdict VXApplyTriggerFilter(const VXManagedObject &trigger, const QVariant &object);
 
+/** Why a regular expression in the predicate cannot be used; null when all can. Any thread. */
+VX_EXPORT QString VXProblemOfPatterns(const VXPredicate &predicate);
+
 /**
  * For a filter that rejected an object: a key that it needs and the object lacks, which may be the reason; null for
  * none.

@@ -7,6 +7,7 @@
 #include "VXPluginManager.h"
 #include "VXReactorPlugin.h"
 #include "VXSmartFilter.h"
+#include "VXTriggerFilter.h"
 
 #include <QtCore/QUrl>
 
@@ -56,7 +57,7 @@ QString problemOfFilter(const QString &text)
         return error.localizedText();
     const QStringList variables = predicate->variables();
     return variables.isEmpty()
-               ? QString()
+               ? VXProblemOfPatterns(*predicate)
                : VXLocalizedString(u"The variable \"%1\" of the filter has no value."_s).arg(variables.constFirst());
 }
 
@@ -91,7 +92,7 @@ std::optional<QList<VXTrigger>> VXTriggerStore::triggers(const QString &event, V
     return triggers;
 }
 
-VXTrigger VXTriggerStore::triggerWithID(const QString &text) const
+VXTrigger VXTriggerStore::triggerWithID(const QString &text, VXError *error) const
 {
     const VXPersistentStoreCoordinator &coordinator = *_context.persistentStoreCoordinator();
     const VXEntityDescription &entity = triggerEntity(_context);
@@ -109,10 +110,12 @@ VXTrigger VXTriggerStore::triggerWithID(const QString &text) const
         if (found)
             return VXTrigger(found);
     }
-    QList<VXTrigger> named = triggers().value_or(QList<VXTrigger>());
+    QList<VXTrigger> named = triggers({}, error).value_or(QList<VXTrigger>());
     named.removeIf([&](const VXTrigger &trigger) {
         return text.isEmpty() || trigger.userName().compare(text, Qt::CaseInsensitive) != 0;
     });
+    if (named.size() > 1)
+        refuse(error, VXLocalizedString(u"%1 triggers are called \"%2\"."_s).arg(named.size()).arg(text));
     return named.size() == 1 ? named.first() : VXTrigger();
 }
 

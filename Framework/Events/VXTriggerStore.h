@@ -37,8 +37,9 @@ public:
 
     /** Sorted by event, and in the order in which they run; of all events if `event` is null. Empty on failure. */
     std::optional<QList<VXTrigger>> triggers(const QString &event = {}, VXError *error = nullptr) const;
-    /** Finds a trigger by "p3", "3", its whole URI, or a name that only one trigger has. Null when there is none. */
-    VXTrigger triggerWithID(const QString &text) const;
+    /** Finds a trigger by "p3", "3", its whole URI, or a name that only one trigger has. Null when there is none; with an
+     *  error when several have the name, or the triggers cannot be read. */
+    VXTrigger triggerWithID(const QString &text, VXError *error = nullptr) const;
 
     /** Adds a trigger that runs after the others of its event. Null, with the reason, when it is refused. */
     VXTrigger add(const VXTriggerChange &change, VXError *error = nullptr);

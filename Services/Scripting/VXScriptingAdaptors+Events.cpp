@@ -139,9 +139,11 @@ void VXEventsAdaptor::TestTrigger(const QString &id, const QVariantMap &object, 
 {
     result = _calls.serve(call, [&] {
         const std::unique_ptr<VXTriggerStore> store = openTriggers();
-        const VXTrigger trigger = store->triggerWithID(id);
+        VXError error;
+        const VXTrigger trigger = store->triggerWithID(id, &error);
         if (trigger.isNull())
-            throw VXScriptingFault{u"NotFound"_s, u"there is no trigger \"%1\""_s.arg(id)};
+            throw VXScriptingFault{u"NotFound"_s,
+                                   error ? error.localizedText() : u"there is no trigger \"%1\""_s.arg(id)};
         const VXTriggerTrial trial = VXTriggerTrial::of(trigger, objectFromDBus(object));
         QStringList running;
         for (const VXTriggerTrial::Reaction &reaction : trial.reactions) {

@@ -102,7 +102,7 @@ TEST_F(HostTriggersTest, ShowsEditsMovesAndCopies)
 
     EXPECT_EQ(triggers("copy one").status, 0);
     EXPECT_EQ(names(), QStringList({u"one"_s, u"two"_s, u"three"_s, u"one"_s}));
-    EXPECT_EQ(triggers("show one").status, 1); // two have that name
+    EXPECT_THAT(triggers("show one").errors, HasSubstr("2 triggers are called \"one\""));
     EXPECT_EQ(triggers("edit p4 --name four --no-filter --event pong").status, 0);
     EXPECT_EQ(triggers({"edit", "two", "--reactor", table}).status, 1); // which needs a file
     const QJsonObject copy = json("show four").object();
@@ -159,6 +159,7 @@ TEST_F(HostTriggersTest, RefusesWhatMakesNoTrigger)
         {whole + QStringList{u"--option"_s, u"=b"_s}, 2, "not of the form KEY=VALUE"},
         {whole + QStringList{u"--filter"_s, u"from =="_s}, 2, "--filter: The predicate cannot be read."},
         {whole + QStringList{u"--filter"_s, u"from == $WHO"_s}, 1, "The variable \"WHO\" of the filter has no value."},
+        {whole + QStringList{u"--filter"_s, u"a == 1 OR NOT from MATCHES '['"_s}, 1, "\"[\" is no regular expression"},
         {event + QStringList{u"--reactor"_s, u"org.example.none"_s}, 1, "there is no reactor \"org.example.none\""},
         {event + QStringList{u"--reactor"_s, u"com.halvern.VNX2.plugin.calls"_s}, 1,
          "Calls (com.halvern.VNX2.plugin.calls) is no reactor"},

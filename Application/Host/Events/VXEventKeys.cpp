@@ -114,14 +114,14 @@ QStringList fieldsIn(const QString &text, QString *problem)
 
 QStringList VXKeysOfEvent(const QString &event)
 {
-    static const QStringList ofBoth{u"direction"_s, u"from"_s, u"to"_s,         u"device_url"_s, u"contact"_s,
-                                    u"who"_s,       u"date"_s, u"event_date"_s, u"state"_s};
+    static const QStringList ofBoth{u"direction"_s, u"from"_s, u"to"_s,   u"device_url"_s,
+                                    u"contact"_s,   u"who"_s,  u"date"_s, u"event_date"_s};
     static const QStringList ofCalls =
         ofBoth + QStringList{u"connectedDate"_s, u"duration"_s, u"isMissed"_s, u"call_id"_s};
     static const QStringList ofMessages =
-        ofBoth + QStringList{u"text"_s,        u"url"_s,       u"isComplete"_s, u"partCount"_s,    u"partNumber"_s,
-                             u"reference"_s,   u"kind"_s,      u"number"_s,     u"folder"_s,       u"isInbox"_s,
-                             u"isDecodable"_s, u"locations"_s, u"memory"_s,     u"serviceCentre"_s};
+        ofBoth + QStringList{u"text"_s,        u"url"_s,       u"isComplete"_s, u"partCount"_s,     u"partNumber"_s,
+                             u"reference"_s,   u"kind"_s,      u"number"_s,     u"folder"_s,        u"isInbox"_s,
+                             u"isDecodable"_s, u"locations"_s, u"memory"_s,     u"serviceCentre"_s, u"state"_s};
     if (event == "incoming_call"_L1 || event == "outgoing_call"_L1)
         return ofCalls;
     return event == "new_message"_L1 ? ofMessages : QStringList();

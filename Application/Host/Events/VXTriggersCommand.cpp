@@ -317,7 +317,9 @@ int runTriggers(VXHostContext &context)
             return context.output.fail(VXErrorText(error));
         if (verb.run != nullptr)
             return verb.run(context, *triggers);
-        VXTrigger trigger = triggers->triggerWithID(options.operand(1));
+        VXTrigger trigger = triggers->triggerWithID(options.operand(1), &error);
+        if (error)
+            return context.output.fail(VXErrorText(error));
         if (trigger.isNull())
             return context.output.fail(
                 u"there is no trigger \"%1\"; \"vornix triggers\" shows those there are"_s.arg(options.operand(1)));
