@@ -1,6 +1,7 @@
 #include "VXReactionOutcomeState.h"
 
 #include "VXFramework.h"
+#include "VXGuard.h"
 
 #include <algorithm>
 #include <utility>
@@ -24,6 +25,13 @@ struct OpenOutcomes
         return *open;
     }
 };
+
+// Guarded: one that throws must keep neither the others from being cancelled nor the program from ending.
+void callCancelHandler(const std::function<void()> &handler)
+{
+    if (handler)
+        VXGuard([&] { return VXDescribeCode(u"The cancel handler of a reaction"_s, handler.target_type()); }, handler);
+}
 
 } // namespace
 
@@ -110,7 +118,7 @@ void State::setCancelHandler(std::function<void()> handler)
             return;
         }
     }
-    handler();
+    callCancelHandler(handler);
 }
 
 void State::cancel()
@@ -121,6 +129,5 @@ void State::cancel()
         _isCancelled = true;
         handler = std::exchange(_cancelHandler, nullptr);
     }
-    if (handler)
-        handler();
+    callCancelHandler(handler);
 }

@@ -84,6 +84,10 @@ void *VXBundle::codeHandle(VXError *error)
     // The loader itself ensures that code is loaded only once, even by concurrent calls. What comes with the program was linked with
     // all that it calls, and calls little of that at the start; what others have built may lack something, and that is told here.
     const bool isProgram = isRunningProgram(path);
+    if (const QFileInfo file(path); file.exists() && !file.isFile()) { // the loader would wait for a pipe for ever
+        VXSetError(error, loadError(u"It is no plain file."_s, path));
+        return nullptr;
+    }
     const int binding = path.startsWith(mainBundle()->bundlePath() + u'/') ? RTLD_LAZY : RTLD_NOW;
     void *const handle =
         ::dlopen(isProgram ? nullptr : QFile::encodeName(path).constData(), binding | RTLD_LOCAL | RTLD_NODELETE);
