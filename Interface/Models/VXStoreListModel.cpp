@@ -21,24 +21,44 @@ constexpr qsizetype refreshedPages = 3;   // around those that are shown; of a n
 
 } // namespace
 
-/** The result of a refresh: the number of rows, and the pages around those shown; the order of the first rows if some
- *  selected ones are elsewhere. */
+/** The result of a refresh: the number of rows, and the pages around those shown; the order of the first rows, or of
+ *  all, if some selected ones are elsewhere. */
 struct VXStoreListModel::Refresh
 {
     qsizetype count = 0;
     QMap<qsizetype, Page> pages = {};
     QList<VXManagedObjectID> order = {};
+    QHash<VXManagedObjectID, int> places = {}; // of both
 
-    QHash<VXManagedObjectID, int> places() const
+    void placePages()
     {
-        QHash<VXManagedObjectID, int> places;
-        for (qsizetype row = 0; row < order.size(); ++row)
-            places.insert(order[row], static_cast<int>(row));
         for (auto page = pages.cbegin(); page != pages.cend(); ++page) {
             for (qsizetype place = 0; place < page->size(); ++place)
                 places.insert(page->at(place).objectID, static_cast<int>(page.key() * pageSize + place));
         }
-        return places;
+    }
+    void placeOrder()
+    {
+        places.reserve(order.size());
+        for (qsizetype row = 0; row < order.size(); ++row)
+            places.insert(order[row], static_cast<int>(row));
+        placePages();
+    }
+};
+
+/** What is known of the objects in rows, at one time. */
+struct VXStoreListModel::Known
+{
+    QHash<qsizetype, Page> pages = {};
+    QHash<int, VXManagedObjectID> held = {};
+    QList<VXManagedObjectID> order = {};
+
+    VXManagedObjectID at(int row) const
+    {
+        if (row < order.size())
+            return order[row];
+        const Page page = pages.value(row / pageSize);
+        return row % pageSize < page.size() ? page[row % pageSize].objectID : held.value(row);
     }
 };
 
@@ -71,10 +91,11 @@ void VXStoreListModel::setQuery(const VXListQuery &query)
     _query = query;
     _pages.clear();
     _held.clear();
+    _order.clear();
     _askedFor.clear();
     _count = 0;
     _lastShown = 0;
-    _isRefreshing = _isRefreshDue = false;
+    _isRefreshing = _isRefreshDue = _isReadingOrder = false;
     _watch.reset();
     _isReading = query.coordinator != nullptr;
     endResetModel();
@@ -162,7 +183,9 @@ void VXStoreListModel::multiData(const QModelIndex &index, QModelRoleDataSpan ro
 VXManagedObjectID VXStoreListModel::objectIDAt(int row) const
 {
     const VXListRow *const found = rowAt(row);
-    return found == nullptr ? _held.value(row) : found->objectID;
+    if (found != nullptr)
+        return found->objectID;
+    return row >= 0 && row < _order.size() ? _order[row] : _held.value(row);
 }
 
 std::optional<QList<VXManagedObjectID>> VXStoreListModel::objectIDsOf(const QModelIndexList &rows, VXError *error) const
@@ -173,25 +196,92 @@ std::optional<QList<VXManagedObjectID>> VXStoreListModel::objectIDsOf(const QMod
     if (std::ranges::none_of(ids, &VXManagedObjectID::isNull))
         return ids;
     const auto all = VXListReader(_query).objectIDs(0, error);
-    if (!all || all->size() != _count)
+    if (!all || !isOrderOfRows(*all))
         return std::nullopt;
-    for (const auto &[row, objectID] : knownObjects().asKeyValueRange()) {
-        if (!(all->value(row) == objectID))
-            return std::nullopt;
-    }
     for (qsizetype i = 0; i < ids.size(); ++i)
         ids[i] = all->value(rows[i].row());
     return ids;
 }
 
-QHash<int, VXManagedObjectID> VXStoreListModel::knownObjects() const
+// As far as they are known.
+bool VXStoreListModel::isOrderOfRows(const QList<VXManagedObjectID> &order) const
 {
-    QHash<int, VXManagedObjectID> known = _held;
+    if (order.size() != _count)
+        return false;
     for (const qsizetype index : _pages.keys()) {
-        for (qsizetype place = 0; const VXListRow &row : *_pages.object(index))
-            known.insert(static_cast<int>(index * pageSize + place++), row.objectID);
+        for (qsizetype row = index * pageSize; const VXListRow &each : *_pages.object(index)) {
+            if (!(order.value(row++) == each.objectID))
+                return false;
+        }
     }
+    for (const auto &[row, objectID] : _held.asKeyValueRange()) {
+        if (!(order.value(row) == objectID))
+            return false;
+    }
+    return true;
+}
+
+VXStoreListModel::Known VXStoreListModel::knownNow() const
+{
+    Known known{.held = _held, .order = _order};
+    for (const qsizetype index : _pages.keys())
+        known.pages.insert(index, *_pages.object(index));
     return known;
+}
+
+// -- What is selected
+
+void VXStoreListModel::followSelection(QItemSelectionModel *selection)
+{
+    if (_selection)
+        _selection->disconnect(this);
+    _selection = selection;
+    connect(selection, &QItemSelectionModel::selectionChanged, this, &VXStoreListModel::noteSelected);
+    noteSelected();
+}
+
+void VXStoreListModel::noteSelected()
+{
+    if (_isTakingRows || !_selection)
+        return;
+    if (holdSelected())
+        _order.clear();
+    else if (_order.isEmpty() && !_isReadingOrder)
+        readOrder();
+}
+
+// False when some are not read.
+bool VXStoreListModel::holdSelected()
+{
+    QHash<int, VXManagedObjectID> held;
+    if (const int current = _selection->currentIndex().row(); !objectIDAt(current).isNull())
+        held.insert(current, objectIDAt(current));
+    for (const QItemSelectionRange &range : _selection->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            const VXListRow *const read = rowAt(row);
+            const VXManagedObjectID objectID = read != nullptr ? read->objectID : _held.value(row);
+            if (objectID.isNull())
+                return false;
+            held.insert(row, objectID);
+        }
+    }
+    _held = held;
+    return true;
+}
+
+void VXStoreListModel::readOrder()
+{
+    if (!_reader || _isReading)
+        return;
+    _isReadingOrder = true;
+    const auto work = [](const VXListReader &reader, const auto &, VXError *error) {
+        return reader.objectIDs(0, error);
+    };
+    read(work, [](VXStoreListModel &model, const std::optional<QList<VXManagedObjectID>> &order) {
+        model._isReadingOrder = false;
+        if (order && model.isOrderOfRows(*order) && model._selection && !model.holdSelected())
+            model._order = *order;
+    });
 }
 
 int VXStoreListModel::rowOfObject(const VXManagedObjectID &objectID) const
@@ -236,12 +326,13 @@ void VXStoreListModel::refresh()
     _isRefreshing = true;
     const qsizetype first = std::max<qsizetype>(0, _lastShown - refreshedPages / 2);
     const qsizetype pages = _isReading ? 1 : refreshedPages;
-    QSet<VXManagedObjectID> held;
+    QSet<VXManagedObjectID> held(_held.cbegin(), _held.cend());
     for (const QModelIndex &each : persistentIndexList())
         held.insert(objectIDAt(each.row()));
     held.remove({});
-    const auto work = [first, pages, held](VXListReader &reader, const auto &isWanted,
-                                           VXError *error) -> std::optional<Refresh> {
+    const bool needsAll = !_order.isEmpty() || _isReadingOrder;
+    const auto work = [first, pages, held, needsAll](VXListReader &reader, const auto &isWanted,
+                                                     VXError *error) -> std::optional<Refresh> {
         if (!reader.begin(error))
             return std::nullopt;
         Refresh found;
@@ -262,13 +353,15 @@ void VXStoreListModel::refresh()
         if (!count)
             return std::nullopt;
         found.count = std::max(*count, end);
-        const auto places = found.places();
-        if (std::ranges::all_of(held, [&places](const auto &each) { return places.contains(each); }))
+        found.placePages();
+        const auto isPlaced = [&found](const VXManagedObjectID &each) { return found.places.contains(each); };
+        if (!needsAll && std::ranges::all_of(held, isPlaced))
             return found;
-        auto order = reader.objectIDs(mostOrdered, error);
+        auto order = reader.objectIDs(needsAll ? 0 : mostOrdered, error);
         if (!order)
             return std::nullopt;
         found.order = std::move(*order);
+        found.placeOrder();
         return found;
     };
     read(work, [](VXStoreListModel &model, const std::optional<Refresh> &found) {
@@ -283,36 +376,63 @@ void VXStoreListModel::refresh()
 void VXStoreListModel::takePages(const Refresh &refresh)
 {
     _pages.clear();
-    _held.clear();
     _askedFor.clear();
     for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend(); ++page)
         _pages.insert(page.key(), new Page(*page));
+}
+
+void VXStoreListModel::moveHeld(const Refresh &refresh)
+{
+    QHash<int, VXManagedObjectID> held;
+    for (const VXManagedObjectID &each : std::as_const(_held)) {
+        if (const int row = refresh.places.value(each, -1); row >= 0)
+            held.insert(row, each);
+    }
+    _held = held;
+    if (!_order.isEmpty()) // what was saved between the count and the order comes with the next refresh
+        _order = refresh.order.size() == refresh.count ? refresh.order : QList<VXManagedObjectID>();
+}
+
+// Whether all that is held, or current, stands where it stood.
+bool VXStoreListModel::isInPlace(const Refresh &refresh) const
+{
+    if (!_order.isEmpty() && _order != refresh.order)
+        return false;
+    for (const auto &[row, objectID] : _held.asKeyValueRange()) {
+        if (refresh.places.value(objectID, -1) != row)
+            return false;
+    }
+    return std::ranges::all_of(persistentIndexList(), [&](const auto &each) {
+        const VXManagedObjectID objectID = objectIDAt(each.row());
+        return objectID.isNull() || refresh.places.value(objectID, -1) == each.row();
+    });
 }
 
 // Selected rows follow their objects. One whose object is not known, or not found, is left without selection: it might be
 // another one's by now.
 void VXStoreListModel::takeRefresh(const Refresh &refresh)
 {
-    const QHash<VXManagedObjectID, int> places = refresh.places();
-    const QHash<int, VXManagedObjectID> known = knownObjects();
+    const QScopedValueRollback taking(_isTakingRows, true);
+    const Known known = knownNow();
     int changed = -1; // the first row with another object
     for (auto page = refresh.pages.cbegin(); page != refresh.pages.cend() && changed < 0; ++page) {
         for (qsizetype place = 0; place < page->size() && changed < 0; ++place) {
             const int row = static_cast<int>(page.key() * pageSize + place);
-            if (!(known.value(row) == page->at(place).objectID))
+            if (!(known.at(row) == page->at(place).objectID))
                 changed = row;
         }
     }
     const int before = static_cast<int>(_count);
     const int after = static_cast<int>(refresh.count);
     const int at = std::min(changed < 0 ? before : changed, std::min(before, after));
+    const bool isSame = changed < 0 && before == after && isInPlace(refresh);
     const bool isFirst = std::exchange(_isReading, false);
     const QScopedValueRollback following(_isFollowing, !isFirst);
 
     // Rows known to be gone are removed where they were, so that a view goes on to the next one; else at the end.
     int gone = 0;
-    while (at + gone < before && gone < before - after && known.contains(at + gone) &&
-           !places.contains(known.value(at + gone)))
+    while (at + gone < before && gone < before - after && !known.at(at + gone).isNull() &&
+           !refresh.places.contains(known.at(at + gone)))
         ++gone;
     const bool isRemovedHere = gone > 0 && gone == before - after;
     if (isRemovedHere) {
@@ -320,37 +440,34 @@ void VXStoreListModel::takeRefresh(const Refresh &refresh)
         _count = after;
         takePages(refresh);
         endRemoveRows();
-    } else if (after > before) {
-        beginInsertRows({}, before, after - 1);
-        _count = after;
+    }
+    moveHeld(refresh);
+    if (isSame) {
+        takePages(refresh);
+    } else {
+        // With a row more than there are: a selection of all rows would be left to whoever stands in them.
+        const int most = static_cast<int>(std::max<qsizetype>(after, _count)) + 1;
+        beginInsertRows({}, static_cast<int>(_count), most - 1);
+        _count = most;
         takePages(refresh);
         endInsertRows();
-    }
-    const auto objectBefore = [&](int row) { return known.value(isRemovedHere && row >= at ? row + gone : row); };
-    const bool isSame =
-        changed < 0 && before == after && std::ranges::all_of(persistentIndexList(), [&](const auto &each) {
-            const VXManagedObjectID objectID = objectBefore(each.row());
-            return objectID.isNull() || places.value(objectID, -1) == each.row();
-        });
-    if (!isSame)
         Q_EMIT layoutAboutToBeChanged();
-    takePages(refresh);
-    for (const QModelIndex &each : persistentIndexList()) {
-        const VXManagedObjectID objectID = objectBefore(each.row());
-        const int row = objectID.isNull() ? -1 : places.value(objectID, -1);
-        if (row >= 0 && rowAt(row) == nullptr)
-            _held.insert(row, objectID);
-        if (!isSame)
+        for (const QModelIndex &each : persistentIndexList()) {
+            const VXManagedObjectID objectID =
+                known.at(isRemovedHere && each.row() >= at ? each.row() + gone : each.row());
+            const int row = objectID.isNull() ? -1 : refresh.places.value(objectID, -1);
+            if (row >= 0 && rowAt(row) == nullptr && _order.isEmpty())
+                _held.insert(row, objectID);
             changePersistentIndex(each, row < 0 ? QModelIndex() : index(row));
-    }
-    if (!isSame)
+        }
         Q_EMIT layoutChanged();
-    if (after < _count) {
-        beginRemoveRows({}, after, static_cast<int>(_count) - 1);
+        beginRemoveRows({}, after, most - 1);
         _count = after;
         endRemoveRows();
     }
     if (_count > 0)
         Q_EMIT dataChanged(index(0), index(static_cast<int>(_count) - 1));
+    _isTakingRows = false;
+    noteSelected();
     Q_EMIT didRead();
 }

@@ -7,6 +7,8 @@
 #include <QtCore/QAbstractListModel>
 #include <QtCore/QCache>
 #include <QtCore/QHash>
+#include <QtCore/QItemSelectionModel>
+#include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtCore/QThread>
 
@@ -19,8 +21,9 @@ class VXStoreWatch;
 /**
  * A list of stored objects of any length: it counts them, and reads those that are shown, 200 at a time, on a thread of
  * its own; the 64 pages shown last are cached. It follows saves of other threads and processes: a selected row remains
- * selected, wherever it has moved, if it was read, and is then among the rows shown or the first 20,000; otherwise it leaves
- * the selection. Main thread.
+ * selected, wherever it has moved, if it is then among the rows shown or the first 20,000; otherwise it leaves the
+ * selection. While a selection has rows that are not read, the order of all is read, and kept for them, so that they
+ * follow, too; those that change before it is read leave the selection. Main thread.
  */
 class VX_INTERFACE_EXPORT VXStoreListModel : public QAbstractListModel
 {
@@ -38,6 +41,9 @@ public:
     /** Shows another query. Late results of the former one are dropped. A query without a coordinator is empty;
      *  one with it and without request or makeRow fails an assertion. */
     void setQuery(const VXListQuery &query);
+
+    /** The selection of the view that shows the list: what it has remains selected as said above. */
+    void followSelection(QItemSelectionModel *selection);
 
     /** True until the number of rows is known. */
     bool isReading() const { return _isReading; }
@@ -65,10 +71,17 @@ Q_SIGNALS:
 private:
     using Page = QList<VXListRow>;
     struct Refresh;
+    struct Known;
 
     const VXListRow *rowAt(int row) const;
-    QHash<int, VXManagedObjectID> knownObjects() const;
+    Known knownNow() const;
+    bool isOrderOfRows(const QList<VXManagedObjectID> &order) const;
+    void noteSelected();
+    bool holdSelected();
+    void readOrder();
     void takePages(const Refresh &refresh);
+    void moveHeld(const Refresh &refresh);
+    bool isInPlace(const Refresh &refresh) const;
     QVariant value(const VXListRow *row, int role) const;
     void askForPage(qsizetype index) const;
     void takePage(qsizetype index, const Page &rows);
@@ -85,7 +98,11 @@ private:
     // counts queries
     const std::shared_ptr<std::atomic<quint64>> _generation = std::make_shared<std::atomic<quint64>>(0);
     qsizetype _count = 0;
-    QHash<int, VXManagedObjectID> _held; // objects of rows that are selected and in no page
+    QPointer<QItemSelectionModel> _selection;
+    QHash<int, VXManagedObjectID> _held; // objects of rows that are selected, as far as they were read
+    QList<VXManagedObjectID> _order;     // of all rows, while some that are selected are not read
+    bool _isReadingOrder = false;
+    bool _isTakingRows = false;
     bool _isReading = false;
     bool _isFollowing = false;
     bool _isRefreshing = false;

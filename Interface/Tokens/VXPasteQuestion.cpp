@@ -3,6 +3,7 @@
 #include "VXInterface.h"
 #include "VXTextLabel.h"
 
+#include <QtCore/QLocale>
 #include <QtGui/QKeyEvent>
 #include <QtWidgets/QBoxLayout>
 #include <QtWidgets/QPushButton>
@@ -12,20 +13,19 @@
 using namespace Qt::StringLiterals;
 
 VXPasteQuestion::VXPasteQuestion(qsizetype count, std::function<void(bool isYes)> answered, QWidget &field)
-    : QFrame(&field), _answered(std::move(answered))
+    : QFrame(&field), _answered(std::move(answered)), _cancel(new QPushButton(VXInterfaceString(u"Cancel"_s)))
 {
     setProperty("vxSurface", u"card"_s);
-    auto *const text = new VXTextLabel(VXInterfaceString(u"Add %1 recipients?"_s).arg(count));
+    auto *const text = new VXTextLabel(VXInterfaceString(u"Add %1 recipients?"_s).arg(QLocale().toString(count)));
     text->setWordWrap(false);
     auto *const add = new QPushButton(VXInterfaceString(u"Add"_s));
-    auto *const cancel = new QPushButton(VXInterfaceString(u"Cancel"_s));
     auto *const row = new QHBoxLayout(this);
     row->setContentsMargins(12, 4, 6, 4);
     row->addWidget(text, 1);
-    row->addWidget(cancel);
+    row->addWidget(_cancel);
     row->addWidget(add);
     connect(add, &QPushButton::clicked, this, [this] { answer(true); });
-    connect(cancel, &QPushButton::clicked, this, [this] { answer(false); });
+    connect(_cancel, &QPushButton::clicked, this, [this] { answer(false); });
     setAccessibleName(text->text());
     place();
     show();
@@ -43,8 +43,9 @@ void VXPasteQuestion::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)
         answer(false);
-    else
-        QFrame::keyPressEvent(event);
+    else if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        answer(!_cancel->hasFocus());
+    event->accept(); // else it would go on to the field behind
 }
 
 void VXPasteQuestion::answer(bool isYes)

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+class QPushButton;
+
 /** Asks, inside a field, whether many addresses should be added. Deletes itself after the answer. */
 class VXPasteQuestion : public QFrame
 {
@@ -22,4 +24,5 @@ private:
     void answer(bool isYes);
 
     std::function<void(bool isYes)> _answered; // called once
+    QPushButton *const _cancel;
 };

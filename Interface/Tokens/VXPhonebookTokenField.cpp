@@ -106,10 +106,34 @@ QList<VXPhonebookToken> VXPhonebookTokenField::invalidTokens() const
 QString VXPhonebookTokenField::phonebookStrings()
 {
     commit();
+    return VXPackPhonebookStrings(tokenStrings());
+}
+
+QStringList VXPhonebookTokenField::tokenStrings() const
+{
     QStringList strings;
     for (const Token &token : tokens())
         strings.append(token.payload);
-    return VXPackPhonebookStrings(strings);
+    return strings;
+}
+
+QString VXPhonebookTokenField::typedText() const
+{
+    QStringList texts;
+    for (const Piece &piece : pieces()) {
+        if (!piece.token && !piece.text.trimmed().isEmpty())
+            texts.append(piece.text.trimmed());
+    }
+    return texts.join(", "_L1);
+}
+
+void VXPhonebookTokenField::setTypedText(const QString &text)
+{
+    QTextCursor cursor(document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(text, {});
+    setTextCursor(cursor);
+    document()->clearUndoRedoStacks();
 }
 
 void VXPhonebookTokenField::setPhonebookStrings(const QString &list)
@@ -175,11 +199,13 @@ int VXPhonebookTokenField::insertAddresses(QTextCursor &cursor, const QStringLis
 
 void VXPhonebookTokenField::tellOfChange()
 {
-    QStringList payloads;
-    for (const Token &token : tokens())
-        payloads.append(token.payload);
-    if (std::exchange(_told, payloads) != payloads)
+    const QStringList strings = tokenStrings();
+    const QString text = typedText();
+    const bool isOtherText = std::exchange(_toldText, text) != text;
+    if (std::exchange(_told, strings) != strings)
         Q_EMIT tokensDidChange();
+    else if (isOtherText)
+        Q_EMIT typedTextDidChange();
 }
 
 // -- What is typed

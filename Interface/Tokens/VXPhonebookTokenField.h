@@ -33,6 +33,12 @@ public:
     /** Replaces the contents; cannot be undone. */
     void setPhonebookStrings(const QString &list);
     QList<VXPhonebookToken> phonebookTokens() const;
+    /** The tokens' values, without what is typed. */
+    QStringList tokenStrings() const;
+    /** What is typed and not a token yet; null for nothing. */
+    QString typedText() const;
+    /** Adds text at the end, as if it were being typed; cannot be undone. */
+    void setTypedText(const QString &text);
     /** Tokens that are no address: while there are any, nothing can be sent. */
     QList<VXPhonebookToken> invalidTokens() const;
 
@@ -50,6 +56,8 @@ public:
 Q_SIGNALS:
     /** The tokens have changed. */
     void tokensDidChange();
+    /** What is typed has changed, and the tokens have not. */
+    void typedTextDidChange();
     /** The user wants to add an unknown address to the phonebook. */
     void addToContactsWanted(const QString &phonebookString);
 
@@ -84,5 +92,6 @@ private:
     VXCompletionWindow *const _completions;
     QPointer<VXPasteQuestion> _question;
     QTimer _rest;
-    QStringList _told; // payloads at the last tokensDidChange()
+    QStringList _told; // the tokens' values at the last tokensDidChange()
+    QString _toldText; // what was typed then, or at the last typedTextDidChange()
 };

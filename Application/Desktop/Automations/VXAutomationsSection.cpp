@@ -140,12 +140,12 @@ void VXAutomationsSection::update()
         --row;
     _pane->setIsEmpty(_model->rowCount() == 0);
     const bool isOnlyTyped = row < 0 && _isNew && !showsHistory(); // nothing in it yet that could be listed
-    if (isOnlyTyped || _model->rowCount() == 0) {
-        _detail->setCurrentWidget(isOnlyTyped ? static_cast<QWidget *>(_editor) : _nothing);
-        return;
-    }
+    if (isOnlyTyped)
+        return _detail->setCurrentWidget(_editor);
     if (row < 0 && isBeingEdited())
         return keepEdited();
+    if (_model->rowCount() == 0)
+        return _detail->setCurrentWidget(_nothing);
     _pane->choose(std::max(0, row));
     if (row < 0 || showsHistory() || chosen != _shownTrigger || _detail->currentWidget() != _editor)
         show(std::max(0, row));

@@ -45,7 +45,6 @@ VXTriggerEditor::VXTriggerEditor(QWidget *parent)
 {
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAccessibleName(VXText("Automation"));
     _name->setPlaceholderText(VXText("Name of the automation"));
     _name->setAccessibleName(VXText("Name"));

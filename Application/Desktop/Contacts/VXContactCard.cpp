@@ -104,7 +104,6 @@ VXContactCard::VXContactCard(QWidget *parent) : QScrollArea(parent)
 {
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAccessibleName(VXText("Contact"));
 }
 

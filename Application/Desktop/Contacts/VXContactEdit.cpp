@@ -1,5 +1,6 @@
 #include "VXContactEdit.h"
 
+#include "VXContactFields.h"
 #include "VXContactMerge.h"
 #include "VXContactWriter.h"
 #include "VXDesktopText.h"
@@ -29,7 +30,7 @@ VXContactEdit::VXContactEdit(const VXPersistentStoreCoordinator::Ptr &coordinato
 {
     if (_after && _after->uid.isEmpty())
         _after->uid = _before ? _before->uid : VXNewContactUID();
-    const QString name = (after ? *after : *before).displayName();
+    const QString name = VXContactTitle(after ? *after : *before);
     setText(!before  ? VXText("adding %1").arg(name)
             : !after ? VXText("deleting %1").arg(name)
                      : VXText("changing %1").arg(name));

@@ -37,6 +37,12 @@ QString VXContactShownText(const QString &text, qsizetype longest)
     return text.first(text[longest - 1].isHighSurrogate() ? longest - 1 : longest) + u'…';
 }
 
+QString VXContactTitle(const VXContactRecord &contact)
+{
+    const QString name = contact.displayName();
+    return name.isEmpty() ? VXText("No name") : name;
+}
+
 QString VXContactTypeTitle(unsigned type)
 {
     const bool isHome = (type & VXPhonebookTypeHome) != 0;

@@ -20,5 +20,7 @@ struct VXContactField
 [[nodiscard]] std::span<const unsigned> VXContactAddressTypes(QList<VXContactRecord::Address> VXContactRecord::*list);
 /** The text for showing: what is longer than `longest` characters is cut and ends with an ellipsis. */
 [[nodiscard]] QString VXContactShownText(const QString &text, qsizetype longest = 256);
+/** Its name, or what stands for it if it has none. */
+[[nodiscard]] QString VXContactTitle(const VXContactRecord &contact);
 /** "Mobile", "Work", "Home fax"; "Other" for none. */
 [[nodiscard]] QString VXContactTypeTitle(unsigned type);

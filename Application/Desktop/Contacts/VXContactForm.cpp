@@ -80,12 +80,12 @@ VXContactForm::VXContactForm(QWidget *parent) : QScrollArea(parent)
 {
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setAccessibleName(VXText("Edit contact"));
 }
 
-void VXContactForm::setContact(const VXContactRecord &contact, const QStringList &groups)
+void VXContactForm::setContact(const VXTypedContact &typed, const QStringList &groups)
 {
+    const VXContactRecord &contact = typed.contact;
     _contact = contact;
     _lists.clear();
     _texts.clear();
@@ -105,7 +105,7 @@ void VXContactForm::setContact(const VXContactRecord &contact, const QStringList
     auto *const rest = new QFormLayout;
     rest->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     _birthday = new QLineEdit(contact.birthday.isValid() ? QLocale().toString(contact.birthday, QLocale::ShortFormat)
-                                                         : QString());
+                                                         : typed.birthday);
     _birthday->setPlaceholderText(QLocale().dateFormat(QLocale::ShortFormat));
     _groups = makeEdit(contact.groups.join(", "_L1));
     _groups->setPlaceholderText(VXText("Family, Friends"));
@@ -273,6 +273,12 @@ VXContactRecord VXContactForm::contact() const
             contact.note = _note->toPlainText().trimmed();
     }
     return contact;
+}
+
+VXTypedContact VXContactForm::typed() const
+{
+    const VXContactRecord contact = this->contact();
+    return {contact, contact.birthday.isValid() ? QString() : _birthday->text()};
 }
 
 QString VXContactForm::problem()

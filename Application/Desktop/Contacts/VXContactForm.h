@@ -15,6 +15,13 @@ class QVBoxLayout;
 class VXAvatar;
 class VXTextLabel;
 
+/** A contact as it stands in the form. */
+struct VXTypedContact
+{
+    VXContactRecord contact;
+    QString birthday = {}; // what is typed there, if it is no date
+};
+
 /** Edits one contact in place. What is typed changes the contact at once; nothing is written until it is requested. */
 class VXContactForm : public QScrollArea
 {
@@ -24,8 +31,9 @@ public:
     explicit VXContactForm(QWidget *parent);
 
     /** Puts the cursor into the name. `groups`: the existing names, to choose from. */
-    void setContact(const VXContactRecord &contact, const QStringList &groups);
+    void setContact(const VXTypedContact &typed, const QStringList &groups);
     VXContactRecord contact() const;
+    VXTypedContact typed() const;
     /** What cannot be stored, shown beside its field; null if everything can. */
     QString problem();
 

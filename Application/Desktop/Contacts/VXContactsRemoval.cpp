@@ -2,10 +2,17 @@
 
 #include "VXContactWriter.h"
 #include "VXDesktopText.h"
+#include "VXErrorDomain.h"
 #include "VXManagedObjectContext.h"
 #include "VXStoreWorkLock.h"
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype shownFrom = 300; // contacts; fewer take no time that one would notice
+
+} // namespace
 
 VXContactsRemoval::VXContactsRemoval(const VXPersistentStoreCoordinator::Ptr &coordinator,
                                      const QList<VXManagedObjectID> &persons, Done done)
@@ -14,7 +21,20 @@ VXContactsRemoval::VXContactsRemoval(const VXPersistentStoreCoordinator::Ptr &co
     setText(VXText("deleting %1").arg(VXText("%1 contact", "%1 contacts", persons.size())));
 }
 
-VXError VXContactsRemoval::write(bool removes)
+VXError VXContactsRemoval::writeInWindow(bool removes)
+{
+    const qsizetype count = removes ? _persons.size() : _contacts.size();
+    VXError error(VXErrorDomain, VXErrorCancelled);
+    if (count < shownFrom) {
+        VXWindowWork unseen;
+        return write(removes, unseen);
+    }
+    VXWorkInWindow(text(), count, removes ? VXWindowStop::Allowed : VXWindowStop::Refused,
+                   [&](VXWindowWork &state) { error = write(removes, state); });
+    return error;
+}
+
+VXError VXContactsRemoval::write(bool removes, VXWindowWork &state)
 {
     VXError error;
     const VXStoreWorkLock saving(*_coordinator, VXStoreWorkLock::savingName);
@@ -28,6 +48,9 @@ VXError VXContactsRemoval::write(bool removes)
             const VXManagedObjectPtr person = context.existingObjectWithID(each, &error);
             if (error)
                 return error;
+            if (state.isStopped)
+                return VXError(VXErrorDomain, VXErrorCancelled);
+            ++state.done;
             if (!person)
                 continue; // gone meanwhile
             removed.append(VXContactRecord(QVariant::fromValue(person)));
@@ -35,8 +58,10 @@ VXError VXContactsRemoval::write(bool removes)
         }
     } else {
         VXContactWriter writer(context);
-        for (const VXContactRecord &each : std::as_const(_contacts))
+        for (const VXContactRecord &each : std::as_const(_contacts)) {
             made.append(writer.insert(each));
+            ++state.done;
+        }
     }
     if (!context.save(&error))
         return error;
@@ -51,12 +76,12 @@ VXError VXContactsRemoval::write(bool removes)
 
 void VXContactsRemoval::redo()
 {
-    const VXError error = write(true);
+    const VXError error = writeInWindow(true);
     setObsolete(bool(error) || _contacts.isEmpty()); // nothing was done that could be undone
     _done(error);
 }
 
 void VXContactsRemoval::undo()
 {
-    _done(write(false));
+    _done(writeInWindow(false));
 }

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "VXContactEdit.h"
+#include "VXWorkInWindow.h"
 
-/** Deletes several contacts in one save, and brings them back in one. */
+/**
+ * Deletes several contacts in one save, and brings them back in one. Many are shown as work in a window, which can stop
+ * the deletion until it is being saved.
+ */
 class VXContactsRemoval : public QUndoCommand
 {
 public:
-    /** Called after each step with what went wrong, if anything. */
+    /** Called after each step with what went wrong, if anything; VXErrorCancelled if the user has stopped it. */
     using Done = std::function<void(const VXError &error)>;
 
     VXContactsRemoval(const VXPersistentStoreCoordinator::Ptr &coordinator, const QList<VXManagedObjectID> &persons,
@@ -18,7 +22,8 @@ public:
     void redo() override;
 
 private:
-    VXError write(bool removes);
+    VXError writeInWindow(bool removes);
+    VXError write(bool removes, VXWindowWork &state);
 
     const VXPersistentStoreCoordinator::Ptr _coordinator;
     QList<VXManagedObjectID> _persons; // they are other objects when they come back

@@ -1,6 +1,7 @@
 #include "VXContactsSection.h"
 
 #include "VXContactEdit.h"
+#include "VXContactFields.h"
 #include "VXContactForm.h"
 #include "VXContactWriter.h"
 #include "VXDesktopText.h"
@@ -22,6 +23,7 @@ const QString draftKey = u"desktop.draft.contact"_s;
 const QString draftPersonKey = u"person"_s;
 const QString draftContactKey = u"contact"_s;
 const QString draftBeforeKey = u"before"_s;
+const QString draftBirthdayKey = u"birthday"_s; // that is only begun
 
 } // namespace
 
@@ -32,13 +34,13 @@ void VXContactsSection::makeNew()
     VXContactRecord contact;
     if (_group->currentIndex() > 0)
         contact.groups.append(_group->currentText());
-    startEditing({}, contact);
+    startEditing({}, {contact});
 }
 
 void VXContactsSection::edit()
 {
     if (const auto contact = _edited ? std::nullopt : read(_shown))
-        startEditing({_shown, contact}, *contact);
+        startEditing({_shown, contact}, {*contact});
 }
 
 // Many a session edits nothing.
@@ -57,7 +59,7 @@ void VXContactsSection::makeForm()
     });
 }
 
-void VXContactsSection::startEditing(const Edited &edited, const VXContactRecord &contact)
+void VXContactsSection::startEditing(const Edited &edited, const VXTypedContact &typed)
 {
     _edited = edited;
     QStringList groups;
@@ -65,7 +67,7 @@ void VXContactsSection::startEditing(const Edited &edited, const VXContactRecord
         groups.append(_group->itemText(i));
     makeForm();
     _detail->setCurrentWidget(_form);
-    _form->setContact(contact, groups);
+    _form->setContact(typed, groups);
 }
 
 void VXContactsSection::stopEditing()
@@ -76,7 +78,10 @@ void VXContactsSection::stopEditing()
 
 void VXContactsSection::keepDraft()
 {
-    QVariantMap draft{{draftContactKey, _form->contact().map()}};
+    const VXTypedContact typed = _form->typed();
+    QVariantMap draft{{draftContactKey, typed.contact.map()}};
+    if (!typed.birthday.isEmpty())
+        draft.insert(draftBirthdayKey, typed.birthday);
     if (_edited && _edited->before) {
         draft.insert(draftPersonKey, _edited->person.uriRepresentation().toString());
         draft.insert(draftBeforeKey, _edited->before->map()); // what differs was typed; the rest may change meanwhile
@@ -96,8 +101,19 @@ void VXContactsSection::restoreDraft()
     std::optional<VXContactRecord> before = read(person);
     if (before && draft.contains(draftBeforeKey))
         before = VXContactRecord(draft.value(draftBeforeKey));
-    startEditing({person, before}, VXContactRecord(draft.value(draftContactKey)));
+    startEditing({person, before},
+                 {VXContactRecord(draft.value(draftContactKey)), draft.value(draftBirthdayKey).toString()});
     notices().showDone(VXText("What you were changing when Vornix ended is here again."));
+}
+
+// Apart from the group that a new one is made in.
+bool VXContactsSection::isNothing(const VXContactRecord &contact) const
+{
+    VXContactRecord contents = contact;
+    contents.uid.clear();
+    if (_group->currentIndex() > 0)
+        contents.groups.removeAll(_group->currentText());
+    return contents.map().isEmpty();
 }
 
 bool VXContactsSection::endEditing()
@@ -107,9 +123,8 @@ bool VXContactsSection::endEditing()
     if (!_form->problem().isNull())
         return false;
     const VXContactRecord after = VXStorableContact(_form->contact());
-    const bool isNothing = after.displayName().isEmpty();
     const QScopedValueRollback ending(_isEnding, true);
-    if (!isNothing && !(_edited->before && VXIsSameContact(*_edited->before, after))) {
+    if (_edited->before ? !VXIsSameContact(*_edited->before, after) : !isNothing(after)) {
         if (!push(_edited->person, _edited->before, after))
             return false; // what was typed stays in the form
     } else {
@@ -124,11 +139,16 @@ bool VXContactsSection::endEditing()
 
 // False, with a message to the user, if it could not be saved, for example because the disk is full.
 bool VXContactsSection::push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
-                             const std::optional<VXContactRecord> &after)
+                             const std::optional<VXContactRecord> &after, const std::optional<VXTypedContact> &unsaved)
 {
-    undoStack().push(
-        new VXContactEdit(_coordinator, person, before, after,
-                          [this](const VXManagedObjectID &id, const VXError &error) { editDone(id, error); }));
+    undoStack().push(new VXContactEdit(
+        _coordinator, person, before, after, [this, unsaved](const VXManagedObjectID &id, const VXError &error) {
+            editDone(id, error);
+            if (const auto contact = unsaved && _isSaved && !_edited ? read(id) : std::nullopt) {
+                startEditing({id, contact}, *unsaved);
+                keepDraft();
+            }
+        }));
     return _isSaved;
 }
 
@@ -159,21 +179,23 @@ void VXContactsSection::removeEdited()
     if (!_edited)
         return;
     const Edited edited = *_edited;
-    const VXContactRecord typed = _form->contact();
+    const VXTypedContact typed = _form->typed();
     if (read(edited.person)) {
-        if (_form->problem().isNull() && !endEditing())
+        const bool isValid = _form->problem().isNull();
+        if (isValid && !endEditing())
             return;
         stopEditing();
-        return remove(edited.person);
+        return remove(edited.person, isValid ? std::nullopt : std::optional(typed));
     }
     stopEditing();
     showCard();
     _pane->list()->setFocus();
-    if (!typed.displayName().isEmpty())
-        notices().showDone(VXText("“%1” was discarded.").arg(typed.displayName()), VXText("Undo"), [this, typed] {
-            if (_edited && !endEditing())
-                return;
-            startEditing({}, typed);
-            keepDraft();
-        });
+    if (!isNothing(typed.contact) || !typed.birthday.isEmpty())
+        notices().showDone(VXText("“%1” was discarded.").arg(VXContactTitle(typed.contact)), VXText("Undo"),
+                           [this, typed] {
+                               if (_edited && !endEditing())
+                                   return;
+                               startEditing({}, typed);
+                               keepDraft();
+                           });
 }

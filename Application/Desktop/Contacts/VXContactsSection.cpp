@@ -3,6 +3,7 @@
 #include "VXApplication.h"
 #include "VXCardFile.h"
 #include "VXContactCard.h"
+#include "VXContactFields.h"
 #include "VXContactFiles.h"
 #include "VXContactMergeEdit.h"
 #include "VXContactMergeView.h"
@@ -13,6 +14,7 @@
 #include "VXDesktopText.h"
 #include "VXEmailAddress.h"
 #include "VXEmptyState.h"
+#include "VXErrorDomain.h"
 #include "VXListPane.h"
 #include "VXManagedObjectContext.h"
 #include "VXNoticeBar.h"
@@ -25,6 +27,7 @@
 #include "VXStoreListModel.h"
 #include "VXStoreWatch.h"
 
+#include <QtCore/QLocale>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QStackedWidget>
 
@@ -34,7 +37,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype askedFrom = 20; // more contacts than a list shows at a time
+constexpr qsizetype askedFrom = 20;   // more contacts than a list shows at a time
+constexpr qsizetype mostMerged = 100; // the time it takes grows with the square of this
 
 } // namespace
 
@@ -213,11 +217,12 @@ void VXContactsSection::remove()
         remove(persons->isEmpty() ? _shown : persons->constFirst());
 }
 
-void VXContactsSection::remove(const VXManagedObjectID &person)
+// What was typed in it and could not be saved is typed in it again when that is undone.
+void VXContactsSection::remove(const VXManagedObjectID &person, const std::optional<VXTypedContact> &unsaved)
 {
     const auto contact = read(person);
-    if (contact && push(person, contact, std::nullopt))
-        notices().showDone(VXText("“%1” was deleted.").arg(contact->displayName()), VXText("Undo"),
+    if (contact && push(person, contact, std::nullopt, unsaved))
+        notices().showDone(VXText("“%1” was deleted.").arg(VXContactTitle(*contact)), VXText("Undo"),
                            [this] { undoStack().undo(); });
 }
 
@@ -225,7 +230,7 @@ void VXContactsSection::removeAll(const QList<VXManagedObjectID> &persons)
 {
     if (persons.size() > askedFrom) {
         VXAlert alert;
-        alert.message = VXText("Delete %1 contacts?").arg(persons.size());
+        alert.message = VXText("Delete %1 contacts?").arg(QLocale().toString(persons.size()));
         alert.informativeText = VXText("They can be brought back until Vornix is closed.");
         alert.defaultButton = VXText("Delete");
         alert.alternateButton = VXText("Cancel");
@@ -233,6 +238,8 @@ void VXContactsSection::removeAll(const QList<VXManagedObjectID> &persons)
             return;
     }
     auto *const removal = new VXContactsRemoval(_coordinator, persons, [this](const VXError &error) {
+        if (error.code() == VXErrorCancelled && error.domain() == VXErrorDomain)
+            return notices().hide();
         if (!error.isNull())
             return notices().showProblem(
                 VXText("The contact could not be saved: %1").arg(error.localizedDescription()));
@@ -261,6 +268,9 @@ void VXContactsSection::merge()
 {
     if (!_coordinator || _sheet || (_edited && !endEditing()))
         return;
+    if (const qsizetype count = _pane->list()->selectionModel()->selectedRows().size(); count > mostMerged)
+        return notices().showProblem(VXText("%1 contacts are too many to be one. Choose at most %2.")
+                                         .arg(QLocale().toString(count), QLocale().toString(mostMerged)));
     const auto selected = chosen();
     if (!selected)
         return;
@@ -338,7 +348,7 @@ void VXContactsSection::showContact(const QString &phonebookString)
     if (VXPhonebookStringSplitAsWritten(phonebookString, &name, &value, &type))
         (VXIsValidEmailAddress(value) ? contact.emails : contact.numbers).append({value, type, {}});
     contact.firstName = name;
-    startEditing({}, contact);
+    startEditing({}, {contact});
 }
 
 // -- Files

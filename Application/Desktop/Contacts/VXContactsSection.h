@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VXBackgroundReader.h"
+#include "VXContactForm.h"
 #include "VXContactGroups.h"
 #include "VXContactRecord.h"
 #include "VXError.h"
@@ -15,7 +16,6 @@
 class QComboBox;
 class QStackedWidget;
 class VXContactCard;
-class VXContactForm;
 class VXEmptyState;
 class VXListPane;
 class VXSheet;
@@ -67,17 +67,18 @@ private:
         VXManagedObjectID person;
         std::optional<VXContactRecord> before;
     };
-    void startEditing(const Edited &edited, const VXContactRecord &contact);
+    void startEditing(const Edited &edited, const VXTypedContact &typed);
+    bool isNothing(const VXContactRecord &contact) const;
     void stopEditing();
     void removeEdited();
     void keepDraft();
     void restoreDraft();
     bool endEditing();
     bool push(const VXManagedObjectID &person, const std::optional<VXContactRecord> &before,
-              const std::optional<VXContactRecord> &after);
+              const std::optional<VXContactRecord> &after, const std::optional<VXTypedContact> &unsaved = {});
     void editDone(const VXManagedObjectID &person, const VXError &error);
     void showOutcome(const VXManagedObjectID &person);
-    void remove(const VXManagedObjectID &person);
+    void remove(const VXManagedObjectID &person, const std::optional<VXTypedContact> &unsaved = {});
     std::optional<QList<VXManagedObjectID>> chosen();
     void removeAll(const QList<VXManagedObjectID> &persons);
     void merge(const QList<VXManagedObjectID> &persons, const QString &name);

@@ -116,6 +116,7 @@ VXConversationView::VXConversationView(const VXMessageStore &store, QWidget *par
     });
     connect(_composer, &VXComposer::textDidChange, this, &VXConversationView::keepDraft);
     connect(_to, &VXPhonebookTokenField::tokensDidChange, this, &VXConversationView::receiversDidChange);
+    connect(_to, &VXPhonebookTokenField::typedTextDidChange, this, &VXConversationView::keepReceivers);
     connect(_to, &VXPhonebookTokenField::addToContactsWanted, this, &VXConversationView::wantsContact);
     connect(call, &QToolButton::clicked, this, [this] {
         if (const QString number = VXDialledNumber(VXUnpackPhonebookStrings(_party, true).value(0)); !number.isEmpty())
@@ -149,10 +150,8 @@ void VXConversationView::keepDraft()
         return;
     VXMessageDraft draft{.text = _composer->text()};
     if (!_isOfParty) {
-        QStringList receivers;
-        for (const VXPhonebookToken &token : _to->phonebookTokens())
-            receivers.append(token.string);
-        draft.receivers = VXPackPhonebookStrings(receivers);
+        draft.receivers = VXPackPhonebookStrings(_to->tokenStrings());
+        draft.typed = _to->typedText();
     }
     draft.keep(_draftKey);
 }
@@ -173,7 +172,12 @@ void VXConversationView::receiversDidChange()
     if (const QList<VXPhonebookToken> to = _to->phonebookTokens(); to.size() == 1)
         key = VXConversationKey(to.constFirst().string);
     _model->setConversations(key.isNull() ? QStringList() : QStringList{key});
-    if (_draftKey.isNull())
+    keepReceivers();
+}
+
+void VXConversationView::keepReceivers()
+{
+    if (!_isNew || _draftKey.isNull())
         return;
     if (_isOfParty) { // it is to others from now on
         VXMessageDraft().keep(_draftKey);
@@ -246,12 +250,13 @@ void VXConversationView::startNew(const QStringList &phonebookStrings)
     _model->setConversations({});
     const QString before = std::exchange(_draftKey, QString());
     _to->setPhonebookStrings(given.isEmpty() ? draft.receivers : given);
+    _to->setTypedText(draft.typed);
     _draftKey = before;
     showDraft(key, draft.text);
     choosePhone();
     updateObstacle();
     _stack->setCurrentIndex(1);
-    if (phonebookStrings.isEmpty() && draft.receivers.isEmpty())
+    if (!draft.typed.isEmpty() || (phonebookStrings.isEmpty() && draft.receivers.isEmpty()))
         _to->setFocus();
     else
         _composer->focusText();

@@ -69,6 +69,7 @@ private:
     QString phoneKey() const;
     void receiversDidChange();
     void showDraft(const QString &key, const QString &text);
+    void keepReceivers();
     void keepDraft();
 
     VXConversationModel *_model;

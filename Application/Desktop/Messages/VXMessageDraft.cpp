@@ -12,6 +12,7 @@ const QString newPrefix = u"desktop.drafts.message."_s;
 const QString formerKey = u"desktop.draft.new"_s; // of the only new message that earlier programs kept
 const QString textKey = u"text"_s;
 const QString receiversKey = u"receivers"_s;
+const QString typedKey = u"typed"_s;
 
 } // namespace
 
@@ -47,14 +48,22 @@ VXMessageDraft VXMessageDraft::read(const QString &key)
     const QVariantMap values = kept.toMap();
     if (values.isEmpty())
         return {.text = kept.toString()};
-    return {.text = values.value(textKey).toString(), .receivers = values.value(receiversKey).toString()};
+    return {.text = values.value(textKey).toString(),
+            .receivers = values.value(receiversKey).toString(),
+            .typed = values.value(typedKey).toString()};
 }
 
 void VXMessageDraft::keep(const QString &key) const
 {
     QVariant kept;
-    if (!receivers.isEmpty())
-        kept = QVariantMap{{textKey, text}, {receiversKey, receivers}};
+    if (!receivers.isEmpty() || !typed.isEmpty()) {
+        QVariantMap values;
+        for (const auto &[key, value] : {std::pair(textKey, text), {receiversKey, receivers}, {typedKey, typed}}) {
+            if (!value.isEmpty())
+                values.insert(key, value);
+        }
+        kept = values;
+    }
     else if (!text.isEmpty()) // the text alone, as it has always been kept for conversations
         kept = text;
     VXUserDefaults::standardUserDefaults().setObject(kept, key);

@@ -10,6 +10,7 @@ struct VXMessageDraft
 {
     QString text = {};
     QString receivers = {}; // packed phonebook strings; null where the key tells who it is for
+    QString typed = {};     // the beginning of one more
 
     /** The key of the draft to somebody, in the conversation with them. */
     static QString keyForParty(const QString &party);

@@ -21,6 +21,8 @@ public:
     ~VXPhoneCard() override;
 
     const QUrl &url() const { return _url; }
+    bool isSyncing() const { return _sync != nullptr; }
+    /** Begins to sync the phone, or stops that. */
     void sync();
     void update();
 

@@ -69,10 +69,13 @@ void VXPhoneSync::concluded()
         alert.informativeText = VXText("Shall they be deleted on the other side too?");
         alert.defaultButton = VXText("Delete");
         alert.alternateButton = VXText("Cancel");
-        if (VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default) {
-            run(true);
+        const QPointer self(this);
+        const bool isYes =
+            VXApplication::sharedApplication().userInterface().runAlert(alert).button == VXAlertButton::Default;
+        if (!self) // the phone was forgotten meanwhile
             return;
-        }
+        if (isYes && !_isStopped)
+            return run(true);
     }
     takeNotices(action->result().toMap());
     runNext();

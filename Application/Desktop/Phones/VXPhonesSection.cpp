@@ -124,8 +124,10 @@ void VXPhonesSection::update()
 
 void VXPhonesSection::sync()
 {
-    for (VXPhoneCard *const card : std::as_const(_cards))
-        card->sync();
+    for (VXPhoneCard *const card : std::as_const(_cards)) {
+        if (!card->isSyncing()) // its button would stop it
+            card->sync();
+    }
     if (_cards.isEmpty())
         makeNew();
 }

@@ -21,6 +21,12 @@ QRect middleOf(QSize size)
     return {(size.width() - side) / 2, (size.height() - side) / 2, side, side};
 }
 
+// What is drawn by instructions may take for ever, and have files opened.
+bool isDrawing(QImageReader &reader)
+{
+    return reader.format().startsWith("svg");
+}
+
 } // namespace
 
 QImage VXSquarePicture(const QByteArray &bytes, int pixels)
@@ -30,6 +36,8 @@ QImage VXSquarePicture(const QByteArray &bytes, int pixels)
     QBuffer buffer;
     buffer.setData(bytes);
     QImageReader reader(&buffer);
+    if (isDrawing(reader))
+        return {};
     reader.setAutoTransform(true);
     if (!reader.size().isValid()) { // the format does not tell in advance
         const QImage image = reader.read();

@@ -6,7 +6,7 @@
 
 /**
  * A picture file's bytes as a square image with sides of that many pixels, cropped to the middle; null if there is no
- * picture, or if it is too large to read. Any thread.
+ * picture, or if it is too large to read, or a drawing (SVG), as others' contacts have pictures too. Any thread.
  */
 [[nodiscard]] QImage VXSquarePicture(const QByteArray &bytes, int pixels);
 /**

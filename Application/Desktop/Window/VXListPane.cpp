@@ -3,6 +3,7 @@
 #include "VXEmptyState.h"
 #include "VXRowDelegate.h"
 #include "VXSearchField.h"
+#include "VXStoreListModel.h"
 #include "VXTabOrder.h"
 
 #include <QtWidgets/QBoxLayout>
@@ -62,6 +63,8 @@ void VXListPane::setModel(QAbstractItemModel *model)
     connect(model, &QAbstractItemModel::rowsAboutToBeRemoved, this, &VXListPane::beginRemoval, Qt::UniqueConnection);
     connect(model, &QAbstractItemModel::rowsRemoved, this, &VXListPane::endRemoval, Qt::UniqueConnection);
     _list->setModel(model);
+    if (auto *const stored = qobject_cast<VXStoreListModel *>(model))
+        stored->followSelection(_list->selectionModel());
     connect(_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex &now) { Q_EMIT chosen(now.row()); });
 }

@@ -30,6 +30,13 @@ TEST(VXAvatarTest, picturesOfAnySizeAreCutToTheirMiddle)
         EXPECT_FALSE(stored.isEmpty());
         EXPECT_LE(stored.size(), 128 << 10);
     }
+    // A drawing may have any file opened, and wait for it.
+    const QByteArray drawing = "<svg xmlns='http://www.w3.org/2000/svg' width='9' height='9'><rect width='9' "
+                               "height='9'/></svg>";
+    for (const QByteArray &bytes : {drawing, QByteArray("<?xml version='1.0'?>\n" + drawing)}) {
+        EXPECT_TRUE(VXSquarePicture(bytes, 40).isNull());
+        EXPECT_TRUE(VXStorablePicture(bytes).isEmpty());
+    }
     EXPECT_TRUE(VXSquarePicture("no picture", 40).isNull());
     EXPECT_TRUE(VXStorablePicture("no picture").isEmpty());
 }

@@ -20,7 +20,9 @@
 #include <QtTest/QTest>
 #include <QtWidgets/QComboBox>
 #include <QtWidgets/QLineEdit>
+#include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QPushButton>
+#include <QtWidgets/QScrollBar>
 
 using namespace Qt::StringLiterals;
 
@@ -154,6 +156,59 @@ TEST_F(VXContactsSectionTest, onlyWhatTheUserMeansIsDeletedAndUndoBringsBackWhat
     EXPECT_TRUE(namesOfContacts().join(u' ').contains(u"Bertax"_s)) << namesOfContacts().join(u' ').toStdString();
 }
 
+TEST_F(VXContactsSectionTest, whatCannotBeSavedIsNeitherDroppedNorLost)
+{
+    const auto birthday = [this] {
+        for (QLineEdit *const each : form()->findChildren<QLineEdit *>()) {
+            if (each->placeholderText() == QLocale().dateFormat(QLocale::ShortFormat))
+                return each;
+        }
+        return static_cast<QLineEdit *>(nullptr);
+    };
+    edit(1, u"x"_s);
+    QTest::keyClicks(birthday(), u"3"_s);
+    section->remove();
+    EXPECT_EQ(namesOfContacts(), (QStringList{u"Anna"_s, u"Cesar"_s}));
+    clickUndo();
+    EXPECT_EQ(namesOfContacts(), names);
+    ASSERT_TRUE(form()->isVisible());
+    EXPECT_EQ(birthday()->text(), u"3"_s);
+    birthday()->clear();
+    EXPECT_TRUE(section->commit());
+    EXPECT_TRUE(namesOfContacts().join(u' ').contains(u"Bertax"_s)) << namesOfContacts().join(u' ').toStdString();
+
+    section->makeNew();
+    EXPECT_TRUE(section->commit()); // nothing was typed
+    EXPECT_EQ(namesOfContacts().size(), 3);
+    section->makeNew();
+    QTest::keyClicks(form()->findChild<QPlainTextEdit *>(), u"Who was it?"_s);
+    EXPECT_TRUE(section->commit());
+    EXPECT_EQ(namesOfContacts().size(), 4);
+
+    edit(0, {});
+    QTest::keyClicks(birthday(), u"3"_s);
+    window = std::make_unique<VXMainWindow>(); // after a sudden end
+    section = window->section(u"contacts"_s);
+    ASSERT_NE(form(), nullptr);
+    EXPECT_EQ(birthday()->text(), u"3"_s);
+}
+
+TEST_F(VXContactsSectionTest, inASmallWindowEverythingCanBeReached)
+{
+    VXContactForm edited(nullptr);
+    edited.setContact({named(u"Anna"_s)}, {});
+    VXContactCard card(nullptr);
+    card.setContact(named(u"Anna"_s));
+    for (QScrollArea *const each : std::initializer_list<QScrollArea *>{&edited, &card}) {
+        each->resize(220, 480);
+        each->show();
+        EXPECT_TRUE(VXRunUntil([each] {
+            return each->horizontalScrollBar()->isVisible() &&
+                   each->horizontalScrollBar()->maximum() >= each->widget()->width() - each->viewport()->width();
+        })) << each->accessibleName().toStdString();
+    }
+}
+
 TEST_F(VXContactsSectionTest, undoLeavesTheContactAloneThatIsEdited)
 {
     edit(0, u"2"_s);
@@ -215,6 +270,29 @@ TEST_F(VXContactsSectionTest, allSelectedAreDeletedReadOrNot)
     EXPECT_EQ(namesOfContacts(), QStringList());
     clickUndo();
     EXPECT_EQ(namesOfContacts().size(), 303);
+
+    user = std::make_unique<VXScriptedUserInterface>();
+    user->answerAlert(VXAlertButton::Default);
+    user->cancelNextProgressWindow();
+    VXApplication::sharedApplication().setUserInterface(std::move(user));
+    ASSERT_TRUE(VXRunUntil([&] { return pane->list()->model()->rowCount() == 303; }));
+    pane->list()->selectAll();
+    section->remove();
+    EXPECT_TRUE(namesOfContacts().isEmpty() || section->undoStack().count() == 0); // stopped, or was done before
+    EXPECT_FALSE(section->notices().isVisible() && section->notices().isProblem());
+}
+
+TEST_F(VXContactsSectionTest, hundredsAreNotMerged)
+{
+    QList<QVariantMap> more;
+    for (int i = 0; i < 200; ++i)
+        more.append({{u"firstName"_s, u"D%1"_s.arg(i, 4)}, {u"sort_name"_s, u"d%1"_s.arg(i, 4)}});
+    insertAll(u"phonebook"_s, u"VXPerson"_s, more);
+    ASSERT_TRUE(VXRunUntil([&] { return pane->list()->model()->rowCount() == 203; }));
+    pane->list()->selectAll();
+    section->merge();
+    EXPECT_TRUE(section->notices().isProblem());
+    EXPECT_TRUE(section->notices().text().contains(u"203"_s));
 }
 
 TEST_F(VXContactsSectionTest, aHugeContactIsShownInPartAndKeptWhole)
@@ -234,7 +312,7 @@ TEST_F(VXContactsSectionTest, aHugeContactIsShownInPartAndKeptWhole)
     EXPECT_LT(card.findChildren<QWidget *>().size(), 3000);
 
     section->makeNew();
-    form()->setContact(huge, {});
+    form()->setContact({huge}, {});
     EXPECT_LT(form()->findChildren<QLineEdit *>().size(), 300);
     type(u"B"_s); // into the name, which is too long to be changed
     auto *const number = form()->findChild<QComboBox *>()->parentWidget()->findChild<QLineEdit *>();

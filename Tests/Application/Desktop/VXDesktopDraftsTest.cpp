@@ -6,15 +6,23 @@
 #include "VXListPane.h"
 #include "VXMainWindow.h"
 #include "VXManagedObjectContext.h"
+#include "VXNoticeBar.h"
 #include "VXPersistentStoreCoordinator.h"
 #include "VXPhonebookTokenField.h"
+#include "VXSearchField.h"
+#include "VXTextLabel.h"
 #include "VXTriggerEditor.h"
 
 #include <QtTest/QTest>
 #include <QtWidgets/QApplication>
+#include <QtWidgets/QCheckBox>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QListView>
 #include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QPushButton>
+
+#include <csignal>
+#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 
@@ -70,6 +78,14 @@ protected:
         EXPECT_TRUE(store->change(trigger, change) && store->save());
     }
 
+    static void clickUndo(VXSection &section)
+    {
+        for (QPushButton *const each : section.notices().findChildren<QPushButton *>()) {
+            if (each->text() == "Undo"_L1)
+                each->click();
+        }
+    }
+
     const QList<VXTriggerChange::Reaction> notice{{u"com.halvern.VNX2.plugin.desktopnotification"_s, {}}};
 };
 
@@ -102,6 +118,44 @@ TEST_F(VXDesktopDraftsTest, whatIsWrittenToOneNeverStandsUnderAnother)
     Q_EMIT messages.view.wantsSend({u"<+15550124>"_s}, u"see you"_s, QUrl(u"fixture://phone/1"_s));
     window.writeMessage({});
     messages.expect(u"<+15550188>"_s, u"hello"_s);
+}
+
+TEST_F(VXDesktopDraftsTest, aRecipientThatIsOnlyBegunIsKept)
+{
+    const auto to = [](Messages &messages) { return messages.view.findChild<VXPhonebookTokenField *>(); };
+    const auto type = [](VXPhonebookTokenField *field, const QString &text) {
+        field->moveCursor(QTextCursor::End);
+        QTest::keyClicks(field, text);
+    };
+    struct Row
+    {
+        QStringList given;
+        QString kept;
+    };
+    for (const Row &row : {Row{{}, {}}, {{u"<+15550123>"_s, u"<+15550124>"_s}, u"<+15550123> <+15550124>"_s}}) {
+        {
+            VXMainWindow window;
+            Messages messages{.window = window};
+            window.writeMessage(row.given);
+            type(to(messages), u"+1555"_s);
+        }
+        {
+            VXMainWindow window;
+            Messages messages{.window = window};
+            window.writeMessage({});
+            EXPECT_EQ(to(messages)->typedText(), u"+1555"_s);
+            EXPECT_EQ(to(messages)->tokenStrings().join(u' '), row.kept);
+            type(to(messages), u"0188"_s);
+            messages.expect((row.kept + u" <+15550188>"_s).trimmed(), {});
+            to(messages)->setPhonebookStrings({}); // done with it
+        }
+    }
+    VXMainWindow window;
+    Messages messages{.window = window};
+    window.writeMessage({u"<+15550177>"_s});
+    type(to(messages), u"x"_s); // to others as well, from now on
+    window.writeMessage({u"<+15550177>"_s});
+    EXPECT_EQ(to(messages)->typedText(), QString());
 }
 
 TEST_F(VXDesktopDraftsTest, theTextOfALinkIsAddedToWhatIsTyped)
@@ -247,4 +301,99 @@ TEST_F(VXDesktopDraftsTest, anAutomationIsBroughtBackOnceAndNeverTakesTheNameOfA
     QTest::keyClicks(QApplication::focusWidget(), u"x"_s);
     EXPECT_TRUE(automations.section.commit());
     EXPECT_EQ(stored(), QStringList{u"A"_s});
+}
+
+TEST_F(VXDesktopDraftsTest, theDeleteKeyIsForTheListAndNotForTheEditor)
+{
+    Automations automations;
+    automations.window.activateWindow();
+    automations.window.showSection(u"automations"_s);
+    ASSERT_TRUE(VXRunUntil([&] { return automations.window.isActiveWindow(); }));
+    automations.section.makeNew();
+    automations.type(u"A"_s);
+    automations.react(notice);
+    for (QWidget *const each : automations.editor.findChildren<QCheckBox *>() << nullptr) {
+        QWidget *const focused = each == nullptr ? automations.editor.findChild<QLineEdit *>() : each;
+        focused->setFocus();
+        QTest::keyClick(focused, Qt::Key_Delete);
+        EXPECT_EQ(stored(), QStringList{u"A"_s});
+    }
+    QListView *const list = automations.section.findChild<VXListPane *>()->list();
+    list->setFocus();
+    QTest::keyClick(list, Qt::Key_Delete);
+    EXPECT_EQ(stored(), QStringList());
+}
+
+TEST_F(VXDesktopDraftsTest, whatIsTypedOnStaysWhereTheListHasNoneLeft)
+{
+    Automations automations;
+    automations.window.activateWindow();
+    automations.window.showSection(u"automations"_s);
+    VXListPane &pane = *automations.section.findChild<VXListPane *>();
+    automations.section.makeNew();
+    automations.type(u"Quark"_s);
+    automations.react(notice);
+    pane.search()->setText(u"quark"_s);
+    auto *const name = automations.editor.findChild<QLineEdit *>();
+    name->setFocus();
+    name->selectAll();
+    ASSERT_TRUE(VXRunUntil([&] { return name->hasFocus(); }));
+    QTest::keyClicks(name, u"B"_s); // which the search hides
+    ASSERT_TRUE(VXRunUntil([&] { return pane.list()->model()->rowCount() == 0; }));
+    QTest::keyClicks(QApplication::focusWidget(), u"C"_s);
+    EXPECT_TRUE(automations.section.commit());
+    EXPECT_EQ(stored(), QStringList{u"BC"_s});
+    EXPECT_TRUE(automations.editor.isVisible());
+
+    QTest::keyClicks(name, u"D"_s);
+    const auto store = VXTriggerStore::open();
+    store->remove(store->triggerWithID(u"BC"_s));
+    ASSERT_TRUE(store->save());
+    ASSERT_TRUE(VXRunUntil([&] { return stored() == QStringList{u"BCD"_s}; })) << stored().join(u' ').toStdString();
+    EXPECT_TRUE(automations.editor.isVisible());
+}
+
+TEST_F(VXDesktopDraftsTest, aDeletedAutomationThatWasNeverSavedComesBack)
+{
+    Automations automations;
+    automations.section.makeNew();
+    automations.type(u"Night"_s);
+    automations.section.remove();
+    EXPECT_FALSE(automations.editor.isVisible());
+    clickUndo(automations.section);
+    EXPECT_EQ(automations.name(), u"Night"_s);
+    EXPECT_EQ(stored(), QStringList());
+    automations.react(notice);
+    EXPECT_EQ(stored(), QStringList{u"Night"_s});
+}
+
+TEST_F(VXDesktopDraftsTest, onAFullDiskAnAutomationStaysInItsEditorAndThatIsTold)
+{
+    Automations automations;
+    for (const QString &name : {u"A"_s, u"B"_s}) {
+        automations.section.makeNew();
+        automations.type(name);
+        automations.react(notice);
+    }
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit nothing{.rlim_cur = 0, .rlim_max = before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &nothing), 0);
+    automations.type(u"2"_s);
+    const bool isSaved = automations.section.commit();
+    automations.section.findChild<VXListPane *>()->choose(0);
+    const QString name = automations.name();
+    QString told;
+    for (const VXTextLabel *const each : automations.editor.findChildren<VXTextLabel *>()) {
+        if (each->text().startsWith(u"Not saved yet: "_s) && !each->isHidden())
+            told = each->text();
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(isSaved);
+    EXPECT_EQ(name, u"B2"_s);
+    EXPECT_FALSE(told.isEmpty());
+    EXPECT_TRUE(automations.section.commit());
+    EXPECT_EQ(stored(), (QStringList{u"A"_s, u"B2"_s}));
 }

@@ -182,6 +182,58 @@ TEST_F(VXStoreListModelTest, aSelectedRowFarFromThoseShownKeepsItsObject)
     }
 }
 
+// Of all rows but the new one, though most of them were never shown.
+TEST_F(VXStoreListModelTest, whatWasSelectedUnreadStaysSelectedAndNothingElse)
+{
+    add(1500);
+    show();
+    QItemSelectionModel selection(&model);
+    model.followSelection(&selection);
+    const auto replace = [this](int removed, int added) { // in a single save
+        VXManagedObjectContext context(coordinator);
+        for (int i = 0; i < removed; ++i)
+            context.deleteObject(context.objectWithID(model.objectIDAt(700 + i)));
+        for (int i = 0; i < added; ++i) {
+            const VXManagedObjectPtr entry = context.insertNewObject(u"Entry"_s);
+            entry->setValueForKey(u"new"_s, u"name"_s);
+            entry->setValueForKey(5000 + i, u"number"_s);
+        }
+        ASSERT_TRUE(context.save());
+    };
+    selection.select(QItemSelection(model.index(0), model.index(1499)), QItemSelectionModel::Select);
+    ASSERT_TRUE(VXRunUntil([this] { return !model.objectIDAt(1400).isNull(); }));
+    int expected = 1500;
+    for (const auto &[removed, added] : {std::pair(0, 1), std::pair(1, 0), std::pair(3, 2), std::pair(2, 2)}) {
+        const VXManagedObjectID gone = model.objectIDAt(700);
+        const VXManagedObjectID last = model.objectIDAt(model.rowCount() - 1);
+        expected -= removed;
+        replace(removed, added);
+        ASSERT_TRUE(VXRunUntil([&] {
+            return removed > 0 ? !(model.objectIDAt(700) == gone) && selection.selectedRows().size() == expected
+                               : model.rowCount() == 1501;
+        })) << selection.selectedRows().size();
+        const auto persons = model.objectIDsOf(selection.selectedRows());
+        ASSERT_TRUE(persons);
+        EXPECT_EQ(persons->size(), expected);
+        EXPECT_TRUE(persons->contains(last));
+        EXPECT_FALSE(removed > 0 && persons->contains(gone));
+        EXPECT_GE(numberAt(0), 5000);
+        EXPECT_FALSE(selection.isSelected(model.index(0))) << removed;
+    }
+    // Of a few that were read, wherever one has scrolled since.
+    selection.select(model.index(10), QItemSelectionModel::ClearAndSelect);
+    const auto chosen = model.objectIDsOf(selection.selectedRows());
+    const int count = model.rowCount() + 4200; // more than are cached
+    add(
+        4200, [](int i) { return -1 - i; }, coordinator);
+    ASSERT_TRUE(VXRunUntil([&] { return model.rowCount() == count; }));
+    for (int row = 0; row < count; row += pageSize)
+        numberAt(row);
+    replace(0, 1);
+    ASSERT_TRUE(VXRunUntil([&] { return model.rowCount() == count + 1; }));
+    EXPECT_EQ(model.objectIDsOf(selection.selectedRows()), chosen);
+}
+
 TEST_F(VXStoreListModelTest, anotherQueryTakesThePlaceOfTheFirst)
 {
     add(300);

@@ -247,6 +247,20 @@ TEST_F(VXPhonebookTokenFieldTest, ManyPastedAddressesAreAskedAboutFirst)
         EXPECT_EQ(strings().size(), count) << answer;
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
+    for (const auto &[key, count] :
+         {std::pair{Qt::Key_Escape, qsizetype(0)}, std::pair{Qt::Key_Return, numbers.size()}}) {
+        field->setPhonebookStrings({});
+        paste(numbers.join(u'\n'));
+        for (QPushButton *const button : field->findChildren<QPushButton *>()) {
+            if (button->text() != "Add"_L1)
+                continue;
+            QTest::keyClick(button, Qt::Key_X); // which must not go to the field behind
+            QTest::keyClick(button, key);
+        }
+        EXPECT_EQ(strings().size(), count) << key;
+        EXPECT_EQ(typed(), QString());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
 }
 
 TEST_F(VXPhonebookTokenFieldTest, AnAddressIsThereOnce)
