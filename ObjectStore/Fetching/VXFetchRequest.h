@@ -34,9 +34,6 @@ public:
     /** Only objects with a greater number: for going through a whole store page by page (`limit`). Without sort
      *  descriptors the order is that of the numbers. */
     qint64 afterNumber = 0;
-    /** Without objects whose number lies in one of these ranges, from the first to the second; few ranges, as they are part of the
-     *  statement. */
-    QList<std::pair<qint64, qint64>> withoutNumbers = {};
     /** How many objects are read at a time while the result is iterated; 0: all at the start. */
     qsizetype batchSize = 0;
     bool includesSubentities = true;

@@ -86,9 +86,7 @@ std::vector<const VXFetchedRow *> VXRowFetch::run()
         const VXEntityDescription &own = row.objectID.entity();
         if (&own != &entity && !(_request.includesSubentities && own.isKindOfEntity(entity)))
             continue;
-        const qint64 number = row.objectID.number();
-        const auto isAmong = [number](const auto &range) { return number >= range.first && number <= range.second; };
-        if (number <= _request.afterNumber || std::ranges::any_of(_request.withoutNumbers, isAmong))
+        if (row.objectID.number() <= _request.afterNumber)
             continue;
         if (isTrue || _predicate.evaluateWithObject(_objects.object(row.objectID)))
             rows.push_back(&row);

@@ -129,7 +129,7 @@ QString entityCondition(const VXFetchRequest &request, const VXSQLiteSchema &sch
 VXSQLiteStore::Query VXSQLiteStore::query(const VXFetchRequest &request, VXSQLiteQueryCache::Wanted wanted)
 {
     std::optional<QVariantList> values;
-    if (request.afterNumber == 0 && request.withoutNumbers.isEmpty()) // which are part of the SQL
+    if (request.afterNumber == 0) // which is part of the SQL
         values = VXSQLiteQueryCache::valuesOf(request.predicate, identity());
     Query made;
     if (values) {
@@ -162,8 +162,6 @@ VXSQLiteStore::Query VXSQLiteStore::compiled(const VXFetchRequest &request, VXSQ
     conditions.removeAll(QString());
     if (request.afterNumber > 0)
         conditions.append(u"t0.Z_PK > %1"_s.arg(request.afterNumber));
-    for (const auto &[first, last] : request.withoutNumbers)
-        conditions.append(u"t0.Z_PK NOT BETWEEN %1 AND %2"_s.arg(first).arg(last));
     made.values = predicate.values();
     const VXSQLiteRowLayout &rows = layout(request.entity());
     made.handsOver = wanted == Wanted::Rows && rows.canHandOver() && !isOrdered(request);

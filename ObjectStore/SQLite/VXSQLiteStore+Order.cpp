@@ -40,7 +40,7 @@ const VXAttributeDescription *wantedOrder(const VXFetchRequest &request)
 {
     const QList<VXSortDescriptor> &order = request.sortDescriptors;
     if (order.size() != 1 || !order.constFirst().isAscending || order.constFirst().options || request.afterNumber > 0 ||
-        !request.withoutNumbers.isEmpty() || request.limit <= 0 || request.limit > mostRows - request.offset ||
+        request.limit <= 0 || request.limit > mostRows - request.offset ||
         request.predicate.kind() != VXPredicate::Kind::True || request.entity().rootEntity().family().size() > 1)
         return nullptr;
     const VXAttributeDescription *const text = request.entity().attributeForName(order.constFirst().key);

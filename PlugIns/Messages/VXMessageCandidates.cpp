@@ -79,8 +79,8 @@ bool VXMessageCandidates::readAtPlaces(const QList<Subject> &subjects, VXManaged
 
 // Each look-up goes through a range of an index, for numbers alone. Unknown dates, here or there, are rare with an honest phone;
 // another may have all its messages of one date.
-bool VXMessageCandidates::read(const QList<Subject> &subjects, const Others &others, VXManagedObjectContext &context,
-                               VXError *error)
+bool VXMessageCandidates::read(const QList<Subject> &subjects, const NumberCheck &isAnother,
+                               VXManagedObjectContext &context, VXError *error)
 {
     Values conversations;
     Values texts;
@@ -99,19 +99,17 @@ bool VXMessageCandidates::read(const QList<Subject> &subjects, const Others &oth
         if (date.isValid() && (!last.isValid() || date > last))
             last = date;
     }
-    QVariantList left;
+    QVariantList others;
     const auto look = [&](const QString &condition, const QVariantList &arguments = {}) {
         return std::ranges::all_of(conversations.conditions(u"conversation"_s), [&](const VXPredicate &isOfThose) {
             VXFetchRequest request = requestFor(
                 VXPredicate::allOf({isOfThose, *VXPredicate::predicateWithFormat(condition, arguments)}), context);
             request.includesPropertyValues = false;
             request.batchSize = numbersAtOnce;
-            request.withoutNumbers = others.ranges;
             const std::optional<VXFetchResult> found = context.executeFetchRequest(request, error);
             for (qsizetype index = 0; found && index < found->size(); ++index) {
-                if (const VXManagedObjectID objectID = found->at(index)->objectID();
-                    !others.contains(objectID.number()))
-                    left.append(QVariant::fromValue(objectID));
+                if (const VXManagedObjectID objectID = found->at(index)->objectID(); !isAnother(objectID.number()))
+                    others.append(QVariant::fromValue(objectID));
             }
             return found.has_value();
         });
@@ -121,10 +119,10 @@ bool VXMessageCandidates::read(const QList<Subject> &subjects, const Others &oth
          !look(u"date >= %@ AND date <= %@"_s, {first.toUTC().addMSecs(-span), last.toUTC().addMSecs(span)})) ||
         !look(u"date == NULL"_s) || (hasUndated && !look(u"state == 2 AND url == NULL"_s)))
         return false;
-    const VXPredicate isLeft =
-        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(left));
-    return left.isEmpty() ||
-           fetch(VXPredicate::allOf({isLeft, VXPredicate::anyOf(texts.conditions(u"text"_s))}), context, error);
+    const VXPredicate isOther =
+        VXPredicate::comparison(VXExpression::self(), VXPredicate::Operator::In, VXExpression::constant(others));
+    return others.isEmpty() ||
+           fetch(VXPredicate::allOf({isOther, VXPredicate::anyOf(texts.conditions(u"text"_s))}), context, error);
 }
 
 bool VXMessageCandidates::fetch(const VXPredicate &condition, VXManagedObjectContext &context, VXError *error)

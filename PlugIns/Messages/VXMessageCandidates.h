@@ -30,19 +30,15 @@ public:
         QString key;          // the same for messages that are alike (VXMessageMatch::isAlike)
     };
     using Check = std::function<bool(const Known &known)>;
-    /** Messages that are another for certain, by their numbers: there may be many of one party and date. */
-    struct Others
-    {
-        std::function<bool(qint64 number)> contains;
-        QList<std::pair<qint64, qint64>> ranges; // of most of them
-    };
+    using NumberCheck = std::function<bool(qint64 number)>;
 
     /** Reads what lies at the places of the messages. False, with an error, if the store cannot be read. */
     [[nodiscard]] bool readAtPlaces(const QList<Subject> &subjects, VXManagedObjectContext &context, VXError *error);
-    /** Reads what else they may be. The fewer conversations there are, and the less time lies between the first and the last
-     *  message, the less is looked at. False, with an error, if the store cannot be read. */
-    [[nodiscard]] bool read(const QList<Subject> &subjects, const Others &others, VXManagedObjectContext &context,
-                            VXError *error);
+    /** Reads what else they may be, without those that the check tells to be another for certain, by their number: of these
+     *  there may be many of one party and date. The fewer conversations there are, and the less time lies between the first
+     *  and the last message, the less is looked at. False, with an error, if the store cannot be read. */
+    [[nodiscard]] bool read(const QList<Subject> &subjects, const NumberCheck &isAnother,
+                            VXManagedObjectContext &context, VXError *error);
 
     /** Adds a new message. */
     void add(const VXManagedObjectPtr &message, const Subject &subject);

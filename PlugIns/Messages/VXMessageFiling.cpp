@@ -14,7 +14,6 @@ using State = VXMessageRecord::State;
 namespace {
 
 constexpr qsizetype sliceSize = 1000; // others who file a message wait for one slice
-constexpr qsizetype mostRanges = 50;  // of numbers in a statement
 
 VXPendingChange pendingOf(const VXManagedObjectPtr &message)
 {
@@ -109,24 +108,12 @@ bool VXMessageFiling::perform(const Work &work, VXError *error)
     const QList<Message> inserted = context.insertedObjects();
     if (context.hasChanges() && !context.save(error))
         return false;
-    noteAdded(inserted);
+    for (const Message &message : inserted)
+        _met.insert(message->objectID().number()); // it has a number only now
     _outcome.changes += step.outcome.changes;
     _outcome.added += step.outcome.added;
     _outcome.changed += step.outcome.changed;
     return true;
-}
-
-// They have numbers only now: of one slice mostly one behind the other.
-void VXMessageFiling::noteAdded(const QList<Message> &messages)
-{
-    for (const Message &message : messages) {
-        const qint64 number = message->objectID().number();
-        _met.insert(number);
-        if (!_added.isEmpty() && _added.constLast().second + 1 == number)
-            _added.last().second = number;
-        else if (_added.size() < mostRanges)
-            _added.append({number, number});
-    }
 }
 
 bool VXMessageFiling::begin(VXError *error)
@@ -235,12 +222,12 @@ bool VXMessageFiling::fileSlice(const QList<Item> &slice, Round round, Step &ste
     QList<VXMessageCandidates::Subject> messages;
     for (const Item &item : slice)
         messages.append(item.message);
-    const VXMessageCandidates::Others others{[this](qint64 number) { return _met.contains(number); }, _added};
+    const auto isMet = [this](qint64 number) { return _met.contains(number); };
     if (!step.candidates.readAtPlaces(messages, step.context, error))
         return false;
     if (round != Round::SentHere)
         messages.removeIf([&](const auto &message) { return bool(findAtPlace(message, step)); });
-    if (!messages.isEmpty() && !step.candidates.read(messages, others, step.context, error))
+    if (!messages.isEmpty() && !step.candidates.read(messages, isMet, step.context, error))
         return false;
     for (const Item &item : slice) {
         const bool waits = round == Round::AtOnce && _perhapsSent->mayBeCopy(item.message.record);

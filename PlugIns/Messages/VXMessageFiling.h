@@ -80,7 +80,6 @@ private:
     enum class Round { AtOnce, SameDate, SentHere };
 
     bool perform(const Work &work, VXError *error);
-    void noteAdded(const QList<Message> &messages);
     static std::optional<QList<Message>> fetchWritten(const Step &step, VXError *error);
     bool readWritten(Step &step, VXError *error);
     bool inSlices(const QList<Item> &items, Round round, VXError *error);
@@ -118,8 +117,7 @@ private:
     QList<VXManagedObjectID> _onPhone;               // as far as was known before
     QMultiHash<QString, VXManagedObjectID> _written; // to be written, or written just now; by what makes messages alike
     QSet<size_t> _places;                            // placeOf() everything that is on the phone now
-    QSet<qint64> _met;                       // numbers of the messages found; new ones are added once they are saved
-    QList<std::pair<qint64, qint64>> _added; // ranges of the numbers of those, in the order of saving
+    QSet<qint64> _met; // numbers of the messages found; new ones are added once they are saved
     QList<Item> _waiting;
     Outcome _outcome;
 };

@@ -276,31 +276,6 @@ TEST_P(VXStoreConformanceTest, IsWalkedPageAfterPage)
     EXPECT_EQ(store->count(page, &error), 1);
 }
 
-TEST_P(VXStoreConformanceTest, ObjectsAreLeftOutByNumber)
-{
-    VXFetchRequest all = request(u"Person"_s);
-    all.sortDescriptors = {{.key = u"name"_s}};
-    all.limit = 10;
-    VXError error;
-    const auto numbers = [&](const QList<std::pair<qint64, qint64>> &without) {
-        all.withoutNumbers = without;
-        QList<qint64> found;
-        for (const VXFetchedRow &row : VXFetchRows(*store, all, &error))
-            found.append(row.objectID.number());
-        std::ranges::sort(found);
-        EXPECT_EQ(store->count(all, &error), found.size());
-        return found;
-    };
-    const QList<qint64> there = numbers({});
-    ASSERT_EQ(there.size(), 3);
-    const qint64 first = there[0];
-    const qint64 last = there[2];
-    EXPECT_EQ(numbers({{first, first}}), (QList<qint64>{there[1], last}));
-    EXPECT_EQ(numbers({{first + 1, last}}), QList<qint64>{first});
-    EXPECT_EQ(numbers({{first, first}, {last, last}}), QList<qint64>{there[1]});
-    EXPECT_EQ(numbers({{first, last}}), QList<qint64>());
-}
-
 TEST_P(VXStoreConformanceTest, RelationshipsAreKeptFromBothEnds)
 {
     EXPECT_EQ(related({jane}, u"calls"_s), (QSet<VXManagedObjectID>{cheap, dear}));
