@@ -8,6 +8,8 @@
 #include "VXDataManager.h"
 #include "VXDeviceURL.h"
 #include "VXFolders.h"
+#include "VXMetaDataDebt.h"
+#include "VXMetaDataSync.h"
 #include "VXPluginManager.h"
 #include "VXUserDefaults.h"
 
@@ -131,6 +133,19 @@ public:
         state.counters["allowed"] = 1.3;
         if (const VXError error = action->error(); !error.isNull())
             state.SkipWithError(qPrintable(error.description()));
+    }
+    /** Until what was saved is mirrored for searches, so that whoever is measured next has the machine to itself. */
+    static void settle()
+    {
+        QEventLoop loop;
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, &loop, [&loop] {
+            const QList<VXMetaDataSync::Ptr> syncs = VXMetaDataSync::launchedSyncs();
+            if (!VXMetaDataDebt::isAnyOfAll() && std::ranges::none_of(syncs, &VXMetaDataSync::needsUpdate))
+                loop.quit();
+        });
+        timer.start(100);
+        loop.exec();
     }
 
 private:
@@ -271,6 +286,7 @@ void readByAction(benchmark::State &state, const char *action)
     Setting &setting = Setting::shared();
     for (auto _ : state)
         setting.perform(state, QString::fromLatin1(action));
+    Setting::settle();
 }
 
 void readMessagesBarely(benchmark::State &state)

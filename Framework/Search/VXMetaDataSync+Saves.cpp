@@ -116,5 +116,6 @@ void VXMetaDataSync::noteSaved(const VXNotification &notification, const ObjectI
         noteOne(objectID, &SavedObjects::present);
     if (_saved.isEmpty())
         return;
+    ++_heardSaves;
     _changed.notifyAll();
 }

@@ -29,6 +29,9 @@ constexpr double shortestFrequency = 10;                 // seconds
 constexpr double longestFrequency = 24 * 60 * 60;        // seconds
 constexpr std::chrono::milliseconds delayAfterSave = 5s; // if saved during a pass
 constexpr std::chrono::seconds longestFarewell = 10s;
+// Saves that follow one another as closely are mirrored together, when the last was made or the first waits for so long
+constexpr std::chrono::milliseconds pauseBetweenSaves = 200ms;
+constexpr std::chrono::milliseconds longestGathering = 3s;
 constexpr std::chrono::milliseconds servingTurn = 5ms;
 constexpr qsizetype mostOwnSaves = 100; // takes a few milliseconds
 
@@ -426,7 +429,30 @@ void VXMetaDataSync::sleepUntil(Clock::time_point time, bool mayBeWoken)
                 return !_active || !_saved.isEmpty() || _isAwaited;
             }));
         }
-        if (isRunning())
+        if (isRunning() && isAnySaved()) {
+            awaitLastSave();
             mirrorSavedObjects();
+        }
+    }
+}
+
+bool VXMetaDataSync::isAnySaved()
+{
+    const VXMutexLocker locker(_lock);
+    return !_saved.isEmpty();
+}
+
+// Who saves many objects in turn, as a sync or an import does, has the processor and the disk for that.
+void VXMetaDataSync::awaitLastSave()
+{
+    const auto end = Clock::now() + longestGathering;
+    const VXMutexLocker locker(_lock);
+    for (quint64 heard = _heardSaves - 1; heard != _heardSaves && Clock::now() < end;) {
+        heard = _heardSaves;
+        static_cast<void>(_changed.waitFor(_lock, pauseBetweenSaves, [&]() VX_NO_THREAD_SAFETY_ANALYSIS {
+            return !_active || _isAwaited || heard != _heardSaves;
+        }));
+        if (!_active || _isAwaited)
+            return;
     }
 }

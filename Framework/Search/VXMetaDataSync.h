@@ -40,7 +40,8 @@ struct VXMetaDataInputs
 /**
  * Keeps a folder of small property lists, one for each object of an entity, in step with the store, so that searches
  * can use them. After a save, a thread of its own goes through all objects (a pass), 5 seconds after the previous pass
- * or when syncFrequency() has gone by; what was saved in this process it mirrors at once, ahead of the pass. The thread
+ * or when syncFrequency() has gone by; what was saved in this process it mirrors ahead of the pass: once 200 milliseconds pass
+ * without another save, at once for whoever waits (lookNow), or after 3 seconds. The thread
  * has a low priority (VXThread::vx_lowerPriority) but is not idle, since it holds locks that others wait for. Of all
  * processes one at a time works on a folder. Any thread may call.
  */
@@ -185,6 +186,8 @@ private:
     bool runDuePass();
     /** Mirrors what is saved meanwhile. */
     void sleepUntil(Clock::time_point time, bool mayBeWoken);
+    bool isAnySaved();
+    void awaitLastSave();
     void mirrorSavedObjects();
     void waitForWorker(Clock::time_point deadline);
     /** Called around the work on one file. */
@@ -216,6 +219,7 @@ private:
     bool _isWorkerThere VX_GUARDED_BY(_lock) = false; // on a thread of its own
     bool _isAwaited VX_GUARDED_BY(_lock) = false;     // by somebody, who wants it to look
     SavedObjects _saved VX_GUARDED_BY(_lock);         // and not mirrored yet
+    quint64 _heardSaves VX_GUARDED_BY(_lock) = 0;     // that had any
     QHash<const VXManagedObjectContext *, ObjectIDs> _toldAnew VX_GUARDED_BY(_lock); // of contexts that save
     QList<VXNotificationCenter::ObserverID> _observers VX_GUARDED_BY(_lock);
 };

@@ -175,6 +175,7 @@ VXManagedObjectContext::Save::Part *VXManagedObjectContext::Save::partFor(const 
     if (store) {
         Part &made = _parts.emplace_back(Part{store, {}, {}});
         const qsizetype count = _inserted.size() + _updated.size() + _deleted.size(); // mostly all are of one store
+        made.request.isSecuredLater = _context._securesLater;
         made.request.changes.reserve(count);
         made.objects.reserve(size_t(count));
         return &made;

@@ -45,6 +45,13 @@ public:
     VXMergePolicy mergePolicy() const { return _mergePolicy; }
     void setMergePolicy(VXMergePolicy policy) { _mergePolicy = policy; }
 
+    /**
+     * For many saves in a row, of which each would wait for the disk: whole and in order they are there at once, for everybody and
+     * after the end of the process, but a power cut may undo the last of them until VXPersistentStoreCoordinator::secureSaves, or a
+     * save that does not secure later, has returned.
+     */
+    void setSecuresLater(bool flag) { _securesLater = flag; }
+
     // -- Objects
     /** Makes a new object with default values, to be saved in the given store, or else in the first one. An abstract
      *  entity fails an assertion. */
@@ -224,6 +231,7 @@ private:
     quint64 _changeCount = 0; // of changes and saves, so that hooks are seen to make any
     VXError _lostChange;      // why the first change since the last save was not made, as its object could not be read
     quint32 _saveNumber = 0;
+    bool _securesLater = false;
     bool _hasHooks = false; // whether there was ever an object of a class of its own
     bool _isAsking = false; // while hooks run before a save; they may save the context themselves
 };

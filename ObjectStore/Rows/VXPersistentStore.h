@@ -92,6 +92,8 @@ struct VXSaveRequest
     QList<VXLinkChange> links;
     /** Entries of the metadata that are saved as well; those with an invalid value are removed. */
     std::optional<QVariantMap> metadata;
+    /** A power cut may undo it until VXPersistentStore::secureSaves, or another save, has made it lasting. */
+    bool isSecuredLater = false;
 };
 
 /** A row and its to-one relationship that leads to an object. */
@@ -203,6 +205,8 @@ public:
      */
     virtual std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                      VXError *error) = 0;
+    /** Makes lasting, also in a power cut, what was saved with isSecuredLater. */
+    virtual bool secureSaves(VXError * /*error*/) { return true; }
     /** Finds a relationship's references to objects that no longer exist. For many-to-many relationships, `related`
      *  leaves these out. */
     virtual bool findMissingTargets(const VXRelationshipDescription &relationship, QList<VXBrokenReference> *found,

@@ -53,7 +53,9 @@ VXSQLiteConnectionPool::Lease VXSQLiteConnectionPool::borrow(VXError *error)
     std::unique_ptr<VXSQLiteConnection> made =
         VXSQLiteConnection::open(_path, access, _busyTimeout, _executions, error);
     // What is written through these need not outlast a power cut by itself: see VXSQLiteStore::reserveNumbers.
-    if (made && !made->execute(u"PRAGMA synchronous = NORMAL"_s, error))
+    // Who saves merges the log.
+    if (made && !(made->execute(u"PRAGMA synchronous = NORMAL"_s, error) &&
+                  made->execute(u"PRAGMA wal_autocheckpoint = 0"_s, error)))
         made.reset();
     // Of a file of our own the writer, which could spread damage, looks at all cells of each page that it reads; readers look
     // at those that they come to, since they read the pages of a file larger than their memory again for each fetch.

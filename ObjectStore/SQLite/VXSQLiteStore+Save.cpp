@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <span>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -19,6 +20,10 @@ using Changes = std::span<const VXRowChange *const>;
 
 // Rows inserted per statement, for which SQLite opens the table and its indexes only once. More gain little.
 constexpr size_t rowsAtOnce = 8;
+
+// Pages in the log, from which on a save merges it into the file: 1000 is what SQLite takes by itself.
+constexpr int usualLog = 1000;
+constexpr int longLog = 8000; // while saves are secured later, as merging waits for the disk
 
 bool isInsertion(const VXRowChange &change)
 {
@@ -57,20 +62,22 @@ Changes firstOf(const Changes &insertions)
 class VXSQLiteStore::Transaction final : public VXStoreTransaction
 {
 public:
-    Transaction(VXSQLiteStore &store, const std::optional<QVariantMap> &metadata)
-        : _store(store), _turn(store._writing), _metadata(metadata)
+    Transaction(VXSQLiteStore &store, const std::optional<QVariantMap> &metadata, bool isSecuredLater)
+        : _store(store), _turn(store._writing), _metadata(metadata), _isSecuredLater(isSecuredLater)
     {
     }
     ~Transaction() override
     {
         if (_store._writer && _store._writer->isInTransaction())
             _store._writer->execute(u"ROLLBACK"_s, nullptr);
+        if (_store._writer && _isSecuredLater)
+            _store._writer->execute(u"PRAGMA synchronous = FULL"_s, nullptr);
     }
 
     bool begin(VXError *error)
     {
-        return _store.isWritable(error) && _store._writer->execute(u"BEGIN IMMEDIATE"_s, error) &&
-               _store.isInPlace(error);
+        return _store.isWritable(error) && (!_isSecuredLater || waitForNoDisk(error)) &&
+               _store._writer->execute(u"BEGIN IMMEDIATE"_s, error) && _store.isInPlace(error);
     }
     /** Leaves the entries that others have saved meanwhile, and learns them. */
     bool writeMetadata(VXError *error)
@@ -89,12 +96,13 @@ public:
                 _store.setStoredMetadata(*_written);
                 _store.markMetadataSaved(*_metadata);
             }
+            _store._isUnsecured = _isSecuredLater; // syncing the log makes all in it lasting
             return true;
         }
         const bool mayBeLogged = _store._writer->mayHaveCommitted();
         if (_store._writer->isInTransaction())
             _store._writer->execute(u"ROLLBACK"_s, nullptr);
-        if (mayBeLogged && !_store.overwriteLog())
+        if (mayBeLogged && !_store.overwriteLog(nullptr))
             problem = VXObjectStoreError(Code::SaveUnknown, u"It is not known whether the objects were saved."_s,
                                          problem.localizedRecoverySuggestion(), _store.path());
         VXSetError(error, problem);
@@ -102,10 +110,16 @@ public:
     }
 
 private:
+    bool waitForNoDisk(VXError *error)
+    {
+        return _store.lengthenLog(error) && _store._writer->execute(u"PRAGMA synchronous = NORMAL"_s, error);
+    }
+
     VXSQLiteStore &_store;
     const std::unique_lock<VXMutex> _turn;
     const std::optional<QVariantMap> _metadata; // the changes
-    std::optional<QVariantMap> _written;        // all, with those
+    const bool _isSecuredLater;
+    std::optional<QVariantMap> _written; // all, with those
 };
 
 /** Writes the changes of one save. Bound values are not copied: the request must outlive this. */
@@ -359,18 +373,52 @@ bool VXSQLiteStore::isInPlace(VXError *error) const
 
 // A transaction that failed at its very end lies in the log, whole, where the next one will overwrite it; until then whoever
 // recovers the log after a crash would take it for saved. So that next one follows at once.
-bool VXSQLiteStore::overwriteLog()
+bool VXSQLiteStore::overwriteLog(VXError *error)
 {
-    return _writer->execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), nullptr);
+    return _writer->execute(u"PRAGMA user_version = %1"_s.arg(VXSQLiteSchema::formatVersion), error);
 }
 
 std::unique_ptr<VXStoreTransaction> VXSQLiteStore::save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                                         VXError *error)
 {
-    auto transaction = std::make_unique<Transaction>(*this, request.metadata);
+    auto transaction = std::make_unique<Transaction>(*this, request.metadata, request.isSecuredLater);
     const bool isWritten =
         transaction->begin(error) && Saver(*this, conflicts, error).save(request) && transaction->writeMetadata(error);
     return isWritten ? std::move(transaction) : nullptr;
+}
+
+// Who saves next should not have to merge what many saves have left either.
+bool VXSQLiteStore::lengthenLog(VXError *error)
+{
+    _isLogLong = _isLogLong || _writer->execute(u"PRAGMA wal_autocheckpoint = %1"_s.arg(longLog), error);
+    return _isLogLong;
+}
+
+// One more transaction, for which the log is synced with all that is in it. The log is then merged into the file by a thread, while
+// others may save.
+bool VXSQLiteStore::secureSaves(VXError *error)
+{
+    const std::unique_lock<VXMutex> turn(_writing);
+    if (_isUnsecured && !(isWritable(error) && overwriteLog(error)))
+        return false;
+    _isUnsecured = false;
+    if (!_isLogLong || std::exchange(_isMerging, true))
+        return true;
+    if (_merging.joinable())
+        _merging.join(); // it has ended
+    _merging = std::thread([this] { mergeLog(); });
+    return true;
+}
+
+// What other readers keep from being merged, the next save merges.
+void VXSQLiteStore::mergeLog()
+{
+    if (const VXSQLiteConnectionPool::Lease connection = _readers.borrow(nullptr))
+        connection->execute(u"PRAGMA wal_checkpoint(PASSIVE)"_s, nullptr);
+    const std::unique_lock<VXMutex> turn(_writing);
+    if (_writer)
+        _isLogLong = !_writer->execute(u"PRAGMA wal_autocheckpoint = %1"_s.arg(usualLog), nullptr);
+    _isMerging = false;
 }
 
 // A reserved number that was not used may be given out again after a power cut, so this is not synced; the save that

@@ -34,11 +34,21 @@ VXSQLiteStore::~VXSQLiteStore()
 // would play into the one that has taken its place.
 void VXSQLiteStore::close()
 {
+    std::thread merging;
+    {
+        const std::unique_lock<VXMutex> turn(_writing);
+        merging = std::move(_merging);
+    }
+    if (merging.joinable())
+        merging.join();
     const std::unique_lock<VXMutex> turn(_writing);
     _readers.close();
+    if (_writer && _isUnsecured) // another process may have it open, and will merge it at its end
+        overwriteLog(nullptr);
     if (_writer && _writer->hasMoved() && _writer->execute(u"PRAGMA busy_timeout = 200"_s, nullptr))
         _writer->execute(u"PRAGMA wal_checkpoint(TRUNCATE)"_s, nullptr);
     _writer.reset();
+    _isUnsecured = _isLogLong = false;
 }
 
 QVariantMap VXSQLiteStore::metadataOfFile(const QString &path, VXError *error)

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 class VXAttributeDescription;
@@ -28,7 +29,7 @@ struct VXAttributeNumber
 /**
  * A store in an SQLite file (docs/FORMATS.md) with a write-ahead log: readers of any thread and process run in parallel
  * with the one writer. A committed save survives the end of the process and, if the disk works as promised, a power
- * cut.
+ * cut; one that is secured later survives that once secureSaves has returned, and no save is kept without those before it.
  */
 class VX_STORE_EXPORT VXSQLiteStore final : public VXPersistentStore
 {
@@ -57,6 +58,7 @@ public:
     std::optional<qint64> reserveNumbers(const VXEntityDescription &root, qint64 count, VXError *error) override;
     std::unique_ptr<VXStoreTransaction> save(const VXSaveRequest &request, QList<VXRowConflict> *conflicts,
                                              VXError *error) override;
+    bool secureSaves(VXError *error) override;
     QStringList check() override;
     /**
      * Finds values that no object could have stored in their column, so another program must have written them; reading
@@ -118,7 +120,9 @@ private:
                       const QList<VXManagedObjectID> &changed, QList<VXRowConflict> *conflicts, VXError *error) const;
     bool isWritable(VXError *error) const;
     bool isInPlace(VXError *error) const;
-    bool overwriteLog();
+    bool overwriteLog(VXError *error);
+    bool lengthenLog(VXError *error);
+    void mergeLog();
     VXError damage(const QString &reason) const;
 
     // -- Checking
@@ -145,5 +149,10 @@ private:
     VXSQLiteQueryCache _queries;
     VXMutex _writing;                            // guards the writer: whoever holds it may save
     std::unique_ptr<VXSQLiteConnection> _writer; // null in a store that is read only or closed
+    // These are guarded by _writing as well.
+    bool _isUnsecured = false; // something that was saved
+    bool _isLogLong = false;   // it may be, until it was merged
+    bool _isMerging = false;   // the thread works
+    std::thread _merging;      // merges the log
     VXSQLiteConnectionPool _readers;
 };

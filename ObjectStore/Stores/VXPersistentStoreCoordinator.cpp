@@ -284,3 +284,11 @@ bool VXPersistentStoreCoordinator::save(const QHash<const VXStoreIdentity *, VXS
     }
     return commit(std::move(prepared), saved, error);
 }
+
+bool VXPersistentStoreCoordinator::secureSaves(VXError *error)
+{
+    bool areSecured = true;
+    for (const StorePtr &store : persistentStores())
+        areSecured = store->secureSaves(error) && areSecured;
+    return areSecured;
+}

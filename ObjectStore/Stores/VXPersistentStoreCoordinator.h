@@ -66,6 +66,8 @@ public:
      */
     bool save(const QHash<const VXStoreIdentity *, VXSaveRequest> &requests, QList<VXRowConflict> *conflicts,
               QSet<const VXStoreIdentity *> *saved, VXError *error);
+    /** Makes lasting, also in a power cut, what contexts have saved that secure later (VXManagedObjectContext). */
+    bool secureSaves(VXError *error = nullptr);
 
 private:
     VXPersistentStoreCoordinator(const VXManagedObjectModel::Ptr &model, VXObjectClasses classes);

@@ -13,7 +13,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype sliceSize = 500; // contacts of one save: others who change one wait for it
+constexpr qsizetype sliceSize = 500;                // contacts of one save: others who change one wait for it
+constexpr std::chrono::seconds longestUnsecured{1}; // what a power cut may undo while slices are saved
 const QStringList contactRelationships{u"numbers"_s, u"emails"_s, u"urls"_s, u"addresses"_s, u"groups"_s, u"places"_s};
 
 VXFetchRequest requestFor(const VXPersistentStoreCoordinator &coordinator, const QString &entity,
@@ -31,6 +32,7 @@ VXContactReconciler::Slice::Slice(const VXPersistentStoreCoordinator::Ptr &coord
     : context(coordinator), writer(context)
 {
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
+    context.setSecuresLater(true);
 }
 
 VXContactReconciler::VXContactReconciler(const VXPersistentStoreCoordinator::Ptr &coordinator, const QString &deviceURL,
@@ -54,6 +56,7 @@ bool VXContactReconciler::begin(VXError *error)
     for (const VXManagedObjectPtr &place : *found)
         _places.add(VXContactPlace(place));
     _isPhoneKnown = !_places.known().isEmpty();
+    _unsecured.setRemainingTime(longestUnsecured);
     return true;
 }
 
@@ -71,6 +74,17 @@ bool VXContactReconciler::take(const VXPhonePortion &portion, VXError *error)
 }
 
 bool VXContactReconciler::run(const QString &phone, bool isAll, VXError *error)
+{
+    return reconcile(phone, isAll, error) && secure(error);
+}
+
+bool VXContactReconciler::secure(VXError *error)
+{
+    _unsecured.setRemainingTime(longestUnsecured);
+    return _coordinator->secureSaves(error);
+}
+
+bool VXContactReconciler::reconcile(const QString &phone, bool isAll, VXError *error)
 {
     const bool isToldLate = std::exchange(_phone, phone) != phone;
     if (isToldLate && !tellPhone(error))
@@ -165,7 +179,7 @@ bool VXContactReconciler::perform(const Work &work, VXError *error)
         VXSetError(error, failure);
     }
     _slice.reset();
-    return isDone;
+    return isDone && (!_unsecured.hasExpired() || secure(error));
 }
 
 // Which they have only once they are saved.

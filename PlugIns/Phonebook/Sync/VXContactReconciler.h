@@ -5,6 +5,7 @@
 #include "VXManagedObjectContext.h"
 #include "VXPhoneChange.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QSet>
@@ -50,6 +51,8 @@ public:
      *  what was known of others at that URL is left alone, and is there when they come again. Null: it does not tell. False,
      *  with an error, when the store cannot be read or saved; what was saved before stays. */
     [[nodiscard]] bool run(const QString &phone, bool isAll, VXError *error);
+    /** Makes what was saved lasting in a power cut, as a run does at its end; until then one may undo the last second of it. */
+    bool secure(VXError *error);
 
     struct Outcome
     {
@@ -110,6 +113,7 @@ private:
         QList<Person> late = {};
     };
 
+    bool reconcile(const QString &phone, bool isAll, VXError *error);
     bool choosePlaces(VXError *error);
     QString questionAbout(bool isAll) const;
 
@@ -168,6 +172,7 @@ private:
     bool _addsAll = false;
     VXContactPlaces _places;                      // of the phone, as far as was known
     std::unique_ptr<Slice> _slice;                // while one is worked on
+    QDeadlineTimer _unsecured;                    // until what was saved is secured
     std::optional<VXContactChangeSet> _changeSet; // once there is something to change
     QSet<VXManagedObjectID> _noted;               // persons
     QSet<VXManagedObjectID> _former;              // places that a new phone is to have again

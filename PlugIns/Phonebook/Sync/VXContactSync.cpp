@@ -82,7 +82,8 @@ void VXContactSync::take(const VXDeviceAction::Portion &portion, const std::func
 void VXContactSync::didRead(const VXDeviceAction &part)
 {
     if (const VXError failure = part.error(); !failure.isNull())
-        return work([](VXContactReconciler &, VXError *) { return true; }, [this, failure] { finish(failure); });
+        return work([](VXContactReconciler &reconciler, VXError *error) { return reconciler.secure(error); },
+                    [this, failure] { finish(failure); });
     const QVariantMap result = part.result().toMap();
     _problems = result.value(u"problems"_s).toStringList();
     const auto reconcile = [result](VXContactReconciler &reconciler, VXError *error) {
@@ -111,7 +112,8 @@ void VXContactSync::workNext()
 {
     const auto carryOut = [reconciler = _reconciler, step = std::move(_steps.front().first)] {
         VXError error;
-        static_cast<void>(step(*reconciler, &error));
+        if (!step(*reconciler, &error))
+            reconciler->secure(nullptr); // what was saved before stays
         return error;
     };
     compute(carryOut, [this](const VXError &error) {

@@ -52,3 +52,37 @@ TEST_P(VXFailingCallTest, ASaveHappensOrNot)
     walk.state = [&] { return contents(file); };
     walk.run();
 }
+
+class VXSecuredLaterTest : public VXFaultTest
+{
+};
+
+TEST_F(VXSecuredLaterTest, OnlyASaveThatIsSecuredWaitsForTheDisk)
+{
+    const Opened opened = open(VXStoreType::SQLite, path(u"store"_s));
+    VXCallCounts counts = {};
+    const VXCallFailure none;
+    const VXCallFailure counting{.kinds = VXCallSync};
+    VXFailCalls(&counting, &counts);
+    const auto syncsOf = [&](const std::function<bool()> &work) {
+        const unsigned long before = counts.counted;
+        EXPECT_TRUE(work());
+        return counts.counted - before;
+    };
+    const auto save = [&] {
+        opened.context->insertNewObject(u"Item"_s)->setValueForKey(1, u"number"_s);
+        return opened.context->save();
+    };
+    EXPECT_GT(syncsOf(save), 0);
+    for (const auto &secure : {std::function<bool()>(save), {[&] { return opened.coordinator->secureSaves(); }}}) {
+        opened.context->setSecuresLater(true);
+        for (int count = 0; count < 10; ++count)
+            EXPECT_EQ(syncsOf(save), 0);
+        opened.context->setSecuresLater(false);
+        EXPECT_GT(syncsOf(secure), 0);
+    }
+    VXFailCalls(&none, &counts);
+    EXPECT_TRUE(opened.coordinator->removePersistentStore(opened.store));
+    EXPECT_FALSE(QFile::exists(path(u"store-wal"_s))) << "all was merged into the file";
+    EXPECT_EQ(open(VXStoreType::SQLite, path(u"store"_s)).fetch(u"Item"_s).size(), 22);
+}

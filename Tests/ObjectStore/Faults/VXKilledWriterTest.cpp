@@ -34,12 +34,13 @@ protected:
         return number;
     }
 
-    void write(int pipe, std::chrono::microseconds life, bool startsLate) const
+    void write(int pipe, std::chrono::microseconds life, bool startsLate, bool securesLater) const
     {
         if (!startsLate)
             killAfter(life);
         const Opened opened = open(GetParam(), path(u"store"_s));
         ASSERT_TRUE(opened.store) << opened.error.description().toStdString();
+        opened.context->setSecuresLater(securesLater);
         while (true) {
             const qlonglong number = change(opened);
             VXError error;
@@ -94,7 +95,7 @@ TEST_P(VXKilledWriterTest, NoSaveIsLost)
         std::array<int, 2> pipe = {};
         ASSERT_EQ(::pipe(pipe.data()), 0);
         const std::chrono::microseconds life(random() % 40'000);
-        const pid_t writer = start([&] { write(pipe[1], life, round % 3 != 0); });
+        const pid_t writer = start([&] { write(pipe[1], life, round % 3 != 0, round % 2 != 0); });
         ::close(pipe[1]);
         while (::read(pipe[0], &saved, sizeof(saved)) > 0)
             continue;
