@@ -1,6 +1,7 @@
 #include "VXDeviceAction.h"
 
 #include "VXActivityManager.h"
+#include "VXDeviceActionDelays.h"
 #include "VXDiagnostics.h"
 #include "VXException.h"
 #include "VXFramework.h"
@@ -45,7 +46,7 @@ struct VXDeviceAction::CancelWatchdog
     Ptr action VX_GUARDED_BY(lock); // null once withdrawn
 };
 
-void VXDeviceAction::setDelays(std::chrono::milliseconds cancel, std::chrono::milliseconds poll)
+void VXSetDeviceActionDelays(std::chrono::milliseconds cancel, std::chrono::milliseconds poll)
 {
     cancelDelay = cancel;
     pollInterval = poll;

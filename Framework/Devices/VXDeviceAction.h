@@ -13,7 +13,6 @@
 #include <QtCore/QVariant>
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -146,11 +145,6 @@ Q_SIGNALS:
     void cancelRequested();
     /** The execution has ended: the completion was called, and the activity is gone. */
     void didConclude();
-
-protected:
-    /** How long an abort may take, and how often a waiting executeThreaded checks: 60 seconds and 1 second. For tests.
-     *  */
-    static void setDelays(std::chrono::milliseconds cancelDelay, std::chrono::milliseconds pollInterval);
 
 private:
     struct CancelWatchdog;

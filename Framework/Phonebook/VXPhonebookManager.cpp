@@ -6,6 +6,7 @@
 #include "VXMainThread.h"
 #include "VXManagedObjectContext.h"
 #include "VXMethodLog.h"
+#include "VXPhonebookClock.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookGroup.h"
 #include "VXPhonebookPlugin.h"
@@ -24,14 +25,24 @@
 using namespace Qt::StringLiterals;
 
 std::atomic<quint32> VXPhonebookManager::_globalContextVersion = 0;
-std::atomic<VXPhonebookManager::Clock::time_point (*)()> VXPhonebookManager::_clock = nullptr;
 
 namespace {
 
 using namespace std::chrono_literals;
 
 constexpr auto longestAnswer = 5s;
+std::atomic<std::chrono::steady_clock::time_point (*)()> testClock = nullptr;
 constexpr QLatin1StringView storeName("phonebook");
+
+std::chrono::steady_clock::time_point now()
+{
+    if (auto *const clock = testClock.load(std::memory_order_relaxed); Q_UNLIKELY(clock != nullptr))
+        return clock();
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &time); // coarse to some milliseconds, but much cheaper
+    return std::chrono::steady_clock::time_point(std::chrono::seconds(time.tv_sec) +
+                                                 std::chrono::nanoseconds(time.tv_nsec));
+}
 
 // The plugin that owns the store. Main thread.
 const VXPluginProxy *phonebookStorePlugin()
@@ -59,6 +70,11 @@ qsizetype savedCount(const VXNotification &notification, const QString &key)
 
 } // namespace
 
+void VXSetPhonebookClock(std::chrono::steady_clock::time_point (*clock)())
+{
+    testClock = clock;
+}
+
 VXPhonebookManager &VXPhonebookManager::sharedPhonebookManager()
 {
     static thread_local VXPhonebookManager manager;
@@ -82,20 +98,6 @@ VXPhonebookManager::VXPhonebookManager()
 }
 
 VXPhonebookManager::~VXPhonebookManager() = default;
-
-VXPhonebookManager::Clock::time_point VXPhonebookManager::now()
-{
-    if (Clock::time_point(*const clock)() = _clock.load(std::memory_order_relaxed); Q_UNLIKELY(clock != nullptr))
-        return clock();
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &time); // coarse to some milliseconds, but much cheaper
-    return Clock::time_point(std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec));
-}
-
-void VXPhonebookManager::setClock(Clock::time_point (*clock)())
-{
-    _clock = clock;
-}
 
 VXManagedObjectContext *VXPhonebookManager::managedObjectContext()
 {

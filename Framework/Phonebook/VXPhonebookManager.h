@@ -82,11 +82,9 @@ public:
      */
     static void pluginWillUnload(const VXNotification &notification);
 
-    using Clock = std::chrono::steady_clock;
-    /** Replaces the clock for the age of answers; nullptr restores it. For tests. Any thread. */
-    static void setClock(Clock::time_point (*clock)());
-
 private:
+    using Clock = std::chrono::steady_clock;
+
     /** A cached answer, which may be none. */
     struct Answer
     {
@@ -120,10 +118,8 @@ private:
     VXManagedObjectPtr find(const QString &phonebookString, Kind kind);
     VXManagedObjectPtr bestOf(QList<VXManagedObjectPtr> candidates);
     void keep(const QString &key, const VXManagedObjectPtr &entry);
-    static Clock::time_point now();
 
     static std::atomic<quint32> _globalContextVersion;
-    static std::atomic<Clock::time_point (*)()> _clock;
 
     quint32 _contextVersion;
     std::unique_ptr<VXManagedObjectContext> _managedObjectContext; // outlives the cached objects

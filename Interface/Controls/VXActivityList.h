@@ -23,7 +23,7 @@ public:
     ~VXActivityList() override;
 
     QList<VXActivity::Ptr> activities() const;
-    /** Milliseconds before an activity is listed; half a second by default. Also for tests. */
+    /** Milliseconds before an activity is listed; half a second by default. */
     void setDelay(int milliseconds) { _delay = milliseconds; }
 
 Q_SIGNALS:

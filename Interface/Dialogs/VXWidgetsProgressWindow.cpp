@@ -3,7 +3,7 @@
 #include "VXInputBlock.h"
 #include "VXProgressDialog.h"
 
-VXWidgetsProgressWindow::VXWidgetsProgressWindow(QWidget *parent) : _parent(parent)
+VXWidgetsProgressWindow::VXWidgetsProgressWindow(QWidget *parent, int delay) : _parent(parent), _delay(delay)
 {
     _wait.setSingleShot(true);
     _wait.callOnTimeout([this] { open(); });

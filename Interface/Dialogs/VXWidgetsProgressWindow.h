@@ -18,11 +18,9 @@ class VXProgressDialog;
 class VX_INTERFACE_EXPORT VXWidgetsProgressWindow : public VXProgressWindow
 {
 public:
-    explicit VXWidgetsProgressWindow(QWidget *parent);
+    /** `delay`: milliseconds before the window opens. */
+    explicit VXWidgetsProgressWindow(QWidget *parent, int delay = 500);
     ~VXWidgetsProgressWindow() override;
-
-    /** Milliseconds before the window opens; half a second by default. Also for tests. */
-    void setDelay(int milliseconds) { _delay = milliseconds; }
 
 protected:
     void show() override;
@@ -33,7 +31,7 @@ private:
     void open();
 
     const QPointer<QWidget> _parent;
-    int _delay = 500;
+    const int _delay;
     QTimer _wait;
     QElapsedTimer _since;
     std::unique_ptr<VXInputBlock> _block; // until the window is open

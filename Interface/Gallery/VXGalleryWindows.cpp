@@ -163,11 +163,11 @@ QWidget *VXMakeBezelPage()
                        .subtitle = u"+44 20 7946 0000"_s,
                        .caption = VXGalleryString(u"Incoming call, Nokia"_s),
                        .buttons = {{VXGalleryString(u"Answer"_s), {}, true}, {VXGalleryString(u"Decline"_s)}},
-                       .seconds = 0};
+                       .duration = {}};
     VXBezelNotice key{.title = VXGalleryString(u"Dial the selected number"_s),
                       .caption = VXGalleryString(u"Hot key"_s),
                       .icon = u"keyboard"_s,
-                      .seconds = 0};
+                      .duration = {}};
     auto *const show = new QPushButton(VXGalleryString(u"Show"_s));
     show->setAutoDefault(false);
     auto *const shown = new VXBezelWindow;

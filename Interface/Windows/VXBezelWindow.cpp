@@ -57,13 +57,13 @@ void VXBezelWindow::showNotice(const VXBezelNotice &notice)
     }
     fill(notice);
     setAccessibleName(QStringList{notice.caption, notice.title, notice.subtitle}.join(u' ').simplified());
-    _seconds = notice.seconds;
+    _closesByItself = notice.duration.count() > 0;
     layout()->activate();
     adjustSize();
     place();
     show();
-    if (_seconds > 0)
-        _time.start(_seconds * _second);
+    if (_closesByItself)
+        _time.start(notice.duration);
     else
         _time.stop();
 }
@@ -152,8 +152,8 @@ void VXBezelWindow::enterEvent(QEnterEvent *)
 
 void VXBezelWindow::leaveEvent(QEvent *)
 {
-    if (_seconds > 0)
-        _time.start(2 * _second);
+    if (_closesByItself)
+        _time.start(std::chrono::seconds(2));
 }
 
 void VXBezelWindow::hideEvent(QHideEvent *event)

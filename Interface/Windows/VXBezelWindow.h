@@ -7,6 +7,7 @@
 #include <QtGui/QImage>
 #include <QtWidgets/QWidget>
 
+#include <chrono>
 #include <functional>
 
 /** The contents of a bezel. */
@@ -25,7 +26,7 @@ struct VX_INTERFACE_EXPORT VXBezelNotice
     QImage picture = {};   // null: the icon is shown
     QString icon = {};     // the name of a VXSymbol
     QList<Button> buttons = {};
-    int seconds = 6; // 0: until it is closed
+    std::chrono::milliseconds duration = std::chrono::seconds(6); // 0: until it is closed
 };
 
 /**
@@ -46,8 +47,6 @@ public:
 
     /** Shows the notice, replacing the present one, at the top of the screen with the pointer. */
     void showNotice(const VXBezelNotice &notice);
-    /** How many milliseconds a second of a notice takes, for tests. */
-    void setSecond(int milliseconds) { _second = milliseconds; }
 
 Q_SIGNALS:
     /** The bezel was closed: by itself, by a button or by its close button. */
@@ -64,6 +63,5 @@ private:
     void place();
 
     QTimer _time;
-    int _second = 1000;
-    int _seconds = 0;
+    bool _closesByItself = false;
 };

@@ -22,8 +22,8 @@ namespace {
 
 const QString notifier = u"com.halvern.VNX2.plugin.desktopnotification"_s; // the reactor that shows notifications
 constexpr int pictureSize = 112;
-constexpr int longestRinging = 60; // seconds; its end may never be reported
-constexpr int longestText = 400;   // characters of a message
+constexpr std::chrono::seconds longestRinging(60); // its end may never be reported
+constexpr int longestText = 400;                   // characters of a message
 
 QString numberOf(const QString &party)
 {
@@ -155,7 +155,7 @@ void VXNewsNotices::showRinging(const VXCallRecord &call, const QString &key)
                                .caption = caption.join(u" · "_s),
                                .picture = pictureOf(party),
                                .buttons = buttonsFor(call, key),
-                               .seconds = longestRinging};
+                               .duration = longestRinging};
     if (VXBezelWindow::canPlaceWindows()) {
         _onBezel = key;
         _bezel.showNotice(notice);

@@ -1,6 +1,7 @@
 #include "VXDeviceAction.h"
 
 #include "VXActivityManager.h"
+#include "VXDeviceActionDelays.h"
 #include "VXDeviceTesting.h"
 #include "VXException.h"
 #include "VXMainThread.h"
@@ -44,11 +45,10 @@ public:
     QVariant userInfo;
 };
 
-/** An action that blocks the thread it is executed on, with delays for tests. */
+/** An action that blocks the thread it is executed on. */
 class ThreadedAction : public VXDeviceAction
 {
 public:
-    using VXDeviceAction::setDelays;
     using VXDeviceAction::VXDeviceAction;
     void execute() override { executeThreaded(); }
 };
@@ -58,7 +58,7 @@ public:
 class VXDeviceActionTest : public VXHomeTest
 {
 protected:
-    VXDeviceActionTest() { ThreadedAction::setDelays(60s, 1h); }
+    VXDeviceActionTest() { VXSetDeviceActionDelays(60s, 1h); }
 
     void execute(const QVariant &info = {}) { action->executeWithDevice(phone, &delegate, "didComplete", info); }
     // Runs the work on a thread of its own while the main thread serves events.
@@ -238,7 +238,7 @@ TEST_F(VXDeviceActionTest, AnAbortIsTheErrorAndTheHandlerEndsIt)
 
 TEST_F(VXDeviceActionTest, TheWatchdogEndsWhatDoesNotConclude)
 {
-    ThreadedAction::setDelays(0s, 1h);
+    VXSetDeviceActionDelays(0s, 1h);
     phone->handle([](VXDeviceAction *) {});
     action->setTaker([](const auto &, const auto &) { ADD_FAILURE() << "nobody waits for it any more"; });
     execute();
@@ -278,7 +278,7 @@ TEST_F(VXDeviceActionTest, AThreadWaitsForTheConclusion)
     EXPECT_EQ(delegate.calls, 2);
     EXPECT_TRUE(delegate.found) << "told on the main thread";
 
-    ThreadedAction::setDelays(60s, 0ms);
+    VXSetDeviceActionDelays(60s, 0ms);
     phone->handle([](VXDeviceAction *) {});
     onThread([this] { action->executeThreadedWithDevice(phone); },
              [this] {
@@ -293,7 +293,7 @@ TEST(VXDeviceActionDeathTest, NoneStaysExecutingWhenTheApplicationEnds)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto run = [](const VXDeviceActionHandler::Call &end) {
-        ThreadedAction::setDelays(60s, 1ms);
+        VXSetDeviceActionDelays(60s, 1ms);
         const auto phone = std::make_shared<Phone>();
         const auto action = std::make_shared<VXDeviceAction>(u"call"_s);
         std::atomic<bool> isStarted = false;

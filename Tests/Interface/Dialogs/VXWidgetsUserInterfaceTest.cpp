@@ -164,8 +164,7 @@ TEST_F(VXWidgetsUserInterfaceTest, WhatEndsSoonShowsNoProgressWindow)
 
 TEST_F(VXWidgetsUserInterfaceTest, ProgressIsShownAndStopped)
 {
-    VXWidgetsProgressWindow window(nullptr);
-    window.setDelay(0);
+    VXWidgetsProgressWindow window(nullptr, 0);
     window.setTitle(u"Reading contacts"_s);
     int stops = 0;
     window.setCancelHandler([&] {

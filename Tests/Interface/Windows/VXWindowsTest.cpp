@@ -107,19 +107,21 @@ TEST_F(VXWindowsTest, ABezelTakesNoFocusAndGoesByItself)
     VXShowActive(field);
     field.setFocus();
     VXBezelWindow bezel;
-    bezel.setSecond(1);
     int closes = 0;
     QObject::connect(&bezel, &VXBezelWindow::didClose, [&] { ++closes; });
-    bezel.showNotice({.title = u"Jane Doe"_s, .subtitle = u"+44 20 7946 0000"_s, .caption = u"Incoming call"_s});
+    bezel.showNotice({.title = u"Jane Doe"_s,
+                      .subtitle = u"+44 20 7946 0000"_s,
+                      .caption = u"Incoming call"_s,
+                      .duration = std::chrono::milliseconds(6)});
     EXPECT_EQ(QApplication::focusWidget(), &field);
     EXPECT_EQ(bezel.accessibleName(), u"Incoming call Jane Doe +44 20 7946 0000"_s);
     ASSERT_TRUE(VXRunUntil([&] { return closes == 1; }));
     int answers = 0;
     const auto answer = [&] {
         ++answers;
-        bezel.showNotice({.title = u"Talking"_s, .seconds = 0});
+        bezel.showNotice({.title = u"Talking"_s, .duration = {}});
     };
-    bezel.showNotice({.title = u"Jane"_s, .buttons = {{u"Answer"_s, answer, true}}, .seconds = 0});
+    bezel.showNotice({.title = u"Jane"_s, .buttons = {{u"Answer"_s, answer, true}}, .duration = {}});
     VXChild<QPushButton>(bezel)->click();
     EXPECT_EQ(answers, 1);
     EXPECT_EQ(bezel.accessibleName(), u"Talking"_s);

@@ -1,3 +1,4 @@
+#include "VXDeviceActionDelays.h"
 #include "VXEventManager.h"
 #include "VXGammuPhoneTest.h"
 #include "VXGammuStrings.h"
@@ -21,11 +22,6 @@ QByteArray listed(int location, const QByteArray &coding, const QByteArray &leng
     return "+CMGL: " + QByteArray::number(location) + ",1,," + QByteArray::number(unit.size() / 2) +
            "\r\n07915155214365F7" + unit;
 }
-
-struct Delays : VXDeviceAction
-{
-    using VXDeviceAction::setDelays;
-};
 
 } // namespace
 
@@ -214,7 +210,7 @@ TEST_F(VXGammuModemTest, UnloadingWhileItConnectsIsNoProblemOfThePhone)
 TEST_F(VXGammuModemTest, TheWatchdogConcludesAnActionOfASilentPhone)
 {
     const auto phone = connect();
-    Delays::setDelays(std::chrono::milliseconds(0), std::chrono::seconds(1));
+    VXSetDeviceActionDelays(std::chrono::milliseconds(0), std::chrono::seconds(1));
     const auto action = VXDeviceAction::actionWithName(u"read_contacts"_s);
     modem.intercept("AT+CPBR=1", [&] { action->cancel(); });
     int completions = 0;
@@ -222,7 +218,7 @@ TEST_F(VXGammuModemTest, TheWatchdogConcludesAnActionOfASilentPhone)
     ASSERT_TRUE(VXRunUntil([&] { return !action->isExecuting() && action->isCancelled(); }));
     ASSERT_TRUE(VXRunUntil([&] { return !static_cast<VXGammuPhone *>(phone.get())->isConnected(); }));
     EXPECT_EQ(completions, 1);
-    Delays::setDelays(std::chrono::seconds(60), std::chrono::seconds(1));
+    VXSetDeviceActionDelays(std::chrono::seconds(60), std::chrono::seconds(1));
 }
 
 TEST_F(VXGammuModemTest, APhoneThatNeverAnswersTakesNoLongerThanItMay)

@@ -1,3 +1,4 @@
+#include "VXPhonebookClock.h"
 #include "VXPhonebookEntry.h"
 #include "VXPhonebookTest.h"
 #include "VXTestSQL.h"
@@ -13,9 +14,9 @@ namespace {
 
 std::atomic<qint64> testTime = 0; // seconds
 
-VXPhonebookManager::Clock::time_point testClock()
+std::chrono::steady_clock::time_point testClock()
 {
-    return VXPhonebookManager::Clock::time_point(std::chrono::seconds(testTime));
+    return std::chrono::steady_clock::time_point(std::chrono::seconds(testTime));
 }
 
 } // namespace
@@ -23,7 +24,7 @@ VXPhonebookManager::Clock::time_point testClock()
 class VXPhonebookManagerTest : public VXPhonebookTest
 {
 protected:
-    ~VXPhonebookManagerTest() override { VXPhonebookManager::setClock(nullptr); }
+    ~VXPhonebookManagerTest() override { VXSetPhonebookClock(nullptr); }
 
     QString nameFor(const QString &phonebookString)
     {
@@ -85,7 +86,7 @@ TEST_F(VXPhonebookManagerTest, AnswersAreKeptUntilASaveAnywhereOrForFiveSeconds)
                     .code = u"PhonebookFixture.so"_s}
         .write(shared());
     start({u"org.example.knows"_s});
-    VXPhonebookManager::setClock(testClock);
+    VXSetPhonebookClock(testClock);
     EXPECT_EQ(nameFor(u"555 0100"_s), u"Answer 1"_s);
     EXPECT_EQ(nameFor(u" 555 0100 "_s), u"Answer 1"_s); // without a look-up
     EXPECT_EQ(nameFor(u"555 0101"_s), u"Answer 2"_s);
