@@ -5,6 +5,7 @@
 #include "VXFramework.h"
 #include "VXMainThread.h"
 #include "VXModelParser.h"
+#include "VXReactionOutcomeState.h"
 #include "VXTestSQL.h"
 
 #include <QtCore/QDir>
@@ -412,6 +413,25 @@ TEST_F(VXEventManagerTest, WhatReactorsGoOnWithIsToldLater)
     for (int round = 0; round < 2; ++round)
         EXPECT_FALSE(awaited(u"well"_s).isFailure());
     EXPECT_EQ(log.count(u"Could not create folder"_s), 1); // not for each event
+}
+
+TEST_F(VXEventManagerTest, AThrowingCancelHandlerKeepsNoOtherFromBeingCalled)
+{
+    int calls = 0;
+    const auto fail = [&calls] {
+        ++calls;
+        throw std::runtime_error("will not stop");
+    };
+    QList<VXReactionOutcome> outcomes;
+    for (int index = 0; index < 3; ++index) {
+        outcomes.append(VXReactionOutcome(std::make_shared<VXReactionOutcome::State>()));
+        outcomes.last().setCancelHandler(fail);
+    }
+    VXReactionOutcome::cancelAll();
+    EXPECT_EQ(calls, 3);
+    outcomes.first().setCancelHandler(fail); // called at once
+    EXPECT_EQ(calls, 4);
+    outcomes.first().setCancelHandler({});
 }
 
 // -- The catalogue

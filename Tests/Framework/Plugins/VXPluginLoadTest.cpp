@@ -1,9 +1,15 @@
+#include "VXFileDescriptor.h"
 #include "VXFramework.h"
 #include "VXNotificationCenter.h"
 #include "VXPluginProxyTesting.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+
+#include <array>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using testing::HasSubstr;
@@ -257,4 +263,17 @@ TEST_F(VXPluginLoadTest, AThousandCyclesLeaveNothingBehind)
     }
     EXPECT_EQ(VXNotificationCenter::defaultCenter().observations().size(), observations);
     EXPECT_EQ(log.lines(), QStringList());
+}
+
+TEST_F(VXPluginLoadTest, CodeThatIsAPipeIsRefusedAndNotRead)
+{
+    VXPluginProxy *const proxy = add({.identifier = u"piped"_s});
+    const QByteArray code = QFile::encodeName(proxy->bundle()->executablePath());
+    ASSERT_EQ(::unlink(code.constData()), 0);
+    ASSERT_EQ(::mkfifo(code.constData(), 0600), 0);
+    const VXFileDescriptor pipe(::open(code.constData(), O_RDWR | O_CLOEXEC)); // whoever reads it need not wait
+    std::array<char, 4096> bytes{};
+    ASSERT_TRUE(pipe.writeAll(bytes));
+    EXPECT_FALSE(proxy->load());
+    EXPECT_THAT(proxy->loadError().toStdString(), HasSubstr("It is no plain file."));
 }
