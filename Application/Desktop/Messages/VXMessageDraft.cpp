@@ -57,14 +57,10 @@ void VXMessageDraft::keep(const QString &key) const
 {
     QVariant kept;
     if (!receivers.isEmpty() || !typed.isEmpty()) {
-        QVariantMap values;
-        for (const auto &[key, value] : {std::pair(textKey, text), {receiversKey, receivers}, {typedKey, typed}}) {
-            if (!value.isEmpty())
-                values.insert(key, value);
-        }
+        QVariantMap values{{textKey, text}, {receiversKey, receivers}, {typedKey, typed}};
+        values.removeIf([](const auto &each) { return each.value().toString().isEmpty(); });
         kept = values;
-    }
-    else if (!text.isEmpty()) // the text alone, as it has always been kept for conversations
+    } else if (!text.isEmpty()) // the text alone, as it has always been kept for conversations
         kept = text;
     VXUserDefaults::standardUserDefaults().setObject(kept, key);
 }
