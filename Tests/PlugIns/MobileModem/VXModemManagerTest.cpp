@@ -102,9 +102,9 @@ protected:
     {
         constexpr int registered = 8; // MM_MODEM_STATE_REGISTERED
         return until([] {
-            const QDBusMessage state = call(VXModemNames::service, VXModemNames::root + u"/Modem/0"_s,
-                                            u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
-                                            {VXModemNames::modem, u"State"_s});
+            const QDBusMessage state =
+                call(VXModemNames::service, VXModemNames::root + u"/Modem/0"_s, u"org.freedesktop.DBus.Properties"_s,
+                     u"Get"_s, {VXModemNames::modem, u"State"_s});
             return state.arguments().value(0).value<QDBusVariant>().variant().toInt() >= registered;
         });
     }
