@@ -95,7 +95,8 @@ VXDeviceAction::Ptr VXBusPhoneTest::perform(const QString &name, const QVariant 
 testing::AssertionResult VXBusPhoneTest::succeeds(const QString &name, const QVariant &object) const
 {
     const VXError error = perform(name, object)->error();
-    return error.isNull() ? testing::AssertionSuccess() : testing::AssertionFailure() << error.localizedText().toStdString();
+    return error.isNull() ? testing::AssertionSuccess()
+                          : testing::AssertionFailure() << error.localizedText().toStdString();
 }
 
 QString VXBusPhoneTest::fateOfSending(const QString &number, const QString &text) const
