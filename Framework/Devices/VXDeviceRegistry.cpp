@@ -12,6 +12,7 @@
 #include "VXUserDefaults.h"
 
 #include <QtCore/QScopeGuard>
+#include <QtCore/QSet>
 
 #include <algorithm>
 #include <utility>
@@ -39,6 +40,34 @@ std::optional<QVariantList> storedList()
 {
     const QVariant stored = VXUserDefaults::standardUserDefaults().objectForKey(listKey());
     return VXIsList(stored) ? std::optional(stored.toList()) : std::nullopt;
+}
+
+struct KnownDevices
+{
+    QVariantList entries;
+    QList<QUrl> urls; // of the entries that are one
+    QSet<QUrl> set;
+};
+
+// Null when there is no list. It is parsed once for as long as it stays, not for each device that is asked for.
+std::shared_ptr<const KnownDevices> knownDevices()
+{
+    static VXMutex mutex;
+    static std::shared_ptr<const KnownDevices> latest; // guarded by the mutex
+    const std::optional<QVariantList> entries = storedList();
+    if (!entries)
+        return nullptr;
+    const VXMutexLocker lock(mutex);
+    if (latest && latest->entries.isSharedWith(*entries))
+        return latest;
+    auto known = std::make_shared<KnownDevices>();
+    known->entries = *entries; // held, so that no other list can have its address
+    for (const QVariant &entry : *entries) {
+        if (const QUrl url = urlOfEntry(entry); !url.isEmpty())
+            known->urls.append(url);
+    }
+    known->set = QSet<QUrl>(known->urls.cbegin(), known->urls.cend());
+    return latest = known;
 }
 
 // Other processes add and remove devices as well: each changes only its own entry of the current list.
@@ -161,21 +190,14 @@ VXDeviceRegistry &VXDeviceRegistry::shared()
 
 std::optional<QList<QUrl>> VXDeviceRegistry::urls() const
 {
-    const std::optional<QVariantList> stored = storedList();
-    if (!stored)
-        return std::nullopt;
-    QList<QUrl> urls;
-    for (const QVariant &entry : *stored) {
-        if (const QUrl url = urlOfEntry(entry); !url.isEmpty())
-            urls.append(url);
-    }
-    return urls;
+    const auto known = knownDevices();
+    return known ? std::optional(known->urls) : std::nullopt;
 }
 
 bool VXDeviceRegistry::isKnown(const QUrl &url) const
 {
-    const auto known = urls();
-    return known && known->contains(url);
+    const auto known = knownDevices();
+    return known && known->set.contains(url);
 }
 
 void VXDeviceRegistry::insert(const QUrl &url, const Ptr &device)
