@@ -279,11 +279,11 @@ VXError VXDataPlugin::takeBack(const QString &from, bool *isWaiting)
     error = stageStore(*store);
     if (error)
         return error;
-    VXStorePast::noteTakenBack(dataStorePath(), from, true);
+    VXStorePast::noteTakenBack(dataStorePath(), from, waitingPath());
     installWaitingStore(dataStorePath(), true, &error);
     *isWaiting = !error && exists(waitingPath());
     if (error || *isWaiting)
-        VXStorePast::noteTakenBack(dataStorePath(), from, false);
+        VXStorePast::noteTakenBack(dataStorePath(), from, {});
     // After a failure nothing stays staged, unless the store is gone already and the next start has to replace it.
     if (error && exists(dataStorePath()) && !QDir(waitingPath()).removeRecursively())
         VXLogMethod(VXLogError, "takeBack", "still waits: "_L1 + waitingPath());

@@ -156,7 +156,8 @@ QString VXDataPlugin::textAboutEarlierStores(const VXError &reason) const
     const QList<VXStorePast::Entry> earlier = earlierStores();
     const bool isDamaged = reason.code() == int(VXObjectStoreErrorCode::FileCorrupt);
     // They are older than the store that is back in its place.
-    const bool isOfUser = !VXStorePast::isUnused(dataStorePath()); // false: it only took the place of the user's store
+    // Otherwise it only took the place of the user's store.
+    const bool isOfUser = !VXStorePast::isUnused(dataStorePath()) || VXStorePast::isTakenBack(dataStorePath());
     if (isOfUser && (reason.code() == VXErrorCancelled || (_hasUpgradeFailed && !isDamaged)))
         return _hasUpgradeBegun && VXExistsAtPath(upgradingPath()) ? QString()
                                                                    : VXLocalizedString(u"The store is as it was."_s);

@@ -28,7 +28,7 @@ namespace {
 constexpr qsizetype longestList = 10;
 constexpr std::chrono::seconds
     longestWait(5); // for another process that changes the list; it takes no longer than a file
-const QString takenBackKey = u"takenBack"_s; // true, or absent
+const QString takenBackKey = u"takenBack"_s; // the number of the copy that took the store's place, or absent
 const QString replaced = u"replaced"_s;      // a reason
 
 // Identifies the folder wherever it is moved on its disk; 0 when there is none.
@@ -253,8 +253,17 @@ bool VXStorePast::isUnused(const QString &storePath)
     return takeLater(list, numberOf(storePath)) >= 0;
 }
 
-void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack)
+bool VXStorePast::isTakenBack(const QString &storePath)
 {
+    const qulonglong number = numberOf(storePath);
+    return number != 0 && std::ranges::any_of(listOf(storePath), [number](const QVariant &each) {
+               return each.toMap().value(takenBackKey).toULongLong() == number;
+           });
+}
+
+void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPath, const QString &copy)
+{
+    const qulonglong copied = copy.isNull() ? 0 : numberOf(copy);
     changeList(storePath, [&](QVariantList &list) {
         const auto found = std::ranges::find_if(list, [number = numberOf(keptPath)](const QVariant &each) {
             return number != 0 && numberOf(placeOf(each.toMap())) == number;
@@ -262,8 +271,8 @@ void VXStorePast::noteTakenBack(const QString &storePath, const QString &keptPat
         if (found == list.end())
             return;
         QVariantMap entry = found->toMap();
-        if (isTakenBack)
-            entry.insert(takenBackKey, true);
+        if (copied != 0)
+            entry.insert(takenBackKey, copied);
         else
             entry.remove(takenBackKey);
         *found = entry;

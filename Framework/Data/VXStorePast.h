@@ -45,9 +45,11 @@ public:
     static void noteUse(const QString &storePath);
     /** Whether the store took another's place and was not used since: its upgrade may fail at each start. */
     static bool isUnused(const QString &storePath);
-    /** Notes whether the store is, or is about to be, a copy of the one at `keptPath`. Without effect if that is not
-     *  listed. */
-    static void noteTakenBack(const QString &storePath, const QString &keptPath, bool isTakenBack);
+    /** Notes that `copy`, a copy of the store at `keptPath`, is about to take the store's place; a null path: that it
+     *  does not. Without effect if the one at `keptPath` is not listed. */
+    static void noteTakenBack(const QString &storePath, const QString &keptPath, const QString &copy);
+    /** Whether the store is such a copy: then the user wanted it, and the one it replaced is no remedy. */
+    static bool isTakenBack(const QString &storePath);
     /** Removes a listed folder that is of no use. */
     static void discard(const QString &storePath, const QString &keptPath);
     /** Moves the folder to another place, which is free, and lists it afterwards. */

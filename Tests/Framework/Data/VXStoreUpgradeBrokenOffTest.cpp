@@ -9,7 +9,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-using testing::HasSubstr, testing::SizeIs;
+using testing::AllOf, testing::HasSubstr, testing::Not, testing::SizeIs;
 
 // Upgrades that are killed, wait for others, or are taken back.
 
@@ -160,6 +160,28 @@ TEST_F(VXStoreUpgradeTest, ReplacementThatCannotBeUpgradedTellsOfTheFormerStore)
     };
     for (int round = 0; round < 2; ++round)
         EXPECT_EXIT(start(), testing::ExitedWithCode(0), "") << round;
+}
+
+// What the user took back is the user's: the store that it replaced is no remedy for it.
+TEST_F(VXStoreUpgradeTest, UpgradeThatFailsAfterARollbackDoesNotOfferWhatWasRolledBack)
+{
+    writeStore(live, u"of the failed upgrade"_s);
+    writeOldStore(path(u"kept"_s));
+    const QString before = contentsOfStore(path(u"kept"_s));
+    VXStorePast::note(live, path(u"kept"_s), u"upgraded"_s);
+    writeNotesPlugin(u"throws"_s);
+    const auto takeBack = [&] {
+        VXDataPlugin::holdBackStore(u"notes"_s);
+        startWith({});
+        bool isWaiting = false;
+        std::_Exit(notesPlugin().takeBack(path(u"kept"_s), &isWaiting) || isWaiting ? 1 : 0);
+    };
+    EXPECT_EXIT(takeBack(), testing::ExitedWithCode(0), "");
+    startWith({});
+    ASSERT_THAT(user->alerts(), SizeIs(1));
+    EXPECT_THAT(user->alerts().front().details.toStdString(),
+                AllOf(HasSubstr("The store is as it was."), Not(HasSubstr("rollback"))));
+    EXPECT_EQ(contentsOfStore(live), before);
 }
 
 // Rollbacks of rollbacks are listed, but push nothing else out.
