@@ -208,9 +208,9 @@ TEST_F(VXStoreListModelTest, whatWasSelectedUnreadStaysSelectedAndNothingElse)
         const VXManagedObjectID last = model.objectIDAt(model.rowCount() - 1);
         expected -= removed;
         replace(removed, added);
-        ASSERT_TRUE(VXRunUntil([&] {
-            return removed > 0 ? !(model.objectIDAt(700) == gone) && selection.selectedRows().size() == expected
-                               : model.rowCount() == 1501;
+        ASSERT_TRUE(VXRunUntil([&, isRemoval = removed > 0] {
+            return isRemoval ? !(model.objectIDAt(700) == gone) && selection.selectedRows().size() == expected
+                             : model.rowCount() == 1501;
         })) << selection.selectedRows().size();
         const auto persons = model.objectIDsOf(selection.selectedRows());
         ASSERT_TRUE(persons);
