@@ -250,6 +250,13 @@ TEST_F(HostPluginsTest, ChecksABundleAndInstallsNoneThatCannotBeUsed)
          "warning: org.needs.vxplugin: it needs the plugin org.none, which is not installed here"},
         {{.identifier = u"org.typing"_s, .info = {{u"VXPluginDependancies"_s, 1}}},
          "warning: org.typing.vxplugin: the key VXPluginDependancies means nothing"},
+        {{.identifier = u"org.text"_s, .info = {{u"VXReactorDefaults"_s, u"none"_s}}},
+         "warning: org.text.vxplugin: VXReactorDefaults is a string; it must be a dictionary"},
+        {{.identifier = u"org.map"_s, .info = {{u"VXReactorEventNameList"_s, QVariantMap{{u"a"_s, 1}}}}},
+         "warning: org.map.vxplugin: VXReactorEventNameList is a dictionary; it must be an array"},
+        {{.identifier = u"org.one"_s, .info = {{u"VXReactorName"_s, 1}}},
+         "warning: org.one.vxplugin: VXReactorName is a single value; it must be a string"},
+        {{.identifier = u"not an id"_s}, "CFBundleIdentifier \"not an id\" is not of the form org.example.hello"},
     };
     for (const auto &[fixture, found] : rows) {
         const QString bundle = fixture.write(path(u"new"_s));

@@ -106,9 +106,10 @@ QString VXEventOutcome(const VXEventRecord &record)
     if (broken > 0)
         outcome += VXShownText(u", %1 with a filter that does not work"_s).arg(broken);
     if (running > 0)
-        outcome += VXShownText(u", %1 not told to have ended"_s).arg(reactorsText(running));
-    return failed == 0 ? outcome + ", "_L1 + reactorsText(reactors)
-                       : outcome + VXShownText(u", %1 of %2 failed"_s).arg(failed).arg(reactorsText(reactors));
+        outcome += VXShownText(u", %1 unfinished"_s).arg(reactorsText(running));
+    if (failed > 0)
+        return outcome + VXShownText(u", %1 of %2 failed"_s).arg(failed).arg(reactorsText(reactors));
+    return running == reactors && running > 0 ? outcome : outcome + ", "_L1 + reactorsText(reactors);
 }
 
 QStringList VXEventReasons(const VXEventRecord &record)

@@ -97,7 +97,9 @@ QJsonArray objectsIn(const QJsonValue &json)
 // Reads objects from JSON in a file or on standard input. @return the problem; null if there is none.
 QString readObjects(const VXHostOptions &options, Objects &objects)
 {
-    const QString path = options.value(u"from"_s);
+    QString path = options.value(u"from"_s);
+    if (path.startsWith(u'@') && !QFile::exists(path)) // as for commands that take JSON itself
+        path.remove(0, 1);
     QFile file(path);
     QString reason;
     if (!(path == "-"_L1 ? file.open(stdin, QIODevice::ReadOnly) : VXRegularFile::open(file, &reason)))

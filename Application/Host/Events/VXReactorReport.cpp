@@ -38,13 +38,17 @@ QJsonArray jsonOf(const VXReactorOptions &options)
     return list;
 }
 
-// "(default: true)"; what must be known in addition to the meaning.
+// " (one of: text, html; default: text)"; what must be known in addition to the meaning.
 QString remarkOn(const QJsonObject &option)
 {
+    QStringList remarks;
+    if (const QStringList choices = option[u"choices"_s].toVariant().toStringList(); !choices.isEmpty())
+        remarks << VXShownText(u"one of: %1"_s).arg(choices.join(", "_L1));
     if (option[u"needed"_s].toBool())
-        return u" (%1)"_s.arg(VXShownText(u"needed"_s));
-    const QJsonValue standard = option[u"default"_s];
-    return standard.isNull() ? QString() : VXShownText(u" (default: %1)"_s).arg(standard.toVariant().toString());
+        remarks << VXShownText(u"needed"_s);
+    else if (const QJsonValue standard = option[u"default"_s]; !standard.isNull())
+        remarks << VXShownText(u"default: %1"_s).arg(standard.toVariant().toString());
+    return remarks.isEmpty() ? QString() : u" (%1)"_s.arg(remarks.join("; "_L1));
 }
 
 void describe(const VXReactorPlugin &reactor, QJsonObject &json)

@@ -20,40 +20,59 @@
 #include <QtCore/QMap>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
 #include <QtCore/QUrl>
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-const QSet<QString> &knownKeys()
+enum KeyType { String, Array, Dictionary };
+
+const QMap<QString, KeyType> &knownKeys()
 {
-    static const QSet<QString> keys{u"VXBundleIconFromAppWithIdentifier"_s,
-                                    u"VXBundleIconFromFileType"_s,
-                                    u"VXDataStoreName"_s,
-                                    u"VXDataStoreType"_s,
-                                    u"VXDataStoreVersion"_s,
-                                    u"VXDescriptiveClassList"_s,
-                                    u"VXDevicePreferences"_s,
-                                    u"VXExporterTargetName"_s,
-                                    u"VXPluginClass"_s,
-                                    u"VXPluginDependencies"_s,
-                                    u"VXPluginName"_s,
-                                    u"VXPluginUpdateKey"_s,
-                                    u"VXPluginUpdateURL"_s,
-                                    u"VXPostsEvents"_s,
-                                    u"VXReactorCategory"_s,
-                                    u"VXReactorClassList"_s,
-                                    u"VXReactorDefaults"_s,
-                                    u"VXReactorEventNameList"_s,
-                                    u"VXReactorName"_s,
-                                    u"VXReactorOptionsNibFile"_s,
-                                    u"VXServices"_s};
+    static const QMap<QString, KeyType> keys{{u"VXBundleIconFromAppWithIdentifier"_s, String},
+                                             {u"VXBundleIconFromFileType"_s, String},
+                                             {u"VXDataStoreName"_s, String},
+                                             {u"VXDataStoreType"_s, String},
+                                             {u"VXDataStoreVersion"_s, String},
+                                             {u"VXDescriptiveClassList"_s, Dictionary},
+                                             {u"VXDevicePreferences"_s, Array},
+                                             {u"VXExporterTargetName"_s, String},
+                                             {u"VXPluginClass"_s, String},
+                                             {u"VXPluginDependencies"_s, Array},
+                                             {u"VXPluginName"_s, String},
+                                             {u"VXPluginUpdateKey"_s, String},
+                                             {u"VXPluginUpdateURL"_s, String},
+                                             {u"VXPostsEvents"_s, Dictionary},
+                                             {u"VXReactorCategory"_s, String},
+                                             {u"VXReactorClassList"_s, Array},
+                                             {u"VXReactorDefaults"_s, Dictionary},
+                                             {u"VXReactorEventNameList"_s, Array},
+                                             {u"VXReactorName"_s, String},
+                                             {u"VXReactorOptionsNibFile"_s, String},
+                                             {u"VXServices"_s, Array}};
     return keys;
+}
+
+QString nameOf(KeyType type)
+{
+    return type == String ? u"a string"_s : type == Array ? u"an array"_s : u"a dictionary"_s;
+}
+
+// What a property list's value is taken for; none for numbers, dates and data.
+std::optional<KeyType> typeOf(const QVariant &value)
+{
+    if (VXIsMap(value))
+        return Dictionary;
+    if (VXIsList(value))
+        return Array;
+    return value.typeId() == QMetaType::QString ? std::optional(String) : std::nullopt;
 }
 
 // What the Info.plists of all of the user's plugins say, including plugins inside others.
@@ -104,8 +123,11 @@ private:
 
     void checkInfo(bool isRoot)
     {
-        if (text(u"CFBundleIdentifier"_s).isEmpty())
+        static const QRegularExpression form(u"^[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)+$"_s);
+        if (const QString identifier = text(u"CFBundleIdentifier"_s); identifier.isEmpty())
             error(u"CFBundleIdentifier is missing"_s);
+        else if (!form.match(identifier).hasMatch())
+            warn(u"CFBundleIdentifier \"%1\" is not of the form org.example.hello"_s.arg(identifier));
         const QString version = VXPluginScanner::versionOf(_info);
         if (isRoot && VXPluginScanner::isOutdated(version))
             error(u"version %1 is below %2, the oldest that can be installed"_s.arg(version).arg(
@@ -114,11 +136,23 @@ private:
             warn(u"without VXPluginName it counts as built in, and cannot be disabled"_s);
         if (const QString kind = text(u"VXPluginClass"_s); !VXPluginKind::all().contains(kind))
             error(u"VXPluginClass \"%1\" is none of %2"_s.arg(kind, VXPluginKind::all().join(", "_L1)));
-        for (auto entry = _info.cbegin(); entry != _info.cend(); ++entry) {
-            if (entry.key().startsWith("VX"_L1) && !knownKeys().contains(entry.key()))
-                warn(u"the key %1 means nothing to Vornix"_s.arg(entry.key()));
-        }
+        for (auto entry = _info.cbegin(); entry != _info.cend(); ++entry)
+            checkEntry(entry.key(), entry.value());
         checkUpdates();
+    }
+
+    // A value of another type counts as none, silently, when the plugin is used.
+    void checkEntry(const QString &key, const QVariant &value)
+    {
+        const auto wanted = knownKeys().constFind(key);
+        if (wanted == knownKeys().cend()) {
+            if (key.startsWith("VX"_L1))
+                warn(u"the key %1 means nothing to Vornix"_s.arg(key));
+            return;
+        }
+        const std::optional<KeyType> found = typeOf(value);
+        if (found != *wanted)
+            warn(u"%1 is %2; it must be %3"_s.arg(key, found ? nameOf(*found) : u"a single value"_s, nameOf(*wanted)));
     }
 
     // What installing and loading would refuse because of the existing plugins.
