@@ -70,6 +70,8 @@ private:
      *  */
     bool passOver(const VXMetaDataWalk::Page &page);
     void synchronizeOne(const VXManagedObjectPtr &object);
+    /** Otherwise notes that the last object has to be described anew, and breaks off. */
+    bool wasAllRead(const VXManagedObject &last);
     /** False when the object no longer exists. */
     bool synchronize(const VXManagedObjectPtr &object, const QString &name);
     /** Runs the work on one file. False when a class of the store threw, which is logged. */
@@ -305,13 +307,24 @@ bool VXMetaDataSync::Pass::synchronizeObjects(const VXEntityDescription &entity)
         if (isToStop())
             return false;
         synchronizeOne(object);
-        return true;
+        return wasAllRead(*object);
     };
     const auto passesOver = [this](const VXMetaDataWalk::Page &page) { return passOver(page); };
     const bool isRead = walk.forEachUnless(_sync._modificationDateKey, passesOver, visit, &error);
     if (!isRead && _sync.isRunning()) // otherwise the store may be closed already
         log(VXLogError, error.description());
     return isRead && !_isBrokenOff;
+}
+
+// Else a file may tell half of it, and what cannot be read may seem to be gone.
+bool VXMetaDataSync::Pass::wasAllRead(const VXManagedObject &last)
+{
+    if (!_context.failedRead())
+        return true;
+    log(VXLogError, "%1: "_L1.arg(_sync._identifier) + _context.failedRead().description());
+    _sync._debt.markPass({last.objectID().number()});
+    _isBrokenOff = true;
+    return false;
 }
 
 bool VXMetaDataSync::Pass::isToStop()
@@ -399,9 +412,11 @@ bool VXMetaDataSync::Pass::runFor(const SavedObjects &saved)
     for (const VXManagedObjectID &objectID : saved.deleted) {
         if (saved.present.contains(objectID) && _context.existingObjectWithID(objectID))
             continue; // written again since
+        if (_context.failedRead())
+            break; // it may be there
         isAll = withFile([&] { _sync._mirror.removeAhead(objectID); }) && isAll;
     }
-    const bool isDone = isAll && _sync._mirror.isWhole() && !isTurnLost();
+    const bool isDone = isAll && !_context.failedRead() && _sync._mirror.isWhole() && !isTurnLost();
     if (isDone && _sync._state.isNoted()) // the mirror now tells of what is still in the store's log
         _sync._state.noteStores(*_sync._persistentStoreCoordinator);
     return isDone;

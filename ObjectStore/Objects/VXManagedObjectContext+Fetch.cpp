@@ -228,12 +228,18 @@ std::optional<VXFetchResult> VXManagedObjectContext::executeFetchRequest(const V
                                                  problem));
         return std::nullopt;
     }
-    return Fetch(*this, request).run(error);
+    VXError problem;
+    std::optional<VXFetchResult> result = Fetch(*this, request).run(&problem);
+    noteRead(result.has_value(), problem, error);
+    return result;
 }
 
 std::optional<qsizetype> VXManagedObjectContext::countForFetchRequest(const VXFetchRequest &request, VXError *error)
 {
     VXFetchRequest unordered = request;
     unordered.sortDescriptors.clear();
-    return Fetch(*this, unordered).count(error);
+    VXError problem;
+    const std::optional<qsizetype> count = Fetch(*this, unordered).count(&problem);
+    noteRead(count.has_value(), problem, error);
+    return count;
 }

@@ -17,19 +17,37 @@ VXError detachedError()
 
 } // namespace
 
+bool VXManagedObjectContext::noteRead(bool isRead, const VXError &problem, VXError *error) const
+{
+    if (isRead)
+        return true;
+    if (!_failedRead)
+        _failedRead = problem;
+    VXSetError(error, problem);
+    return false;
+}
+
 VXStoreRow::Ptr VXManagedObjectContext::readRow(const ObjectID &objectID, VXError *error) const
 {
     if (objectID.isTemporary())
         return nullptr;
     const StorePtr store = _coordinator->persistentStoreForIdentity(*objectID.store());
-    if (store)
-        return store->row(objectID, error);
-    VXSetError(error, detachedError());
-    return nullptr;
+    VXError problem = store ? VXError() : detachedError();
+    VXStoreRow::Ptr row = store ? store->row(objectID, &problem) : nullptr;
+    noteRead(!problem, problem, error);
+    return row;
 }
 
 bool VXManagedObjectContext::readRows(const QList<ObjectID> &objectIDs,
                                       const std::function<void(const VXFetchedRow &)> &sink, VXError *error)
+{
+    VXError problem;
+    const bool isRead = readRowsOf(objectIDs, sink, &problem);
+    return noteRead(isRead, problem, error);
+}
+
+bool VXManagedObjectContext::readRowsOf(const QList<ObjectID> &objectIDs,
+                                        const std::function<void(const VXFetchedRow &)> &sink, VXError *error)
 {
     const auto keepAndHandOver = [&](const VXFetchedRow &fetched) {
         if (_largestKeptRow > 0 && fetched.row->allocatedBytes() <= _largestKeptRow)
@@ -126,6 +144,14 @@ bool VXManagedObjectContext::fulfillFaults(const QList<ObjectPtr> &objects, VXEr
 
 bool VXManagedObjectContext::readRelated(const QList<ObjectPtr> &objects, const Relationship &relationship,
                                          VXError *error)
+{
+    VXError problem;
+    const bool isRead = readRelatedOf(objects, relationship, &problem);
+    return noteRead(isRead, problem, error);
+}
+
+bool VXManagedObjectContext::readRelatedOf(const QList<ObjectPtr> &objects, const Relationship &relationship,
+                                           VXError *error)
 {
     QHash<const VXStoreIdentity *, QList<ObjectID>> sources;
     for (const ObjectPtr &object : objects) {

@@ -81,6 +81,9 @@ public:
      *  read. */
     bool storedRows(const QList<VXManagedObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
                     VXError *error = nullptr);
+    /** Why the first read of this context or its objects that failed did so; none while all went well. Objects say of what
+     *  cannot be read that there is nothing: whoever draws conclusions from what is missing asks this before a save. */
+    const VXError &failedRead() const { return _failedRead; }
     /** Reads a to-many relationship of all these objects with one query; the objects it leads to are not read. */
     bool readRelated(const QList<VXManagedObjectPtr> &objects, const VXRelationshipDescription &relationship,
                      VXError *error = nullptr);
@@ -150,6 +153,12 @@ private:
     /** Reads the objects of a relationship, and keeps them alive in `held`. */
     bool prefetch(const QList<ObjectPtr> &objects, const Relationship &relationship, QList<ObjectPtr> *held,
                   VXError *error);
+
+    /** Passes on, and keeps, the problem of a read that failed. @return whether it did not. */
+    bool noteRead(bool isRead, const VXError &problem, VXError *error) const;
+    bool readRowsOf(const QList<VXManagedObjectID> &objectIDs, const std::function<void(const VXFetchedRow &)> &sink,
+                    VXError *error);
+    bool readRelatedOf(const QList<ObjectPtr> &objects, const Relationship &relationship, VXError *error);
 
     // -- Changes
     void noteChange(VXManagedObject &object);
@@ -230,6 +239,7 @@ private:
     qint64 _madeObjectCount = 0;
     quint64 _changeCount = 0; // of changes and saves, so that hooks are seen to make any
     VXError _lostChange;      // why the first change since the last save was not made, as its object could not be read
+    mutable VXError _failedRead; // of the first read that failed
     quint32 _saveNumber = 0;
     bool _securesLater = false;
     bool _hasHooks = false; // whether there was ever an object of a class of its own

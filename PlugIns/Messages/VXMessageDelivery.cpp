@@ -123,8 +123,8 @@ void VXMessageDelivery::fileIfSent(const VXOutboxEntry &entry, const VXMessageSt
     message->setValueForKey(entry.finishedDate, u"date"_s);
     if (message->valueForKey(u"folder"_s).value<VXManagedObjectPtr>() == VXFetchRootFolder(VXDraftsFolder, &context))
         VXMoveMessageToFolder(message, VXFetchRootFolder(VXSentFolder, &context), false);
-    VXError error;
-    if (!context.save(&error))
+    VXError error = context.failedRead(); // then the next run files it
+    if (error || !context.save(&error))
         VXLogClassMethod(VXLogError, VXMessageDelivery, "fileIfSent:", error.description());
 }
 
@@ -155,7 +155,7 @@ void VXMessageDelivery::settle(const VXOutbox &outbox, const VXMessageStore &sto
         else if (draft->valueForKey(u"date"_s).toDateTime() < latest)
             context.deleteObject(draft);
     }
-    VXError error;
-    if (context.hasChanges() && !context.save(&error))
+    VXError error = context.failedRead();
+    if (error || (context.hasChanges() && !context.save(&error)))
         VXLogClassMethod(VXLogError, VXMessageDelivery, "settle:", error.description());
 }

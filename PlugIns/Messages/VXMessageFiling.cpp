@@ -105,6 +105,10 @@ bool VXMessageFiling::perform(const Work &work, VXError *error)
     Step step{.context = context, .folder = _store.deviceFolder(_phone.url, context, saving, error)};
     if (!step.folder || !work(step, error))
         return false;
+    if (const VXError &failed = context.failedRead(); failed) { // what seemed to be gone may be there
+        VXSetError(error, failed);
+        return false;
+    }
     const QList<Message> inserted = context.insertedObjects();
     if (context.hasChanges() && !context.save(error))
         return false;

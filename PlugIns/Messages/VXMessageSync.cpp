@@ -36,7 +36,8 @@ Note noteAsDone(const VXMessageStore &store, const VXMessageFiling::Change &chan
             message->setValueForKey(static_cast<int>(VXPendingChange::None), u"pending"_s);
         note.isWritten = change.kind == VXPendingChange::Update && message->valueForKey(u"url"_s).isNull();
     }
-    if (context.hasChanges())
+    note.error = context.failedRead(); // else it counts as done although it was not noted
+    if (!note.error && context.hasChanges())
         static_cast<void>(context.save(&note.error));
     return note;
 }
@@ -107,9 +108,8 @@ void VXMessageSync::didRead(const VXDeviceAction &part)
 
 void VXMessageSync::enqueue(const Step &step)
 {
-    if (!whole()->error().isNull())
-        return;
-    _steps.push_back(step);
+    if (whole()->error().isNull()) // otherwise the phone is heard to the end, as some drivers do not look for a cancel
+        _steps.push_back(step);
     fileNext();
 }
 

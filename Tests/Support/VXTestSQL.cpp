@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <mutex>
 #include <sqlite3.h>
 #include <utility>
@@ -25,7 +26,46 @@ int trace(sqlite3 *connection, const char **, const sqlite3_api_routines *)
     return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, record, nullptr);
 }
 
+std::atomic<int> untilFailure; // reading statements; the one at 0 has failed
+
+// Interrupts the statement that begins, or the others too if some are under way.
+int failOne(unsigned, void *connection, void *statement, void *)
+{
+    const bool isReading = sqlite3_stmt_readonly(static_cast<sqlite3_stmt *>(statement)) != 0 &&
+                           sqlite3_column_count(static_cast<sqlite3_stmt *>(statement)) > 0;
+    if (isReading && untilFailure > 0 && --untilFailure == 0)
+        sqlite3_interrupt(static_cast<sqlite3 *>(connection));
+    return 0;
+}
+
+int letFail(sqlite3 *connection, const char **, const sqlite3_api_routines *)
+{
+    return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, failOne, connection);
+}
+
 } // namespace
+
+VXFailingReads::VXFailingReads()
+{
+    failAt(0);
+    sqlite3_auto_extension(reinterpret_cast<void (*)()>(letFail));
+}
+
+VXFailingReads::~VXFailingReads()
+{
+    failAt(0);
+    sqlite3_cancel_auto_extension(reinterpret_cast<void (*)()>(letFail));
+}
+
+void VXFailingReads::failAt(int number)
+{
+    untilFailure = number == 0 ? -1 : number;
+}
+
+bool VXFailingReads::hasFailed()
+{
+    return untilFailure == 0;
+}
 
 QStringList VXRunSQL(const QString &file, const QByteArray &sql)
 {

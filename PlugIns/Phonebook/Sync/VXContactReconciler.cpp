@@ -167,7 +167,7 @@ bool VXContactReconciler::perform(const Work &work, VXError *error)
         _slice = std::make_unique<Slice>(_coordinator);
         if (_changeSet)
             _slice->writer.setChangeSet(_changeSet->number, _changeSet->date);
-        isDone = saving.isHeld(&failure) && work(&failure) &&
+        isDone = saving.isHeld(&failure) && work(&failure) && wasAllRead(&failure) &&
                  (!_slice->context.hasChanges() || _slice->context.save(&failure));
         if (!isDone)
             VXLogCoreDataSaveError(failure);
@@ -180,6 +180,15 @@ bool VXContactReconciler::perform(const Work &work, VXError *error)
     }
     _slice.reset();
     return isDone && (!_unsecured.hasExpired() || secure(error));
+}
+
+// Else what seemed to be gone may be there.
+bool VXContactReconciler::wasAllRead(VXError *error) const
+{
+    const VXError &failed = _slice->context.failedRead();
+    if (failed)
+        VXSetError(error, failed);
+    return !failed;
 }
 
 // Which they have only once they are saved.

@@ -118,6 +118,7 @@ private:
     QString questionAbout(bool isAll) const;
 
     bool perform(const Work &work, VXError *error);
+    bool wasAllRead(VXError *error) const;
     void noteIDs(qsizetype firstChange);
     bool inSlices(qsizetype count, const SliceWork &work, VXError *error);
     /** Calls for each of these places that is still there. */

@@ -181,6 +181,8 @@ VXContactSync::Made VXContactSync::make(const VXPersistentStoreCoordinator::Ptr 
     for (VXPhoneChange change : changes) {
         if (change.make(context, contacts, &made.error))
             made.changes.push_back(change);
+        if (made.error.isNull())
+            made.error = context.failedRead(); // the phone is told nothing that may be half of it
         if (!made.error.isNull())
             break;
     }
@@ -240,9 +242,9 @@ VXError VXContactSync::note(const VXPersistentStoreCoordinator::Ptr &coordinator
         return error;
     VXManagedObjectContext context(coordinator);
     context.setMergePolicy(VXMergePolicy::MergeByPropertyObjectTrumps);
-    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
+    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID, &error);
     if (!object)
-        return {};
+        return error;
     if (change.here) {
         QVariantMap item = result.value(u"contact"_s, change.object).toMap();
         for (const QString &key : {u"memory"_s, u"location"_s})
@@ -253,7 +255,8 @@ VXError VXContactSync::note(const VXPersistentStoreCoordinator::Ptr &coordinator
     } else {
         context.deleteObject(object);
     }
-    if (context.hasChanges())
+    error = context.failedRead();
+    if (!error && context.hasChanges())
         static_cast<void>(context.save(&error));
     return error;
 }
@@ -266,7 +269,7 @@ VXContactSync::Refusal VXContactSync::noteRefusal(const VXPersistentStoreCoordin
     if (!saving.isHeld(&refusal.error))
         return refusal;
     VXManagedObjectContext context(coordinator);
-    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID);
+    const VXManagedObjectPtr object = context.existingObjectWithID(change.placeID, &refusal.error);
     refusal.isNews = object && VXContactPlace(object).noteRefusal(change.here);
     if (refusal.isNews && !context.save(&refusal.error))
         VXLogCoreDataSaveError(refusal.error);

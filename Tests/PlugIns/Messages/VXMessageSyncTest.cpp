@@ -381,3 +381,82 @@ TEST_F(VXMessageSyncTest, MessagesOfNewPhonesAreKeptMeanwhileAlsoWithoutAFolder)
     hear();
     EXPECT_EQ(stored().size(), 60 + count);
 }
+
+/** Its store is opened while its reads can be made to fail. The phone does what it is told. */
+class VXMessageReadsTest : protected VXFailingReads, public VXMessageSyncTest
+{
+protected:
+    VXMessageReadsTest()
+    {
+        const auto remove = [this](VXDeviceAction *action) {
+            const QVariant place = action->object().toMap().value(u"url"_s);
+            phone->items.removeIf([&](const QVariant &item) { return item.toMap().value(u"url"_s) == place; });
+            action->conclude();
+        };
+        phone->registerActionHandler(u"delete_message"_s, VXDeviceActionHandler(phone, remove), false);
+        const auto write = [this](VXDeviceAction *action) {
+            const QVariantMap wanted = action->object().toMap();
+            for (QVariant &item : phone->items) {
+                QVariantMap map = item.toMap();
+                if (map.value(u"url"_s) == wanted.value(u"url"_s))
+                    map.insert(u"state"_s, wanted.value(u"state"_s));
+                item = map;
+            }
+            action->conclude();
+        };
+        phone->registerActionHandler(u"write_message"_s, VXDeviceActionHandler(phone, write), false);
+        for (int place = 0; place < 4; ++place)
+            put(u"+49170"_s, u"first %1"_s.arg(place), place, u"000-%1"_s.arg(place));
+    }
+    /** Here one is deleted and one is marked as unread, there two are removed, one changes its place and one is new. */
+    void change(int round)
+    {
+        VXManagedObjectContext context(store->coordinator());
+        VXFetchRequest request(*store->coordinator()->model().entityForName(VXMessageStore::entityName));
+        request.predicate = *VXPredicate::predicateWithFormat(u"url != NULL AND pending == 0"_s);
+        request.sortDescriptors = {{u"url"_s}};
+        const auto found = context.executeFetchRequest(request);
+        ASSERT_TRUE(found && found->size() == 4);
+        VXMessageStore::deleteMessage(found->at(0));
+        ASSERT_TRUE(context.save());
+        phone->items.removeAt(1);
+        for (int place = 0; place < 2; ++place)
+            put(u"+49170"_s, u"new %1 %2"_s.arg(round).arg(place), 10 * round + place,
+                u"%1-%2"_s.arg(round, 3, 10, QChar(u'0')).arg(place));
+    }
+    QString syncBothWays()
+    {
+        const auto action = begin();
+        EXPECT_TRUE(VXRunUntil([this] { return isOver; }));
+        return action->error().localizedDescription();
+    }
+    QStringList storedOnPhone() const { return stored().filter(QRegularExpression(u"^[0-9]"_s)); }
+};
+
+// Otherwise what cannot be read at one moment would be gone from the phone, or filed twice.
+TEST_F(VXMessageReadsTest, WhatCanNotBeReadIsNotTakenForGone)
+{
+    ASSERT_EQ(sync(), u"4 0"_s);
+    int told = 0;
+    bool hasFailed = true;
+    for (int round = 1; hasFailed && round < 200; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_NO_FATAL_FAILURE(change(round));
+        const qsizetype before = stored().size();
+        VXFailingReads::failAt(round);
+        const bool saidSo = !syncBothWays().isNull();
+        hasFailed = VXFailingReads::hasFailed();
+        VXFailingReads::failAt(0);
+        told += saidSo ? 1 : 0;
+        if (!saidSo) {
+            ASSERT_EQ(stored().size(), before + 1) << "it said that all is done";
+        }
+        ASSERT_EQ(syncBothWays(), QString());
+        ASSERT_THAT(storedOnPhone(), UnorderedElementsAreArray(onPhone()));
+        ASSERT_EQ(onPhone().size(), 4);
+        ASSERT_EQ(stored().size(), before + 1) << "one has come besides, and what left the phone stays";
+        ASSERT_EQ(sync(), u"0 0"_s);
+    }
+    EXPECT_FALSE(hasFailed);
+    EXPECT_GT(told, 5);
+}
